@@ -1,0 +1,41 @@
+# The one place for compiler flags. Every target of ours links `brennik_compile`.
+
+set(BRENNIK_SANITIZE "" CACHE STRING "Sanitizers to build with, e.g. address,undefined or thread")
+option(BRENNIK_COVERAGE "Instrument for gcov" OFF)
+
+add_library(brennik_compile INTERFACE)
+target_compile_features(brennik_compile INTERFACE cxx_std_20)
+target_include_directories(brennik_compile INTERFACE "${PROJECT_SOURCE_DIR}/src")
+target_compile_definitions(brennik_compile INTERFACE
+  _FILE_OFFSET_BITS=64   # large files, on 32 bits too
+  _TIME_BITS=64)         # the gateway outlives January 2038
+target_compile_options(brennik_compile INTERFACE
+  -Wall -Wextra -Wpedantic
+  -Werror                # a warning is a defect that has not been looked at yet
+  -Wshadow               # a hidden name is read as the wrong one
+  -Wconversion           # values are cut on purpose only, and visibly
+  -Wsign-conversion
+  -Wformat=2             # the log API is printf-style: its formats are checked
+  -Wold-style-cast
+  -Wcast-align=strict    # ARM: no pointer may gain alignment it has not got
+  -Wnon-virtual-dtor
+  -Woverloaded-virtual
+  -Wnull-dereference
+  -Wmissing-declarations # what is not in a header belongs in an unnamed namespace
+  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/src/=" # assertion texts name packfile/…, not a build path
+  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(brennik_compile INTERFACE -Wlogical-op -Wduplicated-cond -Wduplicated-branches)
+endif()
+target_link_libraries(brennik_compile INTERFACE Threads::Threads)
+
+if(BRENNIK_SANITIZE)
+  target_compile_options(brennik_compile INTERFACE
+    "-fsanitize=${BRENNIK_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer
+    -Wno-null-dereference) # GCC 12 warns inside its own instrumentation
+  target_link_options(brennik_compile INTERFACE "-fsanitize=${BRENNIK_SANITIZE}")
+endif()
+if(BRENNIK_COVERAGE)
+  target_compile_options(brennik_compile INTERFACE --coverage)
+  target_link_options(brennik_compile INTERFACE --coverage)
+endif()

@@ -1,0 +1,28 @@
+// Directories: creating all of a path, listing one, and the size of a file.
+#pragma once
+
+#include <dirent.h>
+#include <sys/types.h>
+
+#include <cstddef>
+#include <memory>
+
+namespace util {
+
+struct DirectoryCloser {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
+using Directory = std::unique_ptr<DIR, DirectoryCloser>;
+
+inline constexpr std::size_t kPathBytes = 128;  // a path field, its terminator included
+
+// Creates every missing directory along `path` with mode 0755. At most `pathLimit` characters of
+// the path are looked at (127 at the most), and at most `prefixLimit` of each directory's own path.
+// Returns 0, also for an empty path; -1 for a null path, a path that cannot be examined, or a
+// directory that cannot be made (those before it stay).
+int MakeDirectories(const char* path, std::size_t pathLimit, std::size_t prefixLimit);
+
+// Size in bytes, or 0 when the file cannot be examined.
+off_t FileSize(const char* path);
+
+}  // namespace util

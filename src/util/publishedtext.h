@@ -1,0 +1,44 @@
+// A short text that one thread replaces while others read it, without a lock and never torn.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <string_view>
+
+#include "util/text.h"
+
+namespace util {
+
+// What it is for: a text of at most N - 1 characters, published by a sequence count: the writer
+// makes it odd while it writes, a reader that meets an odd or a changed count reads again.
+// Threads: one writer at a time, any number of readers. Owns: the text.
+template <std::size_t N>
+class PublishedText {
+ public:
+  // Replaces the text, cut silently to N - 1 characters.
+  void Publish(std::string_view text) {
+    char next[N] = {};
+    CopyText(next, text);
+    const unsigned count = m_count.load(std::memory_order_relaxed);
+    m_count.store(count + 1, std::memory_order_relaxed);
+    for (std::size_t i = 0; i < N; ++i) m_text[i].store(next[i], std::memory_order_release);
+    m_count.store(count + 2, std::memory_order_release);
+  }
+
+  // Copies the text into `text`, terminated: always one that was published, never a mixture.
+  void Read(char (&text)[N]) const {
+    for (;;) {
+      const unsigned before = m_count.load(std::memory_order_acquire);
+      for (std::size_t i = 0; i < N; ++i) text[i] = m_text[i].load(std::memory_order_acquire);
+      if (before % 2 == 0 && before == m_count.load(std::memory_order_relaxed)) return;
+    }
+  }
+
+ private:
+  std::atomic<unsigned> m_count{0};
+  // Each character is released after the odd count and acquired before the second look at it.
+  std::array<std::atomic<char>, N> m_text{};
+};
+
+}  // namespace util

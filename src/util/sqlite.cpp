@@ -1,0 +1,45 @@
+#include "util/sqlite.h"
+
+#include <sqlite3.h>
+
+namespace util {
+
+void StatementFinalizer::operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+
+void DatabaseCloser::operator()(sqlite3* database) const { sqlite3_close(database); }
+
+bool Statement::NextRow() { return sqlite3_step(m_statement.get()) == SQLITE_ROW; }
+
+std::int32_t Statement::Integer(int column) const {
+  return sqlite3_column_int(m_statement.get(), column);
+}
+
+std::string_view Statement::Text(int column) const {
+  const unsigned char* text = sqlite3_column_text(m_statement.get(), column);
+  if (text == nullptr) return {};
+  return reinterpret_cast<const char*>(text);
+}
+
+Database::Database(const char* path) {
+  sqlite3* database = nullptr;
+  m_opened = sqlite3_open(path, &database) == SQLITE_OK;
+  m_database.reset(database);
+}
+
+void Database::WaitForLocks(int milliseconds) {
+  sqlite3_busy_timeout(m_database.get(), milliseconds);
+}
+
+bool Database::Execute(const char* sql) {
+  return sqlite3_exec(m_database.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+Statement Database::Prepare(const char* sql) {
+  sqlite3_stmt* statement = nullptr;
+  sqlite3_prepare_v2(m_database.get(), sql, -1, &statement, nullptr);
+  return Statement(statement);
+}
+
+const char* Database::ErrorText() const { return sqlite3_errmsg(m_database.get()); }
+
+}  // namespace util

@@ -1,0 +1,68 @@
+// Owners of SQLite connections and statements. sqlite3.h is included by sqlite.cpp alone.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace util {
+
+struct StatementFinalizer {
+  void operator()(sqlite3_stmt* statement) const;
+};
+
+// What it is for: one prepared query, read row by row.
+// Threads: the one that prepared it. Owns: the statement, finalised with the object.
+class Statement {
+ public:
+  explicit Statement(sqlite3_stmt* statement) : m_statement(statement) {}
+
+  // False when the query could not be prepared.
+  explicit operator bool() const { return m_statement != nullptr; }
+  // Moves to the next row; false at the end and on an error.
+  bool NextRow();
+  // Columns of the current row, counted from 0. A NULL reads as 0 and as the empty text; the text
+  // lives until the next call of NextRow.
+  std::int32_t Integer(int column) const;
+  std::string_view Text(int column) const;
+
+ private:
+  std::unique_ptr<sqlite3_stmt, StatementFinalizer> m_statement;
+};
+
+struct DatabaseCloser {
+  void operator()(sqlite3* database) const;
+};
+
+// What it is for: one open database, used and closed within one operation.
+// Threads: the one that opened it. Owns: the connection, closed with the object, also after a
+// failed open.
+class Database {
+ public:
+  // Opens the file, creating it when it is missing.
+  explicit Database(const char* path);
+
+  // False when the open failed; ErrorText then says why.
+  explicit operator bool() const { return m_opened; }
+  sqlite3* Get() const { return m_database.get(); }
+
+  // Lets statements wait up to `milliseconds` for another process's lock instead of failing at once.
+  void WaitForLocks(int milliseconds);
+  // Runs a statement without rows; false on an error.
+  bool Execute(const char* sql);
+  bool Execute(const std::string& sql) { return Execute(sql.c_str()); }
+  Statement Prepare(const char* sql);
+  Statement Prepare(const std::string& sql) { return Prepare(sql.c_str()); }
+  // SQLite's own words for the latest failure.
+  const char* ErrorText() const;
+
+ private:
+  std::unique_ptr<sqlite3, DatabaseCloser> m_database;
+  bool m_opened = false;
+};
+
+}  // namespace util

@@ -1,0 +1,23 @@
+// Time as text: the one place where broken-down times become the forms that files and logs use.
+#pragma once
+
+#include <ctime>
+#include <optional>
+#include <string>
+
+namespace util {
+
+// Local broken-down time of a Unix time; nothing when it cannot be converted.
+std::optional<std::tm> LocalTime(std::time_t when);
+
+// 14 digits, "YYYYMMDDhhmmss": the stamp in data-file names and in the ledger's ageing cut-off.
+std::string Stamp(const std::tm& time);
+
+// "YYYY-MM-DD hh:mm:ss": the time mark inside data files.
+std::string TimeMark(const std::tm& time);
+
+// "YYYY-MM-DD" and "hh:mm:ss": the two time fields of a log record.
+std::string DateText(const std::tm& time);
+std::string ClockText(const std::tm& time);
+
+}  // namespace util

@@ -1,0 +1,67 @@
+// Reading small XML configuration files through libxml2, safely: nothing but the named file itself
+// is ever read, and neither its size nor its entities can exhaust the gateway.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct _xmlDoc;
+struct _xmlNode;
+
+namespace util {
+
+inline constexpr std::size_t kXmlFileLimitBytes = 2 * 1024 * 1024;  // larger files are not read
+
+struct XmlAttribute {
+  std::string name;
+  std::string value;
+};
+
+// What it is for: a look at one element of a document. Cheap to copy; lives as long as the document.
+class XmlElement {
+ public:
+  explicit XmlElement(_xmlNode* node) : m_node(node) {}
+
+  std::string_view Name() const;
+  bool Is(std::string_view name) const { return Name() == name; }
+  // The child elements, in document order.
+  std::vector<XmlElement> Children() const;
+  // The attribute of that name, or nothing when the element has none.
+  std::optional<std::string> Attribute(const char* name) const;
+  // All attributes, in document order.
+  std::vector<XmlAttribute> Attributes() const;
+
+ private:
+  _xmlNode* m_node;
+};
+
+struct XmlDocumentFreer {
+  void operator()(_xmlDoc* document) const;
+};
+
+// What it is for: one parsed configuration file.
+// Threads: the one that holds it. Owns: the parsed tree.
+class XmlDocument {
+ public:
+  XmlDocument() = default;
+
+  // Parses a regular file of at most kXmlFileLimitBytes. Without a document when the file cannot
+  // be read, is larger, or is not well-formed; libxml2's own message goes to standard error.
+  static XmlDocument Read(const char* path);
+
+  explicit operator bool() const { return m_document != nullptr; }
+  // Nothing when there is no root element. A document must be held.
+  std::optional<XmlElement> Root() const;
+  // Frees the document; false when none was held.
+  bool Free();
+
+ private:
+  std::unique_ptr<_xmlDoc, XmlDocumentFreer> m_document;
+};
+
+}  // namespace util
