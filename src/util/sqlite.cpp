@@ -20,6 +20,18 @@ std::string_view Statement::Text(int column) const {
   return reinterpret_cast<const char*>(text);
 }
 
+bool Execute(sqlite3* database, const char* sql) {
+  return sqlite3_exec(database, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+Statement Prepare(sqlite3* database, const char* sql) {
+  sqlite3_stmt* statement = nullptr;
+  sqlite3_prepare_v2(database, sql, -1, &statement, nullptr);
+  return Statement(statement);
+}
+
+const char* ErrorText(sqlite3* database) { return sqlite3_errmsg(database); }
+
 Database::Database(const char* path) {
   sqlite3* database = nullptr;
   m_opened = sqlite3_open(path, &database) == SQLITE_OK;
@@ -29,17 +41,5 @@ Database::Database(const char* path) {
 void Database::WaitForLocks(int milliseconds) {
   sqlite3_busy_timeout(m_database.get(), milliseconds);
 }
-
-bool Database::Execute(const char* sql) {
-  return sqlite3_exec(m_database.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK;
-}
-
-Statement Database::Prepare(const char* sql) {
-  sqlite3_stmt* statement = nullptr;
-  sqlite3_prepare_v2(m_database.get(), sql, -1, &statement, nullptr);
-  return Statement(statement);
-}
-
-const char* Database::ErrorText() const { return sqlite3_errmsg(m_database.get()); }
 
 }  // namespace util

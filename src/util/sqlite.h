@@ -34,6 +34,12 @@ class Statement {
   std::unique_ptr<sqlite3_stmt, StatementFinalizer> m_statement;
 };
 
+// On a connection that somebody else owns: runs a statement without rows (false on an error),
+// prepares a query, gives SQLite's own words for the latest failure.
+bool Execute(sqlite3* database, const char* sql);
+Statement Prepare(sqlite3* database, const char* sql);
+const char* ErrorText(sqlite3* database);
+
 struct DatabaseCloser {
   void operator()(sqlite3* database) const;
 };
@@ -52,13 +58,9 @@ class Database {
 
   // Lets statements wait up to `milliseconds` for another process's lock instead of failing at once.
   void WaitForLocks(int milliseconds);
-  // Runs a statement without rows; false on an error.
-  bool Execute(const char* sql);
-  bool Execute(const std::string& sql) { return Execute(sql.c_str()); }
-  Statement Prepare(const char* sql);
-  Statement Prepare(const std::string& sql) { return Prepare(sql.c_str()); }
-  // SQLite's own words for the latest failure.
-  const char* ErrorText() const;
+  bool Execute(const std::string& sql) { return util::Execute(Get(), sql.c_str()); }
+  Statement Prepare(const std::string& sql) { return util::Prepare(Get(), sql.c_str()); }
+  const char* ErrorText() const { return util::ErrorText(Get()); }
 
  private:
   std::unique_ptr<sqlite3, DatabaseCloser> m_database;

@@ -1,0 +1,29 @@
+// The log API: what every part of the service reports through. A call formats its message and
+// queues it; a thread of each store writes the queue to disk every 5 seconds.
+#pragma once
+
+// The levels, by the numbers that callers pass. Not in order of severity.
+enum LogLevel : int {
+  SEND = 0,
+  RECV = 1,
+  DEBUG = 2,  // echoed to standard error while debugging, never stored
+  INFO = 3,
+  WARN = 4,
+  ERROR = 5,
+  FATAL = 6,
+};
+
+// The level as the stores write it; "UNKNOWN" for any number that is no level.
+const char* LogLevelToString(int level);
+
+// Sets the debug switch (0 off; otherwise every message is echoed to standard error) and creates
+// both stores. Called once, first thing in the process. Returns 1.
+unsigned int log_init(int debug);
+
+// Reports to the text log: at most 2,046 characters of the message are kept. Any thread; may wait
+// while a batch is being written. Returns 1, always.
+__attribute__((format(printf, 2, 3))) unsigned int log_Text(int level, const char* format, ...);
+
+// Reports to the log database: at most 254 characters of the message are kept; a message with a
+// double quote in it is lost when the database is written. Otherwise as log_Text.
+__attribute__((format(printf, 2, 3))) unsigned int log_DB(int level, const char* format, ...);

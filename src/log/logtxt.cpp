@@ -1,0 +1,139 @@
+#include "log/logtxt.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "util/directory.h"
+#include "util/file.h"
+#include "util/paths.h"
+#include "util/text.h"
+#include "util/thread.h"
+#include "util/timetext.h"
+
+namespace {
+
+constexpr unsigned kCycleSeconds = 5;
+constexpr std::size_t kMessageLimitBytes = 2047;  // one less than the field: 2,046 characters
+constexpr std::size_t kRecordBytes = 2048;
+constexpr std::size_t kFileNameBytes = 64;
+constexpr std::size_t kDirectoryPathLimit = 126;
+constexpr std::size_t kDirectoryPrefixLimit = 63;
+constexpr mode_t kOwnerReadOnly = 0400;  // deliberate: only a privileged process can reopen the file
+
+std::string TodaysFile() {
+  const auto now = util::LocalTime(std::time(nullptr)).value_or(std::tm{});
+  char path[kFileNameBytes];
+  util::PrintText(path, sizeof(path), "%s/%02d%02d_log.txt", paths::kLogDirectory, now.tm_mon + 1,
+                  now.tm_mday);
+  return path;
+}
+
+void WriteRecord(int file, const ST_TXT_LOG_NODE& node) {
+  char record[kRecordBytes];
+  util::PrintText(record, sizeof(record), "%s %s logType:%s\n %s\n", node.date, node.time,
+                  node.logType, node.message);
+  // A failing write loses the record; there is nowhere left to report it.
+  [[maybe_unused]] const ssize_t written = write(file, record, std::strlen(record));
+}
+
+struct DayFiles {
+  int count = -1;              // -1: the directory cannot be opened
+  std::uint32_t smallest = 0;  // number of the oldest file, month x 100 + day
+};
+
+DayFiles ScanDayFiles() {
+  const util::Directory directory(opendir(paths::kLogDirectory));
+  if (!directory) return {};
+  DayFiles files{.count = 0};
+  while (const dirent* entry = readdir(directory.get())) {
+    const auto number = static_cast<std::uint32_t>(util::Decimal(entry->d_name));
+    if (number == 0) continue;
+    if (files.count == 0 || number < files.smallest) files.smallest = number;
+    ++files.count;
+  }
+  return files;
+}
+
+}  // namespace
+
+CLogTxt::CLogTxt() {
+  int errorCode = 0;
+  util::StartThread(&m_recordThread, util::DetachState::kDetached, RecordThread, this, &errorCode);
+}
+
+CLogTxt::~CLogTxt() {
+  // The record thread may be in the middle of a batch, and comes back to the queue until the
+  // process is gone: it must find the queue whole, and empty.
+  const std::lock_guard lock(m_queueMutex);
+  m_queue.clear();
+}
+
+int CLogTxt::Init() {
+  CreateDirectory(paths::kLogDirectory);
+  return 0;
+}
+
+void CLogTxt::InsertLog(const char* logType, const char* message) {
+  ST_TXT_LOG_NODE node{};
+  const auto now = util::LocalTime(std::time(nullptr)).value_or(std::tm{});
+  util::CopyText(node.date, util::DateText(now));
+  util::CopyText(node.time, util::ClockText(now));
+  util::CopyText(node.logType, logType);
+  util::CopyText(node.message, kMessageLimitBytes, message);
+
+  const std::lock_guard lock(m_queueMutex);
+  m_queue.push_back(node);
+}
+
+int CLogTxt::WriteLog(std::list<ST_TXT_LOG_NODE>* queue) {
+  std::unique_lock queueLock(m_queueMutex);  // held while writing: callers of log_Text wait
+  if (queue->empty()) return -1;
+
+  CreateDirectory(paths::kLogDirectory);
+  const std::string path = TodaysFile();
+  const std::lock_guard fileLock(m_fileMutex);
+  util::Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, kOwnerReadOnly));
+  if (!file) {
+    std::printf("Open %s failed\n", path.c_str());
+    return -1;
+  }
+  for (; !queue->empty(); queue->pop_front()) WriteRecord(file.Get(), queue->front());
+  queueLock.unlock();
+  file.Close();
+  CheckSizeAndClear();
+  return 0;
+}
+
+void* CLogTxt::RecordThread(void* self) {
+  auto* store = static_cast<CLogTxt*>(self);
+  for (;;) {
+    store->WriteLog(&store->m_queue);
+    sleep(kCycleSeconds);
+  }
+}
+
+void CLogTxt::CheckSizeAndClear() {
+  char oldest[kFileNameBytes];
+  if (GetFirstLogTxt(oldest, sizeof(oldest)) > m_maxFiles) unlink(oldest);
+}
+
+int CLogTxt::GetFirstLogTxt(char* path, unsigned char size) {
+  const DayFiles files = ScanDayFiles();
+  if (files.count > 0) {
+    util::PrintText(path, size, "%s/%04d_log.txt", paths::kLogDirectory,
+                    static_cast<int>(files.smallest));
+  }
+  return files.count;
+}
+
+int CLogTxt::CreateDirectory(const char* path) {
+  return util::MakeDirectories(path, kDirectoryPathLimit, kDirectoryPrefixLimit);
+}

@@ -1,0 +1,20 @@
+// The base of the two log stores: one object of a class for the whole process.
+#pragma once
+
+// What it is for: gives T a single instance, built on first use and destroyed at process exit.
+// Threads: any; the construction happens once, whoever comes first.
+template <typename T>
+class Singleton {
+ public:
+  virtual ~Singleton() = default;
+  Singleton(const Singleton&) = delete;
+  Singleton& operator=(const Singleton&) = delete;
+
+  static T& Instance() {
+    static T instance;
+    return instance;
+  }
+
+ protected:
+  Singleton() = default;
+};
