@@ -39,7 +39,7 @@ Database::Database(const char* path) {
 }
 
 void Database::WaitForLocks(int milliseconds) {
-  sqlite3_busy_timeout(m_database.get(), milliseconds);
+  if (m_opened) sqlite3_busy_timeout(Get(), milliseconds);
 }
 
 }  // namespace util
