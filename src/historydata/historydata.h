@@ -1,0 +1,77 @@
+// The upload ledger: which data files were packed, which of them the cloud has accepted, and when
+// they are old enough to go. It owns /media/mmcblk0p1/Cloud: the ledger DB/CloudDB.db and the data
+// files below JsonFiles (realdata/<day>, alarmdata/<day>, calldata).
+//
+// Tables: tJsonFileNames (FileName, FileType, Result) for real data and alarms, recallJsonFile
+// (Createtime, FileName) for recalls. Every data-file name ends in a 14-digit local-time stamp and
+// ".tar.gz"; the ledger finds, sorts and ages by that stamp as text.
+#pragma once
+
+#include <pthread.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "util/mutex.h"
+
+inline constexpr std::int32_t kAlarmDataFile = 1;  // ledger file type; also the schema's default
+inline constexpr std::int32_t kRealDataFile = 2;
+
+// One ledger row.
+struct History_Data_Para {
+  std::int32_t filetype;  // kRealDataFile, kAlarmDataFile, or whatever was recorded
+  std::int32_t result;    // 0: not yet accepted by the cloud, 1: accepted
+  char filename[128];     // path below JsonFiles, e.g. "realdata/7/S20240307120000.tar.gz"
+};
+static_assert(sizeof(History_Data_Para) == 136);
+static_assert(offsetof(History_Data_Para, filename) == 8);
+
+// What it is for: the ledger's rows, the data files' ageing, the tree and its repair.
+// Threads: any. The mutex is held for the whole of each visit to the database, from open to close.
+// Owns: the mutex, and the thread that removes a damaged tree. No database handle is kept open.
+//
+// Operations return 0, or -1 on failure. SQLite's failures are not logged.
+class CHistoryData {
+ public:
+  CHistoryData() = default;
+  CHistoryData(const CHistoryData&) = delete;
+  CHistoryData& operator=(const CHistoryData&) = delete;
+
+  // 0 when the table exists, and for a null name; -1 when it does not, or the ledger cannot be read.
+  std::int32_t IsTableExists(const char* table);
+  // Create the pending table and the recall table where they are missing. Errors are ignored.
+  void CreateTable();
+  void CreateRecallTable();
+  // Creates every missing directory along `path`, mode 0755. -1 for null.
+  std::int32_t Mkdirs(const char* path);
+
+  // Records new files in one transaction, then drops rows and files with stamps of 31 days ago or
+  // older, accepted or not. A name that is already recorded keeps its row.
+  //
+  // A ledger file without the pending table condemns the whole tree: it is moved to Cloud.lost and
+  // removed by a thread, an empty one is made, and -1 is returned without recording the rows.
+  std::int32_t SaveHistoryData(const std::vector<History_Data_Para>* rows);
+  // Appends the pending rows, newest stamp first, 20 at most. -1 also when there is no ledger file.
+  std::int32_t GetHistoryData(std::vector<History_Data_Para>* rows);
+  // Marks a pending row accepted. 0 also when there is no such row.
+  std::int32_t UpdateHistoryData(const char* filename);
+  // Records a recall file under the name as given, then drops rows of three days ago or older, and
+  // the files of that name below calldata. The recall worker records full paths, which name no file
+  // there: its archives stay on the card, deliberately.
+  std::int32_t SaveRecallData(const char* filename);
+
+ private:
+  // Moves the damaged tree aside, starts its removal, makes an empty one.
+  void ReplaceDamagedTree();
+
+  util::Mutex m_databaseMutex;    // guards every visit to the ledger's database
+  pthread_t m_removalThread = 0;  // joinable, never joined; guarded by m_databaseMutex
+};
+
+// Removes a file or a whole directory tree. The first file that cannot be unlinked ends it, with
+// the rest left in place. Returns 0, always. Any thread; no lock.
+int RemoveDir(const char* path);
+
+// The one object of the process.
+CHistoryData& GetCHistoryDataInstance();
