@@ -1,0 +1,41 @@
+// The data files: what the gateway has collected, as compact JSON, compressed on the SD card.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "packfile/records.h"
+
+// What it is for: builds, writes and compresses data files.
+// Threads: each builder on its own worker; no data, no lock. The pauses block only the caller.
+// Owns: nothing between calls.
+class CPackFile {
+ public:
+  CPackFile() = default;
+  CPackFile(const CPackFile&) = delete;
+  CPackFile& operator=(const CPackFile&) = delete;
+
+  // Packs the value of every configured point, but for channel 193, into one real-data file in
+  // `dir`, stamped `when`. Appends the archive's full path to `files` and returns 0. When a
+  // configured point has no value: an INFO line, no file, `files` unchanged, and 0 all the same.
+  // -1 when the stamp cannot be formed, and after three failed compressions, with the text file
+  // left in place. A text file that cannot be opened ends the process.
+  //
+  // Takes at least 0.1 s a device, 0.5 s a channel and 1 s a compression, deliberately spread out.
+  std::int32_t CreateRealDataJsonFile(Real_Data_Struct* values, const char* dir,
+                                      std::vector<std::string>* files, std::time_t when);
+
+  // Runs a shell command and stores the first line of its output, at most n - 1 characters and
+  // terminated, in `buf`, which must hold n + 1 bytes. 0; -1 when the command cannot be started.
+  int executeCMD(const char* command, char* buf, int n);
+  // Size in bytes, or 0 when the file cannot be examined.
+  unsigned int get_file_size(const char* path);
+  // The value of a point, or -1.0 when there is none.
+  double GetPointValue(unsigned int dataId, std::map<unsigned int, double>* values);
+};
+
+// The one object of the process.
+CPackFile& GetCPackFileInstance();

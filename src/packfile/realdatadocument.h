@@ -1,0 +1,25 @@
+// The JSON document of a real-data file, compact, keys in this order:
+//   {"sn":…,"data":[{"groupId":channel,"eqpId":device,"timeMark":"YYYY-MM-DD hh:mm:ss",
+//     "values":[{"pointId":"%04X of the DataId's low 16 bits","value":"three decimals"},…]},…]}
+// Channels, devices and points stand in rising order.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "config/channelrecords.h"
+#include "packfile/records.h"
+#include "util/json.h"
+
+struct RealDataHeader {
+  const char* serial;    // the gateway's serial number
+  const char* timeMark;  // the same in every device
+};
+
+// Writes the document of every point of the catalogue into `text`, pausing 100 ms after every device
+// and 500 ms after every channel. Returns the first DataId that `values` lacks, which leaves `text`
+// incomplete, or nothing when all is written.
+std::optional<std::uint32_t> WriteRealDataDocument(const RealDataHeader& header,
+                                                   const MAP_GROUP_ATTR& catalogue,
+                                                   const Real_Data_Struct& values,
+                                                   rapidjson::StringBuffer& text);
