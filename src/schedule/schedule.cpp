@@ -1,0 +1,102 @@
+#include "schedule/schedule.h"
+
+#include <sys/statfs.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "historydata/historydata.h"
+#include "log/log.h"
+#include "schedule/workers.h"
+#include "util/directory.h"
+#include "util/paths.h"
+#include "util/text.h"
+#include "util/thread.h"
+
+namespace {
+
+constexpr int kDaysOfMonth = 31;
+constexpr std::uint64_t kLeastFreeBytes = 512000;
+
+// One directory for each day of the month: a file goes where its stamp's day points.
+void MakeDayDirectory(const char* root, int day) {
+  char path[util::kPathBytes];
+  util::PrintText(path, sizeof(path), "%s/%d", root, day);
+  GetCHistoryDataInstance().Mkdirs(path);
+}
+
+void MakeTree() {
+  CHistoryData& ledger = GetCHistoryDataInstance();
+  ledger.Mkdirs(paths::kDataFiles);
+  ledger.Mkdirs(paths::kCallData);
+  for (int day = 1; day <= kDaysOfMonth; ++day) {
+    MakeDayDirectory(paths::kRealData, day);
+    MakeDayDirectory(paths::kAlarmData, day);
+  }
+  ledger.Mkdirs(paths::kLedgerDirectory);
+}
+
+}  // namespace
+
+CSchedule::~CSchedule() { DelAllThread(); }
+
+int CSchedule::Init(Interval_Info* intervals) {
+  if (intervals == nullptr) return -1;
+  m_intervals = intervals;
+  MakeTree();
+  CreateAllThread();  // a worker that could not be started has been logged; the others run
+  return 0;
+}
+
+int CSchedule::CreateOneThread(pthread_t* thread, std::int32_t* interval,
+                               void* (*worker)(void*)) {
+  if (*interval < 1) return 0;
+  int errorCode = 0;
+  const auto started = util::StartThread(thread, util::DetachState::kJoinable, worker, interval,
+                                         &errorCode);
+  if (started == util::StartResult::kNoDetachState) {
+    log_DB(FATAL, "Failed to set joinable state for File creating thread, error: %s\n",
+           std::strerror(errorCode));
+    return -1;
+  }
+  if (*thread != 0) return 0;
+  log_DB(FATAL, "Failed to create new thread, error: %s\n", std::strerror(errorCode));
+  return -1;
+}
+
+int CSchedule::CreateAllThread() {
+  if (m_intervals == nullptr) return -1;
+  if (CreateOneThread(&m_realDataThread, &m_intervals->realDataInv, HandleRealData) != 0) return -1;
+  return CreateOneThread(&m_uploadThread, &m_intervals->checkFailInv, HandleFail);
+}
+
+int CSchedule::DelOneThread(pthread_t* thread) {
+  if (*thread == 0) return 0;
+  const int result = pthread_join(*thread, nullptr);
+  *thread = 0;
+  return result;
+}
+
+void CSchedule::DelAllThread() {
+  DelOneThread(&m_realDataThread);
+  DelOneThread(&m_alarmThread);
+  DelOneThread(&m_heartThread);
+  DelOneThread(&m_uploadThread);
+  DelOneThread(&m_recallThread);
+}
+
+CSchedule& GetCScheduleInstance() {
+  static CSchedule instance;
+  return instance;
+}
+
+int IsExistSDCard() {
+  if (access(paths::kCardDevice, F_OK) != 0) return 0;
+  struct statfs card {};
+  if (statfs(paths::kCardMount, &card) != 0) return 1;
+  const std::uint64_t freeBytes = static_cast<std::uint64_t>(card.f_bsize) * card.f_bfree;
+  if (freeBytes >= kLeastFreeBytes) return 1;
+  // Deliberately the threshold, not what was measured.
+  log_DB(FATAL, "There is only %dB free space in sdcard\n", static_cast<int>(kLeastFreeBytes));
+  return 0;
+}
