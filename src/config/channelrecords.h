@@ -44,7 +44,8 @@ static_assert(offsetof(ST_POINTID_ATTR, EUUnits) == 137);
 #pragma pack(pop)
 
 // Point identifier, the gateway-wide name of a sample point (shared with the acquisition side):
-//   bits 31-24 channel | 23-16 device address | 15-12 node bits 11-8 | 11-8 type | 7-0 node bits 7-0
+//   bits 31-24 channel | 23-16 device address | 15-12 node bits 11-8 | 11-8 type | 7-0 node bits
+//   7-0
 // Node numbers above 4095 alias lower ones.
 constexpr std::uint32_t ComposeDataId(std::uint8_t channel, std::uint8_t device, std::uint8_t type,
                                       std::uint16_t node) {
@@ -59,7 +60,7 @@ constexpr std::uint16_t ComposeDeviceNumber(std::uint8_t channel, std::uint8_t d
   return static_cast<std::uint16_t>((channel << 8) | device);
 }
 
-using MAP_POINT_ATTR = std::map<std::uint32_t, ST_POINTID_ATTR>;  // DataId -> point
+using MAP_POINT_ATTR = std::map<std::uint32_t, ST_POINTID_ATTR>;    // DataId -> point
 using MAP_DEV_POINT_ATTR = std::map<std::uint8_t, MAP_POINT_ATTR>;  // device address -> its points
 using MAP_GROUP_ATTR = std::map<std::uint8_t, MAP_DEV_POINT_ATTR>;  // channel number -> its devices
-using MAP_DEV_ATTR = std::map<std::uint16_t, ST_DEV_ATTR>;  // device number -> device
+using MAP_DEV_ATTR = std::map<std::uint16_t, ST_DEV_ATTR>;          // device number -> device

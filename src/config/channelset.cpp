@@ -15,7 +15,9 @@ namespace {
 constexpr unsigned kPacePauseMicroseconds = 100000;
 constexpr std::size_t kTextLimitBytes = 127;  // one less than the field: 126 characters
 
-std::uint8_t LowByte(std::int32_t value) { return static_cast<std::uint8_t>(value); }
+std::uint8_t LowByte(std::int32_t value) {
+  return static_cast<std::uint8_t>(value);
+}
 
 template <std::size_t N>
 void CopyAttribute(char (&field)[N], const util::XmlAttribute& attribute) {
@@ -147,9 +149,13 @@ void CChannelSet::LoadPointType(const util::XmlElement& typeElement, const ST_DE
   }
 }
 
-int CChannelSet::Close() { return m_document.Free() ? 0 : -1; }
+int CChannelSet::Close() {
+  return m_document.Free() ? 0 : -1;
+}
 
-int CChannelSet::IsOpen() const { return m_document ? 0 : -1; }
+int CChannelSet::IsOpen() const {
+  return m_document ? 0 : -1;
+}
 
 int CChannelSet::AddDev(ST_DEV_ATTR dev) {
   m_devices[ComposeDeviceNumber(dev.ChannelNo, dev.SlaveId)] = dev;

@@ -77,7 +77,9 @@ int CsnSet::LoadNodeFromXml() {
   return 0;
 }
 
-int CsnSet::Close() { return m_document.Free() ? 0 : -1; }
+int CsnSet::Close() {
+  return m_document.Free() ? 0 : -1;
+}
 
 int CsnSet::ModelToDigit(const char* name) const {
   for (const auto& model : kModels) {

@@ -1,7 +1,8 @@
 // The gateway's identity, from /tessel/Config/system/sn.xml: its model and its serial number.
 //
 // sn.xml: root `snConfig` with an element `model` (attribute `model`) and an element `sn`
-// (attribute `sn`, at most 18 characters kept). Other elements are ignored, repeated ones overwrite.
+// (attribute `sn`, at most 18 characters kept). Other elements are ignored, repeated ones
+// overwrite.
 #pragma once
 
 #include <cstdint>

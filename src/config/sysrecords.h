@@ -17,8 +17,8 @@ struct ST_CLOUDSERVER_CONFIG_ATTR {
   std::int16_t HeartBeatInv;  // heartbeat interval, s; read and shown, the worker always takes 600
   std::int16_t CheckFailInv;  // upload and retry interval, s
   std::int16_t RecallInv;     // demand-recall interval, s; below 1: worker off
-  char filetype[16];          // data-file type tag; only real-data files with it in their path are sent
-  std::uint8_t isCompress;    // kept and shown, otherwise unused
+  char filetype[16];  // data-file type tag; only real-data files with it in their path are sent
+  std::uint8_t isCompress;  // kept and shown, otherwise unused
 };
 static_assert(sizeof(ST_CLOUDSERVER_CONFIG_ATTR) == 158);
 static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, port) == 65);

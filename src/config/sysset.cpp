@@ -147,7 +147,9 @@ void CSysSet::LoadHttps(const util::XmlElement& https) {
   CopyAttribute(m_httpsCertInfo.passwd, https, "password");
 }
 
-int CSysSet::Close() { return m_document.Free() ? 0 : -1; }
+int CSysSet::Close() {
+  return m_document.Free() ? 0 : -1;
+}
 
 const char* CSysSet::GetRealIpAddress() const {
   thread_local char address[64];

@@ -59,7 +59,9 @@ int CSysSet::ShowGateWayInfo(const ST_GATEWAY_INFO* info) const {
   return 0;
 }
 
-int CSysSet::ShowHttpsCertInfo() const { return ShowHttpsCertInfo(&m_httpsCertInfo); }
+int CSysSet::ShowHttpsCertInfo() const {
+  return ShowHttpsCertInfo(&m_httpsCertInfo);
+}
 
 int CSysSet::ShowHttpsCertInfo(const ST_HTTPS_CERT_INFO* info) const {
   if (info == nullptr) return -1;

@@ -35,8 +35,9 @@ class CRealData {
 
   // Adds the value of every point of the segment to `out`; of a point that stands twice the first
   // counts, and an entry already in `out` stays. No lock is taken against the writer: a record that
-  // is being written may be torn. Returns 0; -1, with `out` untouched and nothing logged, when there
-  // is no segment, an empty one, one shorter than its count promises, or no memory for the copy.
+  // is being written may be torn. Returns 0; -1, with `out` untouched and nothing logged, when
+  // there is no segment, an empty one, one shorter than its count promises, or no memory for the
+  // copy.
   int GetRealData(std::map<std::uint32_t, double>* out);
   // Unix time of the last value taken for the device, 0 when none is known. This service records
   // none, so it is always 0.

@@ -143,9 +143,9 @@ std::int32_t CHistoryData::SaveHistoryData(const std::vector<History_Data_Para>*
         util::Format(kInsertPending, kPendingTable, row.filetype, row.filename, row.result));
   }
   database.Execute("COMMIT;");
-  const bool aged = DropAged(database, util::Format(kSelectAged, kPendingTable, cutOff.c_str()),
-                             util::Format(kDeleteAged, kPendingTable, cutOff.c_str()),
-                             paths::kDataFiles);
+  const bool aged =
+      DropAged(database, util::Format(kSelectAged, kPendingTable, cutOff.c_str()),
+               util::Format(kDeleteAged, kPendingTable, cutOff.c_str()), paths::kDataFiles);
   return aged ? 0 : -1;
 }
 
@@ -206,9 +206,9 @@ std::int32_t CHistoryData::SaveRecallData(const char* filename) {
   database.Execute("BEGIN;");
   database.Execute(util::Format(kInsertRecall, kRecallTable, now, filename));
   database.Execute("COMMIT;");
-  const bool aged = DropAged(database, util::Format(kSelectAgedRecalls, kRecallTable, cutOff),
-                             util::Format(kDeleteAgedRecalls, kRecallTable, cutOff),
-                             paths::kCallData);
+  const bool aged =
+      DropAged(database, util::Format(kSelectAgedRecalls, kRecallTable, cutOff),
+               util::Format(kDeleteAgedRecalls, kRecallTable, cutOff), paths::kCallData);
   return aged ? 0 : -1;
 }
 

@@ -38,7 +38,8 @@ class CHistoryData {
   CHistoryData(const CHistoryData&) = delete;
   CHistoryData& operator=(const CHistoryData&) = delete;
 
-  // 0 when the table exists, and for a null name; -1 when it does not, or the ledger cannot be read.
+  // 0 when the table exists, and for a null name; -1 when it does not, or the ledger cannot be
+  // read.
   std::int32_t IsTableExists(const char* table);
   // Create the pending table and the recall table where they are missing. Errors are ignored.
   void CreateTable();

@@ -42,7 +42,7 @@ struct ST_FRAME_FILE_UPLOAD {
   AnswerCallback answerCallback;  // null: libcurl writes the answer to standard output
   ReadCallback readCallback;      // set by no caller
   void* reserved;                 // not read by the transport
-  std::int32_t successFlag;       // set to 1 by the answer callback, or when a file is not worth sending
+  std::int32_t successFlag;  // set to 1 by the answer callback, or when a file is not worth sending
 };
 static_assert(offsetof(ST_FRAME_FILE_UPLOAD, filePath) == 160);
 static_assert(offsetof(ST_FRAME_FILE_UPLOAD, answerCallback) == 288);

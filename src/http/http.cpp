@@ -159,9 +159,13 @@ std::optional<std::size_t> SizeToSend(const char* path) {
 
 }  // namespace
 
-CHttp::CHttp() { curl_global_init(CURL_GLOBAL_ALL); }
+CHttp::CHttp() {
+  curl_global_init(CURL_GLOBAL_ALL);
+}
 
-CHttp::~CHttp() { curl_global_cleanup(); }
+CHttp::~CHttp() {
+  curl_global_cleanup();
+}
 
 std::uint32_t CHttp::POST_MemoryData(ST_FRAME_MEMORY_UPLOAD* frame) {
   return PostMemory(*frame, &frame->successFlag);
@@ -194,7 +198,8 @@ std::int32_t CHttp::ReadJsonDataFile(const char* path, char* buf, int max) {
     return -1;
   }
   const int wanted = std::max(std::min(get_file_size(path), max), 0);
-  return static_cast<std::int32_t>(std::fread(buf, 1, static_cast<std::size_t>(wanted), file.get()));
+  return static_cast<std::int32_t>(
+      std::fread(buf, 1, static_cast<std::size_t>(wanted), file.get()));
 }
 
 std::int32_t CHttp::get_file_size(const char* path) {

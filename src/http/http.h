@@ -20,20 +20,20 @@ class CHttp {
   CHttp& operator=(const CHttp&) = delete;
 
   // Posts the frame's body; whole transfer within 30 s. 0 when the server answered with HTTP status
-  // 200 or 201, whatever the answer callback made of it; -1, with a WARN line, otherwise. The answer
-  // callback receives the address of the frame's success flag.
+  // 200 or 201, whatever the answer callback made of it; -1, with a WARN line, otherwise. The
+  // answer callback receives the address of the frame's success flag.
   std::uint32_t POST_MemoryData(ST_FRAME_MEMORY_UPLOAD* frame);
   // The same, but the answer callback receives the frame's callback data.
   std::uint32_t POST_MemoryData_WithExtraArgs(ST_FRAME_MEMORY_UPLOAD* frame);
 
-  // Sends a file of 1 to 40,959 bytes as the form field "licence"; whole transfer within 90 s. A file
-  // that is missing, empty or larger is judged sent: success flag 1, result 0, a WARN line. 0 for
-  // status 200 or 201, -1 otherwise and for a file that cannot be opened for reading and writing or
-  // be read. Callers go by the success flag, not by this result.
+  // Sends a file of 1 to 40,959 bytes as the form field "licence"; whole transfer within 90 s. A
+  // file that is missing, empty or larger is judged sent: success flag 1, result 0, a WARN line. 0
+  // for status 200 or 201, -1 otherwise and for a file that cannot be opened for reading and
+  // writing or be read. Callers go by the success flag, not by this result.
   std::uint32_t UploadFile(ST_FRAME_FILE_UPLOAD* frame);
 
-  // Reads up to `max` bytes of a file into `buf`, without a terminator. Returns their number; -1 for
-  // a null path or, with a WARN line, a file that cannot be opened for reading and writing.
+  // Reads up to `max` bytes of a file into `buf`, without a terminator. Returns their number; -1
+  // for a null path or, with a WARN line, a file that cannot be opened for reading and writing.
   std::int32_t ReadJsonDataFile(const char* path, char* buf, int max);
   // Size in bytes, or 0 when the file cannot be examined.
   std::int32_t get_file_size(const char* path);

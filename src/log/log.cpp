@@ -18,7 +18,9 @@ std::atomic<int>& DebugSwitch() {
   return debug;
 }
 
-bool IsDropped(int level) { return level == DEBUG && DebugSwitch() == 0; }
+bool IsDropped(int level) {
+  return level == DEBUG && DebugSwitch() == 0;
+}
 
 // Echoes the message while debugging; says whether it is to be stored.
 bool EchoAndDecide(int level, const char* message) {

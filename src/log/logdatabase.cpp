@@ -72,7 +72,9 @@ int CLogDatabase::Init() {
   return 0;
 }
 
-void CLogDatabase::LogMaxItemSet(int max) { m_maxRows = max; }
+void CLogDatabase::LogMaxItemSet(int max) {
+  m_maxRows = max;
+}
 
 void CLogDatabase::InsertLog(const char* logType, const char* message) {
   ST_LOG_NODE node{};

@@ -1,6 +1,7 @@
 // The log database: /tmp/CloudLog/Cloudlog.db, one table `log_tbl`, its oldest rows pruned.
 //
-// Columns: Pid (row number, the smallest is the oldest), RecordDate, RecordTime, log_Type, log_Desc.
+// Columns: Pid (row number, the smallest is the oldest), RecordDate, RecordTime, log_Type,
+// log_Desc.
 #pragma once
 
 #include <pthread.h>
@@ -44,7 +45,8 @@ class CLogDatabase : public Singleton<CLogDatabase> {
   // Creates the log directory and, at `path`, the database with its table, unless the log database
   // is there. Returns 0 on success or when it is there, -1 on failure.
   int LogTableCreate(const char* path);
-  // Number of rows of `table`; -1 when it cannot be counted, with SQLite's words on standard output.
+  // Number of rows of `table`; -1 when it cannot be counted, with SQLite's words on standard
+  // output.
   int GetTableSize(sqlite3* db, const char* table);
   // Deletes the oldest rows so that `incoming` more stay within `max`; a failure is told on
   // standard output.

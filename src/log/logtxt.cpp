@@ -26,7 +26,8 @@ constexpr std::size_t kRecordBytes = 2048;
 constexpr std::size_t kFileNameBytes = 64;
 constexpr std::size_t kDirectoryPathLimit = 126;
 constexpr std::size_t kDirectoryPrefixLimit = 63;
-constexpr mode_t kOwnerReadOnly = 0400;  // deliberate: only a privileged process can reopen the file
+constexpr mode_t kOwnerReadOnly =
+    0400;  // deliberate: only a privileged process can reopen the file
 
 std::string TodaysFile() {
   const auto now = util::LocalTime(std::time(nullptr)).value_or(std::tm{});
@@ -100,7 +101,8 @@ int CLogTxt::WriteLog(std::list<ST_TXT_LOG_NODE>* queue) {
   CreateDirectory(paths::kLogDirectory);
   const std::string path = TodaysFile();
   const std::lock_guard fileLock(m_fileMutex);
-  util::Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, kOwnerReadOnly));
+  util::Descriptor file(
+      open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, kOwnerReadOnly));
   if (!file) {
     std::printf("Open %s failed\n", path.c_str());
     return -1;

@@ -33,9 +33,9 @@ class CLogTxt : public Singleton<CLogTxt> {
   int Init();
   // Queues a record with the time of the call; the message is cut at 2,046 characters.
   void InsertLog(const char* logType, const char* message);
-  // Drains `queue` into today's file and applies the retention. Returns 0 when it wrote; -1 when the
-  // queue was empty or the file could not be opened, which is told on standard output and leaves the
-  // records queued for the next cycle.
+  // Drains `queue` into today's file and applies the retention. Returns 0 when it wrote; -1 when
+  // the queue was empty or the file could not be opened, which is told on standard output and
+  // leaves the records queued for the next cycle.
   int WriteLog(std::list<ST_TXT_LOG_NODE>* queue);
   // The entry of the record thread, given the store: writes, sleeps 5 s, for ever.
   static void* RecordThread(void* self);

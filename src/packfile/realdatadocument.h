@@ -16,9 +16,9 @@ struct RealDataHeader {
   const char* timeMark;  // the same in every device
 };
 
-// Writes the document of every point of the catalogue into `text`, pausing 100 ms after every device
-// and 500 ms after every channel. Returns the first DataId that `values` lacks, which leaves `text`
-// incomplete, or nothing when all is written.
+// Writes the document of every point of the catalogue into `text`, pausing 100 ms after every
+// device and 500 ms after every channel. Returns the first DataId that `values` lacks, which leaves
+// `text` incomplete, or nothing when all is written.
 std::optional<std::uint32_t> WriteRealDataDocument(const RealDataHeader& header,
                                                    const MAP_GROUP_ATTR& catalogue,
                                                    const Real_Data_Struct& values,

@@ -38,7 +38,9 @@ void MakeTree() {
 
 }  // namespace
 
-CSchedule::~CSchedule() { DelAllThread(); }
+CSchedule::~CSchedule() {
+  DelAllThread();
+}
 
 int CSchedule::Init(Interval_Info* intervals) {
   if (intervals == nullptr) return -1;
@@ -48,12 +50,11 @@ int CSchedule::Init(Interval_Info* intervals) {
   return 0;
 }
 
-int CSchedule::CreateOneThread(pthread_t* thread, std::int32_t* interval,
-                               void* (*worker)(void*)) {
+int CSchedule::CreateOneThread(pthread_t* thread, std::int32_t* interval, void* (*worker)(void*)) {
   if (*interval < 1) return 0;
   int errorCode = 0;
-  const auto started = util::StartThread(thread, util::DetachState::kJoinable, worker, interval,
-                                         &errorCode);
+  const auto started =
+      util::StartThread(thread, util::DetachState::kJoinable, worker, interval, &errorCode);
   if (started == util::StartResult::kNoDetachState) {
     log_DB(FATAL, "Failed to set joinable state for File creating thread, error: %s\n",
            std::strerror(errorCode));

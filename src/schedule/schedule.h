@@ -17,8 +17,8 @@ class CSchedule {
   CSchedule(const CSchedule&) = delete;
   CSchedule& operator=(const CSchedule&) = delete;
 
-  // Keeps the intervals, which must live as long as the process, makes the directory tree on the card
-  // and starts the workers. -1 for null; otherwise 0, also when a worker could not be started.
+  // Keeps the intervals, which must live as long as the process, makes the directory tree on the
+  // card and starts the workers. -1 for null; otherwise 0, also when a worker could not be started.
   int Init(Interval_Info* intervals);
 
   // Starts a joinable thread with a 2 MiB stack that runs `worker(interval)`. 0 when it runs, or is

@@ -18,4 +18,6 @@ int ParseGuarded(const std::string& answer, const std::function<int()>& parse) {
   }
 }
 
-void SetSuccessFlag(void* flag, std::int32_t value) { std::memcpy(flag, &value, sizeof(value)); }
+void SetSuccessFlag(void* flag, std::int32_t value) {
+  std::memcpy(flag, &value, sizeof(value));
+}

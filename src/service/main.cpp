@@ -1,5 +1,5 @@
-// The process entry. Returns only when the card or the configuration is missing, for a supervisor to
-// start it again; otherwise it runs until the gateway stops it.
+// The process entry. Returns only when the card or the configuration is missing, for a supervisor
+// to start it again; otherwise it runs until the gateway stops it.
 #include <sys/stat.h>
 #include <unistd.h>
 

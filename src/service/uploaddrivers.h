@@ -13,17 +13,18 @@
 int CreateRealDataFile(Real_Data_Struct* values, const char* dir, std::vector<std::string>* files,
                        std::time_t when);
 
-// Send one packed file, given by its full path, to the address in use. 0 when the cloud accepted it,
-// or it is not worth sending; -1 otherwise: the ledger row is to stay pending. The cloud's answer
-// alone decides, not the transfer's own result. Real data only: a path without the configured file
-// type in it is not sent and counts as accepted.
+// Send one packed file, given by its full path, to the address in use. 0 when the cloud accepted
+// it, or it is not worth sending; -1 otherwise: the ledger row is to stay pending. The cloud's
+// answer alone decides, not the transfer's own result. Real data only: a path without the
+// configured file type in it is not sent and counts as accepted.
 int UploadRealDataFile(const char* path);
 int UploadAlarmDataFile(const char* path);
 
-// Copies the part of `path` after its last "/" into `out`, which must be large enough. Returns `out`.
+// Copies the part of `path` after its last "/" into `out`, which must be large enough. Returns
+// `out`.
 char* getlastname(const char* path, char* out);
 
 // The answer callback of file uploads, in libcurl's write-callback shape: sets the success flag at
-// `successFlag` to 1 and returns 0 for a complete JSON answer whose "status" is 0; otherwise sets it
-// to 0, or leaves it, and returns -1.
+// `successFlag` to 1 and returns 0 for a complete JSON answer whose "status" is 0; otherwise sets
+// it to 0, or leaves it, and returns -1.
 std::size_t OnUploadFileAnswer(char* text, std::size_t size, std::size_t count, void* successFlag);

@@ -4,11 +4,17 @@
 
 namespace util {
 
-void StatementFinalizer::operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+void StatementFinalizer::operator()(sqlite3_stmt* statement) const {
+  sqlite3_finalize(statement);
+}
 
-void DatabaseCloser::operator()(sqlite3* database) const { sqlite3_close(database); }
+void DatabaseCloser::operator()(sqlite3* database) const {
+  sqlite3_close(database);
+}
 
-bool Statement::NextRow() { return sqlite3_step(m_statement.get()) == SQLITE_ROW; }
+bool Statement::NextRow() {
+  return sqlite3_step(m_statement.get()) == SQLITE_ROW;
+}
 
 std::int32_t Statement::Integer(int column) const {
   return sqlite3_column_int(m_statement.get(), column);
@@ -30,7 +36,9 @@ Statement Prepare(sqlite3* database, const char* sql) {
   return Statement(statement);
 }
 
-const char* ErrorText(sqlite3* database) { return sqlite3_errmsg(database); }
+const char* ErrorText(sqlite3* database) {
+  return sqlite3_errmsg(database);
+}
 
 Database::Database(const char* path) {
   sqlite3* database = nullptr;

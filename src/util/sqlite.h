@@ -56,7 +56,8 @@ class Database {
   explicit operator bool() const { return m_opened; }
   sqlite3* Get() const { return m_database.get(); }
 
-  // Lets statements wait up to `milliseconds` for another process's lock instead of failing at once.
+  // Lets statements wait up to `milliseconds` for another process's lock instead of failing at
+  // once.
   void WaitForLocks(int milliseconds);
   bool Execute(const std::string& sql) { return util::Execute(Get(), sql.c_str()); }
   Statement Prepare(const std::string& sql) { return util::Prepare(Get(), sql.c_str()); }

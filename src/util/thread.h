@@ -12,8 +12,8 @@ inline constexpr std::size_t kThreadStackBytes = 0x200000;  // 2 MiB, every thre
 enum class DetachState { kJoinable, kDetached };
 
 enum class StartResult {
-  kDone,            // the creation call was made; `id` tells whether it succeeded
-  kNoDetachState,   // the detach state could not be set; nothing was created
+  kDone,           // the creation call was made; `id` tells whether it succeeded
+  kNoDetachState,  // the detach state could not be set; nothing was created
 };
 
 // Creates a thread with a 2 MiB stack that runs `entry(argument)`. `id` receives the thread, or 0

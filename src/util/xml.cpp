@@ -18,11 +18,17 @@ struct XmlTextFreer {
 };
 using XmlText = std::unique_ptr<xmlChar, XmlTextFreer>;
 
-const char* AsChars(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
+const char* AsChars(const xmlChar* text) {
+  return reinterpret_cast<const char*>(text);
+}
 
-const xmlChar* AsXml(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
+const xmlChar* AsXml(const char* text) {
+  return reinterpret_cast<const xmlChar*>(text);
+}
 
-std::string OwnText(const XmlText& text) { return text ? AsChars(text.get()) : ""; }
+std::string OwnText(const XmlText& text) {
+  return text ? AsChars(text.get()) : "";
+}
 
 // The content of a regular file within the limit; nothing for anything else. The non-blocking open
 // keeps a named pipe from stopping the start-up.
@@ -46,8 +52,7 @@ std::optional<std::string> ReadBounded(const char* path) {
 
 // libxml2's loader for everything that a parse wants to read. It gives out the document itself,
 // as plain bytes from the disk, and no external entity, address or compressed stream.
-xmlParserInputPtr LoadDocumentOnly(const char* path, const char* /*id*/,
-                                   xmlParserCtxtPtr context) {
+xmlParserInputPtr LoadDocumentOnly(const char* path, const char* /*id*/, xmlParserCtxtPtr context) {
   if (path == nullptr || context->inputNr > 0) return nullptr;
   const auto content = ReadBounded(path);
   if (!content) return nullptr;
@@ -59,7 +64,9 @@ xmlParserInputPtr LoadDocumentOnly(const char* path, const char* /*id*/,
 
 }  // namespace
 
-std::string_view XmlElement::Name() const { return AsChars(m_node->name); }
+std::string_view XmlElement::Name() const {
+  return AsChars(m_node->name);
+}
 
 std::vector<XmlElement> XmlElement::Children() const {
   std::vector<XmlElement> children;
@@ -85,7 +92,9 @@ std::vector<XmlAttribute> XmlElement::Attributes() const {
   return attributes;
 }
 
-void XmlDocumentFreer::operator()(_xmlDoc* document) const { xmlFreeDoc(document); }
+void XmlDocumentFreer::operator()(_xmlDoc* document) const {
+  xmlFreeDoc(document);
+}
 
 XmlDocument XmlDocument::Read(const char* path) {
   xmlSetExternalEntityLoader(LoadDocumentOnly);

@@ -22,7 +22,8 @@ struct XmlAttribute {
   std::string value;
 };
 
-// What it is for: a look at one element of a document. Cheap to copy; lives as long as the document.
+// What it is for: a look at one element of a document. Cheap to copy; lives as long as the
+// document.
 class XmlElement {
  public:
   explicit XmlElement(_xmlNode* node) : m_node(node) {}

@@ -1,0 +1,100 @@
+#include "support/faults.h"
+
+#include <curl/curl.h>
+#include <pthread.h>
+#include <sys/shm.h>
+#include <sys/statfs.h>
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <ctime>
+
+extern "C" {
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size);
+CURL* __real_curl_easy_init();
+CURL* __wrap_curl_easy_init();
+std::tm* __real_localtime_r(const std::time_t* when, std::tm* out);
+std::tm* __wrap_localtime_r(const std::time_t* when, std::tm* out);
+std::FILE* __real_popen(const char* command, const char* mode);
+std::FILE* __wrap_popen(const char* command, const char* mode);
+int __real_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state);
+int __wrap_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state);
+void* __real_shmat(int id, const void* address, int flags);
+void* __wrap_shmat(int id, const void* address, int flags);
+int __real_statfs(const char* path, struct statfs* out);
+int __wrap_statfs(const char* path, struct statfs* out);
+int __real_unlink(const char* path);
+int __wrap_unlink(const char* path);
+}
+
+namespace test {
+namespace {
+
+struct Fault {
+  int skipped = 0;
+  int count = 0;
+};
+
+constexpr std::size_t kCalls = 8;
+thread_local std::array<Fault, kCalls> t_faults;
+
+bool Fails(Call call) {
+  Fault& fault = t_faults[static_cast<std::size_t>(call)];
+  if (fault.count == 0) return false;
+  if (fault.skipped > 0) {
+    --fault.skipped;
+    return false;
+  }
+  --fault.count;
+  return true;
+}
+
+}  // namespace
+
+void FailCalls(Call call, int count, int skipped) {
+  t_faults[static_cast<std::size_t>(call)] = {skipped, count};
+}
+
+}  // namespace test
+
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+  return test::Fails(test::Call::kCalloc) ? nullptr : __real_calloc(count, size);
+}
+
+CURL* __wrap_curl_easy_init() {
+  return test::Fails(test::Call::kCurlEasyInit) ? nullptr : __real_curl_easy_init();
+}
+
+std::tm* __wrap_localtime_r(const std::time_t* when, std::tm* out) {
+  return test::Fails(test::Call::kLocaltime) ? nullptr : __real_localtime_r(when, out);
+}
+
+std::FILE* __wrap_popen(const char* command, const char* mode) {
+  return test::Fails(test::Call::kPopen) ? nullptr : __real_popen(command, mode);
+}
+
+int __wrap_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state) {
+  if (test::Fails(test::Call::kSetDetachState)) return EINVAL;
+  return __real_pthread_attr_setdetachstate(attributes, state);
+}
+
+void* __wrap_shmat(int id, const void* address, int flags) {
+  if (!test::Fails(test::Call::kShmat)) return __real_shmat(id, address, flags);
+  errno = ENOMEM;
+  return reinterpret_cast<void*>(-1);
+}
+
+int __wrap_statfs(const char* path, struct statfs* out) {
+  if (!test::Fails(test::Call::kStatfs)) return __real_statfs(path, out);
+  errno = EIO;
+  return -1;
+}
+
+int __wrap_unlink(const char* path) {
+  if (!test::Fails(test::Call::kUnlink)) return __real_unlink(path);
+  errno = EPERM;
+  return -1;
+}

@@ -1,0 +1,20 @@
+// Calls of the code under test that fail on demand, on the thread that asked for it.
+#pragma once
+
+namespace test {
+
+enum class Call {
+  kCalloc,
+  kCurlEasyInit,
+  kLocaltime,
+  kPopen,
+  kSetDetachState,  // fails with EINVAL
+  kShmat,
+  kStatfs,
+  kUnlink,  // fails with EPERM
+};
+
+// Lets the next `skipped` such calls through and makes `count` after them fail.
+void FailCalls(Call call, int count = 1, int skipped = 0);
+
+}  // namespace test

@@ -1,0 +1,28 @@
+// What the code under test has reported.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace test {
+
+struct LogRecord {
+  std::string level;    // "INFO", "WARN", …
+  std::string message;  // as the store keeps it
+
+  bool operator==(const LogRecord&) const = default;
+};
+
+// Lets both stores write what is queued, and reads it: all records of the current day file, and of
+// the log database.
+std::vector<LogRecord> TextLog();
+std::vector<LogRecord> DatabaseLog();
+// Only the messages of one level.
+std::vector<std::string> TextLog(const std::string& level);
+std::vector<std::string> DatabaseLog(const std::string& level);
+// Lets both stores write what is queued and removes the log directory.
+void DiscardLogs();
+// Lets both stores write what is queued. False when their threads do not come back.
+bool FlushLogs();
+
+}  // namespace test
