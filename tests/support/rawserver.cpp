@@ -1,0 +1,145 @@
+#include "support/rawserver.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+namespace test {
+namespace {
+
+constexpr char kHeadEnd[] = "\r\n\r\n";
+constexpr std::chrono::milliseconds kBetweenPieces{50};
+
+sockaddr_in Loopback() {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  return address;
+}
+
+std::size_t ContentLength(const std::string& head) {
+  constexpr char kName[] = "\r\nContent-Length: ";
+  const auto at = head.find(kName);
+  if (at == std::string::npos) return 0;
+  return std::strtoul(head.c_str() + at + sizeof(kName) - 1, nullptr, 10);
+}
+
+// Nothing when the client hung up before its request was complete.
+std::optional<RawRequest> ReadRequest(int connection) {
+  std::string received;
+  char part[16384];
+  for (;;) {
+    const auto headEnd = received.find(kHeadEnd);
+    if (headEnd != std::string::npos) {
+      RawRequest request{received.substr(0, headEnd), received.substr(headEnd + 4)};
+      if (request.body.size() >= ContentLength(request.head)) return request;
+    }
+    const ssize_t count = recv(connection, part, sizeof(part), 0);
+    if (count <= 0) return std::nullopt;
+    received.append(part, static_cast<std::size_t>(count));
+  }
+}
+
+void SendAll(int connection, const std::string& bytes) {
+  std::size_t sent = 0;
+  while (sent < bytes.size()) {
+    const ssize_t count = send(connection, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    if (count <= 0) return;
+    sent += static_cast<std::size_t>(count);
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> RawRequest::Headers() const {
+  std::vector<std::string> lines;
+  auto from = head.find("\r\n");
+  while (from != std::string::npos) {
+    const auto to = head.find("\r\n", from + 2);
+    lines.push_back(head.substr(from + 2, to == std::string::npos ? to : to - from - 2));
+    from = to;
+  }
+  return lines;
+}
+
+std::string HttpAnswer(int status, const std::string& body) {
+  return "HTTP/1.1 " + std::to_string(status) + " Status\r\nContent-Type: application/json\r\n" +
+         "Content-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
+}
+
+RawServer::RawServer() : m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  sockaddr_in address = Loopback();
+  socklen_t length = sizeof(address);
+  auto* generic = reinterpret_cast<sockaddr*>(&address);
+  if (bind(m_listener, generic, length) != 0 || listen(m_listener, 8) != 0 ||
+      getsockname(m_listener, generic, &length) != 0) {
+    throw std::runtime_error("no loopback port to be had");
+  }
+  m_port = ntohs(address.sin_port);
+  m_thread = std::thread([this] { Serve(); });
+}
+
+RawServer::~RawServer() {
+  shutdown(m_listener, SHUT_RDWR);  // wakes the thread out of accept
+  m_thread.join();
+  close(m_listener);
+}
+
+std::string RawServer::Url(const std::string& path) const {
+  return "http://127.0.0.1:" + std::to_string(m_port) + path;
+}
+
+RawServer& RawServer::Answer(Pieces pieces) {
+  const std::lock_guard lock(m_mutex);
+  m_answers.push_back(std::move(pieces));
+  return *this;
+}
+
+std::vector<RawRequest> RawServer::Requests() const {
+  const std::lock_guard lock(m_mutex);
+  return m_requests;
+}
+
+void RawServer::Serve() {
+  for (;;) {
+    const int connection = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+    if (connection < 0) return;
+    Exchange(connection);
+    close(connection);
+  }
+}
+
+void RawServer::Exchange(int connection) {
+  const int noDelay = 1;
+  setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &noDelay, sizeof(noDelay));
+  const auto request = ReadRequest(connection);
+  if (!request) return;
+  {
+    const std::lock_guard lock(m_mutex);
+    m_requests.push_back(*request);
+  }
+  const Pieces pieces = NextAnswer();
+  for (std::size_t i = 0; i < pieces.size(); ++i) {
+    if (i > 0) std::this_thread::sleep_for(kBetweenPieces);
+    SendAll(connection, pieces[i]);
+  }
+}
+
+RawServer::Pieces RawServer::NextAnswer() {
+  const std::lock_guard lock(m_mutex);
+  if (m_answers.empty()) return {HttpAnswer(500, "")};
+  Pieces pieces = std::move(m_answers.front());
+  m_answers.pop_front();
+  return pieces;
+}
+
+}  // namespace test
