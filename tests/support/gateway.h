@@ -4,18 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <string_view>
-#include <vector>
+#include "support/files.h"
 
 namespace test {
-
-// Whole files, directories made as needed. Reading a missing file gives the empty text.
-void WriteFile(const std::string& path, std::string_view content);
-std::string ReadFile(const std::string& path);
-bool Exists(const std::string& path);
-// Names in a directory, sorted, without "." and "..".
-std::vector<std::string> List(const std::string& directory);
 
 // What it is for: every test that touches the gateway's places. It refuses to run outside the
 // sandbox; before each test the places are empty, the card is in, the clock stands at

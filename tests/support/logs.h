@@ -4,17 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "support/logfiles.h"
+
 namespace test {
 
-struct LogRecord {
-  std::string level;    // "INFO", "WARN", …
-  std::string message;  // as the store keeps it
-
-  bool operator==(const LogRecord&) const = default;
-};
-
-// Lets both stores write what is queued, and reads it: all records of the current day file, and of
-// the log database.
+// Lets both stores write what is queued, and reads it.
 std::vector<LogRecord> TextLog();
 std::vector<LogRecord> DatabaseLog();
 // Only the messages of one level.

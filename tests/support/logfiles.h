@@ -1,0 +1,22 @@
+// What stands in the log files.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace test {
+
+struct LogRecord {
+  std::string level;    // "INFO", "WARN", …
+  std::string message;  // as the store keeps it
+
+  bool operator==(const LogRecord&) const = default;
+};
+
+// All records of the day files, in the order of their names, and of the log database.
+std::vector<LogRecord> ReadTextLog();
+std::vector<LogRecord> ReadDatabaseLog();
+// Only the messages of one level.
+std::vector<std::string> OfLevel(const std::vector<LogRecord>& records, const std::string& level);
+
+}  // namespace test
