@@ -1,0 +1,127 @@
+#include "system/support/serviceprocess.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <new>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "support/gateway.h"
+
+namespace test {
+namespace {
+
+constexpr char kClockFile[] = "/tmp/service-clock";
+constexpr char kOutputFile[] = "/tmp/service-output";
+constexpr std::int64_t kMicrosecondsPerSecond = 1000000;
+constexpr std::chrono::seconds kPatience{60};  // a deadline for a broken service, never waited for
+constexpr std::chrono::milliseconds kLook{1};
+
+// The last microsecond of a second: what falls into that second still happens.
+std::int64_t EndOf(std::time_t moment) {
+  return (moment + 1) * kMicrosecondsPerSecond - 1;
+}
+
+ClockFace* MakeFace(std::time_t start) {
+  WriteFile(kClockFile, std::string(sizeof(ClockFace), '\0'));
+  const int file = open(kClockFile, O_RDWR | O_CLOEXEC);
+  void* memory = mmap(nullptr, sizeof(ClockFace), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+  close(file);
+  if (memory == MAP_FAILED) throw std::runtime_error("cannot map the clock");
+  auto* face = new (memory) ClockFace{};
+  face->nowMicroseconds = start * kMicrosecondsPerSecond;
+  face->limitMicroseconds = EndOf(start);
+  face->threads = 1;
+  return face;
+}
+
+// The test's environment with the clock preloaded.
+std::vector<std::string> ServiceEnvironment() {
+  std::vector<std::string> variables;
+  for (char** variable = environ; *variable != nullptr; ++variable)
+    variables.emplace_back(*variable);
+  variables.emplace_back(std::string("LD_PRELOAD=") + BRENNIK_VIRTUAL_CLOCK);
+  variables.emplace_back(std::string(kClockFileVariable) + "=" + kClockFile);
+  // The address sanitizer wants to be the first library; the clock before it is harmless.
+  variables.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0");
+  return variables;
+}
+
+pid_t StartService() {
+  std::vector<std::string> variables = ServiceEnvironment();
+  std::vector<char*> environment;
+  for (auto& variable : variables) environment.push_back(variable.data());
+  environment.push_back(nullptr);
+  std::string name = "brennik";
+  char* arguments[] = {name.data(), nullptr};
+
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, kOutputFile,
+                                   O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
+  posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+  pid_t pid = -1;
+  const int error =
+      posix_spawn(&pid, BRENNIK_SERVICE, &actions, nullptr, arguments, environment.data());
+  posix_spawn_file_actions_destroy(&actions);
+  if (error != 0) throw std::system_error(error, std::generic_category(), "cannot start brennik");
+  return pid;
+}
+
+}  // namespace
+
+ServiceProcess::ServiceProcess(std::time_t start)
+    : m_face(MakeFace(start)), m_limit(start), m_pid(StartService()) {
+  AwaitRest();
+}
+
+ServiceProcess::~ServiceProcess() {
+  if (!ExitStatus()) {
+    kill(m_pid, SIGKILL);
+    waitpid(m_pid, nullptr, 0);
+  }
+  munmap(m_face, sizeof(ClockFace));
+}
+
+bool ServiceProcess::RunUntil(std::time_t moment) {
+  m_limit = moment;
+  m_face->limitMicroseconds = EndOf(moment);
+  return AwaitRest();
+}
+
+bool ServiceProcess::AwaitRest() {
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (std::chrono::steady_clock::now() < deadline) {
+    if (m_face->restedAt == m_face->limitMicroseconds || ExitStatus()) return true;
+    std::this_thread::sleep_for(kLook);
+  }
+  ADD_FAILURE() << "the service does not come to rest; it has printed:\n" << Output();
+  return false;
+}
+
+std::time_t ServiceProcess::Now() const {
+  return static_cast<std::time_t>(m_face->nowMicroseconds.load() / kMicrosecondsPerSecond);
+}
+
+std::optional<int> ServiceProcess::ExitStatus() {
+  int status = 0;
+  if (!m_exitStatus && waitpid(m_pid, &status, WNOHANG) == m_pid) {
+    m_exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+  return m_exitStatus;
+}
+
+std::string ServiceProcess::Output() const {
+  return ReadFile(kOutputFile);
+}
+
+}  // namespace test

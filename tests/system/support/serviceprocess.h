@@ -1,0 +1,49 @@
+// The real service as a child process, on a virtual clock that the test moves.
+#pragma once
+
+#include <sys/types.h>
+
+#include <ctime>
+#include <optional>
+#include <string>
+
+#include "system/clock/virtualclock.h"
+
+namespace test {
+
+// What it is for: starts the service, lets its time run to chosen moments, watches it end. Between
+// two moves of the time the service rests: every thread of it sleeps.
+// Threads: the test's. Owns: the process, killed with the object; the clock's file.
+class ServiceProcess {
+ public:
+  // Starts the service at `start`, Unix time, and waits until it rests or has ended.
+  explicit ServiceProcess(std::time_t start);
+  ~ServiceProcess();
+  ServiceProcess(const ServiceProcess&) = delete;
+  ServiceProcess& operator=(const ServiceProcess&) = delete;
+
+  // Lets the time run up to `moment`, which is still lived through, and waits until the service
+  // rests or has ended. False, with a test failure, when it does neither within a minute.
+  bool RunUntil(std::time_t moment);
+  bool RunFor(std::time_t seconds) { return RunUntil(m_limit + seconds); }
+
+  // The service's own time; after its end, the time at which it ended.
+  std::time_t Now() const;
+  // Threads alive, the main thread included.
+  unsigned Threads() const { return m_face->threads.load(); }
+  pid_t Pid() const { return m_pid; }
+  // Exit status once the process has ended by itself; 128 + signal after a signal.
+  std::optional<int> ExitStatus();
+  // What it has printed, both streams.
+  std::string Output() const;
+
+ private:
+  bool AwaitRest();
+
+  ClockFace* m_face = nullptr;
+  std::time_t m_limit;
+  pid_t m_pid = -1;
+  std::optional<int> m_exitStatus;
+};
+
+}  // namespace test
