@@ -1,0 +1,7 @@
+// Counts the heap allocations of the code under measure.
+#pragma once
+
+#include <cstddef>
+
+// Allocations and reallocations since the process started.
+std::size_t Allocations();
