@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 #include <pthread.h>
+#include <sqlite3.h>
 #include <sys/shm.h>
 #include <sys/statfs.h>
 
@@ -24,6 +25,16 @@ int __real_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state);
 int __wrap_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state);
 void* __real_shmat(int id, const void* address, int flags);
 void* __wrap_shmat(int id, const void* address, int flags);
+int __real_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
+                        void* argument, char** error);
+int __wrap_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
+                        void* argument, char** error);
+int __real_sqlite3_open(const char* path, sqlite3** out);
+int __wrap_sqlite3_open(const char* path, sqlite3** out);
+int __real_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,
+                              const char** tail);
+int __wrap_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,
+                              const char** tail);
 int __real_statfs(const char* path, struct statfs* out);
 int __wrap_statfs(const char* path, struct statfs* out);
 int __real_unlink(const char* path);
@@ -38,7 +49,8 @@ struct Fault {
   int count = 0;
 };
 
-constexpr std::size_t kCalls = 8;
+constexpr std::size_t kCalls = 11;
+constexpr char kNoSuchDirectory[] = "/nonexistent/database";
 thread_local std::array<Fault, kCalls> t_faults;
 
 bool Fails(Call call) {
@@ -85,6 +97,26 @@ void* __wrap_shmat(int id, const void* address, int flags) {
   if (!test::Fails(test::Call::kShmat)) return __real_shmat(id, address, flags);
   errno = ENOMEM;
   return reinterpret_cast<void*>(-1);
+}
+
+int __wrap_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
+                        void* argument, char** error) {
+  if (test::Fails(test::Call::kSqliteExec)) return SQLITE_ERROR;
+  return __real_sqlite3_exec(database, sql, callback, argument, error);
+}
+
+int __wrap_sqlite3_open(const char* path, sqlite3** out) {
+  const bool fails = test::Fails(test::Call::kSqliteOpen);
+  return __real_sqlite3_open(fails ? test::kNoSuchDirectory : path, out);
+}
+
+int __wrap_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,
+                              const char** tail) {
+  if (!test::Fails(test::Call::kSqlitePrepare)) {
+    return __real_sqlite3_prepare_v2(database, sql, bytes, out, tail);
+  }
+  *out = nullptr;
+  return SQLITE_ERROR;
 }
 
 int __wrap_statfs(const char* path, struct statfs* out) {

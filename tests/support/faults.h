@@ -10,6 +10,9 @@ enum class Call {
   kPopen,
   kSetDetachState,  // fails with EINVAL
   kShmat,
+  kSqliteExec,     // fails with SQLITE_ERROR
+  kSqliteOpen,     // fails with SQLITE_CANTOPEN, with a handle that must be closed
+  kSqlitePrepare,  // fails with SQLITE_ERROR
   kStatfs,
   kUnlink,  // fails with EPERM
 };

@@ -35,6 +35,7 @@ struct ThreadsState {
   std::list<ParkedThread> parked;
   bool failNext = false;
   ThreadMaking latest{};
+  std::vector<ThreadEntry> made;
 };
 
 ThreadsState& State() {
@@ -111,6 +112,16 @@ ThreadMaking LatestThread() {
   return State().latest;
 }
 
+std::vector<ThreadEntry> ThreadsMade() {
+  const std::lock_guard lock(State().mutex);
+  return State().made;
+}
+
+void ForgetThreads() {
+  const std::lock_guard lock(State().mutex);
+  State().made.clear();
+}
+
 void ParkThisThread() {
   std::unique_lock lock(State().mutex);
   const auto self = State().parked.insert(State().parked.end(), ParkedThread{t_entry});
@@ -129,10 +140,16 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
   {
     const std::lock_guard lock(test::State().mutex);
     test::Remember(attributes);
+    test::State().made.push_back(entry);
     if (std::exchange(test::State().failNext, false)) return EAGAIN;
   }
   auto start = std::make_unique<test::Start>(test::Start{entry, argument});
   const int result = __real_pthread_create(thread, attributes, test::Run, start.get());
-  if (result == 0) static_cast<void>(start.release());  // the thread's own now
-  return result;
+  if (result != 0) return result;
+  static_cast<void>(start.release());  // the thread's own now
+  if (attributes != nullptr) {
+    const std::lock_guard lock(test::State().mutex);
+    test::State().latest.id = *thread;
+  }
+  return 0;
 }

@@ -2,6 +2,10 @@
 // the test resumes it for as long as it takes to come to its next pause, or ends it there.
 #pragma once
 
+#include <pthread.h>
+
+#include <vector>
+
 namespace test {
 
 using ThreadEntry = void* (*)(void*);
@@ -18,12 +22,19 @@ void EndThreads(ThreadEntry entry);
 // Makes the next creation of a thread fail with EAGAIN.
 void FailNextThread();
 
-// Stack size, in bytes, and detach state with which the latest thread was created.
+// Stack size, in bytes, and detach state with which the latest thread was created, and that thread:
+// 0 when its creation failed.
 struct ThreadMaking {
   unsigned long stackBytes;
   bool detached;
+  pthread_t id = 0;
 };
 ThreadMaking LatestThread();
+
+// The entries of all threads that were to be created since the last ForgetThreads, in order; one
+// whose creation failed too.
+std::vector<ThreadEntry> ThreadsMade();
+void ForgetThreads();
 
 // Parks the calling thread (clock.cpp).
 void ParkThisThread();
