@@ -1,0 +1,164 @@
+#include "cloud/behaviours.h"
+
+#include <algorithm>
+#include <charconv>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+namespace cloud {
+
+const char kBehaviourHelp[] =
+    "  BEHAVIOURS is a list, consumed one item an exchange; after its end all is normal again:\n"
+    "    ITEM[*COUNT][,ITEM[*COUNT]...]      e.g. refuse*2   ok*2,refuse   http:500:'busy'\n"
+    "  with the items\n"
+    "    ok                  answer normally\n"
+    "    refuse              answer with status 1 (a login: seqStatus 1)\n"
+    "    http:CODE[:'TEXT']  answer with this HTTP status (200 to 599) and body\n"
+    "    nonsense[:'TEXT']   answer HTTP 200 with this text as the body\n"
+    "    stall:SECONDS       wait (up to 600 s, e.g. 0.5), then answer normally\n"
+    "    close               close the connection without an answer\n"
+    "  TEXT stands between single or double quotes; the same quote twice inside means itself.\n";
+
+namespace {
+
+constexpr char kDefaultNonsense[] = "<html>this is not the answer that you expect</html>";
+constexpr int kLowestHttpStatus = 200;  // a client takes 1xx for the prelude of another answer
+constexpr int kHighestHttpStatus = 599;
+constexpr std::size_t kCountLimit = 10000;
+
+// Reads one list from left to right.
+class Reader {
+ public:
+  explicit Reader(std::string_view list) : m_list(list), m_rest(list) {}
+
+  std::vector<Behaviour> ReadAll() {
+    std::vector<Behaviour> behaviours;
+    do {
+      const Behaviour behaviour = ReadItem();
+      const std::size_t count = Take('*') ? ReadCount() : 1;
+      behaviours.insert(behaviours.end(), count, behaviour);
+      if (behaviours.size() > kCountLimit) Throw("asks for more than 10000 exchanges");
+    } while (Take(','));
+    if (!m_rest.empty()) Throw("goes on with '" + std::string(m_rest) + "' where ',' belongs");
+    return behaviours;
+  }
+
+ private:
+  [[noreturn]] void Throw(const std::string& what) const {
+    throw std::invalid_argument("behaviour '" + std::string(m_list) + "' " + what);
+  }
+
+  bool Take(char c) {
+    if (!m_rest.starts_with(c)) return false;
+    m_rest.remove_prefix(1);
+    return true;
+  }
+
+  std::string_view TakeWord() {
+    const std::string_view word = m_rest.substr(0, m_rest.find_first_of(":*,"));
+    m_rest.remove_prefix(word.size());
+    return word;
+  }
+
+  template <typename T>
+  std::optional<T> Number(std::string_view word) const {
+    T number{};
+    const char* const end = word.data() + word.size();
+    const auto [stop, error] = std::from_chars(word.data(), end, number);
+    if (word.empty() || error != std::errc() || stop != end) return std::nullopt;
+    return number;
+  }
+
+  std::size_t ReadCount() {
+    const std::optional<std::size_t> count = Number<std::size_t>(TakeWord());
+    if (!count || *count < 1 || *count > kCountLimit)
+      Throw("has no count from 1 to 10000 after '*'");
+    return *count;
+  }
+
+  std::string ReadText() {
+    const char quote = m_rest.empty() ? '\0' : m_rest.front();
+    if (quote != '\'' && quote != '"') Throw("has a text without quotes");
+    m_rest.remove_prefix(1);
+    std::string text;
+    for (;;) {
+      const std::size_t end = m_rest.find(quote);
+      if (end == std::string_view::npos) Throw("has a text without a closing quote");
+      text += m_rest.substr(0, end);
+      m_rest.remove_prefix(end + 1);
+      if (!Take(quote)) return text;
+      text += quote;
+    }
+  }
+
+  Behaviour ReadStatus() {
+    const std::optional<int> code = Take(':') ? Number<int>(TakeWord()) : std::nullopt;
+    if (!code || *code < kLowestHttpStatus || *code > kHighestHttpStatus) {
+      Throw("has no HTTP status from 200 to 599 after 'http:'");
+    }
+    return Behaviour::Status(*code, Take(':') ? ReadText() : std::string());
+  }
+
+  Behaviour ReadStall() {
+    const std::optional<double> seconds = Take(':') ? Number<double>(TakeWord()) : std::nullopt;
+    const auto limit = static_cast<double>(kStallLimit.count());
+    // Written so that it also refuses "nan".
+    if (!seconds || !(*seconds >= 0 && *seconds <= limit)) {
+      Throw("has no seconds from 0 to 600 after 'stall:'");
+    }
+    return Behaviour::Stall(std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::duration<double>(*seconds)));
+  }
+
+  Behaviour ReadItem() {
+    const std::string word(TakeWord());
+    if (word == "ok") return Behaviour::Normal();
+    if (word == "refuse") return Behaviour::Refuse();
+    if (word == "close") return Behaviour::Close();
+    if (word == "http") return ReadStatus();
+    if (word == "stall") return ReadStall();
+    if (word == "nonsense") return Behaviour::Nonsense(Take(':') ? ReadText() : kDefaultNonsense);
+    Throw("has the unknown item '" + word + "'");
+  }
+
+  std::string_view m_list;
+  std::string_view m_rest;
+};
+
+}  // namespace
+
+Behaviour Behaviour::Status(int httpStatus, std::string body) {
+  return {.action = Action::kStatus, .httpStatus = httpStatus, .text = std::move(body)};
+}
+
+Behaviour Behaviour::Nonsense(std::string text) {
+  return {.action = Action::kNonsense, .text = std::move(text)};
+}
+
+Behaviour Behaviour::Stall(std::chrono::milliseconds stall) {
+  return {.action = Action::kStall,
+          .stall = std::min<std::chrono::milliseconds>(stall, kStallLimit)};
+}
+
+std::vector<Behaviour> ParseBehaviours(std::string_view list) {
+  return Reader(list).ReadAll();
+}
+
+void Script::Append(Endpoint endpoint, const std::vector<Behaviour>& behaviours) {
+  const std::lock_guard lock(m_mutex);
+  std::deque<Behaviour>& queue = m_queues.at(static_cast<std::size_t>(endpoint));
+  queue.insert(queue.end(), behaviours.begin(), behaviours.end());
+}
+
+Behaviour Script::Next(Endpoint endpoint) {
+  const std::lock_guard lock(m_mutex);
+  std::deque<Behaviour>& queue = m_queues.at(static_cast<std::size_t>(endpoint));
+  if (queue.empty()) return Behaviour::Normal();
+  Behaviour next = std::move(queue.front());
+  queue.pop_front();
+  return next;
+}
+
+}  // namespace cloud

@@ -1,0 +1,67 @@
+// Owns what the cloud can be told to do instead of answering normally, and the script of it.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cloud/endpoints.h"
+#include "util/mutex.h"
+
+namespace cloud {
+
+inline constexpr std::chrono::seconds kStallLimit{600};
+
+enum class Action {
+  kNormal,    // as a sound or a faulty request deserves
+  kRefuse,    // the envelope with status 1 (a login's with seqStatus 1)
+  kStatus,    // a given HTTP status with a given body
+  kNonsense,  // HTTP 200 with a given text as the body
+  kStall,     // a pause, then as normal
+  kClose,     // no answer: the connection is closed
+};
+
+// What it is for: the cloud's conduct in one exchange. Made by the functions, which read like the
+// option's words: Behaviour::Stall(5s).
+struct Behaviour {
+  Action action = Action::kNormal;
+  int httpStatus = 0;                  // kStatus: 200 to 599
+  std::string text{};                  // kStatus, kNonsense: the body
+  std::chrono::milliseconds stall{0};  // kStall: at most kStallLimit
+
+  static Behaviour Normal() { return {}; }
+  static Behaviour Refuse() { return {.action = Action::kRefuse}; }
+  static Behaviour Status(int httpStatus, std::string body = {});
+  static Behaviour Nonsense(std::string text);
+  // Longer stalls are cut to kStallLimit.
+  static Behaviour Stall(std::chrono::milliseconds stall);
+  static Behaviour Close() { return {.action = Action::kClose}; }
+
+  bool operator==(const Behaviour&) const = default;
+};
+
+// Reads a list like `ok*2,refuse,http:500:'busy',stall:5,nonsense:'<html>',close`. Throws
+// std::invalid_argument with a line that says what is wrong with it.
+std::vector<Behaviour> ParseBehaviours(std::string_view list);
+
+// The list's grammar, in lines for a help text.
+extern const char kBehaviourHelp[];
+
+// What it is for: what is left to do, endpoint by endpoint.
+// Threads: any. Owns: the queues, guarded by m_mutex.
+class Script {
+ public:
+  void Append(Endpoint endpoint, const std::vector<Behaviour>& behaviours);
+  // Takes the endpoint's next behaviour; normal when none is left.
+  Behaviour Next(Endpoint endpoint);
+
+ private:
+  util::Mutex m_mutex;
+  std::array<std::deque<Behaviour>, kEndpoints> m_queues;  // guarded by m_mutex
+};
+
+}  // namespace cloud

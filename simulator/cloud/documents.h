@@ -1,0 +1,33 @@
+// Owns the checks of every JSON document that a gateway sends: two request bodies and the three
+// data files. The forms are those of the gateway, to the order of the keys:
+//
+//   login          {"sn":"…","applyType":0}
+//   recall check   {"sn":"…"}
+//   real data      {"sn":"…","data":[{"groupId":1,"eqpId":3,"timeMark":"2024-03-01 10:00:00",
+//                  "values":[{"pointId":"1123","value":"12.500"},…]},…]}
+//   alarm data     {"sn":"…","alarmDataType":0,"data":[{"groupId":1,"eqpId":3,"alarmTime":"…",
+//                  "alarmType":"10201","alarmGrade":"0001","flag":1,"alarmDes":"…","alarmValues":
+//                  [{"pointId":"0105","values":[{"timeMark":"…","value":"1.000"}]}]},…]}
+//   recall data    {"sn":"…","id":7,"data":[{"groupId":1,"eqpId":3,"pointId":"1123","flag":1,
+//                  "values":[{"timeMark":"…","value":"12.500"},…]},…]}
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "cloud/endpoints.h"
+
+namespace cloud {
+
+// What it is for: what a sound document says.
+struct DocumentFacts {
+  std::string serialNumber;
+  std::size_t devices = 0;  // different ones
+  std::size_t points = 0;   // point objects; in alarm data one for each alarm
+};
+
+// Checks the document that belongs to `endpoint` (not the address check, which carries none).
+// Throws a Fault that names the place when anything is not as above.
+DocumentFacts CheckDocument(Endpoint endpoint, const std::string& text);
+
+}  // namespace cloud

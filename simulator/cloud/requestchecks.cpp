@@ -1,0 +1,154 @@
+#include "cloud/requestchecks.h"
+
+#include <array>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "cloud/archive.h"
+#include "cloud/documents.h"
+#include "cloud/fault.h"
+#include "cloud/textforms.h"
+
+namespace cloud {
+
+namespace {
+
+struct ExpectedHeader {
+  const char* name;
+  const char* value;
+};
+
+constexpr std::array<ExpectedHeader, 5> kJsonHeaders{{
+    {"Connection", "Keep-Alive"},
+    {"Accept", "application/json,text/javascript, */*; q=0.01"},
+    {"Accept-Encoding", "gzip, deflate,sdch"},
+    {"Accept-Language", "zh-CN,zh;q=0.8"},
+    {"Content-Type",
+     "application/json; charset=UTF-8;boundary=--WebKitFormBoundaryslLU7UmlAp48QHln"},
+}};
+
+constexpr std::array<ExpectedHeader, 5> kUploadHeaders{{
+    {"Connection", "Keep-Alive"},
+    {"Accept", "*/*; q=0.01"},
+    {"Accept-Encoding", "gzip, deflate,sdch"},
+    {"Accept-Language", "zh-CN,zh;q=0.8"},
+    {"Content-Type",
+     "multipart/form-data;charset=UTF-8;boundary=--WebKitFormBoundaryslLU7UmlAp48QHln"},
+}};
+
+constexpr std::string_view kFormOpening = "----WebKitFormBoundaryslLU7UmlAp48QHln\r\n";
+constexpr std::string_view kFormClosing = "\r\n----WebKitFormBoundaryslLU7UmlAp48QHln--\r\n";
+constexpr std::string_view kArchiveEnding = ".tar.gz";
+
+std::string TheOnlyValue(const Request& request, const std::string& name) {
+  const std::vector<std::string> values = request.Values(name);
+  if (values.empty()) throw Fault("header " + name + " is missing");
+  if (values.size() > 1) throw Fault("header " + name + " comes more than once");
+  return values[0];
+}
+
+void CheckHeaders(const Request& request, std::span<const ExpectedHeader> expected) {
+  if (request.version != "HTTP/1.1") throw Fault("the request is not HTTP/1.1");
+  if (TheOnlyValue(request, "Host").empty()) throw Fault("header Host is empty");
+  for (const ExpectedHeader& header : expected) {
+    const std::string value = TheOnlyValue(request, header.name);
+    if (value != header.value) {
+      throw Fault(std::string("header ") + header.name + " is \"" + value + "\", expected \"" +
+                  header.value + "\"");
+    }
+  }
+}
+
+void CheckLength(const Request& request) {
+  const std::string text = TheOnlyValue(request, "Content-Length");
+  const auto length = request.ContentLength();
+  if (!length) throw Fault("header Content-Length is \"" + text + "\"");
+  if (*length != request.body.size()) {
+    throw Fault("only " + std::to_string(request.body.size()) + " of " + text + " bytes arrived");
+  }
+}
+
+void CheckForm(const Request& request) {
+  if (!request.framed || !request.body.starts_with(kFormOpening) ||
+      !request.body.ends_with(kFormClosing)) {
+    throw Fault("the body is not framed by the boundary that Content-Type names");
+  }
+  if (request.parts.size() != 1) throw Fault("the form does not have exactly one field");
+  const FormPart& part = request.parts[0];
+  if (part.name != "licence") throw Fault("the form has no field \"licence\"");
+  if (part.fileName.empty()) throw Fault("field \"licence\" has no file name");
+  if (part.contentType != "application/octet-stream") {
+    throw Fault("field \"licence\" is \"" + part.contentType +
+                "\", expected \"application/octet-stream\"");
+  }
+}
+
+void OpenArchive(const EndpointFacts& facts, Exchange* exchange) {
+  const std::string& fileName = exchange->fileName;
+  if (!IsArchiveName(fileName, facts.filePrefix)) {
+    throw Fault("file name " + fileName + " is not " + facts.filePrefix +
+                " and 14 digits and .tar.gz");
+  }
+  ArchiveContent content = ReadArchive(exchange->archive);
+  exchange->memberName = content.memberName;
+  exchange->document = std::move(content.text);
+  const std::string stem = fileName.substr(0, fileName.size() - kArchiveEnding.size());
+  if (exchange->memberName != stem + ".dat") {
+    throw Fault("the archive's member is " + exchange->memberName + ", expected " + stem + ".dat");
+  }
+}
+
+void CheckSerialNumber(const std::string& found, const std::string& expected) {
+  if (expected.empty() || found == expected) return;
+  throw Fault("\"sn\" is \"" + found + "\", expected \"" + expected + "\"");
+}
+
+void CheckContent(const EndpointFacts& facts, const std::string& serialNumber, Exchange* exchange) {
+  const DocumentFacts found = CheckDocument(facts.endpoint, exchange->document);
+  exchange->serialNumber = found.serialNumber;
+  exchange->devices = found.devices;
+  exchange->points = found.points;
+  CheckSerialNumber(found.serialNumber, serialNumber);
+}
+
+void CheckUpload(const EndpointFacts& facts, const std::string& serialNumber, Exchange* exchange) {
+  const Request& request = exchange->request;
+  if (!request.parts.empty()) {
+    exchange->fileName = request.parts[0].fileName;
+    exchange->archive = request.parts[0].content;
+  }
+  CheckHeaders(request, kUploadHeaders);
+  CheckLength(request);
+  CheckForm(request);
+  OpenArchive(facts, exchange);
+  CheckContent(facts, serialNumber, exchange);
+}
+
+void CheckJsonRequest(const EndpointFacts& facts, const std::string& serialNumber,
+                      Exchange* exchange) {
+  exchange->document = exchange->request.body;
+  CheckHeaders(exchange->request, kJsonHeaders);
+  CheckLength(exchange->request);
+  if (facts.endpoint == Endpoint::kSkipAddress) {
+    if (!exchange->document.empty()) throw Fault("the body is not empty");
+    return;
+  }
+  CheckContent(facts, serialNumber, exchange);
+}
+
+}  // namespace
+
+void CheckRequest(const EndpointFacts& facts, const std::string& serialNumber, Exchange* exchange) {
+  try {
+    if (facts.IsUpload()) {
+      CheckUpload(facts, serialNumber, exchange);
+    } else {
+      CheckJsonRequest(facts, serialNumber, exchange);
+    }
+  } catch (const Fault& fault) {
+    exchange->fault = fault.what();
+  }
+}
+
+}  // namespace cloud

@@ -1,0 +1,89 @@
+// Owns the cloud on a desk: an HTTP server on a loopback address that behaves to the gateway as a
+// strict cloud would, keeps what it receives, and can be told to misbehave.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <iosfwd>
+#include <limits>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "cloud/behaviours.h"
+#include "cloud/exchange.h"
+#include "cloud/journal.h"
+#include "cloud/listener.h"
+#include "cloud/stopsignal.h"
+#include "cloud/uploadstore.h"
+
+namespace cloud {
+
+// What it is for: how the simulator is set up. The defaults suit a test.
+struct Settings {
+  std::string address = "127.0.0.1";  // a loopback address
+  int port = 0;                       // 0: any free one
+  std::string prefix;                 // the gateway's "Dir": empty, or like "/cloud"
+  std::string serialNumber;           // expected of every document; empty: any
+  std::string uploadFolder;           // where uploads are kept; empty: nowhere
+  std::ostream* lines = nullptr;      // gets "listening on …", then a line an exchange
+  // What endpoints are told to do from the start, see Simulator::Script.
+  std::vector<std::pair<Endpoint, std::vector<Behaviour>>> scripts;
+  std::size_t exchangesRemembered = std::numeric_limits<std::size_t>::max();
+  // Called after each accepted upload, on a server thread, with the number accepted so far.
+  std::function<void(std::size_t)> onAcceptedUpload;
+};
+
+// What it is for: the cloud side of system tests and of the demonstration run. Up to eight
+// connections are served at a time, one exchange each. An exchange is recorded before its answer is
+// sent: who has the answer finds the record.
+// Threads: any; Stop from one only. Owns: the listening socket, the server threads, the records.
+class Simulator {
+ public:
+  // Starts serving. Throws as Listener and UploadStore do when that is impossible.
+  explicit Simulator(Settings settings);
+  ~Simulator() { Stop(); }
+  Simulator(const Simulator&) = delete;
+  Simulator& operator=(const Simulator&) = delete;
+
+  int Port() const { return m_listener.Port(); }
+  // Ends all waits and stalls, lets answers under way go out, and returns when no thread is left.
+  // The records stay.
+  void Stop();
+
+  // Appends to what the endpoint does in its next exchanges; afterwards it is normal again. Only
+  // POST requests to the endpoint count as exchanges here.
+  void Script(Endpoint endpoint, const std::vector<Behaviour>& behaviours) {
+    m_script.Append(endpoint, behaviours);
+  }
+
+  // Copies of the records, oldest first; the second of accepted uploads only.
+  std::vector<Exchange> Exchanges() const { return m_journal.Exchanges(); }
+  std::vector<Exchange> AcceptedUploads() const { return m_journal.AcceptedUploads(); }
+  // Wait, on the monotonic clock, until `count` uploads have been accepted, or exchanges recorded,
+  // since the start; false when `timeout` has passed first.
+  bool AwaitUploads(std::size_t count, std::chrono::milliseconds timeout) const {
+    return m_journal.AwaitUploads(count, timeout);
+  }
+  bool AwaitExchanges(std::size_t count, std::chrono::milliseconds timeout) const {
+    return m_journal.AwaitExchanges(count, timeout);
+  }
+
+ private:
+  void Serve();
+  Answer Respond(const Request& request);
+  void RespondAt(const EndpointFacts& facts, Exchange* exchange);
+  void Keep(bool accepted, Exchange* exchange);
+
+  const Settings m_settings;
+  UploadStore m_store;
+  Journal m_journal;
+  cloud::Script m_script;
+  StopSignal m_stop;
+  const Listener m_listener;
+  std::vector<std::thread> m_threads;  // last: everything above is there before one starts
+};
+
+}  // namespace cloud

@@ -1,0 +1,30 @@
+// Owns the folder in which the cloud keeps what was uploaded:
+//   FOLDER/realdata|alarmdata|calldata/NAME           what was accepted
+//   FOLDER/refused/realdata|alarmdata|calldata/NAME   what was not
+#pragma once
+
+#include <string>
+
+#include "cloud/exchange.h"
+#include "util/mutex.h"
+
+namespace cloud {
+
+// What it is for: keeping the archives' bytes. Threads: any. Owns: nothing but the folder's name.
+class UploadStore {
+ public:
+  // Creates the folder and those inside it; an empty name keeps nothing. Throws
+  // std::filesystem::filesystem_error when a folder cannot be made.
+  explicit UploadStore(std::string folder);
+
+  // Keeps the exchange's archive under its file name, in place of one of the same name, and fills
+  // `keptAs`. A name that is no bare file name is not kept. Throws Fault when it cannot be written.
+  void Keep(bool accepted, Exchange* exchange);
+
+ private:
+  std::string m_folder;
+  util::Mutex
+      m_mutex;  // one file is written at a time, so that one name is never written twice at once
+};
+
+}  // namespace cloud
