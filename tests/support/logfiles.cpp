@@ -1,5 +1,6 @@
 #include "support/logfiles.h"
 
+#include <ostream>
 #include <sstream>
 
 #include "support/files.h"
@@ -42,6 +43,10 @@ std::vector<LogRecord> ParseTextLog(const std::string& text) {
 }
 
 }  // namespace
+
+void PrintTo(const LogRecord& record, std::ostream* out) {
+  *out << record.level << ' ' << record.message;
+}
 
 std::vector<LogRecord> ReadTextLog() {
   std::string text;

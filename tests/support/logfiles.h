@@ -1,6 +1,7 @@
 // What stands in the log files.
 #pragma once
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,8 @@ struct LogRecord {
 
   bool operator==(const LogRecord&) const = default;
 };
+// How a test that fails shows a record.
+void PrintTo(const LogRecord& record, std::ostream* out);
 
 // All records of the day files, in the order of their names, and of the log database.
 std::vector<LogRecord> ReadTextLog();
