@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <optional>
@@ -57,10 +58,9 @@ void ReadPoint(const util::XmlElement& element, ST_POINTID_ATTR& point) {
 
 std::optional<std::uint8_t> PointType(std::string_view name) {
   static constexpr std::array<std::string_view, 5> kTypes = {"AI", "DI", "ACC", "DO", "AO"};
-  for (std::uint8_t type = 0; type < kTypes.size(); ++type) {
-    if (kTypes[type] == name) return type;
-  }
-  return std::nullopt;
+  const auto* const found = std::find(kTypes.begin(), kTypes.end(), name);
+  if (found == kTypes.end()) return std::nullopt;
+  return static_cast<std::uint8_t>(found - kTypes.begin());
 }
 
 }  // namespace

@@ -24,6 +24,12 @@ constexpr long kMemoryTimeoutSeconds = 30;
 constexpr long kFileTimeoutSeconds = 90;
 constexpr off_t kFileLimitBytes = 40960;  // files of this size and more are not sent
 
+// The boundary in a JSON content type is deliberate: the same as that of the file uploads.
+constexpr char kJsonContentType[] =
+    "Content-Type:application/json; charset=UTF-8;boundary=--WebKitFormBoundaryslLU7UmlAp48QHln";
+constexpr char kFileContentType[] =
+    "Content-Type:multipart/form-data;charset=UTF-8;boundary=--WebKitFormBoundaryslLU7UmlAp48QHln";
+
 struct HandleCleaner {
   void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
 };
@@ -59,7 +65,7 @@ class Request {
     for (const char* line : lines) {
       curl_slist* longer = curl_slist_append(m_headers.get(), line);
       if (longer == nullptr) return;
-      m_headers.release();  // the appended list begins with the old one
+      static_cast<void>(m_headers.release());  // the appended list begins with the old one
       m_headers.reset(longer);
     }
     Set(CURLOPT_HTTPHEADER, m_headers.get());
@@ -92,13 +98,12 @@ class Request {
 std::uint32_t PostMemory(const ST_FRAME_MEMORY_UPLOAD& frame, void* answerData) {
   Request request(frame.url);
   if (!request) return kFailed;
-  // The boundary in a JSON content type is deliberate: the same as that of the file uploads.
   request.SetHeaders({
       "Connection: Keep-Alive",
       "Accept: application/json,text/javascript, */*; q=0.01",
       "Accept-Encoding: gzip, deflate,sdch",
       "Accept-Language: zh-CN,zh;q=0.8",
-      "Content-Type:application/json; charset=UTF-8;boundary=--WebKitFormBoundaryslLU7UmlAp48QHln",
+      kJsonContentType,
   });
   request.Set(CURLOPT_TIMEOUT, kMemoryTimeoutSeconds);
   request.Set(CURLOPT_NOSIGNAL, 1L);
@@ -123,8 +128,7 @@ std::uint32_t SendBody(const ST_FRAME_FILE_UPLOAD& frame, void* answerData,
       "Accept: */*; q=0.01",
       "Accept-Encoding: gzip, deflate,sdch",
       "Accept-Language: zh-CN,zh;q=0.8",
-      "Content-Type:multipart/form-data;charset=UTF-8;"
-      "boundary=--WebKitFormBoundaryslLU7UmlAp48QHln",
+      kFileContentType,
   });
   request.Set(CURLOPT_TIMEOUT, kFileTimeoutSeconds);
   request.Set(CURLOPT_NOSIGNAL, 1L);

@@ -1,5 +1,7 @@
 #include "parsememory/parsememory.h"
 
+#include <algorithm>
+#include <initializer_list>
 #include <mutex>
 
 #include "log/log.h"
@@ -18,10 +20,7 @@ bool ParseText(util::Mutex& mutex, const char* text, rapidjson::Document& docume
 }
 
 bool HasMembers(const rapidjson::Value& object, std::initializer_list<const char*> names) {
-  for (const char* name : names) {
-    if (!object.HasMember(name)) return false;
-  }
-  return true;
+  return std::ranges::all_of(names, [&](const char* name) { return object.HasMember(name); });
 }
 
 // "status" and "message", which every answer carries.

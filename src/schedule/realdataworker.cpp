@@ -58,6 +58,7 @@ void PackLiveValues(std::time_t stamp) {
   }
   // Without a file too: the ledger ages its rows at every save.
   std::vector<History_Data_Para> rows;
+  rows.reserve(files.size());
   for (const auto& file : files) rows.push_back(LedgerRow(day, file));
   GetCHistoryDataInstance().SaveHistoryData(&rows);
 }

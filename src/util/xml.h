@@ -10,12 +10,12 @@
 #include <string_view>
 #include <vector>
 
-struct _xmlDoc;
-struct _xmlNode;
+struct _xmlDoc;   // NOLINT(*-reserved-identifier,cert-dcl*): libxml2's own names
+struct _xmlNode;  // NOLINT(*-reserved-identifier,cert-dcl*)
 
 namespace util {
 
-inline constexpr std::size_t kXmlFileLimitBytes = 2 * 1024 * 1024;  // larger files are not read
+inline constexpr std::size_t kXmlFileLimitBytes = 2097152;  // larger files are not read
 
 struct XmlAttribute {
   std::string name;
