@@ -18,7 +18,8 @@ constexpr char kHead[] =
     "Content-Disposition:form-data;name=\"licence\";filename=\"%s\"\r\n"
     "Content-Type:application/octet-stream\r\n\r\n";
 constexpr char kClosing[] = "\r\n----WebKitFormBoundaryslLU7UmlAp48QHln--\r\n";
-static_assert(sizeof(kClosing) <= kClosingBytes);
+constexpr std::size_t kClosingLength = sizeof(kClosing) - 1;
+static_assert(kClosingLength < kClosingBytes);
 
 // Reads the whole file into `copy`, which has room for `room` bytes. Its length, or nothing.
 std::optional<std::size_t> ReadWhole(const char* path, char* copy, std::size_t room) {
@@ -40,8 +41,7 @@ std::optional<std::size_t> ReadWhole(const char* path, char* copy, std::size_t r
 }  // namespace
 
 MultipartBody::MultipartBody(std::size_t fileBytes)
-    : m_fileBytes(fileBytes),
-      m_capacity(fileBytes + kFramingRoomBytes),
+    : m_capacity(fileBytes + kFramingRoomBytes),
       m_body(util::MakeZeroed<char>(m_capacity)),
       m_copy(util::MakeZeroed<char>(m_capacity)) {}
 
@@ -50,11 +50,13 @@ bool MultipartBody::Build(const char* path) {
   util::PrintText(m_body.get(), m_capacity - 1, kHead, name.c_str());
   m_length = std::strlen(m_body.get());
 
-  const auto fileLength = ReadWhole(path, m_copy.get(), m_fileBytes);
+  // What the framing leaves of its room is there for a file that has grown meanwhile.
+  const std::size_t room = m_capacity - m_length - kClosingLength;
+  const auto fileLength = ReadWhole(path, m_copy.get(), room);
   if (!fileLength) return false;
   std::memcpy(m_body.get() + m_length, m_copy.get(), *fileLength);
   m_length += *fileLength;
-  std::memcpy(m_body.get() + m_length, kClosing, sizeof(kClosing) - 1);
-  m_length += sizeof(kClosing) - 1;
+  std::memcpy(m_body.get() + m_length, kClosing, kClosingLength);
+  m_length += kClosingLength;
   return true;
 }

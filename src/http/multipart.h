@@ -23,7 +23,6 @@ class MultipartBody {
   std::size_t Length() const { return m_length; }
 
  private:
-  std::size_t m_fileBytes;
   std::size_t m_capacity;
   std::size_t m_length = 0;
   util::ZeroedArray<char> m_body;
