@@ -25,7 +25,9 @@ target_compile_options(brennik_compile INTERFACE
   "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/src/=" # assertion texts name packfile/…, not a build path
   "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  target_compile_options(brennik_compile INTERFACE -Wlogical-op -Wduplicated-cond -Wduplicated-branches)
+  target_compile_options(brennik_compile INTERFACE
+    -Wlogical-op -Wduplicated-cond -Wduplicated-branches
+    -Wno-restrict)         # GCC 12 sees overlaps in "text" + std::string that are none (its bug 105651)
 endif()
 target_link_libraries(brennik_compile INTERFACE Threads::Threads)
 
