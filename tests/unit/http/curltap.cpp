@@ -7,6 +7,8 @@
 extern "C" {
 CURLcode __real_curl_easy_setopt(CURL* handle, CURLoption option, ...);
 CURLcode __wrap_curl_easy_setopt(CURL* handle, CURLoption option, ...);
+curl_slist* __real_curl_slist_append(curl_slist* list, const char* line);
+curl_slist* __wrap_curl_slist_append(curl_slist* list, const char* line);
 }
 
 namespace test {
@@ -16,6 +18,9 @@ struct Tap {
   std::mutex mutex;
   std::vector<CurlOption> options;
 };
+
+constexpr int kNoFailure = -1;
+thread_local int t_linesToFailure = kNoFailure;
 
 Tap& State() {
   static Tap tap;
@@ -52,6 +57,10 @@ void ForgetOptions() {
   State().options.clear();
 }
 
+void FailHeaderLine(int skipped) {
+  t_linesToFailure = skipped;
+}
+
 void PrintTo(const CurlOption& option, std::ostream* out) {
   const curl_easyoption* known = curl_easy_option_by_id(option.option);
   *out << (known == nullptr ? "unknown" : known->name) << " = " << option.number << ", pointer "
@@ -80,4 +89,10 @@ CURLcode __wrap_curl_easy_setopt(CURL* handle, CURLoption option, ...) {
   }
   va_end(arguments);
   return result;
+}
+
+curl_slist* __wrap_curl_slist_append(curl_slist* list, const char* line) {
+  using test::t_linesToFailure;
+  if (t_linesToFailure == test::kNoFailure) return __real_curl_slist_append(list, line);
+  return t_linesToFailure-- == 0 ? nullptr : __real_curl_slist_append(list, line);
 }

@@ -1,4 +1,5 @@
-// What the client tells libcurl: every option of every transfer, recorded on its way there.
+// What the client tells libcurl: every option of every transfer, recorded on its way there; and a
+// header list for which there is no memory.
 #pragma once
 
 #include <curl/curl.h>
@@ -27,6 +28,9 @@ CurlOption Function(CURLoption option,
 // address, which is nobody's business.
 std::vector<CurlOption> Options();
 void ForgetOptions();
+
+// Lets `skipped` header lines be appended and makes the next one fail, on the calling thread.
+void FailHeaderLine(int skipped);
 
 void PrintTo(const CurlOption& option, std::ostream* out);
 

@@ -209,6 +209,23 @@ TEST_P(MemoryPost, WithoutAHandleFailsSilently) {
   EXPECT_THAT(test::DatabaseLog(), IsEmpty());
 }
 
+TEST_P(MemoryPost, WithoutMemoryForItsHeadersGoesOutWithLibcurlsOwn) {
+  for (const int built : {0, 4}) {
+    RawServer server;
+    server.Answer(HttpAnswer(200, "{}"));
+    auto frame = MemoryFrame(server.Url("/"), kLogin);
+    test::ForgetOptions();
+    test::FailHeaderLine(built);
+
+    const auto result = Post(frame);
+
+    EXPECT_EQ(result, test::kDone);
+    EXPECT_THAT(test::Options(),
+                ::testing::Not(::testing::Contains(Pointer(CURLOPT_HTTPHEADER, nullptr))));
+    EXPECT_EQ(server.Requests().at(0).body, kLogin);
+  }
+}
+
 TEST_P(MemoryPost, ToAnEmptyUrlFails) {
   auto frame = MemoryFrame("", kLogin);
 

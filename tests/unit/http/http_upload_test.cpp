@@ -1,14 +1,8 @@
-// File uploads: what goes out, what stays, what is judged sent.
+// File uploads: what goes out, and what the answer amounts to.
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <fstream>
-
-#include "curltap.h"
-#include "exchange.h"
-#include "filetap.h"
-#include "support/faults.h"
 #include "support/logs.h"
+#include "upload.h"
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -16,52 +10,20 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::SizeIs;
 
-namespace fs = std::filesystem;
-
 namespace {
 
-using test::FileFrame;
 using test::Function;
 using test::HttpAnswer;
+using test::kFile;
+using test::kName;
+using test::kUntouched;
 using test::LogRecord;
+using test::Multipart;
 using test::Number;
 using test::Pointer;
-using test::RawServer;
 using test::WriteFile;
 
-constexpr char kFile[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S20240307120000.tar.gz";
-constexpr char kName[] = "S20240307120000.tar.gz";
-constexpr std::int32_t kUntouched = 7;
-constexpr std::size_t kLargestFile = 40959;
-constexpr std::size_t kFramingBytes = 205;  // what stands around the file's bytes
-
-std::string Multipart(const std::string& name, const std::string& content) {
-  return "----WebKitFormBoundaryslLU7UmlAp48QHln\r\n"
-         "Content-Disposition:form-data;name=\"licence\";filename=\"" +
-         name +
-         "\"\r\n"
-         "Content-Type:application/octet-stream\r\n"
-         "\r\n" +
-         content + "\r\n----WebKitFormBoundaryslLU7UmlAp48QHln--\r\n";
-}
-
-class Upload : public test::HttpTest {
- protected:
-  ST_FRAME_FILE_UPLOAD Frame(const std::string& path = kFile) const {
-    auto frame = FileFrame(m_server.Url("/eqpapi/EqpUploadDataInfo"), path);
-    frame.successFlag = kUntouched;
-    return frame;
-  }
-  static std::uint32_t Send(ST_FRAME_FILE_UPLOAD& frame) {
-    return GetCHttpInstance().UploadFile(&frame);
-  }
-  void ExpectNothingSent() const {
-    EXPECT_THAT(m_server.Requests(), IsEmpty());
-    EXPECT_THAT(test::Options(), IsEmpty());
-  }
-
-  RawServer m_server;
-};
+class Upload : public test::Upload {};
 
 TEST_F(Upload, GoesOutByteForByte) {
   WriteFile(kFile, "archive");
@@ -134,6 +96,19 @@ TEST_F(Upload, WithoutAnAnswerCallbackPrintsTheAnswer) {
   EXPECT_THAT(test::Options(), SizeIs(9));
 }
 
+TEST_F(Upload, WithoutMemoryForItsHeadersGoesOutWithLibcurlsOwn) {
+  WriteFile(kFile, "archive");
+  m_server.Answer(HttpAnswer(200, "{}"));
+  auto frame = Frame();
+  test::FailHeaderLine(2);
+
+  const auto result = Send(frame);
+
+  EXPECT_EQ(result, test::kDone);
+  EXPECT_THAT(test::Options(), Not(::testing::Contains(Pointer(CURLOPT_HTTPHEADER, nullptr))));
+  EXPECT_EQ(m_server.Requests().at(0).body, Multipart(kName, "archive"));
+}
+
 TEST_F(Upload, TellsItsStartByNameAndItsEndByPath) {
   WriteFile(kFile, "archive");
   m_server.Answer(HttpAnswer(200, "{}"));
@@ -202,223 +177,6 @@ TEST_F(Upload, TakesAPathOf127Characters) {
   EXPECT_EQ(m_server.Requests().at(0).body, Multipart(name, "archive"));
 }
 
-class SizeThatIsSent : public Upload, public ::testing::WithParamInterface<std::size_t> {};
-
-TEST_P(SizeThatIsSent, GoesOutWhole) {
-  const std::string content(GetParam(), 'x');
-  WriteFile(kFile, content);
-  m_server.Answer(HttpAnswer(200, "{}"));
-  auto frame = Frame();
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kDone);
-  EXPECT_EQ(frame.successFlag, kUntouched);
-  const auto requests = m_server.Requests();
-  ASSERT_THAT(requests, SizeIs(1));
-  EXPECT_EQ(requests[0].body, Multipart(kName, content));
-  EXPECT_THAT(requests[0].Headers(),
-              ::testing::Contains("Content-Length: " + std::to_string(kFramingBytes + GetParam())));
-}
-
-INSTANTIATE_TEST_SUITE_P(Bytes, SizeThatIsSent, ::testing::Values(1, 2, 4096, kLargestFile));
-
-class SizeThatStays : public Upload, public ::testing::WithParamInterface<std::uintmax_t> {};
-
-TEST_P(SizeThatStays, IsJudgedSent) {
-  WriteFile(kFile, "");
-  fs::resize_file(kFile, GetParam());
-  auto frame = Frame();
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kDone);
-  EXPECT_EQ(frame.successFlag, 1);
-  ExpectNothingSent();
-  EXPECT_THAT(test::TextLog(),
-              ElementsAre(LogRecord{"WARN", std::string("file ") + kFile +
-                                                " size is 0 ,error,do not send it,judge it send "
-                                                "OK"}));
-}
-
-// The last one's low 32 bits are a size that would be sent.
-INSTANTIATE_TEST_SUITE_P(Bytes, SizeThatStays,
-                         ::testing::Values(0, kLargestFile + 1, kLargestFile + 2, 1000000,
-                                           0x100000064));
-
-TEST_F(Upload, OfAMissingFileIsJudgedSent) {
-  auto frame = Frame("/media/mmcblk0p1/missing.tar.gz");
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kDone);
-  EXPECT_EQ(frame.successFlag, 1);
-  ExpectNothingSent();
-  EXPECT_THAT(test::TextLog(),
-              ElementsAre(LogRecord{"WARN",
-                                    "Can not find File /media/mmcblk0p1/missing.tar.gz when send "
-                                    "files,judge it send OK"}));
-}
-
-TEST_F(Upload, OfADanglingLinkIsJudgedSent) {
-  fs::create_symlink("/media/mmcblk0p1/missing.tar.gz", "/media/mmcblk0p1/link.tar.gz");
-  auto frame = Frame("/media/mmcblk0p1/link.tar.gz");
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kDone);
-  EXPECT_EQ(frame.successFlag, 1);
-  EXPECT_THAT(test::TextLog("WARN"),
-              ElementsAre("Can not find File /media/mmcblk0p1/link.tar.gz when send files,judge it "
-                          "send OK"));
-}
-
-TEST_F(Upload, OfAFileThatVanishesBeforeItsSizeIsKnownIsJudgedSent) {
-  WriteFile(kFile, "archive");
-  test::AfterAccess([] { fs::remove(kFile); });
-  auto frame = Frame();
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kDone);
-  EXPECT_EQ(frame.successFlag, 1);
-  ExpectNothingSent();
-  EXPECT_THAT(test::TextLog("WARN"),
-              ElementsAre(std::string("file ") + kFile +
-                          " size is 0 ,error,do not send it,judge it send OK"));
-}
-
-TEST_F(Upload, OfAFileThatVanishesBeforeItIsOpenedFails) {
-  WriteFile(kFile, "archive");
-  test::BeforeOpen([] { fs::remove(kFile); });
-  auto frame = Frame();
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kFailed);
-  EXPECT_EQ(frame.successFlag, kUntouched);
-  ExpectNothingSent();
-  EXPECT_THAT(test::TextLog(),
-              ElementsAre(LogRecord{"WARN", std::string("can not open file ") + kFile + "\n"}));
-}
-
-TEST_F(Upload, OfADirectoryFails) {
-  const std::string path = "/media/mmcblk0p1/directory";
-  WriteFile(path + "/entry", "");
-  auto frame = Frame(path);
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kFailed);
-  EXPECT_EQ(frame.successFlag, kUntouched);
-  ExpectNothingSent();
-  EXPECT_THAT(test::TextLog(), ElementsAre(LogRecord{"WARN", "can not open file " + path + "\n"}));
-}
-
-// A file of the system, which the sandbox shows read-only: readable, but not writable.
-TEST_F(Upload, OfAReadOnlyFileFails) {
-  const std::string path = "/etc/passwd";
-  ASSERT_GT(fs::file_size(path), 0U);
-  ASSERT_LE(fs::file_size(path), kLargestFile);
-  auto frame = Frame(path);
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kFailed);
-  EXPECT_EQ(frame.successFlag, kUntouched);
-  ExpectNothingSent();
-  EXPECT_THAT(test::TextLog(), ElementsAre(LogRecord{"WARN", "can not open file /etc/passwd\n"}));
-}
-
-class MissingBuffer : public Upload, public ::testing::WithParamInterface<int> {};
-
-TEST_P(MissingBuffer, FailsAndLeavesTheFilePending) {
-  WriteFile(kFile, "archive");
-  auto frame = Frame();
-  test::FailCalls(test::Call::kCalloc, 1, GetParam());
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kFailed);
-  EXPECT_EQ(frame.successFlag, kUntouched);
-  ExpectNothingSent();
-  EXPECT_THAT(test::TextLog(), ElementsAre(LogRecord{"WARN", "calloc size 2055 buff error"}));
-}
-
-INSTANTIATE_TEST_SUITE_P(Buffers, MissingBuffer, ::testing::Values(0, 1),
-                         [](const auto& test) { return test.param == 0 ? "First" : "Second"; });
-
-TEST_F(Upload, ThatReadsTooLittleFailsSilently) {
-  WriteFile(kFile, "archive");
-  auto frame = Frame();
-  test::ShortenNextRead();
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kFailed);
-  EXPECT_EQ(frame.successFlag, kUntouched);
-  ExpectNothingSent();
-  EXPECT_THAT(test::TextLog(), IsEmpty());
-}
-
-TEST_F(Upload, OfAFileThatGrowsMeanwhileSendsAllOfIt) {
-  WriteFile(kFile, "archive");
-  test::BeforeOpen([] { WriteFile(kFile, "archive, grown"); });
-  auto frame = Frame();
-
-  Send(frame);
-
-  ASSERT_THAT(m_server.Requests(), SizeIs(1));
-  EXPECT_EQ(m_server.Requests()[0].body, Multipart(kName, "archive, grown"));
-}
-
-TEST_F(Upload, OfAFileThatOutgrowsTheBuffersFailsSilently) {
-  WriteFile(kFile, "archive");
-  test::BeforeOpen([] { WriteFile(kFile, std::string(10000, 'x')); });
-  auto frame = Frame();
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kFailed);
-  EXPECT_EQ(frame.successFlag, kUntouched);
-  ExpectNothingSent();
-  EXPECT_THAT(test::TextLog(), IsEmpty());
-}
-
-TEST_F(Upload, OfAFileThatShrinksMeanwhileSendsWhatIsLeft) {
-  WriteFile(kFile, "archive");
-  test::BeforeOpen([] { WriteFile(kFile, "arch"); });
-  auto frame = Frame();
-
-  Send(frame);
-
-  ASSERT_THAT(m_server.Requests(), SizeIs(1));
-  EXPECT_EQ(m_server.Requests()[0].body, Multipart(kName, "arch"));
-}
-
-TEST_F(Upload, WithoutAHandleFailsSilently) {
-  WriteFile(kFile, "archive");
-  auto frame = Frame();
-  test::FailCalls(test::Call::kCurlEasyInit);
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kFailed);
-  EXPECT_EQ(frame.successFlag, kUntouched);
-  ExpectNothingSent();
-  EXPECT_THAT(test::TextLog(), IsEmpty());
-}
-
-TEST_F(Upload, LeavesTheFileAsItIs) {
-  WriteFile(kFile, "archive");
-  m_server.Answer(HttpAnswer(200, "{}"));
-  auto frame = Frame();
-
-  Send(frame);
-
-  EXPECT_EQ(test::ReadFile(kFile), "archive");
-}
-
 class UploadStatus : public Upload, public ::testing::WithParamInterface<test::StatusVerdict> {};
 
 TEST_P(UploadStatus, DecidesTheResult) {
@@ -463,7 +221,8 @@ INSTANTIATE_TEST_SUITE_P(Answers, UploadTrouble, ::testing::ValuesIn(test::Troub
 
 TEST_F(Upload, ToNobodyIsLoggedWithStatusZero) {
   WriteFile(kFile, "archive");
-  auto frame = FileFrame("http://127.0.0.1:" + std::to_string(test::ClosedPort()) + "/", kFile);
+  auto frame =
+      test::FileFrame("http://127.0.0.1:" + std::to_string(test::ClosedPort()) + "/", kFile);
 
   const auto result = Send(frame);
 
