@@ -3,14 +3,18 @@
 #include <curl/curl.h>
 #include <pthread.h>
 #include <sqlite3.h>
+#include <sys/mman.h>
 #include <sys/shm.h>
 #include <sys/statfs.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <ctime>
+#include <memory>
+#include <utility>
 
 extern "C" {
 void* __real_calloc(std::size_t count, std::size_t size);
@@ -52,6 +56,7 @@ struct Fault {
 constexpr std::size_t kCalls = 11;
 constexpr char kNoSuchDirectory[] = "/nonexistent/database";
 thread_local std::array<Fault, kCalls> t_faults;
+thread_local bool t_guardSegment = false;
 
 bool Fails(Call call) {
   Fault& fault = t_faults[static_cast<std::size_t>(call)];
@@ -64,7 +69,24 @@ bool Fails(Call call) {
   return true;
 }
 
+// A place for the segment with at least one untouchable page behind it, which stays reserved; null
+// when there is none.
+void* GuardedPlace(int id) {
+  shmid_ds status{};
+  if (shmctl(id, IPC_STAT, &status) != 0) return nullptr;
+  const auto alignment = static_cast<std::size_t>(SHMLBA);
+  const std::size_t bytes = status.shm_segsz + static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  void* reserved = mmap(nullptr, bytes + alignment, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (reserved == MAP_FAILED) return nullptr;
+  std::size_t space = bytes + alignment;
+  return std::align(alignment, bytes, reserved, space);
+}
+
 }  // namespace
+
+void GuardNextSegment() {
+  t_guardSegment = true;
+}
 
 void FailCalls(Call call, int count, int skipped) {
   t_faults[static_cast<std::size_t>(call)] = {skipped, count};
@@ -94,9 +116,12 @@ int __wrap_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state) {
 }
 
 void* __wrap_shmat(int id, const void* address, int flags) {
-  if (!test::Fails(test::Call::kShmat)) return __real_shmat(id, address, flags);
-  errno = ENOMEM;
-  return reinterpret_cast<void*>(-1);
+  if (test::Fails(test::Call::kShmat)) {
+    errno = ENOMEM;
+    return reinterpret_cast<void*>(-1);
+  }
+  if (!std::exchange(test::t_guardSegment, false)) return __real_shmat(id, address, flags);
+  return __real_shmat(id, test::GuardedPlace(id), flags | SHM_REMAP);
 }
 
 int __wrap_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,

@@ -20,4 +20,8 @@ enum class Call {
 // Lets the next `skipped` such calls through and makes `count` after them fail.
 void FailCalls(Call call, int count = 1, int skipped = 0);
 
+// Makes the next shmat of a whole number of pages attach its segment right below a page that nobody
+// may touch, so that reading past the segment's end ends the process.
+void GuardNextSegment();
+
 }  // namespace test
