@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 
 #include "log/logdatabase.h"
@@ -13,8 +14,8 @@ namespace {
 constexpr std::size_t kTextMessageBytes = 2048;
 constexpr std::size_t kDatabaseMessageBytes = 255;
 
-std::atomic<int>& DebugSwitch() {
-  static std::atomic<int> debug{0};
+std::atomic<std::uint8_t>& DebugSwitch() {
+  static std::atomic<std::uint8_t> debug{0};
   return debug;
 }
 
@@ -37,7 +38,7 @@ const char* LogLevelToString(int level) {
 }
 
 unsigned int log_init(int debug) {
-  DebugSwitch() = debug;
+  DebugSwitch() = static_cast<std::uint8_t>(debug);
   Singleton<CLogDatabase>::Instance().Init();
   Singleton<CLogTxt>::Instance().Init();
   return 1;
