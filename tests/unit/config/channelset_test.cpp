@@ -1,0 +1,354 @@
+// Loading the channel template and the definition files.
+#include "config/channelset.h"
+
+#include <string>
+#include <vector>
+
+#include "support/clock.h"
+#include "support/configs.h"
+#include "support/gateway.h"
+#include "support/logs.h"
+#include "util/paths.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+using Template = test::GatewayTest;
+using test::LogRecord;
+using test::Pause;
+
+constexpr char kDefinitionFile[] = "/tessel/Config/devices/d.xml";
+
+// Loads a template of that text.
+int OpenText(CChannelSet& catalogue, const std::string& text) {
+  test::WriteFile(paths::kChannelTemplate, text);
+  return catalogue.Open(paths::kChannelTemplate);
+}
+
+// One device on channel 1, address 3, with that definition file.
+int OpenDevice(CChannelSet& catalogue, const std::string& definition) {
+  test::WriteFile(kDefinitionFile, definition);
+  test::ChannelTemplate().Channel(1).Device(3, kDefinitionFile).Write();
+  return catalogue.Open(paths::kChannelTemplate);
+}
+
+std::string Definition(const std::string& types) {
+  return "<DevConfig><NodeProperty>" + types + "</NodeProperty></DevConfig>";
+}
+
+std::vector<std::uint32_t> DataIds(CChannelSet& catalogue) {
+  MAP_POINT_ATTR* points = nullptr;
+  catalogue.GetAttr(&points);
+  std::vector<std::uint32_t> dataIds;
+  for (const auto& [dataId, point] : *points) dataIds.push_back(dataId);
+  return dataIds;
+}
+
+const MAP_DEV_ATTR& Devices(CChannelSet& catalogue) {
+  MAP_DEV_ATTR* devices = nullptr;
+  catalogue.GetAttr(&devices);
+  return *devices;
+}
+
+ST_POINTID_ATTR Point(CChannelSet& catalogue, std::uint32_t dataId) {
+  ST_POINTID_ATTR* point = nullptr;
+  EXPECT_EQ(catalogue.GetAttr(dataId, &point), 0);
+  return point == nullptr ? ST_POINTID_ATTR{} : *point;
+}
+
+TEST_F(Template, ComposesThePointIdentifierAndTheDeviceNumber) {
+  CChannelSet catalogue;
+
+  EXPECT_EQ(OpenDevice(catalogue, Definition("<DI><Node Id=\"291\"/></DI>")), 0);
+
+  EXPECT_EQ(DataIds(catalogue), std::vector<std::uint32_t>{0x01031123});
+  EXPECT_EQ(Devices(catalogue).begin()->first, 0x0103);
+}
+
+TEST_F(Template, GivesEachElementItsPointType) {
+  CChannelSet catalogue;
+
+  OpenDevice(catalogue, Definition("<AI><Node Id=\"1\"/></AI><DI><Node Id=\"1\"/></DI>"
+                                   "<ACC><Node Id=\"1\"/></ACC><DO><Node Id=\"1\"/></DO>"
+                                   "<AO><Node Id=\"1\"/></AO><XX><Node Id=\"9\"/></XX>"));
+
+  EXPECT_EQ(DataIds(catalogue), (std::vector<std::uint32_t>{0x01030001, 0x01030101, 0x01030201,
+                                                            0x01030301, 0x01030401}));
+}
+
+TEST_F(Template, KeepsWhatAPointIs) {
+  CChannelSet catalogue;
+
+  OpenDevice(catalogue,
+             Definition("<AI Num=\"99\"><Node Id=\"300\" Name=\"液位\" EUUnits=\"m³\"/></AI>"));
+
+  const ST_POINTID_ATTR point = Point(catalogue, 0x0103102C);
+  EXPECT_STREQ(point.Name, "液位");
+  EXPECT_STREQ(point.EUUnits, "m³");
+  EXPECT_EQ(point.GroupNo, 1);
+  EXPECT_EQ(point.DevId, 3);
+  EXPECT_EQ(point.type, 0);
+  EXPECT_EQ(std::uint16_t{point.NodeId}, 300);
+  EXPECT_EQ(std::uint32_t{point.db_link}, 0x0103102CU);
+}
+
+TEST_F(Template, KeepsWhatADeviceIs) {
+  CChannelSet catalogue;
+  test::ChannelTemplate()
+      .Channel(7)
+      .Device(9, "/tessel/none.xml", {{"Protocol", "Modbus"}, {"Desc", "泵"}, {"Group", "5"}})
+      .Write();
+
+  catalogue.Open(paths::kChannelTemplate);
+
+  ST_DEV_ATTR* device = nullptr;
+  ASSERT_EQ(catalogue.GetAttr(static_cast<unsigned short>(0x0709), &device), 0);
+  EXPECT_STREQ(device->Name, "/tessel/none.xml");
+  EXPECT_STREQ(device->Protocol, "Modbus");
+  EXPECT_STREQ(device->Desc, "泵");
+  EXPECT_EQ(device->SlaveId, 9);
+  EXPECT_EQ(device->GroupNo, 5);
+  EXPECT_EQ(device->ChannelNo, 7);
+}
+
+TEST_F(Template, APointTakesItsChannelFromTheDeviceAndNotItsGroup) {
+  CChannelSet catalogue;
+  test::WriteFile(kDefinitionFile, Definition("<AI><Node Id=\"1\"/></AI>"));
+  test::ChannelTemplate().Channel(7).Device(9, kDefinitionFile, {{"Group", "5"}}).Write();
+
+  catalogue.Open(paths::kChannelTemplate);
+
+  EXPECT_EQ(Point(catalogue, 0x07090001).GroupNo, 7);
+}
+
+TEST_F(Template, NodeNumbersAbove4095AliasLowerOnesAndTheLaterPointCounts) {
+  CChannelSet catalogue;
+
+  OpenDevice(catalogue, Definition("<AI><Node Id=\"0\" Name=\"first\"/>"
+                                   "<Node Id=\"4096\" Name=\"second\"/></AI>"));
+
+  EXPECT_EQ(DataIds(catalogue), std::vector<std::uint32_t>{0x01030000});
+  EXPECT_STREQ(Point(catalogue, 0x01030000).Name, "second");
+}
+
+TEST_F(Template, NumbersAreCutToTheirFields) {
+  CChannelSet catalogue;
+  test::WriteFile(kDefinitionFile, Definition("<AI><Node Id=\"65537\"/></AI>"));
+
+  OpenText(catalogue, "<ChannelConfig><Channel No=\"257\"><Dev Name=\"" +
+                          std::string(kDefinitionFile) +
+                          "\" SlaveId=\"258\" Group=\"259\"/></Channel></ChannelConfig>");
+
+  EXPECT_EQ(DataIds(catalogue), std::vector<std::uint32_t>{0x01020001});
+  EXPECT_EQ(Devices(catalogue).at(0x0102).GroupNo, 3);
+}
+
+TEST_F(Template, TextsKeep126Characters) {
+  CChannelSet catalogue;
+  const std::string longText(200, 'x');
+  test::WriteFile(kDefinitionFile, Definition("<AI><Node Id=\"1\" Name=\"" + longText +
+                                              "\" EUUnits=\"" + longText + "\"/></AI>"));
+  test::ChannelTemplate()
+      .Channel(1)
+      .Device(3, kDefinitionFile, {{"Protocol", longText}, {"Desc", longText}})
+      .Write();
+
+  catalogue.Open(paths::kChannelTemplate);
+
+  const std::string kept(126, 'x');
+  EXPECT_EQ(Point(catalogue, 0x01030001).Name, kept);
+  EXPECT_EQ(Point(catalogue, 0x01030001).EUUnits, kept);
+  EXPECT_EQ(Devices(catalogue).at(0x0103).Protocol, kept);
+  EXPECT_EQ(Devices(catalogue).at(0x0103).Desc, kept);
+}
+
+TEST_F(Template, ADevicePathKeeps126Characters) {
+  CChannelSet catalogue;
+  test::ChannelTemplate().Channel(1).Device(3, "/" + std::string(199, 'n')).Write();
+
+  catalogue.Open(paths::kChannelTemplate);
+
+  EXPECT_EQ(Devices(catalogue).at(0x0103).Name, "/" + std::string(125, 'n'));
+}
+
+TEST_F(Template, ADeviceInheritsWhatItLeavesOut) {
+  CChannelSet catalogue;
+  OpenText(catalogue,
+           "<ChannelConfig>"
+           "<Channel No=\"4\"><Dev Name=\"a\" Protocol=\"P\" Desc=\"D\" SlaveId=\"1\" Group=\"6\"/>"
+           "</Channel>"
+           "<Channel><Dev SlaveId=\"2\"/></Channel></ChannelConfig>");
+
+  const ST_DEV_ATTR& second = Devices(catalogue).at(0x0402);
+
+  EXPECT_STREQ(second.Name, "a");
+  EXPECT_STREQ(second.Protocol, "P");
+  EXPECT_STREQ(second.Desc, "D");
+  EXPECT_EQ(second.GroupNo, 6);
+}
+
+TEST_F(Template, TheFirstDeviceInheritsNothing) {
+  CChannelSet catalogue;
+
+  OpenText(catalogue, "<ChannelConfig><Channel><Dev/></Channel></ChannelConfig>");
+
+  const ST_DEV_ATTR& device = Devices(catalogue).at(0);
+  EXPECT_STREQ(device.Name, "");
+  EXPECT_STREQ(device.Protocol, "");
+  EXPECT_EQ(device.GroupNo, 0);
+}
+
+TEST_F(Template, APointInheritsWhatItLeavesOutAlsoAcrossTypes) {
+  CChannelSet catalogue;
+
+  OpenDevice(catalogue, Definition("<AI><Node Id=\"1\" Name=\"N\" EUUnits=\"V\"/></AI>"
+                                   "<DI><Node Id=\"2\"/></DI>"));
+
+  EXPECT_STREQ(Point(catalogue, 0x01030102).Name, "N");
+  EXPECT_STREQ(Point(catalogue, 0x01030102).EUUnits, "V");
+}
+
+TEST_F(Template, APointWithoutANumberReplacesThePointBefore) {
+  CChannelSet catalogue;
+
+  OpenDevice(catalogue, Definition("<AI><Node Id=\"1\" Name=\"old\"/><Node Name=\"new\"/></AI>"));
+
+  EXPECT_EQ(DataIds(catalogue), std::vector<std::uint32_t>{0x01030001});
+  EXPECT_STREQ(Point(catalogue, 0x01030001).Name, "new");
+}
+
+TEST_F(Template, TheFirstPointOfAFileInheritsNothingFromAnotherFile) {
+  CChannelSet catalogue;
+  test::DeviceFile("a").Node("AI", 1, "A", "V").Write();
+  test::WriteFile("/tessel/Config/devices/b.xml", Definition("<AI><Node Id=\"1\"/></AI>"));
+  test::ChannelTemplate()
+      .Channel(1)
+      .Device(1, test::DeviceFile("a").Path())
+      .Device(2, "/tessel/Config/devices/b.xml")
+      .Write();
+
+  catalogue.Open(paths::kChannelTemplate);
+
+  EXPECT_STREQ(Point(catalogue, 0x01020001).Name, "");
+}
+
+TEST_F(Template, OfTwoDevicesWithOneNumberTheLaterCountsAndThePointsOfBothAreLoaded) {
+  CChannelSet catalogue;
+  test::DeviceFile("a").Node("AI", 1).Write();
+  test::DeviceFile("b").Node("AI", 2).Write();
+  test::ChannelTemplate()
+      .Channel(1)
+      .Device(3, test::DeviceFile("a").Path())
+      .Device(3, test::DeviceFile("b").Path())
+      .Write();
+
+  catalogue.Open(paths::kChannelTemplate);
+
+  EXPECT_EQ(Devices(catalogue).size(), 1U);
+  EXPECT_EQ(Devices(catalogue).at(0x0103).Name, test::DeviceFile("b").Path());
+  EXPECT_EQ(DataIds(catalogue), (std::vector<std::uint32_t>{0x01030001, 0x01030002}));
+}
+
+TEST_F(Template, OtherElementsAreSkipped) {
+  CChannelSet catalogue;
+  test::WriteFile(
+      kDefinitionFile,
+      "<DevConfig><Other><AI><Node Id=\"7\"/></AI></Other><NodeProperty>"
+      "<AI><Other Id=\"8\"/><Node Id=\"1\" More=\"2\"/></AI></NodeProperty></DevConfig>");
+
+  OpenText(catalogue,
+           "<ChannelConfig><Other><Dev SlaveId=\"9\"/></Other><Channel No=\"1\"><Other/>"
+           "<Dev Name=\"" +
+               std::string(kDefinitionFile) +
+               "\" SlaveId=\"3\" More=\"1\"/></Channel></ChannelConfig>");
+
+  EXPECT_EQ(DataIds(catalogue), std::vector<std::uint32_t>{0x01030001});
+  EXPECT_EQ(Devices(catalogue).size(), 1U);
+}
+
+TEST_F(Template, PausesAfterEveryDeviceAndEveryElementOfTheRoot) {
+  CChannelSet catalogue;
+  test::ForgetPauses();
+
+  OpenText(catalogue,
+           "<ChannelConfig><Channel No=\"1\"><Dev SlaveId=\"1\"/><Dev SlaveId=\"2\"/>"
+           "</Channel><Other/><Channel No=\"2\"/></ChannelConfig>");
+
+  EXPECT_EQ(test::Pauses(), std::vector<Pause>(5, 100ms));
+}
+
+struct BrokenDefinition {
+  const char* text;
+  const char* message;
+};
+
+class BrokenDefinitionFile : public test::GatewayTest,
+                             public ::testing::WithParamInterface<BrokenDefinition> {};
+
+TEST_P(BrokenDefinitionFile, IsLoggedAndLeavesItsDeviceWithoutPoints) {
+  CChannelSet catalogue;
+
+  EXPECT_EQ(OpenDevice(catalogue, GetParam().text), 0);
+
+  EXPECT_EQ(test::TextLog(), (std::vector<LogRecord>{{"ERROR", GetParam().message}}));
+  EXPECT_EQ(Devices(catalogue).size(), 1U);
+  EXPECT_TRUE(DataIds(catalogue).empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, BrokenDefinitionFile,
+    ::testing::Values(BrokenDefinition{"", "[LoadDevPointAttr]: parsed Parse failed"},
+                      BrokenDefinition{"<DevConfig>", "[LoadDevPointAttr]: parsed Parse failed"},
+                      BrokenDefinition{"<Other/>",
+                                       "[LoadDevPointAttr]:  wrong type, root node != DevConfig"}));
+
+TEST_F(Template, ABrokenDefinitionFileGivesItsLoaderMinusOne) {
+  CChannelSet catalogue;
+  ST_DEV_ATTR device{};
+
+  EXPECT_EQ(catalogue.LoadDevPointAttr(device), -1);
+}
+
+TEST_F(Template, AnUnreadableTemplateIsAnErrorThatNamesIt) {
+  CChannelSet catalogue;
+
+  EXPECT_EQ(catalogue.Open("/tessel/absent.xml"), -1);
+
+  EXPECT_EQ(test::TextLog(),
+            (std::vector<LogRecord>{{"ERROR", "Document /tessel/absent.xml parsed failed."}}));
+}
+
+TEST_F(Template, AnotherRootIsAnErrorAndFreesTheDocument) {
+  CChannelSet catalogue;
+
+  EXPECT_EQ(OpenText(catalogue, "<Other/>"), -1);
+
+  EXPECT_EQ(test::TextLog(),
+            (std::vector<LogRecord>{
+                {"ERROR", "[LoadChannelParamFromXml]: Root node is not 'ChannelConfig'"}}));
+  EXPECT_EQ(catalogue.IsOpen(), -1);
+}
+
+TEST_F(Template, LoadingWithoutADocumentIsAnError) {
+  CChannelSet catalogue;
+
+  EXPECT_EQ(catalogue.LoadNodeFromXml(), -1);
+
+  EXPECT_EQ(test::TextLog(),
+            (std::vector<LogRecord>{{"ERROR", "[LoadChannelParamFromXml]: Xml document is null"}}));
+}
+
+TEST_F(Template, IsOpenGivesZeroWhileOpenAndTheMapsOutliveTheDocument) {
+  CChannelSet catalogue;
+  OpenDevice(catalogue, Definition("<AI><Node Id=\"1\"/></AI>"));
+  EXPECT_EQ(catalogue.IsOpen(), 0);
+
+  EXPECT_EQ(catalogue.Close(), 0);
+
+  EXPECT_EQ(catalogue.IsOpen(), -1);
+  EXPECT_EQ(catalogue.Close(), -1);
+  EXPECT_EQ(DataIds(catalogue).size(), 1U);
+}
+
+}  // namespace
