@@ -1,6 +1,7 @@
 #include "support/faults.h"
 
 #include <curl/curl.h>
+#include <libxml/tree.h>
 #include <pthread.h>
 #include <sqlite3.h>
 #include <sys/mman.h>
@@ -41,6 +42,8 @@ int __wrap_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sql
                               const char** tail);
 int __real_statfs(const char* path, struct statfs* out);
 int __wrap_statfs(const char* path, struct statfs* out);
+xmlNodePtr __real_xmlDocGetRootElement(const xmlDoc* document);
+xmlNodePtr __wrap_xmlDocGetRootElement(const xmlDoc* document);
 int __real_unlink(const char* path);
 int __wrap_unlink(const char* path);
 }
@@ -53,7 +56,7 @@ struct Fault {
   int count = 0;
 };
 
-constexpr std::size_t kCalls = 11;
+constexpr std::size_t kCalls = 12;
 constexpr char kNoSuchDirectory[] = "/nonexistent/database";
 thread_local std::array<Fault, kCalls> t_faults;
 thread_local bool t_guardSegment = false;
@@ -154,4 +157,8 @@ int __wrap_unlink(const char* path) {
   if (!test::Fails(test::Call::kUnlink)) return __real_unlink(path);
   errno = EPERM;
   return -1;
+}
+
+xmlNodePtr __wrap_xmlDocGetRootElement(const xmlDoc* document) {
+  return test::Fails(test::Call::kXmlRoot) ? nullptr : __real_xmlDocGetRootElement(document);
 }

@@ -6,6 +6,7 @@
 
 #include "support/clock.h"
 #include "support/configs.h"
+#include "support/faults.h"
 #include "support/gateway.h"
 #include "support/logs.h"
 #include "util/paths.h"
@@ -328,6 +329,29 @@ TEST_F(Template, AnotherRootIsAnErrorAndFreesTheDocument) {
             (std::vector<LogRecord>{
                 {"ERROR", "[LoadChannelParamFromXml]: Root node is not 'ChannelConfig'"}}));
   EXPECT_EQ(catalogue.IsOpen(), -1);
+}
+
+TEST_F(Template, ATemplateWithoutARootIsAnErrorAndFreesTheDocument) {
+  test::ChannelTemplate().Channel(1).Write();
+  CChannelSet catalogue;
+  test::FailCalls(test::Call::kXmlRoot);
+
+  EXPECT_EQ(catalogue.Open(paths::kChannelTemplate), -1);
+
+  EXPECT_EQ(test::TextLog(),
+            (std::vector<LogRecord>{{"ERROR", "[LoadChannelParamFromXml]: Empty document."}}));
+  EXPECT_EQ(catalogue.IsOpen(), -1);
+}
+
+TEST_F(Template, ADefinitionFileWithoutARootIsLogged) {
+  CChannelSet catalogue;
+  test::FailCalls(test::Call::kXmlRoot, 1, 1);  // the template's own root is found
+
+  EXPECT_EQ(OpenDevice(catalogue, Definition("<AI><Node Id=\"1\"/></AI>")), 0);
+
+  EXPECT_EQ(test::TextLog(),
+            (std::vector<LogRecord>{{"ERROR", "[LoadDevPointAttr]: empty document"}}));
+  EXPECT_TRUE(DataIds(catalogue).empty());
 }
 
 TEST_F(Template, LoadingWithoutADocumentIsAnError) {

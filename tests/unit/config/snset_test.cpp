@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "support/configs.h"
+#include "support/faults.h"
 #include "support/gateway.h"
 #include "support/logs.h"
 #include "util/paths.h"
@@ -115,6 +116,18 @@ TEST_F(Identity, AnotherRootIsAnErrorAndFreesTheDocument) {
   EXPECT_EQ(test::TextLog(),
             (std::vector<LogRecord>{
                 {"ERROR", "parse SN Document failed,wrong type,root node is not snConfig"}}));
+  EXPECT_FALSE(identity.IsOpen());
+}
+
+TEST_F(Identity, ADocumentWithoutARootIsAnErrorAndFreesTheDocument) {
+  test::WriteSnXml("Ostra-7K", "AB12");
+  CsnSet identity;
+  test::FailCalls(test::Call::kXmlRoot);
+
+  EXPECT_EQ(identity.Open(paths::kIdentityFile), -1);
+
+  EXPECT_EQ(test::TextLog(),
+            (std::vector<LogRecord>{{"ERROR", "parse SN Document failed,empty document."}}));
   EXPECT_FALSE(identity.IsOpen());
 }
 

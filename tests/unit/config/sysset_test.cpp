@@ -6,6 +6,7 @@
 
 #include "support/clock.h"
 #include "support/configs.h"
+#include "support/faults.h"
 #include "support/gateway.h"
 #include "support/logs.h"
 #include "util/paths.h"
@@ -62,6 +63,19 @@ TEST_F(SystemSettings, LoadingWithoutADocumentIsAnError) {
   EXPECT_EQ(settings.LoadNodeFromXml(), -1);
 
   EXPECT_EQ(test::TextLog(), (std::vector<LogRecord>{{"ERROR", "SysConfigXml document is null"}}));
+}
+
+TEST_F(SystemSettings, ADocumentWithoutARootIsLoggedAndFreed) {
+  test::SysXml().Cloud("checked", "1").Write();
+  CSysSet settings;
+  test::FailCalls(test::Call::kXmlRoot);
+
+  EXPECT_EQ(settings.Open(paths::kSystemFile), 0);
+
+  EXPECT_EQ(test::TextLog(),
+            (std::vector<LogRecord>{{"ERROR", "SysConfigXml document,Empty document."}}));
+  EXPECT_EQ(settings.GetCloudConfigAttr()->checked, 0);
+  EXPECT_FALSE(settings.IsOpen());
 }
 
 TEST_F(SystemSettings, CloseFreesTheDocumentAndKeepsTheValues) {
