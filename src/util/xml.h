@@ -1,5 +1,5 @@
 // Reading small XML configuration files through libxml2, safely: nothing but the named file itself
-// is ever read, and neither its size nor its entities can exhaust the gateway.
+// is ever read, and no content of it can exhaust the gateway.
 #pragma once
 
 #include <cstddef>
@@ -16,6 +16,7 @@ struct _xmlNode;  // NOLINT(*-reserved-identifier,cert-dcl*)
 namespace util {
 
 inline constexpr std::size_t kXmlFileLimitBytes = 2097152;  // larger files are not read
+inline constexpr int kXmlAttributesLimit = 64;              // an element with more spoils its file
 
 struct XmlAttribute {
   std::string name;
@@ -52,7 +53,9 @@ class XmlDocument {
   XmlDocument() = default;
 
   // Parses a regular file of at most kXmlFileLimitBytes. Without a document when the file cannot
-  // be read, is larger, or is not well-formed; libxml2's own message goes to standard error.
+  // be read, is larger, is not well-formed (libxml2's first message then goes to standard error),
+  // has an element with more than kXmlAttributesLimit attributes, or declares entities or
+  // attributes of its own: no configuration file needs them, and small files grow huge by them.
   static XmlDocument Read(const char* path);
 
   explicit operator bool() const { return m_document != nullptr; }
