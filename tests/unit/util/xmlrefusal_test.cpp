@@ -1,0 +1,292 @@
+// Configuration files that are not what they should be, or that reach for what is not theirs.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <ostream>
+#include <string>
+
+#include "support/files.h"
+#include "support/gateway.h"
+#include "support/rawserver.h"
+#include "util/file.h"
+#include "util/xml.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+constexpr char kPath[] = "/tessel/Config/file.xml";
+constexpr char kSecret[] = "the secret of another file";
+
+util::XmlDocument ReadText(const std::string& text) {
+  test::WriteFile(kPath, text);
+  return util::XmlDocument::Read(kPath);
+}
+
+// Every value that the service could get out of a document.
+std::string AllValues(const util::XmlElement& element) {
+  std::string values;
+  for (const auto& attribute : element.Attributes()) {
+    values += attribute.value + element.Attribute(attribute.name.c_str()).value_or("");
+  }
+  values += element.Attribute("leak").value_or("");
+  for (const auto& child : element.Children()) values += AllValues(child);
+  return values;
+}
+
+std::string AllValues(const util::XmlDocument& document) {
+  return document ? AllValues(*document.Root()) : "";
+}
+
+class XmlRefusal : public test::GatewayTest {};
+
+TEST_F(XmlRefusal, RefusesAMissingFile) {
+  EXPECT_FALSE(util::XmlDocument::Read("/tessel/missing.xml"));
+}
+
+TEST_F(XmlRefusal, RefusesANullPath) {
+  EXPECT_FALSE(util::XmlDocument::Read(nullptr));
+}
+
+TEST_F(XmlRefusal, RefusesAnEmptyPath) {
+  EXPECT_FALSE(util::XmlDocument::Read(""));
+}
+
+TEST_F(XmlRefusal, RefusesADirectory) {
+  EXPECT_FALSE(util::XmlDocument::Read("/tessel"));
+}
+
+TEST_F(XmlRefusal, RefusesANamedPipeWithoutWaitingForItsWriter) {
+  ASSERT_EQ(mkfifo("/tessel/pipe.xml", 0600), 0);
+
+  EXPECT_FALSE(util::XmlDocument::Read("/tessel/pipe.xml"));
+}
+
+TEST_F(XmlRefusal, RefusesANamedPipeWithAWriter) {
+  ASSERT_EQ(mkfifo("/tessel/pipe.xml", 0600), 0);
+  const util::Descriptor writer(open("/tessel/pipe.xml", O_RDWR | O_CLOEXEC));
+  ASSERT_EQ(write(writer.Get(), "<r/>", 4), 4);
+
+  EXPECT_FALSE(util::XmlDocument::Read("/tessel/pipe.xml"));
+}
+
+TEST_F(XmlRefusal, RefusesDevices) {
+  EXPECT_FALSE(util::XmlDocument::Read("/dev/zero"));
+  EXPECT_FALSE(util::XmlDocument::Read("/dev/null"));
+}
+
+TEST_F(XmlRefusal, RefusesASocket) {
+  const util::Descriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const sockaddr_un address{AF_UNIX, "/tessel/socket.xml"};
+  ASSERT_EQ(bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+
+  EXPECT_FALSE(util::XmlDocument::Read("/tessel/socket.xml"));
+}
+
+TEST_F(XmlRefusal, RefusesALinkThatLeadsToItself) {
+  ASSERT_EQ(symlink("/tessel/loop.xml", "/tessel/loop.xml"), 0);
+
+  EXPECT_FALSE(util::XmlDocument::Read("/tessel/loop.xml"));
+}
+
+TEST_F(XmlRefusal, TakesADashForAFilesName) {
+  test::WriteFile(kPath, "<r/>");
+  const util::Descriptor keptInput(dup(STDIN_FILENO));
+  const util::Descriptor file(open(kPath, O_RDONLY | O_CLOEXEC));
+  ASSERT_EQ(dup2(file.Get(), STDIN_FILENO), STDIN_FILENO);
+
+  const auto document = util::XmlDocument::Read("-");
+
+  dup2(keptInput.Get(), STDIN_FILENO);
+  EXPECT_FALSE(document) << "standard input was read";
+}
+
+TEST_F(XmlRefusal, RefusesAFileThatIsOneByteLargerThanTheLimit) {
+  const std::string frame = "<r></r>";
+  const std::string filling(util::kXmlFileLimitBytes - frame.size() + 1, ' ');
+
+  EXPECT_FALSE(ReadText("<r>" + filling + "</r>"));
+}
+
+TEST_F(XmlRefusal, RefusesACompressedFile) {
+  test::WriteFile(kPath, "<r/>");
+  ASSERT_EQ(std::system("gzip /tessel/Config/file.xml"), 0);
+  ASSERT_TRUE(test::Exists("/tessel/Config/file.xml.gz"));
+
+  EXPECT_FALSE(util::XmlDocument::Read("/tessel/Config/file.xml.gz"));
+}
+
+struct MalformedRow {
+  const char* name;
+  std::string text;
+};
+
+void PrintTo(const MalformedRow& row, std::ostream* out) {
+  *out << row.name;
+}
+
+std::string Nested(int depth) {
+  std::string text;
+  for (int i = 0; i < depth; ++i) text += "<e>";
+  for (int i = 0; i < depth; ++i) text += "</e>";
+  return text;
+}
+
+std::string Attributes(int count, const std::string& head) {
+  std::string text = "<r";
+  for (int i = 0; i < count; ++i) text += " " + head + std::to_string(i) + " = 'u'";
+  return text + "/>";
+}
+
+// A text in 16 bits a character, little end first.
+std::string Utf16(const std::string& ascii, const std::string& mark) {
+  std::string text = mark;
+  for (const char c : ascii) (text += c) += '\0';
+  return text;
+}
+
+class Malformed : public test::GatewayTest, public ::testing::WithParamInterface<MalformedRow> {};
+
+TEST_P(Malformed, GivesNoDocument) {
+  EXPECT_FALSE(ReadText(GetParam().text));
+}
+
+using std::string_literals::operator""s;
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, Malformed,
+    ::testing::Values(MalformedRow{"empty", ""}, MalformedRow{"blank", " \n"},
+                      MalformedRow{"only the declaration", "<?xml version=\"1.0\"?>"},
+                      MalformedRow{"no XML", "cloudip=127.0.0.1\n"},
+                      MalformedRow{"cut short", "<r><a/>"},
+                      MalformedRow{"cut within a tag", "<r a=\"1"},
+                      MalformedRow{"two roots", "<r/><r/>"},
+                      MalformedRow{"crossed tags", "<a><b></a></b>"},
+                      MalformedRow{"an attribute twice", "<r a=\"1\" a=\"2\"/>"},
+                      MalformedRow{"an undeclared entity", "<r a=\"&what;\"/>"},
+                      MalformedRow{"Latin 1", "<r a=\"caf\xE9\"/>"},
+                      MalformedRow{"GBK, as it claims",
+                                   "<?xml version=\"1.0\" encoding=\"GBK\"?><r a=\"\xB1\xC3\"/>"},
+                      MalformedRow{"UTF-16", Utf16("<r/>", "\xFF\xFE")},
+                      MalformedRow{"UTF-16 without a mark", Utf16("<r/>", "")},
+                      MalformedRow{"an overlong character", "<r a=\"\xC0\xBC\"/>"},
+                      MalformedRow{"a zero byte in a value", "<r a=\"1\0002\"/>"s},
+                      MalformedRow{"a zero byte in a tag", "<r\0a=\"1\"/>"s},
+                      MalformedRow{"a control character", "<r a=\"\x01\"/>"},
+                      MalformedRow{"the number of one", "<r a=\"&#1;\"/>"},
+                      MalformedRow{"elements nested 1,000 deep", Nested(1000)},
+                      MalformedRow{"elements nested 100,000 deep", Nested(100'000)},
+                      MalformedRow{"65 attributes", Attributes(65, "a")},
+                      MalformedRow{"65 name spaces", Attributes(65, "xmlns:a")}));
+
+TEST_F(XmlRefusal, ReportsOneFirstErrorOnStandardError) {
+  testing::internal::CaptureStderr();
+
+  ReadText("<r>\n<!--<!--<!--<!--<!--<!--<!--<!--<!--</r>");
+
+  const std::string said = testing::internal::GetCapturedStderr();
+  EXPECT_THAT(said, HasSubstr("line 2: Double hyphen within comment"));
+  EXPECT_EQ(said.find("Double hyphen"), said.rfind("Double hyphen"));
+}
+
+TEST_F(XmlRefusal, SaysNothingOfWhatDoesNotSpoilADocument) {
+  testing::internal::CaptureStderr();
+
+  const bool isRead = static_cast<bool>(ReadText("<r><undeclared:e/></r>"));
+
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_TRUE(isRead);
+}
+
+// Documents that try to bring another file or address into a value. %s stands for what they want.
+struct ReachingRow {
+  const char* name;
+  std::string before;
+  std::string after;
+};
+
+void PrintTo(const ReachingRow& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class Reaching : public test::GatewayTest, public ::testing::WithParamInterface<ReachingRow> {
+ protected:
+  static std::string TextFor(const std::string& wanted) {
+    return GetParam().before + wanted + GetParam().after;
+  }
+};
+
+TEST_P(Reaching, NeverBringsAFileOfTheDiskIntoAValue) {
+  test::WriteFile("/tessel/secret", kSecret);
+  test::WriteFile("/tessel/secret.dtd",
+                  "<!ENTITY x \""s + kSecret + "\"><!ATTLIST r leak CDATA \"" + kSecret + "\">");
+
+  for (const char* wanted :
+       {"/tessel/secret", "file:///tessel/secret", "/tessel/secret.dtd", "../secret.dtd"}) {
+    const auto document = ReadText(TextFor(wanted));
+
+    EXPECT_THAT(AllValues(document), Not(HasSubstr(kSecret))) << wanted;
+  }
+}
+
+TEST_P(Reaching, NeverConnectsToAnAddress) {
+  test::RawServer server;
+  server.Answer(test::HttpAnswer(200, kSecret)).Answer(test::HttpAnswer(200, kSecret));
+
+  const auto document = ReadText(TextFor(server.Url("/entity")));
+
+  EXPECT_THAT(server.Requests(), IsEmpty());
+  EXPECT_THAT(AllValues(document), Not(HasSubstr(kSecret)));
+}
+
+TEST_P(Reaching, NeverReadsFromANamedPipe) {
+  ASSERT_EQ(mkfifo("/tessel/pipe", 0600), 0);
+  const util::Descriptor writer(open("/tessel/pipe", O_RDWR | O_CLOEXEC));
+  ASSERT_GT(write(writer.Get(), kSecret, sizeof(kSecret)), 0);
+
+  ReadText(TextFor("/tessel/pipe"));
+
+  int left = 0;
+  ASSERT_EQ(ioctl(writer.Get(), FIONREAD, &left), 0);
+  EXPECT_EQ(left, static_cast<int>(sizeof(kSecret)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Documents, Reaching,
+    ::testing::Values(
+        ReachingRow{"entity in text", "<!DOCTYPE r [<!ENTITY x SYSTEM \"",
+                    "\">]><r><a>&x;</a></r>"},
+        ReachingRow{"entity as elements", "<!DOCTYPE r [<!ENTITY x SYSTEM \"", "\">]><r>&x;</r>"},
+        ReachingRow{"entity in an attribute", "<!DOCTYPE r [<!ENTITY x SYSTEM \"",
+                    "\">]><r a=\"&x;\"/>"},
+        ReachingRow{"public entity", "<!DOCTYPE r [<!ENTITY x PUBLIC \"p\" \"",
+                    "\">]><r><a>&x;</a></r>"},
+        ReachingRow{"parameter entity", "<!DOCTYPE r [<!ENTITY % x SYSTEM \"", "\"> %x;]><r/>"},
+        ReachingRow{"type declaration", "<!DOCTYPE r SYSTEM \"", "\"><r/>"},
+        ReachingRow{"type declaration and its entity", "<!DOCTYPE r SYSTEM \"",
+                    "\"><r a=\"&x;\">&x;</r>"},
+        ReachingRow{"public type declaration", "<!DOCTYPE r PUBLIC \"p\" \"", "\"><r/>"},
+        ReachingRow{"inclusion",
+                    "<r xmlns:xi=\"http://www.w3.org/2001/XInclude\"><xi:include href=\"",
+                    "\"/></r>"},
+        ReachingRow{"style sheet", "<?xml-stylesheet href=\"", "\"?><r/>"}));
+
+TEST_F(XmlRefusal, NeverConnectsToAnAddressInPlaceOfAPath) {
+  test::RawServer server;
+  server.Answer(test::HttpAnswer(200, "<r/>"));
+
+  const auto document = util::XmlDocument::Read(server.Url("/sys.xml").c_str());
+
+  EXPECT_FALSE(document);
+  EXPECT_THAT(server.Requests(), IsEmpty());
+}
+
+}  // namespace
