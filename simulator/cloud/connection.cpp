@@ -20,7 +20,8 @@ constexpr std::size_t kReceivedLimitBytes = 4 * 1024 * 1024;
 }  // namespace
 
 std::ptrdiff_t Connection::Read(char* bytes, std::size_t size) {
-  if (m_given == m_received.size() && !Receive()) return 0;
+  while (m_received.size() - m_given < size && Receive()) {
+  }
   const std::size_t count = std::min(size, m_received.size() - m_given);
   std::memcpy(bytes, m_received.data() + m_given, count);
   m_given += count;

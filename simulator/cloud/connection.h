@@ -17,11 +17,12 @@ class Connection {
  public:
   Connection(int socket, const StopSignal& stop) : m_socket(socket), m_stop(stop) {}
 
-  // Up to `size` bytes: those received and not yet given first. Sends what is gathered before it
-  // waits. 0 when there is no more: at the end of the stream, on an error, when nothing comes for
-  // 10 s, beyond 4 MiB, or when the server stops.
+  // The next `size` bytes, waited for; fewer, or 0, only when there are no more: at the end of the
+  // stream, on an error, when nothing comes for 10 s, beyond 4 MiB, or when the server stops.
+  // (The library's multipart reader fails where its first piece ends within the first boundary.)
+  // Sends what is gathered before it waits.
   std::ptrdiff_t Read(char* bytes, std::size_t size);
-  // Receives more without giving it; false where Read would return 0.
+  // Receives more without giving it; false where there are no more.
   bool Receive();
   // Everything received so far.
   const std::string& Received() const { return m_received; }

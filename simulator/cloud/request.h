@@ -9,6 +9,8 @@
 
 namespace cloud {
 
+inline constexpr std::size_t kBodyLimitBytes = 1024 * 1024;  // a gateway's largest has some 42 KB
+
 // What it is for: one header line.
 struct Header {
   std::string name;   // as sent

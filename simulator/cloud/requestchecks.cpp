@@ -64,6 +64,7 @@ void CheckLength(const Request& request) {
   const std::string text = TheOnlyValue(request, "Content-Length");
   const auto length = request.ContentLength();
   if (!length) throw Fault("header Content-Length is \"" + text + "\"");
+  if (*length > kBodyLimitBytes) throw Fault("a body of " + text + " bytes is too large");
   if (*length != request.body.size()) {
     throw Fault("only " + std::to_string(request.body.size()) + " of " + text + " bytes arrived");
   }

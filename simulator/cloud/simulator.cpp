@@ -77,6 +77,7 @@ Simulator::Simulator(Settings settings)
   if (m_settings.lines != nullptr) {
     *m_settings.lines << "listening on " << m_settings.address << ":" << Port() << std::endl;
   }
+  PrepareLibrary();
   for (int i = 0; i < kServerThreads; ++i) m_threads.emplace_back([this] { Serve(); });
 }
 

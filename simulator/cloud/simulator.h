@@ -25,15 +25,15 @@ namespace cloud {
 struct Settings {
   std::string address = "127.0.0.1";  // a loopback address
   int port = 0;                       // 0: any free one
-  std::string prefix;                 // the gateway's "Dir": empty, or like "/cloud"
-  std::string serialNumber;           // expected of every document; empty: any
-  std::string uploadFolder;           // where uploads are kept; empty: nowhere
+  std::string prefix{};               // the gateway's "Dir": empty, or like "/cloud"
+  std::string serialNumber{};         // expected of every document; empty: any
+  std::string uploadFolder{};         // where uploads are kept; empty: nowhere
   std::ostream* lines = nullptr;      // gets "listening on …", then a line an exchange
   // What endpoints are told to do from the start, see Simulator::Script.
-  std::vector<std::pair<Endpoint, std::vector<Behaviour>>> scripts;
+  std::vector<std::pair<Endpoint, std::vector<Behaviour>>> scripts{};
   std::size_t exchangesRemembered = std::numeric_limits<std::size_t>::max();
   // Called after each accepted upload, on a server thread, with the number accepted so far.
-  std::function<void(std::size_t)> onAcceptedUpload;
+  std::function<void(std::size_t)> onAcceptedUpload{};
 };
 
 // What it is for: the cloud side of system tests and of the demonstration run. Up to eight
