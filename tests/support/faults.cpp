@@ -54,6 +54,7 @@ namespace {
 struct Fault {
   int skipped = 0;
   int count = 0;
+  std::function<void()>* action = nullptr;  // bare: calls may come after this thread's destructors
 };
 
 constexpr std::size_t kCalls = 12;
@@ -63,6 +64,8 @@ thread_local bool t_guardSegment = false;
 
 bool Fails(Call call) {
   Fault& fault = t_faults[static_cast<std::size_t>(call)];
+  const std::unique_ptr<std::function<void()>> action(std::exchange(fault.action, nullptr));
+  if (action) (*action)();
   if (fault.count == 0) return false;
   if (fault.skipped > 0) {
     --fault.skipped;
@@ -92,7 +95,14 @@ void GuardNextSegment() {
 }
 
 void FailCalls(Call call, int count, int skipped) {
-  t_faults[static_cast<std::size_t>(call)] = {skipped, count};
+  Fault& fault = t_faults[static_cast<std::size_t>(call)];
+  fault.skipped = skipped;
+  fault.count = count;
+}
+
+void AtNextCall(Call call, std::function<void()> action) {
+  auto owned = std::make_unique<std::function<void()>>(std::move(action));
+  t_faults[static_cast<std::size_t>(call)].action = owned.release();
 }
 
 }  // namespace test

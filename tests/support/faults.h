@@ -1,6 +1,8 @@
 // Calls of the code under test that fail on demand, on the thread that asked for it.
 #pragma once
 
+#include <functional>
+
 namespace test {
 
 enum class Call {
@@ -20,6 +22,9 @@ enum class Call {
 
 // Lets the next `skipped` such calls through and makes `count` after them fail.
 void FailCalls(Call call, int count = 1, int skipped = 0);
+
+// Runs the action at the next such call, before it is made.
+void AtNextCall(Call call, std::function<void()> action);
 
 // Makes the next shmat of a whole number of pages attach its segment right below a page that nobody
 // may touch, so that reading past the segment's end ends the process.
