@@ -75,6 +75,7 @@ std::optional<std::uint32_t> WriteRealDataDocument(const RealDataHeader& header,
   Walk walk{writer, values.begin(), values.end()};
   writer.StartObject();
   writer.Key("sn");
+  RAPIDJSON_ASSERT(header.serial != nullptr);  // the writer itself would read through it
   writer.String(header.serial);
   writer.Key("data");
   writer.StartArray();

@@ -18,7 +18,8 @@ struct RealDataHeader {
 
 // Writes the document of every point of the catalogue into `text`, pausing 100 ms after every
 // device and 500 ms after every channel. Returns the first DataId that `values` lacks, which leaves
-// `text` incomplete, or nothing when all is written.
+// `text` incomplete, or nothing when all is written. A null serial number throws std::logic_error
+// "rapidjson exception".
 std::optional<std::uint32_t> WriteRealDataDocument(const RealDataHeader& header,
                                                    const MAP_GROUP_ATTR& catalogue,
                                                    const Real_Data_Struct& values,
