@@ -1,0 +1,30 @@
+// Owns the command line of the acquisition simulator.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "acquisition/publisher.h"
+#include "acquisition/segment.h"
+#include "util/paths.h"
+
+inline constexpr std::chrono::milliseconds kLongestPeriod = std::chrono::hours(1);
+
+struct Options {
+  std::string channelTemplate = paths::kChannelTemplate;
+  std::chrono::milliseconds period{1000};  // between two refreshes, 1 to kLongestPeriod
+  PublishMode mode = PublishMode::kAll;
+  StaleSegment stale = StaleSegment::kTakeOver;
+  bool help = false;
+};
+
+// What the help prints.
+std::string HelpText();
+
+// Reads the arguments that follow the program's name; a value follows its option as the next
+// argument or after "=". Nothing when they make no sense: then `error` says why.
+std::optional<Options> ParseOptions(const std::vector<std::string_view>& arguments,
+                                    std::string* error);
