@@ -13,8 +13,8 @@ namespace cloud {
 
 namespace {
 
-constexpr std::size_t kContentLimitBytes = 16 * 1024 * 1024;
-constexpr std::size_t kChunkBytes = 16 * 1024;
+constexpr std::size_t kContentLimitBytes = std::size_t{16} * 1024 * 1024;
+constexpr std::size_t kChunkBytes = std::size_t{16} * 1024;
 
 struct ArchiveFreer {
   void operator()(archive* reader) const { archive_read_free(reader); }

@@ -14,8 +14,8 @@ namespace {
 constexpr std::chrono::seconds kReadTimeout{10};
 constexpr std::chrono::seconds kWriteTimeout{5};
 constexpr std::chrono::seconds kFinishTimeout{1};
-constexpr std::size_t kChunkBytes = 16 * 1024;
-constexpr std::size_t kReceivedLimitBytes = 4 * 1024 * 1024;
+constexpr std::size_t kChunkBytes = std::size_t{16} * 1024;
+constexpr std::size_t kReceivedLimitBytes = std::size_t{4} * 1024 * 1024;
 
 }  // namespace
 
