@@ -21,9 +21,16 @@ struct ST_CLOUDSERVER_CONFIG_ATTR {
   std::uint8_t isCompress;  // kept and shown, otherwise unused
 };
 static_assert(sizeof(ST_CLOUDSERVER_CONFIG_ATTR) == 158);
+static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, cloudip) == 1);
 static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, port) == 65);
+static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, Dir) == 67);
 static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, RealDataInv) == 131);
+static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, AlarmDataInv) == 133);
+static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, HeartBeatInv) == 135);
+static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, CheckFailInv) == 137);
+static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, RecallInv) == 139);
 static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, filetype) == 141);
+static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, isCompress) == 157);
 
 // The `Info` element and the firmware version: what and where the gateway is. Kept and shown.
 struct ST_GATEWAY_INFO {
@@ -39,6 +46,15 @@ struct ST_GATEWAY_INFO {
   char latitude[256];
 };
 static_assert(sizeof(ST_GATEWAY_INFO) == 2560);
+static_assert(offsetof(ST_GATEWAY_INFO, version) == 256);
+static_assert(offsetof(ST_GATEWAY_INFO, roomName) == 512);
+static_assert(offsetof(ST_GATEWAY_INFO, roomDesc) == 768);
+static_assert(offsetof(ST_GATEWAY_INFO, gateWayName) == 1024);
+static_assert(offsetof(ST_GATEWAY_INFO, address) == 1280);
+static_assert(offsetof(ST_GATEWAY_INFO, ownerName) == 1536);
+static_assert(offsetof(ST_GATEWAY_INFO, ownerDesc) == 1792);
+static_assert(offsetof(ST_GATEWAY_INFO, longitude) == 2048);
+static_assert(offsetof(ST_GATEWAY_INFO, latitude) == 2304);
 
 // The `https` element. Kept and shown; the service speaks plain HTTP.
 struct ST_HTTPS_CERT_INFO {
@@ -48,6 +64,9 @@ struct ST_HTTPS_CERT_INFO {
   char passwd[64];
 };
 static_assert(sizeof(ST_HTTPS_CERT_INFO) == 257);
+static_assert(offsetof(ST_HTTPS_CERT_INFO, certfile) == 1);
+static_assert(offsetof(ST_HTTPS_CERT_INFO, user) == 129);
+static_assert(offsetof(ST_HTTPS_CERT_INFO, passwd) == 193);
 
 #pragma pack(pop)
 
@@ -60,3 +79,7 @@ struct Interval_Info {
   std::int32_t recallInv;     // demand recall
 };
 static_assert(sizeof(Interval_Info) == 20);
+static_assert(offsetof(Interval_Info, alarmDataInv) == 4);
+static_assert(offsetof(Interval_Info, heartBeatInv) == 8);
+static_assert(offsetof(Interval_Info, checkFailInv) == 12);
+static_assert(offsetof(Interval_Info, recallInv) == 16);

@@ -1,12 +1,12 @@
 #include "historydata/historydata.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <ctime>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include "util/directory.h"
 #include "util/paths.h"
@@ -45,13 +45,8 @@ constexpr char kDeleteAgedRecalls[] = "delete from %s where Createtime <= '%lld'
 constexpr std::time_t kFileAgeSeconds = 2678400;   // 31 days
 constexpr std::time_t kRecallAgeSeconds = 259200;  // 3 days
 constexpr int kDaysOfMonth = 31;
-constexpr int kLockWaitMilliseconds = 2000;  // a technician reading the ledger costs no row
+constexpr int kLockWaitMilliseconds = 2000;  // spares the ledger another program's short lock
 constexpr std::size_t kPathLimit = util::kPathBytes - 1;
-
-bool Exists(const char* path) {
-  struct stat status {};
-  return stat(path, &status) == 0;
-}
 
 util::Database OpenLedger() {
   util::Database database(paths::kLedger);
@@ -64,11 +59,18 @@ std::string CutOffStamp() {
   return cutOff ? util::Stamp(*cutOff) : "";  // an empty stamp ages nothing
 }
 
+// A name from a card that somebody has tampered with.
+bool LeavesTheTree(std::string_view name) {
+  return name.find("..") != std::string_view::npos;
+}
+
 // Unlinks the files below `directory` that the query names.
 void UnlinkAged(util::Statement& names, const char* directory) {
   while (names.NextRow()) {
+    const std::string name(names.Text(0));
+    if (LeavesTheTree(name)) continue;
     char path[util::kPathBytes];
-    util::PrintText(path, sizeof(path), "%s/%s", directory, std::string(names.Text(0)).c_str());
+    util::PrintText(path, sizeof(path), "%s/%s", directory, name.c_str());
     unlink(path);
   }
 }
@@ -124,7 +126,7 @@ std::int32_t CHistoryData::Mkdirs(const char* path) {
 std::int32_t CHistoryData::SaveHistoryData(const std::vector<History_Data_Para>* rows) {
   if (rows == nullptr) return -1;
   const std::string cutOff = CutOffStamp();
-  const bool existed = Exists(paths::kLedger);
+  const bool existed = util::Exists(paths::kLedger);
   if (!existed) Mkdirs(paths::kLedgerDirectory);
   if (IsTableExists(kPendingTable) != 0) {
     if (existed) {
@@ -152,7 +154,11 @@ std::int32_t CHistoryData::SaveHistoryData(const std::vector<History_Data_Para>*
 void CHistoryData::ReplaceDamagedTree() {
   const std::lock_guard lock(m_databaseMutex);  // nobody visits the ledger while its tree moves
   unlink(paths::kLedger);
-  std::rename(paths::kCloudTree, paths::kLostTree);
+  if (std::rename(paths::kCloudTree, paths::kLostTree) != 0) {
+    // A removal that a power cut ended stands in the way.
+    RemoveDir(paths::kLostTree);
+    std::rename(paths::kCloudTree, paths::kLostTree);
+  }
   int errorCode = 0;
   util::StartThread(&m_removalThread, util::DetachState::kJoinable, RemoveLostTree, nullptr,
                     &errorCode);
@@ -167,8 +173,10 @@ void CHistoryData::ReplaceDamagedTree() {
 }
 
 std::int32_t CHistoryData::GetHistoryData(std::vector<History_Data_Para>* rows) {
-  if (rows == nullptr || !Exists(paths::kLedger)) return -1;
+  if (rows == nullptr || !util::Exists(paths::kLedger)) return -1;
   const std::lock_guard lock(m_databaseMutex);
+  // It may have gone with its tree; opening it would make an empty one, which condemns the tree.
+  if (!util::Exists(paths::kLedger)) return -1;
   util::Database database = OpenLedger();
   if (!database) return -1;
   util::Statement pending = database.Prepare(util::Format(kSelectPending, kPendingTable));
@@ -187,6 +195,7 @@ std::int32_t CHistoryData::GetHistoryData(std::vector<History_Data_Para>* rows) 
 std::int32_t CHistoryData::UpdateHistoryData(const char* filename) {
   if (filename == nullptr) return -1;
   const std::lock_guard lock(m_databaseMutex);
+  if (!util::Exists(paths::kLedger)) return -1;  // opening it would make an empty one
   util::Database database = OpenLedger();
   if (!database) return -1;
   database.Execute(util::Format(kAccept, kPendingTable, filename));
@@ -197,7 +206,7 @@ std::int32_t CHistoryData::SaveRecallData(const char* filename) {
   if (filename == nullptr) return -1;
   const long long now = std::time(nullptr);
   const long long cutOff = now - kRecallAgeSeconds;
-  if (!Exists(paths::kLedger)) Mkdirs(paths::kLedgerDirectory);
+  if (!util::Exists(paths::kLedger)) Mkdirs(paths::kLedgerDirectory);
   if (IsTableExists(kRecallTable) != 0) CreateRecallTable();
 
   const std::lock_guard lock(m_databaseMutex);

@@ -55,7 +55,8 @@ class CHistoryData {
   std::int32_t SaveHistoryData(const std::vector<History_Data_Para>* rows);
   // Appends the pending rows, newest stamp first, 20 at most. -1 also when there is no ledger file.
   std::int32_t GetHistoryData(std::vector<History_Data_Para>* rows);
-  // Marks a pending row accepted. 0 also when there is no such row.
+  // Marks a pending row accepted. 0 also when there is no such row; -1 when there is no ledger
+  // file.
   std::int32_t UpdateHistoryData(const char* filename);
   // Records a recall file under the name as given, then drops rows of three days ago or older, and
   // the files of that name below calldata. The recall worker records full paths, which name no file

@@ -1,5 +1,6 @@
 #include "log/logdatabase.h"
 
+#include <sched.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,6 +9,7 @@
 #include <ctime>
 #include <mutex>
 
+#include "util/directory.h"
 #include "util/paths.h"
 #include "util/sqlite.h"
 #include "util/text.h"
@@ -32,11 +34,6 @@ constexpr std::size_t kInsertBytes = 1024;
 constexpr int kInsertAttempts = 20;
 constexpr unsigned kRetryPauseMicroseconds = 200000;
 constexpr mode_t kOwnerSearchOnly = 0100;  // deliberate: normally the text log made it with 0755
-
-bool Exists(const char* path) {
-  struct stat status {};
-  return stat(path, &status) == 0;
-}
 
 // A record is inserted as it stands: a double quote inside it breaks the statement and loses it.
 void InsertRecord(util::Database& database, const ST_LOG_NODE& node) {
@@ -63,7 +60,7 @@ CLogDatabase::~CLogDatabase() {
   // process is gone: it must find the queue whole, and empty. Where it has locked itself out for
   // good, nobody else is left at the queue.
   std::unique_lock lock(m_queueMutex, std::defer_lock);
-  if (!m_queueLockedForGood) lock.lock();
+  while (!m_queueLockedForGood && !lock.try_lock()) sched_yield();
   m_queue.clear();
 }
 
@@ -99,7 +96,7 @@ int CLogDatabase::WriteLog(std::list<ST_LOG_NODE>* queue) {
     queueLock.release();
     return -1;
   };
-  if (!Exists(paths::kLogDatabase) && LogTableCreate(paths::kLogDatabase) != 0) {
+  if (!util::Exists(paths::kLogDatabase) && LogTableCreate(paths::kLogDatabase) != 0) {
     return leaveQueueLocked();
   }
   const std::lock_guard databaseLock(m_databaseMutex);
@@ -124,8 +121,8 @@ void* CLogDatabase::RecordThread(void* self) {
 }
 
 int CLogDatabase::LogTableCreate(const char* path) {
-  if (!Exists(paths::kLogDirectory)) mkdir(paths::kLogDirectory, kOwnerSearchOnly);
-  if (Exists(paths::kLogDatabase)) return 0;
+  if (!util::Exists(paths::kLogDirectory)) mkdir(paths::kLogDirectory, kOwnerSearchOnly);
+  if (util::Exists(paths::kLogDatabase)) return 0;
 
   const std::lock_guard lock(m_databaseMutex);
   util::Database database(path);

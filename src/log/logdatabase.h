@@ -7,6 +7,7 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <cstddef>
 #include <list>
 
 #include "log/singleton.h"
@@ -22,6 +23,9 @@ struct ST_LOG_NODE {
   char desc[256];    // at most 254 characters
 };
 static_assert(sizeof(ST_LOG_NODE) == 292);
+static_assert(offsetof(ST_LOG_NODE, time) == 12);
+static_assert(offsetof(ST_LOG_NODE, logType) == 24);
+static_assert(offsetof(ST_LOG_NODE, desc) == 36);
 
 // What it is for: takes the records of log_DB and inserts them, one transaction every 5 s.
 // Threads: any for InsertLog; the record thread for the rest. Lock order: queue, then database.

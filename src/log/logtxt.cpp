@@ -73,8 +73,9 @@ CLogTxt::CLogTxt() {
 CLogTxt::~CLogTxt() {
   // The record thread may be in the middle of a batch, and comes back to the queue until the
   // process is gone: it must find the queue whole, and empty.
-  const std::lock_guard lock(m_queueMutex);
+  const std::lock_guard queueLock(m_queueMutex);
   m_queue.clear();
+  const std::lock_guard fileLock(m_fileMutex);  // a batch may be past its queue
 }
 
 int CLogTxt::Init() {

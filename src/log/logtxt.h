@@ -8,6 +8,7 @@
 
 #include <pthread.h>
 
+#include <cstddef>
 #include <list>
 
 #include "log/singleton.h"
@@ -21,6 +22,9 @@ struct ST_TXT_LOG_NODE {
   char message[2048];  // at most 2,046 characters
 };
 static_assert(sizeof(ST_TXT_LOG_NODE) == 2084);
+static_assert(offsetof(ST_TXT_LOG_NODE, time) == 12);
+static_assert(offsetof(ST_TXT_LOG_NODE, logType) == 24);
+static_assert(offsetof(ST_TXT_LOG_NODE, message) == 36);
 
 // What it is for: takes the records of log_Text and appends them to today's file every 5 s.
 // Threads: any for InsertLog; the record thread for the rest. Lock order: queue, then file.

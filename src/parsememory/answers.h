@@ -26,3 +26,5 @@ struct ST_AUTH_ACK {
   char message[128];       // the cloud's text, at most 127 characters
 };
 static_assert(sizeof(ST_AUTH_ACK) == 136);
+static_assert(offsetof(ST_AUTH_ACK, status) == 4);
+static_assert(offsetof(ST_AUTH_ACK, message) == 8);

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <ctime>
-#include <optional>
 
 // Sleeps to the next boundary; a whole interval when now is one.
 void SleepToBoundary(std::int32_t intervalSeconds);

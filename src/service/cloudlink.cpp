@@ -36,7 +36,8 @@ int PrePost() {
   return 0;
 }
 
-std::size_t OnAuthorizeAnswer(char* text, std::size_t size, std::size_t count, void* successFlag) {
+std::size_t OnAuthorizeAnswer(char* text, std::size_t size, std::size_t count,
+                              void* successFlag) noexcept {
   const std::string answer = ReceivedText(text, size, count);
   log_Text(INFO, "Auth Receive Response:\n%s", answer.c_str());
   ST_AUTH_ACK ack{};

@@ -12,4 +12,5 @@ int PrePost();
 // The answer callback of the login, in libcurl's write-callback shape: sets the success flag at
 // `successFlag` to 1 and returns 0 when the answer's "seqStatus" is 0; otherwise returns -1 and
 // leaves the flag.
-std::size_t OnAuthorizeAnswer(char* text, std::size_t size, std::size_t count, void* successFlag);
+std::size_t OnAuthorizeAnswer(char* text, std::size_t size, std::size_t count,
+                              void* successFlag) noexcept;

@@ -1,6 +1,5 @@
 // The process entry. Returns only when the card or the configuration is missing, for a supervisor
 // to start it again; otherwise it runs until the gateway stops it.
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -10,6 +9,7 @@
 #include "log/log.h"
 #include "schedule/schedule.h"
 #include "service/init.h"
+#include "util/directory.h"
 #include "util/paths.h"
 
 namespace {
@@ -18,20 +18,15 @@ constexpr unsigned kNoCardPauseSeconds = 30;
 constexpr unsigned kNoConfigurationPauseSeconds = 10;
 constexpr unsigned kIdleSeconds = 600;
 
-bool HasCard() {
-  struct stat status {};
-  return stat(paths::kCardDevice, &status) == 0;
-}
-
 }  // namespace
 
 int main() {
-  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a supervisor sees each line when it is printed
   log_init(0);
-  std::signal(SIGPIPE, SIG_IGN);  // a broken connection must never end the process
-  Interval_Info intervals{};      // the workers hold pointers into it
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a supervisor sees each line when it is printed
+  std::signal(SIGPIPE, SIG_IGN);                  // a broken connection must never end the process
+  Interval_Info intervals{};                      // the workers hold pointers into it
   log_DB(INFO, "Brennik Start running");
-  if (!HasCard()) {
+  if (!util::Exists(paths::kCardDevice)) {
     log_DB(ERROR, "no sd card, please check if insert the sd card\n");
     sleep(kNoCardPauseSeconds);
     return -1;

@@ -75,7 +75,8 @@ char* getlastname(const char* path, char* out) {
   return out;
 }
 
-std::size_t OnUploadFileAnswer(char* text, std::size_t size, std::size_t count, void* successFlag) {
+std::size_t OnUploadFileAnswer(char* text, std::size_t size, std::size_t count,
+                               void* successFlag) noexcept {
   if (text == nullptr) return kVerdictRejected;
   const std::string answer = ReceivedText(text, size, count);
   log_Text(INFO, "UPloadFile recv message:%s", answer.c_str());

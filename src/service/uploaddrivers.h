@@ -27,4 +27,5 @@ char* getlastname(const char* path, char* out);
 // The answer callback of file uploads, in libcurl's write-callback shape: sets the success flag at
 // `successFlag` to 1 and returns 0 for a complete JSON answer whose "status" is 0; otherwise sets
 // it to 0, or leaves it, and returns -1.
-std::size_t OnUploadFileAnswer(char* text, std::size_t size, std::size_t count, void* successFlag);
+std::size_t OnUploadFileAnswer(char* text, std::size_t size, std::size_t count,
+                               void* successFlag) noexcept;

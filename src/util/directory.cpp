@@ -30,6 +30,11 @@ int MakeDirectories(const char* path, std::size_t pathLimit, std::size_t prefixL
   return 0;
 }
 
+bool Exists(const char* path) {
+  struct stat status {};
+  return stat(path, &status) == 0;
+}
+
 off_t FileSize(const char* path) {
   struct stat status {};
   return stat(path, &status) == 0 ? status.st_size : 0;

@@ -22,6 +22,9 @@ inline constexpr std::size_t kPathBytes = 128;  // a path field, its terminator 
 // directory that cannot be made (those before it stay).
 int MakeDirectories(const char* path, std::size_t pathLimit, std::size_t prefixLimit);
 
+// Whether the path can be examined: a file or a directory stands there.
+bool Exists(const char* path);
+
 // Size in bytes, or 0 when the file cannot be examined.
 off_t FileSize(const char* path);
 

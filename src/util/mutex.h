@@ -16,6 +16,7 @@ class Mutex {
 
   // The lower-case names are the standard library's for a lockable type.
   void lock() { pthread_mutex_lock(&m_mutex); }
+  bool try_lock() { return pthread_mutex_trylock(&m_mutex) == 0; }
   void unlock() { pthread_mutex_unlock(&m_mutex); }
 
  private:

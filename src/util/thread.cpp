@@ -32,8 +32,9 @@ StartResult StartThread(pthread_t* id, DetachState state, void* (*entry)(void*),
   if (*errorCode != 0) return StartResult::kNoDetachState;
 
   attributes.SetStackSize(kThreadStackBytes);
-  *errorCode = pthread_create(id, attributes.Get(), entry, argument);
-  if (*errorCode != 0) *id = 0;
+  pthread_t created = 0;
+  *errorCode = pthread_create(&created, attributes.Get(), entry, argument);
+  if (*errorCode == 0) *id = created;
   return StartResult::kDone;
 }
 

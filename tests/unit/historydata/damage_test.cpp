@@ -132,7 +132,7 @@ TEST_F(DamagedLedger, IsRemovedByAJoinableThreadWithAStackOfTwoMebibytes) {
   EXPECT_FALSE(test::Exists(paths::kLostTree));
 }
 
-TEST_F(DamagedLedger, IsRebuiltInPlaceWhileAnEarlierLostTreeStands) {
+TEST_F(DamagedLedger, TakesThePlaceOfAnEarlierLostTree) {
   Damage();
   test::WriteFile(std::string(paths::kLostTree) + "/JsonFiles/old", "old");
 
@@ -142,8 +142,21 @@ TEST_F(DamagedLedger, IsRebuiltInPlaceWhileAnEarlierLostTreeStands) {
   EXPECT_EQ(result, -1);
   EXPECT_FALSE(test::Exists(paths::kLostTree));
   EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
-  EXPECT_TRUE(test::Exists(test::DataFile(kName)));  // it could not be moved
+  EXPECT_FALSE(test::Exists(test::DataFile(kName)));
   EXPECT_EQ(test::List(paths::kAlarmData), DaysOfAMonth());
+}
+
+TEST_F(DamagedLedger, IsNotMadeByMarkingOrListingWithoutALedgerFile) {
+  test::WriteFile(test::DataFile(kName), "old");
+  std::filesystem::create_directories(paths::kLedgerDirectory);
+  std::vector<History_Data_Para> rows;
+
+  EXPECT_EQ(Ledger().UpdateHistoryData(kName), -1);
+  EXPECT_EQ(Ledger().GetHistoryData(&rows), -1);
+  const int result = Save({Row(kName)});
+
+  EXPECT_EQ(result, 0);
+  EXPECT_TRUE(test::Exists(test::DataFile(kName)));
 }
 
 TEST_F(DamagedLedger, IsTakenForOneWhenItsTableCannotBeLookedFor) {
