@@ -1,6 +1,7 @@
 // The cloud told to misbehave, and its end.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <thread>
 
 #include "cloud/simulator.h"
@@ -31,11 +32,9 @@ CloudRequest Login() {
 
 std::vector<std::string> Verdicts(const cloud::Simulator& simulator) {
   const std::vector<cloud::Exchange> exchanges = simulator.Exchanges();
-  std::vector<std::string> verdicts;
-  verdicts.reserve(exchanges.size());
-  for (const cloud::Exchange& exchange : exchanges) {
-    verdicts.push_back(exchange.verdict);
-  }
+  std::vector<std::string> verdicts(exchanges.size());
+  std::transform(exchanges.begin(), exchanges.end(), verdicts.begin(),
+                 [](const cloud::Exchange& exchange) { return exchange.verdict; });
   return verdicts;
 }
 
@@ -57,8 +56,8 @@ TEST(CloudConduct, LetsTheThirdOfFourUploadsFail) {
   simulator.Script(Endpoint::kRealData,
                    {Behaviour::Normal(), Behaviour::Normal(), Behaviour::Refuse()});
 
-  std::vector<std::string> answers;
-  for (int i = 0; i < 4; ++i) answers.push_back(Ask(simulator.Port(), RealUpload()).body);
+  std::vector<std::string> answers(4);
+  for (std::string& answer : answers) answer = Ask(simulator.Port(), RealUpload()).body;
 
   EXPECT_THAT(answers, ElementsAre(kAccepted, kAccepted, kRefused, kAccepted));
   EXPECT_THAT(simulator.AcceptedUploads(), SizeIs(3));
