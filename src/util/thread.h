@@ -12,12 +12,13 @@ inline constexpr std::size_t kThreadStackBytes = 0x200000;  // 2 MiB, every thre
 enum class DetachState { kJoinable, kDetached };
 
 enum class StartResult {
-  kDone,           // the creation call was made; `id` tells whether it succeeded
+  kDone,           // the creation call was made; `errorCode` tells whether it succeeded
   kNoDetachState,  // the detach state could not be set; nothing was created
 };
 
-// Creates a thread with a 2 MiB stack that runs `entry(argument)`. `id` receives the thread, or 0
-// when the creation failed; `errorCode` receives the failing call's error number, or 0.
+// Creates a thread with a 2 MiB stack that runs `entry(argument)`. `id` receives the thread, and
+// keeps what it holds when there is none; `errorCode` receives the failing call's error number, or
+// 0.
 StartResult StartThread(pthread_t* id, DetachState state, void* (*entry)(void*), void* argument,
                         int* errorCode);
 
