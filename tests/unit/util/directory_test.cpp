@@ -141,6 +141,27 @@ TEST_F(MakeDirectories, CutsEachDirectorysOwnPathAtItsLimit) {
   EXPECT_THAT(test::List("/tessel/abc"), ::testing::IsEmpty());
 }
 
+class Exists : public test::GatewayTest {};
+
+TEST_F(Exists, IsTrueForFilesAndDirectories) {
+  test::WriteFile("/tessel/file", "");
+
+  EXPECT_TRUE(util::Exists("/tessel/file"));
+  EXPECT_TRUE(util::Exists("/tessel"));
+}
+
+TEST_F(Exists, IsFalseForWhatIsMissing) {
+  EXPECT_FALSE(util::Exists("/tessel/file"));
+}
+
+TEST_F(Exists, IsFalseBelowAFileAndBehindALinkToNowhere) {
+  test::WriteFile("/tessel/file", "");
+  ASSERT_EQ(symlink("/tessel/nowhere", "/tessel/link"), 0);
+
+  EXPECT_FALSE(util::Exists("/tessel/file/below"));
+  EXPECT_FALSE(util::Exists("/tessel/link"));
+}
+
 class FileSize : public test::GatewayTest {};
 
 TEST_F(FileSize, IsTheNumberOfItsBytes) {

@@ -13,13 +13,15 @@ static_assert(!std::is_copy_constructible_v<util::Mutex>);
 static_assert(!std::is_copy_assignable_v<util::Mutex>);
 
 TEST(Mutex, LetsOneThreadInAtATime) {
-  constexpr int kRounds = 20'000;
+  constexpr int kRounds = 2'000;
   util::Mutex mutex;
   int counter = 0;
   const auto count = [&] {
     for (int i = 0; i < kRounds; ++i) {
       const std::lock_guard lock(mutex);
-      ++counter;
+      const int before = counter;
+      std::this_thread::yield();  // whoever could come in does so now
+      counter = before + 1;
     }
   };
 
@@ -37,6 +39,24 @@ TEST(Mutex, IsFreeAgainAfterAGuard) {
   std::unique_lock again(mutex);
 
   EXPECT_TRUE(again.owns_lock());
+}
+
+TEST(Mutex, IsNotTakenTwice) {
+  util::Mutex mutex;
+  const std::lock_guard lock(mutex);
+  bool isTaken = true;
+
+  std::thread([&] { isTaken = mutex.try_lock(); }).join();
+
+  EXPECT_FALSE(isTaken);
+}
+
+TEST(Mutex, IsTakenByATryWhenItIsFree) {
+  util::Mutex mutex;
+
+  const std::unique_lock lock(mutex, std::try_to_lock);
+
+  EXPECT_TRUE(lock.owns_lock());
 }
 
 }  // namespace

@@ -76,7 +76,7 @@ TEST(StartThread, DetachesOnDemandWithTheSameStack) {
 }
 
 TEST(StartThread, SaysWhyThereIsNoThread) {
-  pthread_t id = pthread_self();
+  pthread_t id = kNobody;
   int errorCode = 0;
   test::FailNextThread();
 
@@ -86,6 +86,17 @@ TEST(StartThread, SaysWhyThereIsNoThread) {
   EXPECT_EQ(result, util::StartResult::kDone);
   EXPECT_EQ(errorCode, EAGAIN);
   EXPECT_EQ(id, kNobody);
+}
+
+TEST(StartThread, LeavesAnEarlierThreadsIdWhereThereIsNoNewOne) {
+  pthread_t id = pthread_self();
+  int errorCode = 0;
+  test::FailNextThread();
+
+  util::StartThread(&id, util::DetachState::kJoinable, PassBack, nullptr, &errorCode);
+
+  EXPECT_EQ(errorCode, EAGAIN);
+  EXPECT_EQ(id, pthread_self());
 }
 
 TEST(StartThread, CreatesNothingWithoutItsDetachState) {
