@@ -53,6 +53,7 @@ TEST_F(LedgerAgeing, DropsARowOneSecondLater) {
 
 TEST_F(LedgerAgeing, TouchesNoFileOutsideTheTree) {
   test::MakePendingTable({Pending("../../../../tessel/Config/kept")});
+  test::WriteDataFile(kJustKept);  // a path leads only through directories that are there
   test::WriteFile("/tessel/Config/kept", "mine");
 
   const int result = Save({});

@@ -146,6 +146,22 @@ TEST_F(DamagedLedger, TakesThePlaceOfAnEarlierLostTree) {
   EXPECT_EQ(test::List(paths::kAlarmData), DaysOfAMonth());
 }
 
+TEST_F(DamagedLedger, IsRebuiltInPlaceWhileAnEarlierLostTreeResists) {
+  Damage();
+  test::WriteFile(std::string(paths::kLostTree) + "/old", "old");
+  test::FailCalls(test::Call::kUnlink, 1, 1);  // the first is the ledger file's
+  const test::LeakAllowance theListingStaysOpen;
+
+  const int result = Save({Row(kName)});
+  AwaitRemoval();
+
+  EXPECT_EQ(result, -1);
+  EXPECT_FALSE(test::Exists(paths::kLostTree));
+  EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
+  EXPECT_TRUE(test::Exists(test::DataFile(kName)));  // it could not be moved
+  EXPECT_EQ(test::List(paths::kAlarmData), DaysOfAMonth());
+}
+
 TEST_F(DamagedLedger, IsNotMadeByMarkingOrListingWithoutALedgerFile) {
   test::WriteFile(test::DataFile(kName), "old");
   std::filesystem::create_directories(paths::kLedgerDirectory);

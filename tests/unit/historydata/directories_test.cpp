@@ -11,15 +11,6 @@
 #include "support/faults.h"
 #include "support/files.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/lsan_interface.h>
-using LeakAllowance = __lsan::ScopedDisabler;
-#else
-struct LeakAllowance {
-  LeakAllowance() {}  // not defaulted: an object of it counts as used
-};
-#endif
-
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -210,7 +201,7 @@ TEST_F(RemovingATree, UnlinksALinkInItsPlaceAndFollowsItNot) {
 TEST_F(RemovingATree, EndsAtAFileThatResistsAndLeavesTheRest) {
   for (const auto* file : {"a", "b", "c"}) test::WriteFile(std::string(kRoot) + "/" + file, "x");
   test::FailCalls(test::Call::kUnlink, 1, 1);
-  const LeakAllowance theListingStaysOpen;
+  const test::LeakAllowance theListingStaysOpen;
 
   const int result = RemoveDir(kRoot);
 
@@ -222,7 +213,7 @@ TEST_F(RemovingATree, LeavesTheListingOpenWhereAFileResists) {
   test::WriteFile(std::string(kRoot) + "/a", "content");
   test::FailCalls(test::Call::kUnlink);
   const std::size_t before = test::List("/proc/self/fd").size();
-  const LeakAllowance theListingStaysOpen;
+  const test::LeakAllowance theListingStaysOpen;
 
   RemoveDir(kRoot);
 
@@ -242,7 +233,7 @@ TEST_F(RemovingATree, GoesOnBesideASubdirectoryThatResists) {
   test::WriteFile(std::string(kRoot) + "/a/file", "content");
   test::WriteFile(std::string(kRoot) + "/b/file", "content");
   test::FailCalls(test::Call::kUnlink);
-  const LeakAllowance theListingStaysOpen;
+  const test::LeakAllowance theListingStaysOpen;
 
   const int result = RemoveDir(kRoot);
 

@@ -9,6 +9,10 @@
 #include "historydata/historydata.h"
 #include "support/gateway.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
 struct sqlite3;
 
 namespace test {
@@ -50,6 +54,15 @@ std::string RealDataName(std::time_t when);
 std::string DataFile(const std::string& filename);
 // Writes a data file.
 void WriteDataFile(const std::string& filename);
+
+// While one lives, what this thread leaks is meant to be leaked.
+#if defined(__SANITIZE_ADDRESS__)
+using LeakAllowance = __lsan::ScopedDisabler;
+#else
+struct LeakAllowance {
+  LeakAllowance() {}  // not defaulted: an object of it counts as used
+};
+#endif
 
 // What it is for: tests of the ledger, each starting on a card without one.
 class LedgerTest : public GatewayTest {

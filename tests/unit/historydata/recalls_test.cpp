@@ -141,6 +141,18 @@ TEST_F(RecallLedger, LeavesTheFileOfAFullPathInPlace) {
   EXPECT_TRUE(test::Exists(archive));
 }
 
+TEST_F(RecallLedger, TouchesNoFileOutsideItsDirectory) {
+  SaveRecallAt(kNow - kThreeDays, "../realdata/7/S20240304120000.tar.gz");
+  test::WriteDataFile("realdata/7/S20240304120000.tar.gz");
+  test::WriteFile(InCallData(kRelative), "archive");
+
+  const int result = SaveRecall(kNew);
+
+  EXPECT_EQ(result, 0);
+  EXPECT_THAT(test::RecallRows(), ElementsAre(RowOf(kNow, kNew)));
+  EXPECT_TRUE(test::Exists(test::DataFile("realdata/7/S20240304120000.tar.gz")));
+}
+
 TEST_F(RecallLedger, CutsThePathOfAFileAt127Characters) {
   const std::string name(120, 'r');
   const std::string cut = InCallData(name).substr(0, 127);

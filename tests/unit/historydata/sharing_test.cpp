@@ -1,5 +1,6 @@
 // The ledger among several threads, several processes, and somebody who looks at its database.
 #include <gmock/gmock.h>
+#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +17,7 @@
 #include "ledgertest.h"
 #include "support/faults.h"
 #include "support/files.h"
+#include "support/threads.h"
 #include "util/paths.h"
 
 using test::Call;
@@ -230,6 +232,13 @@ INSTANTIATE_TEST_SUITE_P(
               }},
         Visit{"Marking", Call::kSqliteExec,
               [] { GetCHistoryDataInstance().UpdateHistoryData("a20240307110000.tar.gz"); }},
+        Visit{"Repair", Call::kUnlink,
+              [] {
+                test::WriteFile(paths::kLedger, "nonsense");
+                const std::vector<History_Data_Para> rows;
+                GetCHistoryDataInstance().SaveHistoryData(&rows);
+                pthread_join(test::LatestThread().id, nullptr);
+              }},
         Visit{"Recall", Call::kSqliteExec,
               [] {
                 std::string name = "R20240307120000.tar.gz";
@@ -255,6 +264,24 @@ TEST_F(SharedLedger, IsMissedWithoutWaitingForAVisit) {
 
   EXPECT_TRUE(returned);
   EXPECT_EQ(other.get(), -1);
+}
+
+TEST_F(SharedLedger, IsNotMadeByAListingThatHadToWait) {
+  test::MakePendingTable();
+  std::future<std::int32_t> other;
+  test::AtNextCall(Call::kSqliteExec, [&] {
+    other = std::async(std::launch::async, [] {
+      std::vector<History_Data_Para> rows;
+      return Ledger().GetHistoryData(&rows);
+    });
+    other.wait_for(kAMoment);
+    std::filesystem::remove(paths::kLedger);
+  });
+
+  Save({});
+
+  EXPECT_EQ(other.get(), -1);
+  EXPECT_FALSE(test::Exists(paths::kLedger));
 }
 
 TEST_F(SharedLedger, KeepsNoHandleOpen) {
