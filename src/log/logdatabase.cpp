@@ -9,6 +9,7 @@
 #include <ctime>
 #include <mutex>
 
+#include "log/recordbatch.h"
 #include "util/directory.h"
 #include "util/paths.h"
 #include "util/sqlite.h"
@@ -56,11 +57,11 @@ CLogDatabase::CLogDatabase() {
 }
 
 CLogDatabase::~CLogDatabase() {
-  // The record thread may be in the middle of a batch, and comes back to the queue until the
-  // process is gone: it must find the queue whole, and empty. Where it has locked itself out for
-  // good, nobody else is left at the queue.
+  // A batch under way comes to its end, unless it has locked itself out for good; then nobody else
+  // is left at the queue.
+  while (!RecordBatch<CLogDatabase>::TryEnd() && !m_queueLockedForGood) sched_yield();
   std::unique_lock lock(m_queueMutex, std::defer_lock);
-  while (!m_queueLockedForGood && !lock.try_lock()) sched_yield();
+  if (!m_queueLockedForGood) lock.lock();
   m_queue.clear();
 }
 
@@ -89,34 +90,34 @@ int CLogDatabase::WriteLog(std::list<ST_LOG_NODE>* queue) {
   std::unique_lock queueLock(m_queueMutex);  // held to the end: callers of log_DB wait
   if (queue->empty()) return -1;
 
+  const bool exists = util::Exists(paths::kLogDatabase) || LogTableCreate(paths::kLogDatabase) == 0;
+  if (exists && InsertRecords(queue)) return 0;
   // Deliberate: a log database that cannot be made or opened leaves the queue locked, and every
   // later caller of log_DB waiting.
-  const auto leaveQueueLocked = [&] {
-    m_queueLockedForGood = true;
-    queueLock.release();
-    return -1;
-  };
-  if (!util::Exists(paths::kLogDatabase) && LogTableCreate(paths::kLogDatabase) != 0) {
-    return leaveQueueLocked();
-  }
-  const std::lock_guard databaseLock(m_databaseMutex);
+  m_queueLockedForGood = true;
+  queueLock.release();
+  return -1;
+}
+
+bool CLogDatabase::InsertRecords(std::list<ST_LOG_NODE>* queue) {
+  const std::lock_guard lock(m_databaseMutex);
   util::Database database(paths::kLogDatabase);
   if (!database) {
     std::printf("Open database(%s) failed: %s\n", paths::kLogDatabase, database.ErrorText());
-    return leaveQueueLocked();
+    return false;
   }
   CheckSizeAndClear(database.Get(), kTable, m_maxRows, static_cast<int>(queue->size()));
   database.Execute("BEGIN TRANSACTION;");
   for (; !queue->empty(); queue->pop_front()) InsertRecord(database, queue->front());
   database.Execute("COMMIT TRANSACTION;");
-  return 0;
+  return true;
 }
 
 void* CLogDatabase::RecordThread(void* self) {
   auto* store = static_cast<CLogDatabase*>(self);
-  for (;;) {
-    store->WriteLog(&store->m_queue);
-    sleep(kCycleSeconds);
+  for (;; sleep(kCycleSeconds)) {
+    const RecordBatch<CLogDatabase> batch;
+    if (batch) store->WriteLog(&store->m_queue);
   }
 }
 

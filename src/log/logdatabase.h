@@ -60,6 +60,9 @@ class CLogDatabase : public Singleton<CLogDatabase> {
   friend class Singleton<CLogDatabase>;
   CLogDatabase();
 
+  // Prunes the table and moves the queue into it. False when the database cannot be opened.
+  bool InsertRecords(std::list<ST_LOG_NODE>* queue);
+
   pthread_t m_recordThread = 0;  // 0: could not be started, and messages pile up unwritten
   util::Mutex m_queueMutex;      // guards m_queue
   util::Mutex m_databaseMutex;   // guards opening and changing the database file

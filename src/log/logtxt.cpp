@@ -1,6 +1,7 @@
 #include "log/logtxt.h"
 
 #include <fcntl.h>
+#include <sched.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -11,6 +12,7 @@
 #include <optional>
 #include <string>
 
+#include "log/recordbatch.h"
 #include "util/directory.h"
 #include "util/file.h"
 #include "util/paths.h"
@@ -71,11 +73,9 @@ CLogTxt::CLogTxt() {
 }
 
 CLogTxt::~CLogTxt() {
-  // The record thread may be in the middle of a batch, and comes back to the queue until the
-  // process is gone: it must find the queue whole, and empty.
-  const std::lock_guard queueLock(m_queueMutex);
+  while (!RecordBatch<CLogTxt>::TryEnd()) sched_yield();  // a batch under way comes to its end
+  const std::lock_guard lock(m_queueMutex);
   m_queue.clear();
-  const std::lock_guard fileLock(m_fileMutex);  // a batch may be past its queue
 }
 
 int CLogTxt::Init() {
@@ -117,9 +117,9 @@ int CLogTxt::WriteLog(std::list<ST_TXT_LOG_NODE>* queue) {
 
 void* CLogTxt::RecordThread(void* self) {
   auto* store = static_cast<CLogTxt*>(self);
-  for (;;) {
-    store->WriteLog(&store->m_queue);
-    sleep(kCycleSeconds);
+  for (;; sleep(kCycleSeconds)) {
+    const RecordBatch<CLogTxt> batch;
+    if (batch) store->WriteLog(&store->m_queue);
   }
 }
 
