@@ -163,8 +163,9 @@ int CChannelSet::AddDev(ST_DEV_ATTR dev) {
 }
 
 int CChannelSet::AddSamplePoint(ST_POINTID_ATTR point) {
-  m_groups[point.GroupNo][point.DevId][point.db_link] = point;
-  m_points[point.db_link] = point;
+  const std::uint32_t dataId = point.db_link;  // of a packed record: no reference may bind to it
+  m_groups[point.GroupNo][point.DevId][dataId] = point;
+  m_points[dataId] = point;
   return 0;
 }
 
