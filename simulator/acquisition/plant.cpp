@@ -103,7 +103,7 @@ std::string_view PointTypeName(PointType type) {
 }
 
 std::uint32_t DataIdOf(std::uint8_t channel, std::uint8_t slave, PointType type,
-                            std::uint16_t node) {
+                       std::uint16_t node) {
   const std::uint32_t high = node & 0x0F00U;
   const std::uint32_t low = node & 0x00FFU;
   return (std::uint32_t{channel} << 24) | (std::uint32_t{slave} << 16) | (high << 4) |

@@ -44,7 +44,7 @@ struct Plant {
 // The identifier of a point. From the top: 8 bits channel, 8 bits slave, bits 11-8 of the node,
 // 4 bits type, bits 7-0 of the node. Bits 15-12 of the node are lost.
 std::uint32_t DataIdOf(std::uint8_t channel, std::uint8_t slave, PointType type,
-                            std::uint16_t node);
+                       std::uint16_t node);
 
 // The type that an identifier carries in its bits 11-8; nothing when they name no type.
 std::optional<PointType> TypeOf(std::uint32_t dataId);

@@ -72,7 +72,7 @@ double DigitalInput(std::uint32_t dataId, std::int64_t seconds) {
 double Counter(std::uint32_t dataId, std::int64_t seconds) {
   const Traits traits(dataId);
   const auto start = static_cast<double>(traits.Draw(kStart, 0, 99'999));
-  const double thousandthsPerSecond = static_cast<double>(traits.Draw(kRate, 1, 250));
+  const auto thousandthsPerSecond = static_cast<double>(traits.Draw(kRate, 1, 250));
   const auto elapsed = static_cast<double>(std::max<std::int64_t>(seconds - kCountersStart, 0));
   return OnGrid(start + elapsed * thousandthsPerSecond / kResolution);
 }
