@@ -9,10 +9,13 @@
 
 namespace test {
 
-void GatewayTest::SetUp() {
-  ASSERT_NE(std::getenv("BRENNIK_SANDBOX"), nullptr) << "run this through scripts/sandbox";
+GatewayTest::GatewayTest() {
   setenv("TZ", "CST-8", 1);
   tzset();
+}
+
+void GatewayTest::SetUp() {
+  ASSERT_NE(std::getenv("BRENNIK_SANDBOX"), nullptr) << "run this through scripts/sandbox";
   OnPause({});
   SetTime(LocalTimeOf(2024, 3, 7, 12));
   DiscardLogs();

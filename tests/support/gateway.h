@@ -13,6 +13,7 @@ namespace test {
 // 2024-03-07 12:00:00 in a zone eight hours east, no pause is recorded and no hook is set.
 class GatewayTest : public ::testing::Test {
  protected:
+  GatewayTest();  // the zone is set before a test's own members reckon in it
   void SetUp() override;
   void TearDown() override;
 };
