@@ -6,8 +6,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <condition_variable>
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <memory>
@@ -18,8 +18,33 @@ namespace test {
 namespace {
 
 constexpr std::int64_t kMicrosecondsPerSecond = 1000000;
-constexpr std::chrono::milliseconds kLookAtLimit{
-    1};  // real time between two looks at the test's word
+
+// What it is for: a lock that the thread sanitizer does not see. A pthread mutex around every sleep
+// would look to it like an order between the service's threads, and hide the races among them.
+class UnseenLock {
+ public:
+  void lock() {
+    while (m_held.test_and_set(std::memory_order_acquire)) m_held.wait(true);
+  }
+  void unlock() {
+    m_held.clear(std::memory_order_release);
+    m_held.notify_one();
+  }
+
+ private:
+  std::atomic_flag m_held;
+};
+
+template <typename Function>
+Function* Next(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+// A thread that waits for a mutex.
+struct Waiter {
+  const pthread_mutex_t* mutex;
+  bool blocked = true;  // until somebody unlocks the mutex
+};
 
 // What it is for: the process's side of the clock. Threads: all of the process's.
 class VirtualClock {
@@ -31,21 +56,49 @@ class VirtualClock {
   }
 
   void Sleep(std::int64_t microseconds) {
-    std::unique_lock lock(m_mutex);
+    std::unique_lock lock(m_lock);
     const std::int64_t waking = m_face->nowMicroseconds.load() + microseconds;
     const auto self = m_wakings.insert(waking);
-    while (m_face->nowMicroseconds.load() < waking) {
-      if (!Advance()) m_moved.wait_for(lock, kLookAtLimit);
-    }
+    while (m_face->nowMicroseconds.load() < waking) AwaitMove(lock);
     m_wakings.erase(self);
+  }
+
+  // Waits for a mutex the way a thread sleeps: who holds it may sleep, and the time must go on.
+  int Lock(pthread_mutex_t* mutex) {
+    int result = m_tryLock(mutex);
+    while (result == EBUSY) {
+      std::unique_lock lock(m_lock);
+      Waiter self{mutex};
+      m_waiters.insert(&self);
+      ++m_waiterCount;
+      result = m_tryLock(mutex);  // unlocked before anybody could see this thread wait
+      while (result == EBUSY && self.blocked) AwaitMove(lock);
+      --m_waiterCount;
+      m_waiters.erase(&self);
+      lock.unlock();
+      if (result == EBUSY) result = m_tryLock(mutex);
+    }
+    return result;
+  }
+
+  int Unlock(pthread_mutex_t* mutex) {
+    const int result = m_unlock(mutex);
+    std::atomic_thread_fence(std::memory_order_seq_cst);
+    if (m_waiterCount.load() == 0) return result;
+    const std::lock_guard lock(m_lock);
+    for (Waiter* waiter : m_waiters) {
+      if (waiter->mutex == mutex) waiter->blocked = false;
+    }
+    AnnounceChange(m_face);
+    return result;
   }
 
   void AddThread() { ++m_face->threads; }
 
   void RemoveThread() {
-    const std::lock_guard lock(m_mutex);
+    const std::lock_guard lock(m_lock);
     --m_face->threads;
-    m_moved.notify_all();
+    AnnounceChange(m_face);
   }
 
  private:
@@ -59,10 +112,25 @@ class VirtualClock {
     return static_cast<ClockFace*>(memory);
   }
 
-  // Moves the time to the next waking when every thread sleeps and the limit allows it; says
-  // whether it moved. Called with the lock held, by a sleeping thread.
+  // Moves the time, or waits until something has changed.
+  void AwaitMove(std::unique_lock<UnseenLock>& lock) {
+    const std::uint32_t seen = m_face->changes.load();
+    if (Advance()) return;
+    lock.unlock();
+    AwaitChange(m_face, seen);
+    lock.lock();
+  }
+
+  std::size_t IdleThreads() const {
+    const auto blocked =
+        std::ranges::count_if(m_waiters, [](const Waiter* waiter) { return waiter->blocked; });
+    return m_wakings.size() + static_cast<std::size_t>(blocked);
+  }
+
+  // Moves the time to the next waking when every thread sleeps, or waits for one that does, and the
+  // limit allows it; says whether it moved. Called with the lock held, by such a thread.
   bool Advance() {
-    if (m_wakings.size() < m_face->threads.load()) return false;
+    if (m_wakings.empty() || IdleThreads() < m_face->threads.load()) return false;
     const std::int64_t next = *m_wakings.begin();
     if (next <= m_face->nowMicroseconds.load()) return false;  // somebody is about to wake
     const std::int64_t limit = m_face->limitMicroseconds.load();
@@ -71,14 +139,17 @@ class VirtualClock {
       return false;
     }
     m_face->nowMicroseconds = next;
-    m_moved.notify_all();
+    AnnounceChange(m_face);
     return true;
   }
 
   ClockFace* m_face;
-  std::mutex m_mutex;  // guards m_wakings and the moves of the time
-  std::condition_variable m_moved;
+  int (*m_tryLock)(pthread_mutex_t*) = Next<int(pthread_mutex_t*)>("pthread_mutex_trylock");
+  int (*m_unlock)(pthread_mutex_t*) = Next<int(pthread_mutex_t*)>("pthread_mutex_unlock");
+  UnseenLock m_lock;                      // guards the two sets and the moves of the time
   std::multiset<std::int64_t> m_wakings;  // of the threads that sleep now
+  std::set<Waiter*> m_waiters;            // the threads that wait for a mutex now
+  std::atomic<std::size_t> m_waiterCount = 0;
 };
 
 VirtualClock& Clock() {
@@ -131,10 +202,18 @@ int usleep(useconds_t microseconds) {
   return 0;
 }
 
+int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
+  return test::Clock().Lock(mutex);
+}
+
+int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {
+  return test::Clock().Unlock(mutex);
+}
+
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, test::Entry entry,
                    void* argument) noexcept {
-  using Create = int (*)(pthread_t*, const pthread_attr_t*, test::Entry, void*);
-  static const auto real = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
+  static const auto real =
+      test::Next<int(pthread_t*, const pthread_attr_t*, test::Entry, void*)>("pthread_create");
   auto start = std::make_unique<test::Start>(test::Start{entry, argument});
   test::Clock().AddThread();
   const int result = real(thread, attributes, test::Run, start.get());

@@ -2,12 +2,17 @@
 // map.
 //
 // Preloaded into the process, the clock replaces `time`, `sleep` and `usleep`. Time stands still
-// while any thread works (or waits for the network, a child or a lock); when all of them sleep it
-// jumps to the next waking, but never past the limit that the test sets. A day takes as long as its
-// work does, and the same run gives the same times.
+// while any thread works (or waits for the network or a child); when all of them sleep, or wait for
+// a mutex that a sleeping one holds, it jumps to the next waking, but never past the limit that the
+// test sets. A day takes as long as its work does, and the same run gives the same times.
 #pragma once
 
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <atomic>
+#include <climits>
 #include <cstdint>
 
 namespace test {
@@ -19,7 +24,20 @@ struct ClockFace {
   std::atomic<std::int64_t> limitMicroseconds;  // written by the test
   std::atomic<std::int64_t> restedAt;           // the limit at which all threads slept beyond it
   std::atomic<std::uint32_t> threads;           // alive in the process, the main thread included
+  std::atomic<std::uint32_t> changes;           // of time, limit and threads, to wait for
 };
 static_assert(std::atomic<std::int64_t>::is_always_lock_free);
+static_assert(sizeof(std::atomic<std::uint32_t>) == sizeof(std::uint32_t));
+
+// Tells both sides that the face has changed.
+inline void AnnounceChange(ClockFace* face) {
+  ++face->changes;
+  syscall(SYS_futex, &face->changes, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+}
+
+// Returns once the face has changed since `changes` had the value `seen`.
+inline void AwaitChange(ClockFace* face, std::uint32_t seen) {
+  syscall(SYS_futex, &face->changes, FUTEX_WAIT, seen, nullptr, nullptr, 0);
+}
 
 }  // namespace test

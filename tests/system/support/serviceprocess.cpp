@@ -11,11 +11,12 @@
 #include <chrono>
 #include <new>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <vector>
 
-#include "support/gateway.h"
+#include "support/files.h"
 
 namespace test {
 namespace {
@@ -25,6 +26,8 @@ constexpr char kOutputFile[] = "/tmp/service-output";
 constexpr std::int64_t kMicrosecondsPerSecond = 1000000;
 constexpr std::chrono::seconds kPatience{60};  // a deadline for a broken service, never waited for
 constexpr std::chrono::milliseconds kLook{1};
+constexpr std::string_view kAddressSanitizer = "ASAN_OPTIONS=";
+constexpr std::string_view kSanitizerMarks[] = {"Sanitizer", "runtime error:"};
 
 // The last microsecond of a second: what falls into that second still happens.
 std::int64_t EndOf(std::time_t moment) {
@@ -46,13 +49,20 @@ ClockFace* MakeFace(std::time_t start) {
 
 // The test's environment with the clock preloaded.
 std::vector<std::string> ServiceEnvironment() {
+  // The address sanitizer wants to be the first library; the clock before it is harmless.
+  std::string addressSanitizer = "ASAN_OPTIONS=verify_asan_link_order=0";
   std::vector<std::string> variables;
-  for (char** variable = environ; *variable != nullptr; ++variable)
-    variables.emplace_back(*variable);
+  for (char** variable = environ; *variable != nullptr; ++variable) {
+    const std::string_view text(*variable);
+    if (text.starts_with(kAddressSanitizer)) {
+      addressSanitizer.append(":").append(text.substr(kAddressSanitizer.size()));
+    } else {
+      variables.emplace_back(text);
+    }
+  }
+  variables.push_back(addressSanitizer);
   variables.emplace_back(std::string("LD_PRELOAD=") + BRENNIK_VIRTUAL_CLOCK);
   variables.emplace_back(std::string(kClockFileVariable) + "=" + kClockFile);
-  // The address sanitizer wants to be the first library; the clock before it is harmless.
-  variables.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0");
   return variables;
 }
 
@@ -85,23 +95,39 @@ ServiceProcess::ServiceProcess(std::time_t start)
 }
 
 ServiceProcess::~ServiceProcess() {
-  if (!ExitStatus()) {
+  if (!HasEnded()) {
     kill(m_pid, SIGKILL);
     waitpid(m_pid, nullptr, 0);
   }
+  CheckEnd();
   munmap(m_face, sizeof(ClockFace));
 }
 
+void ServiceProcess::CheckEnd() {
+  const std::string output = Output();
+  for (const auto mark : kSanitizerMarks) {
+    EXPECT_EQ(output.find(mark), std::string::npos) << output;
+  }
+  EXPECT_TRUE(!m_exitStatus || m_statusAsked)
+      << "the service has ended with status " << *m_exitStatus << "; it has printed:\n"
+      << output;
+}
+
 bool ServiceProcess::RunUntil(std::time_t moment) {
+  LetRunUntil(moment);
+  return AwaitRest();
+}
+
+void ServiceProcess::LetRunUntil(std::time_t moment) {
   m_limit = moment;
   m_face->limitMicroseconds = EndOf(moment);
-  return AwaitRest();
+  AnnounceChange(m_face);
 }
 
 bool ServiceProcess::AwaitRest() {
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
   while (std::chrono::steady_clock::now() < deadline) {
-    if (m_face->restedAt == m_face->limitMicroseconds || ExitStatus()) return true;
+    if (m_face->restedAt == m_face->limitMicroseconds || HasEnded()) return true;
     std::this_thread::sleep_for(kLook);
   }
   ADD_FAILURE() << "the service does not come to rest; it has printed:\n" << Output();
@@ -113,11 +139,17 @@ std::time_t ServiceProcess::Now() const {
 }
 
 std::optional<int> ServiceProcess::ExitStatus() {
+  m_statusAsked = true;
+  HasEnded();
+  return m_exitStatus;
+}
+
+bool ServiceProcess::HasEnded() {
   int status = 0;
   if (!m_exitStatus && waitpid(m_pid, &status, WNOHANG) == m_pid) {
     m_exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
-  return m_exitStatus;
+  return m_exitStatus.has_value();
 }
 
 std::string ServiceProcess::Output() const {

@@ -18,6 +18,8 @@ class ServiceProcess {
  public:
   // Starts the service at `start`, Unix time, and waits until it rests or has ended.
   explicit ServiceProcess(std::time_t start);
+  // Fails the test when a sanitizer has had something to say, or when the service has ended and the
+  // test has not asked for its exit status.
   ~ServiceProcess();
   ServiceProcess(const ServiceProcess&) = delete;
   ServiceProcess& operator=(const ServiceProcess&) = delete;
@@ -26,6 +28,9 @@ class ServiceProcess {
   // rests or has ended. False, with a test failure, when it does neither within a minute.
   bool RunUntil(std::time_t moment);
   bool RunFor(std::time_t seconds) { return RunUntil(m_limit + seconds); }
+  // The same in two steps, for what the test does while the service works.
+  void LetRunUntil(std::time_t moment);
+  bool AwaitRest();
 
   // The service's own time; after its end, the time at which it ended.
   std::time_t Now() const;
@@ -38,12 +43,14 @@ class ServiceProcess {
   std::string Output() const;
 
  private:
-  bool AwaitRest();
+  bool HasEnded();
+  void CheckEnd();
 
   ClockFace* m_face = nullptr;
   std::time_t m_limit;
   pid_t m_pid = -1;
   std::optional<int> m_exitStatus;
+  bool m_statusAsked = false;
 };
 
 }  // namespace test

@@ -22,4 +22,12 @@ std::time_t SystemTest::At(int hour, int minute, int second) {
   return kMidnight + hour * 3600 + minute * 60 + second;
 }
 
+std::time_t SystemTest::On(int year, int month, int day) {
+  std::tm date{};
+  date.tm_year = year - 1900;
+  date.tm_mon = month - 1;
+  date.tm_mday = day;
+  return std::mktime(&date);
+}
+
 }  // namespace test

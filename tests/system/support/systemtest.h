@@ -20,6 +20,8 @@ class SystemTest : public ::testing::Test {
 
   // 2024-03-07 at the given time of day, in the test's zone, eight hours east: Unix time.
   static std::time_t At(int hour, int minute, int second = 0);
+  // Midnight of another day there.
+  static std::time_t On(int year, int month, int day);
 };
 
 }  // namespace test

@@ -1,0 +1,92 @@
+#include "system/support/ledger.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <ostream>
+#include <stdexcept>
+
+#include "support/files.h"
+#include "system/support/plant.h"
+#include "util/paths.h"
+#include "util/sqlite.h"
+#include "util/text.h"
+
+namespace test {
+namespace {
+
+constexpr char kCreate[] =
+    "create table if not exists tJsonFileNames(FileName VARCHAR(32) PRIMARY KEY ASC,"
+    "FileType TINYINT DEFAULT 1,Result TINYINT DEFAULT 0)";
+
+std::string Name(const char* folder, char prefix, std::time_t stamp) {
+  std::tm time{};
+  localtime_r(&stamp, &time);
+  char digits[sizeof("YYYYMMDDhhmmss")];
+  std::strftime(digits, sizeof(digits), "%Y%m%d%H%M%S", &time);
+  return util::Format("%s/%d/%c%s.tar.gz", folder, time.tm_mday, prefix, digits);
+}
+
+void Execute(util::Database& database, const std::string& sql) {
+  if (!database.Execute(sql)) throw std::runtime_error(sql + ": " + database.ErrorText());
+}
+
+}  // namespace
+
+void PrintTo(const LedgerRow& row, std::ostream* out) {
+  *out << row.name << '|' << row.type << '|' << row.result;
+}
+
+std::vector<LedgerRow> ReadLedger() {
+  std::vector<LedgerRow> rows;
+  if (!Exists(paths::kLedger)) return rows;
+  util::Database database(paths::kLedger);
+  util::Statement found =
+      database.Prepare("select FileName, FileType, Result from tJsonFileNames order by FileName");
+  while (found && found.NextRow()) {
+    rows.push_back({std::string(found.Text(0)), found.Integer(1), found.Integer(2)});
+  }
+  return rows;
+}
+
+int CountResults(int result) {
+  const auto rows = ReadLedger();
+  return static_cast<int>(
+      std::ranges::count_if(rows, [=](const LedgerRow& row) { return row.result == result; }));
+}
+
+void WriteLedger(const std::vector<LedgerRow>& rows) {
+  std::filesystem::create_directories(paths::kLedgerDirectory);
+  util::Database database(paths::kLedger);
+  Execute(database, kCreate);
+  for (const auto& row : rows) {
+    Execute(database, util::Format("insert into tJsonFileNames values('%s',%d,%d)",
+                                   row.name.c_str(), row.type, row.result));
+  }
+}
+
+std::string RealDataName(std::time_t stamp) {
+  return Name("realdata", 'S', stamp);
+}
+
+std::string AlarmDataName(std::time_t stamp) {
+  return Name("alarmdata", 'T', stamp);
+}
+
+std::string DataFilePath(const std::string& name) {
+  return paths::kDataFiles + ("/" + name);
+}
+
+std::string PackDataFile(std::time_t stamp) {
+  const std::string name = RealDataName(stamp);
+  const std::filesystem::path archive = DataFilePath(name);
+  const std::string member = archive.stem().stem().string() + ".dat";
+  const std::string text = (archive.parent_path() / member).string();
+  WriteFile(text, EmptyDocument());
+  const std::string command = "tar -C " + archive.parent_path().string() + " -zcf " +
+                              archive.string() + " --remove-files " + member;
+  if (std::system(command.c_str()) != 0) throw std::runtime_error(command);
+  return name;
+}
+
+}  // namespace test

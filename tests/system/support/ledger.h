@@ -1,0 +1,40 @@
+// The upload ledger on the card and the data files that it lists, read and prepared.
+#pragma once
+
+#include <ctime>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace test {
+
+inline constexpr int kRealDataType = 2;
+inline constexpr int kAlarmDataType = 1;
+
+struct LedgerRow {
+  std::string name;  // below the root of the data files
+  int type = kRealDataType;
+  int result = 0;  // 1 once the cloud has accepted the file
+
+  bool operator==(const LedgerRow&) const = default;
+};
+// How a test that fails shows a row.
+void PrintTo(const LedgerRow& row, std::ostream* out);
+
+// The rows, by name. Empty when there is no ledger.
+std::vector<LedgerRow> ReadLedger();
+// How many rows have that result.
+int CountResults(int result);
+// Makes the ledger where there is none, and adds rows.
+void WriteLedger(const std::vector<LedgerRow>& rows);
+
+// "realdata/7/S20240307120500.tar.gz" of a stamp, Unix time.
+std::string RealDataName(std::time_t stamp);
+std::string AlarmDataName(std::time_t stamp);
+// Where a ledger's name stands on the card.
+std::string DataFilePath(const std::string& name);
+
+// Packs a sound real-data file of the empty plant as the service would, without a row; its name.
+std::string PackDataFile(std::time_t stamp);
+
+}  // namespace test
