@@ -124,7 +124,7 @@ bool Segment::Set(std::uint32_t dataId, double value) {
 
 SegmentWords Segment::Attach() const {
   void* address = shmat(m_id.Get(), nullptr, 0);
-  if (std::bit_cast<std::intptr_t>(address) == -1) Fail("attach");
+  if (reinterpret_cast<std::intptr_t>(address) == -1) Fail("attach");
   return SegmentWords(static_cast<volatile std::uint32_t*>(address));
 }
 

@@ -1,5 +1,5 @@
 // Reading small XML configuration files through libxml2, safely: nothing but the named file itself
-// is ever read, and no content of it can exhaust the gateway.
+// is ever read, and its size, its nesting and its entities are bounded.
 #pragma once
 
 #include <cstddef>

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -82,8 +83,10 @@ void OnPause(std::function<void(Pause)> hook) {
 }
 
 void EndAtPause(int n) {
-  OnPause([n](Pause) mutable {
-    if (--n == 0) throw WorkerEnded{};
+  // Every pause calls a copy of the hook; they count together.
+  const auto left = std::make_shared<int>(n);
+  OnPause([left](Pause) {
+    if (--*left == 0) throw WorkerEnded{};
   });
 }
 

@@ -6,7 +6,6 @@
 #include <sys/ipc.h>
 #include <sys/shm.h>
 
-#include <bit>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -44,7 +43,7 @@ class RawSegment {
     shmid_ds status{};
     if (shmctl(id, IPC_STAT, &status) != 0) return std::nullopt;
     const void* const address = shmat(id, nullptr, SHM_RDONLY);
-    if (std::bit_cast<std::intptr_t>(address) == -1) return std::nullopt;
+    if (reinterpret_cast<std::intptr_t>(address) == -1) return std::nullopt;
     std::vector<unsigned char> bytes(status.shm_segsz);
     std::memcpy(bytes.data(), address, bytes.size());
     shmdt(address);
@@ -82,7 +81,7 @@ class RawSegment {
 inline bool SpoilValue(std::size_t index, double value) {
   const int id = shmget(kRawKey, 0, 0);
   void* const address = id < 0 ? nullptr : shmat(id, nullptr, 0);
-  if (address == nullptr || std::bit_cast<std::intptr_t>(address) == -1) return false;
+  if (address == nullptr || reinterpret_cast<std::intptr_t>(address) == -1) return false;
   std::memcpy(static_cast<char*>(address) + 4 + 24 * index + 8, &value, sizeof(value));
   shmdt(address);
   return true;
