@@ -174,13 +174,14 @@ TEST_F(UploadWorker, SendsTwentyOfTwentyFiveFilesACycle) {
 TEST_F(UploadWorker, SendsTheRestOfTwentyFiveFilesInTheNextCycle) {
   for (int n = 1; n <= 25; ++n) AddFile(Name(n));
   GrantAndAccept(25);
-  RunToPause(HandleFail, m_interval, 22);
-  test::ForgetPauses();
-  m_cloud.Answer(Granted());
 
-  RunToPause(HandleFail, m_interval, 28);
+  RunToPause(HandleFail, m_interval, 27);
 
-  EXPECT_THAT(Uploaded(kRealData), SizeIs(25));
+  const auto uploaded = Uploaded(kRealData);
+  ASSERT_THAT(uploaded, SizeIs(25));
+  EXPECT_THAT(std::vector<std::string>(uploaded.begin() + 20, uploaded.end()),
+              ElementsAre(BaseName(5), BaseName(4), BaseName(3), BaseName(2), BaseName(1)));
+  EXPECT_THAT(ReadLedger(), Each(Pair(::testing::_, "2 1")));
 }
 
 struct TypeOfRow {
