@@ -59,9 +59,9 @@ CLogDatabase::CLogDatabase() {
 CLogDatabase::~CLogDatabase() {
   // A batch under way comes to its end, unless it has locked itself out for good; then nobody else
   // is left at the queue.
-  while (!RecordBatch<CLogDatabase>::TryEnd() && !m_queueLockedForGood) sched_yield();
+  while (!RecordBatch<CLogDatabase>::TryEnd() && !m_queueMutex.IsAbandoned()) sched_yield();
   std::unique_lock lock(m_queueMutex, std::defer_lock);
-  if (!m_queueLockedForGood) lock.lock();
+  if (!m_queueMutex.IsAbandoned()) lock.lock();
   m_queue.clear();
 }
 
@@ -94,7 +94,7 @@ int CLogDatabase::WriteLog(std::list<ST_LOG_NODE>* queue) {
   if (exists && InsertRecords(queue)) return 0;
   // Deliberate: a log database that cannot be made or opened leaves the queue locked, and every
   // later caller of log_DB waiting.
-  m_queueLockedForGood = true;
+  m_queueMutex.Abandon();
   queueLock.release();
   return -1;
 }

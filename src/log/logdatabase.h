@@ -68,5 +68,4 @@ class CLogDatabase : public Singleton<CLogDatabase> {
   util::Mutex m_databaseMutex;   // guards opening and changing the database file
   std::list<ST_LOG_NODE> m_queue;
   std::atomic<int> m_maxRows{0};
-  std::atomic<bool> m_queueLockedForGood{false};  // the record thread has stopped at its own lock
 };

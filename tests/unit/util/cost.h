@@ -5,6 +5,13 @@
 
 namespace test {
 
+// A sanitizer's own share: its shadow memory and red zones make this many bytes of one.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr long kInstrumentation = 8;
+#else
+inline constexpr long kInstrumentation = 1;
+#endif
+
 struct Cost {
   bool isDone = false;           // false: it crashed, threw or ran into the limit of processor time
   long processorMilliseconds{};  // user and system time

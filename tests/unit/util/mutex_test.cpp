@@ -59,4 +59,16 @@ TEST(Mutex, IsTakenByATryWhenItIsFree) {
   EXPECT_TRUE(lock.owns_lock());
 }
 
+TEST(Mutex, StaysLockedOnceAbandoned) {
+  util::Mutex mutex;
+  mutex.lock();
+  const bool before = mutex.IsAbandoned();
+
+  mutex.Abandon();
+
+  EXPECT_FALSE(before);
+  EXPECT_TRUE(mutex.IsAbandoned());
+  EXPECT_FALSE(mutex.try_lock());
+}
+
 }  // namespace

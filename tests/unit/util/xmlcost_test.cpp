@@ -91,7 +91,7 @@ class XmlBomb : public XmlCost {};
 
 TEST_P(XmlBomb, IsRefusedBeforeItGoesOff) {
   constexpr long kRefusalMilliseconds = 5'000;
-  constexpr long kRefusalKibibytes = 48 * 1024;
+  constexpr long kRefusalKibibytes = 16 * 1024 * test::kInstrumentation;
 
   const auto cost = test::MeasureCost(
       [] {
@@ -181,7 +181,7 @@ class XmlBulk : public XmlCost {};
 
 TEST_P(XmlBulk, IsReadWithinBoundedTimeAndMemory) {
   constexpr long kReadingMilliseconds = 15'000;
-  constexpr long kReadingKibibytes = 400 * 1024;
+  constexpr long kReadingKibibytes = 128 * 1024 * test::kInstrumentation;
 
   const auto cost = test::MeasureCost(
       [] {
