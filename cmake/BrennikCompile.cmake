@@ -1,6 +1,7 @@
 # The one place for compiler flags. Every target of ours links `brennik_compile`.
 
 set(BRENNIK_SANITIZE "" CACHE STRING "Sanitizers to build with, e.g. address,undefined or thread")
+define_property(TARGET PROPERTY BRENNIK_SANITIZE INITIALIZE_FROM_VARIABLE BRENNIK_SANITIZE)
 option(BRENNIK_COVERAGE "Instrument for gcov" OFF)
 
 add_library(brennik_compile INTERFACE)
@@ -33,7 +34,8 @@ target_link_libraries(brennik_compile INTERFACE Threads::Threads)
 
 if(BRENNIK_SANITIZE)
   target_compile_options(brennik_compile INTERFACE
-    "-fsanitize=${BRENNIK_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer
+    # A directory may have its files compiled with fewer of them.
+    "-fsanitize=$<TARGET_PROPERTY:BRENNIK_SANITIZE>" -fno-sanitize-recover=all -fno-omit-frame-pointer
     -Wno-null-dereference) # GCC 12 warns inside its own instrumentation
   target_link_options(brennik_compile INTERFACE "-fsanitize=${BRENNIK_SANITIZE}")
 endif()
