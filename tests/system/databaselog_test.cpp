@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "cloud/simulator.h"
-#include "support/rawserver.h"
 #include "system/support/ledger.h"
 #include "system/support/logtimes.h"
 #include "system/support/plant.h"

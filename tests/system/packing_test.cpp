@@ -1,11 +1,11 @@
 // Packing that fails: the archive that cannot be made, and the text that cannot be written.
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include "cloud/simulator.h"
+#include "system/support/environment.h"
 #include "system/support/ledger.h"
 #include "system/support/logtimes.h"
 #include "system/support/plant.h"
@@ -96,10 +96,8 @@ TEST_F(Packing, SucceedsInALaterAttempt) {
 }
 
 TEST_F(Packing, WithoutTarFails) {
-  const std::string path = std::getenv("PATH");
-  setenv("PATH", "/nowhere", 1);
+  const test::Environment path("PATH", "/nowhere");
   test::ServiceProcess service(At(12, 4, 30));
-  setenv("PATH", path.c_str(), 1);
 
   service.RunUntil(At(12, 5, 20));
 

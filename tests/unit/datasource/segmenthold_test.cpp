@@ -40,18 +40,18 @@ void NoteAttachments() {
 
 }  // namespace
 
-// A map allocates when an entry is inserted.
-void* operator new(std::size_t bytes) {
+// A map allocates when an entry is inserted. Not inlined: new and free must not meet in one caller.
+[[gnu::noinline]] void* operator new(std::size_t bytes) {
   NoteAttachments();
   if (void* memory = std::malloc(bytes)) return memory;
   throw std::bad_alloc();
 }
 
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
 }
 
-void operator delete(void* memory, std::size_t /*bytes*/) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*bytes*/) noexcept {
   std::free(memory);
 }
 

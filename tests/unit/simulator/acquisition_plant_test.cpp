@@ -57,7 +57,7 @@ TEST(DataIdType, IsNothingWhenTheIdentifierNamesNone) {
   EXPECT_EQ(TypeOf(0x01030F01), std::nullopt);
 }
 
-TEST_F(PlantReading, GivesEveryPointItsIdentifierTypeNameAndUnit) {
+TEST_F(PlantReading, FindsEveryPointOfEveryDevice) {
   WriteSmallPlant();
 
   const auto plant = ReadPlant(test::kTemplatePath);
@@ -66,12 +66,20 @@ TEST_F(PlantReading, GivesEveryPointItsIdentifierTypeNameAndUnit) {
   std::vector<std::uint32_t> identifiers;
   for (const auto& [dataId, point] : plant->points) identifiers.push_back(dataId);
   EXPECT_EQ(identifiers, test::kSmallPlantPoints);
+  EXPECT_THAT(plant->unreadableDefinitions, IsEmpty());
+}
+
+TEST_F(PlantReading, GivesEveryPointItsIdentifierTypeNameAndUnit) {
+  WriteSmallPlant();
+
+  const auto plant = ReadPlant(test::kTemplatePath);
+
+  ASSERT_TRUE(plant);
   const PlantPoint& frequency = plant->points.at(0x0204B401);
   EXPECT_EQ(frequency.dataId, 0x0204B401U);
   EXPECT_EQ(frequency.type, PointType::kAo);
   EXPECT_EQ(frequency.name, "Frequency");
   EXPECT_EQ(frequency.unit, "Hz");
-  EXPECT_THAT(plant->unreadableDefinitions, IsEmpty());
 }
 
 TEST_F(PlantReading, CarriesTheAttributesOfADeviceOverToTheNext) {

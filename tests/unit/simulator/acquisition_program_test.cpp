@@ -1,11 +1,11 @@
 // The program as it is started: its options, its messages, its end.
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -30,6 +30,7 @@ class ProgramRun {
   explicit ProgramRun(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), BRENNIK_ACQUISITION_SIMULATOR);
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
 

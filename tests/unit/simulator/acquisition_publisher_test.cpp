@@ -3,7 +3,8 @@
 #include <gmock/gmock.h>
 
 #include <stdexcept>
-#include <string>
+#include <utility>
+#include <vector>
 
 #include "acquisition/signals.h"
 #include "acquisition_fixture.h"
@@ -111,14 +112,16 @@ TEST_F(Publishing, OfDuplicatesRepeatsEveryPointWithAHigherValue) {
 
   const auto raw = test::RawSegment::Read();
   ASSERT_TRUE(raw);
-  ASSERT_EQ(raw->Count(), 12U);
-  for (std::size_t i = 0; i < 6; ++i) {
-    const double value = SignalValue(test::kSmallPlantPoints[i], kNoon);
-    EXPECT_EQ(raw->Record(i).dataId, test::kSmallPlantPoints[i]);
-    EXPECT_EQ(raw->Record(i).value, value);
-    EXPECT_EQ(raw->Record(6 + i).dataId, test::kSmallPlantPoints[i]);
-    EXPECT_EQ(raw->Record(6 + i).value, value + 1000);
+  EXPECT_EQ(raw->Count(), 12U);
+  std::vector<std::pair<std::uint32_t, double>> records;
+  for (const auto& record : raw->Records()) records.emplace_back(record.dataId, record.value);
+  std::vector<std::pair<std::uint32_t, double>> expected;
+  for (const double offset : {0.0, 1000.0}) {
+    for (const std::uint32_t dataId : test::kSmallPlantPoints) {
+      expected.emplace_back(dataId, SignalValue(dataId, kNoon) + offset);
+    }
   }
+  EXPECT_EQ(records, expected);
 }
 
 TEST_F(Publishing, OfAnEmptyTableHoldsOnlyAZeroCount) {

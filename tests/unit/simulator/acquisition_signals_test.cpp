@@ -14,9 +14,19 @@
 
 namespace {
 
+using ::testing::AllOf;
+using ::testing::Each;
+using ::testing::Ge;
+using ::testing::Le;
+
 constexpr std::int64_t kNoon = 1709784000;  // 2024-03-07 04:00 UTC
 constexpr std::int64_t kDay = 86400;
 constexpr std::uint16_t kNodes = 60;
+
+// Three decimals say all of it.
+MATCHER(IsOnTheGrid, "") {
+  return std::abs(arg * 1000 - std::round(arg * 1000)) < 1e-6;
+}
 
 // Sixty points of one type on one device.
 std::vector<std::uint32_t> PointsOf(PointType type) {
@@ -69,11 +79,8 @@ TEST_P(AnalogSignal, StaysWithinItsRangeAndIsOnTheGrid) {
   for (const std::uint32_t dataId : PointsOf(GetParam())) {
     const SignalRange range = AnalogRange(dataId);
 
-    for (const double value : DayOf(dataId, 61)) {
-      ASSERT_GE(value, range.low) << std::hex << dataId;
-      ASSERT_LE(value, range.high) << std::hex << dataId;
-      ASSERT_DOUBLE_EQ(value * 1000, std::round(value * 1000)) << std::hex << dataId;
-    }
+    EXPECT_THAT(DayOf(dataId, 61), Each(AllOf(Ge(range.low), Le(range.high), IsOnTheGrid())))
+        << std::hex << dataId;
   }
 }
 

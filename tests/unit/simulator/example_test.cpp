@@ -1,8 +1,10 @@
 // The example plant, as it would stand on a gateway: complete, consistent and within all bounds.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <ostream>
 #include <set>
@@ -20,15 +22,24 @@
 
 namespace {
 
+using ::testing::_;
+using ::testing::AllOf;
 using ::testing::AnyOf;
 using ::testing::Each;
+using ::testing::Ge;
 using ::testing::IsEmpty;
 using ::testing::Key;
+using ::testing::Le;
 using ::testing::MatchesRegex;
-using ::testing::Not;
+using ::testing::Pair;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+using ::testing::UnorderedElementsAre;
 
 constexpr std::size_t kTextBytes = 126;
+constexpr std::size_t kSiteTextBytes = 255;
 constexpr int kNodeIds = 4096;
+constexpr int kByteValues = 256;
 constexpr int kChannelNotSent = 193;
 
 // What it is for: the example's Config folder, laid down under /tessel.
@@ -42,17 +53,23 @@ class ExamplePlant : public ::testing::Test {
   }
 };
 
-// Every file of one kind below /tessel/Config.
-std::vector<std::string> FilesNamed(std::string_view ending) {
+// Every XML file in a folder, at any depth.
+std::vector<std::string> XmlFilesBelow(const char* folder) {
   std::vector<std::string> files;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator("/tessel/Config")) {
-    if (entry.path().extension() == ending) files.push_back(entry.path());
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (entry.path().extension() == ".xml") files.push_back(entry.path());
   }
   return files;
 }
 
-std::map<std::string, std::string> AttributesOf(const util::XmlElement& element) {
-  std::map<std::string, std::string> attributes;
+std::vector<std::string> DefinitionFiles() {
+  return XmlFilesBelow("/tessel/Config/devices");
+}
+
+using Attributes = std::map<std::string, std::string>;
+
+Attributes AttributesOf(const util::XmlElement& element) {
+  Attributes attributes;
   for (const auto& attribute : element.Attributes()) attributes[attribute.name] = attribute.value;
   return attributes;
 }
@@ -64,17 +81,43 @@ util::XmlElement ChildNamed(const util::XmlElement& element, std::string_view na
   throw std::runtime_error("no element " + std::string(name));
 }
 
-// Every Node of a definition file with the type element around it.
-std::vector<std::pair<std::string, util::XmlElement>> NodesOf(const util::XmlElement& root) {
-  std::vector<std::pair<std::string, util::XmlElement>> nodes;
+std::vector<std::string_view> NamesOf(const std::vector<util::XmlElement>& elements) {
+  std::vector<std::string_view> names;
+  names.reserve(elements.size());
+  for (const util::XmlElement& element : elements) names.push_back(element.Name());
+  return names;
+}
+
+std::vector<Attributes> ChildrenOf(const util::XmlElement& element) {
+  std::vector<Attributes> children;
+  for (const util::XmlElement& child : element.Children()) children.push_back(AttributesOf(child));
+  return children;
+}
+
+// Every Node of a definition file.
+std::vector<Attributes> NodesOf(const util::XmlElement& root) {
+  std::vector<Attributes> nodes;
   for (const util::XmlElement& type : ChildNamed(root, "NodeProperty").Children()) {
-    for (const util::XmlElement& node : type.Children()) nodes.emplace_back(type.Name(), node);
+    std::ranges::copy(ChildrenOf(type), std::back_inserter(nodes));
   }
   return nodes;
 }
 
+MATCHER_P(IsNumberBelow, end, "") {
+  return testing::ExplainMatchResult(MatchesRegex("[0-9]+"), arg, result_listener) &&
+         util::Decimal(arg.c_str()) < end;
+}
+
+// A type element that declares as many nodes as it has.
+MATCHER(IsCountedType, "") {
+  const auto name = arg.Name();
+  *result_listener << name;
+  return (name == "AI" || name == "DI" || name == "ACC" || name == "DO" || name == "AO") &&
+         arg.Attribute("Num") == std::to_string(arg.Children().size());
+}
+
 TEST_F(ExamplePlant, ConsistsOfWellFormedFiles) {
-  const auto files = FilesNamed(".xml");
+  const auto files = XmlFilesBelow("/tessel/Config");
 
   EXPECT_EQ(files.size(), 3U + 7U);  // system, identity and template; one for each kind of device
   for (const std::string& file : files) {
@@ -128,47 +171,38 @@ TEST_F(ExamplePlant, UsesNodesAbove255) {
 }
 
 TEST_F(ExamplePlant, WritesOutEveryAttributeOfEveryNode) {
-  for (const std::string& file : FilesNamed(".xml")) {
-    if (!file.starts_with("/tessel/Config/devices/")) continue;
+  for (const std::string& file : DefinitionFiles()) {
     const auto document = util::XmlDocument::Read(file.c_str());
-    for (const auto& [type, node] : NodesOf(*document.Root())) {
-      const auto attributes = AttributesOf(node);
 
-      ASSERT_EQ(attributes.size(), 3U) << file;
-      EXPECT_THAT(attributes.at("Id"), MatchesRegex("[0-9]+")) << file;
-      EXPECT_LT(util::Decimal(attributes.at("Id").c_str()), kNodeIds) << file;
-      EXPECT_THAT(attributes.at("Name"), Not(IsEmpty())) << file;
-      EXPECT_LE(attributes.at("Name").size(), kTextBytes) << file;
-      EXPECT_LE(attributes.at("EUUnits").size(), kTextBytes) << file;
-    }
+    EXPECT_THAT(NodesOf(*document.Root()),
+                Each(UnorderedElementsAre(Pair("Id", IsNumberBelow(kNodeIds)),
+                                          Pair("Name", SizeIs(AllOf(Ge(1U), Le(kTextBytes)))),
+                                          Pair("EUUnits", SizeIs(Le(kTextBytes))))))
+        << file;
   }
 }
 
 TEST_F(ExamplePlant, DeclaresAsManyNodesAsThereAre) {
-  for (const std::string& file : FilesNamed(".xml")) {
-    if (!file.starts_with("/tessel/Config/devices/")) continue;
+  for (const std::string& file : DefinitionFiles()) {
     const auto document = util::XmlDocument::Read(file.c_str());
-    for (const util::XmlElement& type : ChildNamed(*document.Root(), "NodeProperty").Children()) {
-      EXPECT_THAT(type.Name(), AnyOf("AI", "DI", "ACC", "DO", "AO")) << file;
-      EXPECT_EQ(type.Attribute("Num"), std::to_string(type.Children().size()))
-          << file << " " << type.Name();
-    }
+
+    EXPECT_THAT(ChildNamed(*document.Root(), "NodeProperty").Children(), Each(IsCountedType()))
+        << file;
   }
 }
 
 TEST_F(ExamplePlant, WritesOutEveryAttributeOfEveryDevice) {
   const auto document = util::XmlDocument::Read(paths::kChannelTemplate);
-  for (const util::XmlElement& channel : document.Root()->Children()) {
-    EXPECT_TRUE(channel.Attribute("No"));
-    for (const util::XmlElement& device : channel.Children()) {
-      const auto attributes = AttributesOf(device);
 
-      ASSERT_THAT(attributes,
-                  testing::UnorderedElementsAre(Key("Name"), Key("Protocol"), Key("Desc"),
-                                                Key("SlaveId"), Key("Group")));
-      EXPECT_THAT(attributes.at("Name"), testing::StartsWith("/tessel/Config/devices/"));
-      EXPECT_LE(attributes.at("Desc").size(), kTextBytes);
-    }
+  for (const util::XmlElement& channel : document.Root()->Children()) {
+    EXPECT_THAT(channel.Attribute("No").value_or(""), IsNumberBelow(kByteValues));
+    EXPECT_THAT(
+        ChildrenOf(channel),
+        Each(UnorderedElementsAre(
+            Pair("Name", AllOf(StartsWith("/tessel/Config/devices/"), SizeIs(Le(kTextBytes)))),
+            Pair("Protocol", SizeIs(Le(kTextBytes))), Pair("Desc", SizeIs(Le(kTextBytes))),
+            Pair("SlaveId", IsNumberBelow(kByteValues)),
+            Pair("Group", IsNumberBelow(kByteValues)))));
   }
 }
 
@@ -228,12 +262,9 @@ TEST_F(ExamplePlant, DescribesTheSiteInTextsThatFit) {
 
   for (const util::XmlElement& element : ChildNamed(*document.Root(), "Info").Children()) {
     std::set<std::string> names;
-    for (const auto& [name, text] : AttributesOf(element)) {
-      names.insert(name);
-      EXPECT_THAT(text, Not(IsEmpty())) << name;
-      EXPECT_LE(text.size(), 255U) << name;
-    }
+    for (const auto& [name, text] : AttributesOf(element)) names.insert(name);
     EXPECT_EQ(names, known.at(std::string(element.Name())));
+    EXPECT_THAT(AttributesOf(element), Each(Pair(_, SizeIs(AllOf(Ge(1U), Le(kSiteTextBytes))))));
   }
 }
 
@@ -243,14 +274,17 @@ TEST_F(ExamplePlant, HoldsNoOtherElementsInTheSystemFile) {
   const auto root = document.Root();
 
   ASSERT_TRUE(root);
-  EXPECT_TRUE(root->Is("sysConfig"));
-  for (const util::XmlElement& child : root->Children()) {
-    EXPECT_THAT(child.Name(), AnyOf("Info", "cloud"));
-  }
-  for (const util::XmlElement& child : ChildNamed(*root, "cloud").Children()) {
-    EXPECT_EQ(child.Name(), "https");
-    EXPECT_THAT(AttributesOf(child), Each(Key(AnyOf("checked", "certfile", "user", "password"))));
-  }
+  EXPECT_EQ(root->Name(), "sysConfig");
+  EXPECT_THAT(NamesOf(root->Children()), UnorderedElementsAre("Info", "cloud"));
+  EXPECT_THAT(NamesOf(ChildNamed(*root, "cloud").Children()), UnorderedElementsAre("https"));
+}
+
+TEST_F(ExamplePlant, SetsNothingForHttpsThatIsNotRead) {
+  const auto document = util::XmlDocument::Read(paths::kSystemFile);
+
+  const auto https = ChildNamed(ChildNamed(*document.Root(), "cloud"), "https");
+
+  EXPECT_THAT(AttributesOf(https), Each(Key(AnyOf("checked", "certfile", "user", "password"))));
 }
 
 TEST_F(ExamplePlant, HasAnIdentityOfAKnownModel) {
