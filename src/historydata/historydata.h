@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "parsememory/answers.h"
 #include "util/mutex.h"
 
 inline constexpr std::int32_t kAlarmDataFile = 1;  // ledger file type; also the schema's default
@@ -27,7 +28,17 @@ struct History_Data_Para {
 static_assert(sizeof(History_Data_Para) == 136);
 static_assert(offsetof(History_Data_Para, filename) == 8);
 
-// What it is for: the ledger's rows, the data files' ageing, the tree and its repair.
+// One recalled minute value.
+#pragma pack(push, 1)
+struct ST_SINGLE_POINT_VALUE {
+  std::uint32_t UnixTime;  // of the minute
+  double TriggerValue;     // the point's value
+};
+#pragma pack(pop)
+static_assert(sizeof(ST_SINGLE_POINT_VALUE) == 12);
+
+// What it is for: the ledger's rows, the data files' ageing, the tree and its repair; and, beside
+// all this, reading the gateway's demand history.
 // Threads: any. The mutex is held for the whole of each visit to the database, from open to close.
 // Owns: the mutex, and the thread that removes a damaged tree. No database handle is kept open.
 //
@@ -62,6 +73,18 @@ class CHistoryData {
   // the files of that name below calldata. The recall worker records full paths, which name no file
   // there: its archives stay on the card, deliberately.
   std::int32_t SaveRecallData(const char* filename);
+
+  // The stored minute values of a point, from the point's beginTime to its endTime, appended to
+  // `values` in rising time. 1 when every minute up to endTime is there: those that the acquisition
+  // side has not released (`Upload` other than 1) count as there, but give no value. 0 when a
+  // minute is missing or there is no history, with the values up to the gap appended; -1 when the
+  // history cannot be read. Nothing is logged. Recall worker; no lock.
+  //
+  // "/media/mmcblk0p1/demand_history.db", written by the acquisition side: a table
+  // "history_%04x_tbl" for each device number, with dataid (the whole point identifier, as a signed
+  // number), UnixTime (of the minute), TriggerValue (real) and Upload (1: released).
+  std::int32_t GetRecallFlag(std::uint32_t dataId, const ST_SINGLE_CALL_POINT* point,
+                             std::vector<ST_SINGLE_POINT_VALUE>* values);
 
  private:
   // Moves the damaged tree aside, starts its removal, makes an empty one.

@@ -2,7 +2,7 @@
 //
 //   text file  <directory>/<prefix><stamp>.dat       one JSON document
 //   archive    <directory>/<prefix><stamp>.tar.gz    holds the text file under its bare name
-// Prefix "S" is real data; the stamp is 14 digits of local time.
+// Prefix "S" is real data, "T" alarm data, "R" recall data; the stamp is 14 digits of local time.
 #pragma once
 
 #include <ctime>
@@ -15,8 +15,17 @@ struct DataFileNames {
   char command[255];  // leaves tar's exit status as its only line of output
 };
 
+// How the command tells tar's exit status. Recall data does without the blank, deliberately.
+inline constexpr char kTellStatus[] = " echo $?";
+inline constexpr char kTellRecallStatus[] = "echo $?";
+
 // Forms the names of the file that is stamped `stamp`.
-DataFileNames NameDataFile(char prefix, const char* directory, const std::tm& stamp);
+DataFileNames NameDataFile(char prefix, const char* directory, const std::tm& stamp,
+                           const char* tellStatus = kTellStatus);
+
+// Runs a shell command and stores the first line of its output, at most n - 1 characters and
+// terminated, in `line`, which must hold n + 1 bytes. False when it cannot be started.
+bool RunCommand(const char* command, char* line, int n);
 
 // Told of every attempt in which the command could not be started or tar failed, with tar's exit
 // status (0 when the command could not be started).

@@ -2,16 +2,18 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <fstream>
-#include <memory>
+#include <span>
 
 #include "config/channelset.h"
 #include "config/snset.h"
 #include "log/log.h"
+#include "packfile/alarmdocument.h"
 #include "packfile/archive.h"
 #include "packfile/realdatadocument.h"
+#include "packfile/recalldocument.h"
 #include "util/directory.h"
 #include "util/json.h"
 #include "util/text.h"
@@ -24,11 +26,33 @@
 namespace {
 
 constexpr std::size_t kTimeMarkBytes = 23;
+constexpr unsigned kAlarmPauseMicroseconds = 50000;
 
-struct PipeCloser {
-  void operator()(std::FILE* pipe) const { pclose(pipe); }
-};
-using Pipe = std::unique_ptr<std::FILE, PipeCloser>;
+// Writes the document, as far as the card takes it, and closes the file.
+void WriteText(std::ofstream& ofs, const rapidjson::StringBuffer& text) {
+  ofs.write(text.GetString(), static_cast<std::streamsize>(text.GetSize()));
+  ofs.close();
+}
+
+void RemoveIfThere(const char* path) {
+  if (access(path, F_OK) == 0) std::remove(path);
+}
+
+// Compresses a written alarm-data file. False leaves its text file in place.
+bool PackAlarms(const DataFileNames& names) {
+  const bool packed = Compress(names, [](const char* archive, int status) {
+    log_Text(WARN, "CreateAlarmDataJsonFile %s failed,errno %d", archive, status);
+  });
+  if (!packed) {
+    RemoveIfThere(names.archive);
+    log_Text(WARN, "try %d times,but CreateAlarmDataJsonFile %s failed", kPackAttempts,
+             names.archive);
+    return false;
+  }
+  std::remove(names.text);
+  log_Text(INFO, "CreateAlarmDataJsonFile %s Success", names.archive);
+  return true;
+}
 
 }  // namespace
 
@@ -51,14 +75,13 @@ std::int32_t CPackFile::CreateRealDataJsonFile(Real_Data_Struct* values, const c
 
   std::ofstream ofs(names.text, std::ios::trunc);
   assert(ofs.is_open());
-  ofs.write(text.GetString(), static_cast<std::streamsize>(text.GetSize()));
-  ofs.close();
+  WriteText(ofs, text);
 
   const bool packed = Compress(names, [](const char* archive, int status) {
     log_Text(WARN, "CreateRealDataJsonFile %s failed,errno %d", archive, status);
   });
   if (!packed) {
-    if (access(names.archive, F_OK) == 0) std::remove(names.archive);
+    RemoveIfThere(names.archive);
     log_Text(WARN, "try %d times,but CreateRealDataJsonFile %s failed", kPackAttempts,
              names.archive);
     return -1;
@@ -69,14 +92,61 @@ std::int32_t CPackFile::CreateRealDataJsonFile(Real_Data_Struct* values, const c
   return 0;
 }
 
-int CPackFile::executeCMD(const char* command, char* buf, int n) {
-  std::memset(buf, 0, static_cast<std::size_t>(n));
-  const Pipe stream(popen(command, "r"));
-  if (!stream) return -1;
-  // Without any output the buffer stays empty, and reads as status 0.
-  [[maybe_unused]] const char* line = std::fgets(buf, n, stream.get());
-  buf[n] = '\0';
+std::int32_t CPackFile::CreateAlarmDataJsonFile(const Alarm_Data_Struct* events, const char* dir,
+                                                std::vector<std::string>* files) {
+  AlarmCarryOver carryOver = kNothingCarriedOver;
+  std::span<const Alarm_Data_Para> rest(*events);
+  while (!rest.empty()) {
+    const auto ofThisFile = rest.first(std::min(rest.size(), kAlarmsPerFile));
+    rest = rest.subspan(ofThisFile.size());
+    rapidjson::StringBuffer text;
+    WriteAlarmDocument(GetCsnSetInstance().GetSn(), ofThisFile, carryOver, text);
+
+    const auto stamp = util::LocalTime(std::time(nullptr));
+    if (!stamp) {
+      log_Text(WARN, "CreateAlarmDataJsonFile in %s failed, no local time", dir);
+      continue;
+    }
+    const DataFileNames names = NameDataFile('T', dir, *stamp);
+    usleep(kAlarmPauseMicroseconds);
+    std::ofstream ofs(names.text, std::ios::trunc);
+    assert(ofs.is_open());
+    WriteText(ofs, text);
+    if (PackAlarms(names)) files->emplace_back(names.archive);
+  }
   return 0;
+}
+
+std::int32_t CPackFile::CreateRecallDataJsonFile(const ST_CHECKCALL_ACK* request, const char* dir,
+                                                 std::string* file) {
+  const auto stamp = util::LocalTime(std::time(nullptr));
+  if (!stamp) return -1;
+  const DataFileNames names = NameDataFile('R', dir, *stamp, kTellRecallStatus);
+  rapidjson::StringBuffer text;
+  WriteRecallDocument(GetCsnSetInstance().GetSn(), *request, text);
+
+  std::ofstream ofs(names.text, std::ios::trunc);
+  assert(ofs.is_open());
+  WriteText(ofs, text);
+
+  const bool packed = Compress(names, [](const char* archive, int status) {
+    log_Text(WARN, "CreateRecallDataJsonFile %s failed,errno %d", archive, status);
+  });
+  if (!packed) return -1;  // deliberately without a closing word; both files stay
+  std::remove(names.text);
+  *file = names.archive;
+  log_Text(INFO, "CreateRecallDataJsonFile %s Success", names.archive);
+  return 0;
+}
+
+const char* CPackFile::GetAlarmType(unsigned int dataId, unsigned char eventType,
+                                    unsigned char upFlag) {
+  const char* code = AlarmCode(dataId, eventType, upFlag != 0);
+  return code == nullptr ? "" : code;
+}
+
+int CPackFile::executeCMD(const char* command, char* buf, int n) {
+  return RunCommand(command, buf, n) ? 0 : -1;
 }
 
 unsigned int CPackFile::get_file_size(const char* path) {

@@ -29,6 +29,16 @@ int CPackMemory::CreateAuthorizeMemory(char* buf, int size) {
   return StoreBody(body, buf, size);
 }
 
+int CPackMemory::CreateRecallMemory(char* buf, int size) {
+  rapidjson::StringBuffer body;
+  rapidjson::Writer writer(body);
+  writer.StartObject();
+  writer.Key("sn");
+  writer.String(GetCsnSetInstance().GetSn());
+  writer.EndObject();
+  return StoreBody(body, buf, size);
+}
+
 CPackMemory& GetCPackMemoryInstance() {
   static CPackMemory instance;
   return instance;

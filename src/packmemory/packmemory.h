@@ -13,6 +13,8 @@ class CPackMemory {
 
   // The login: {"sn":"…","applyType":0}
   int CreateAuthorizeMemory(char* buf, int size);
+  // The recall check: {"sn":"…"}
+  int CreateRecallMemory(char* buf, int size);
 };
 
 // The one object of the process.

@@ -7,16 +7,15 @@
 #include "datasource/realdata.h"
 #include "historydata/historydata.h"
 #include "log/log.h"
+#include "schedule/datafiles.h"
 #include "schedule/workers.h"
 #include "schedule/workertime.h"
 #include "service/uploaddrivers.h"
 #include "util/paths.h"
-#include "util/text.h"
 
 namespace {
 
 constexpr unsigned kFailurePauseSeconds = 1;
-constexpr std::size_t kDirectoryBytes = 256;
 
 // The boundary nearest to now, which stamps the cycle. One ahead is waited for; one behind is taken
 // at once. An exact half goes to the one ahead.
@@ -30,15 +29,6 @@ std::time_t NearestBoundary(std::int32_t interval) {
   return now + wait;
 }
 
-History_Data_Para LedgerRow(int day, const std::string& file) {
-  History_Data_Para row{};
-  row.filetype = kRealDataFile;
-  row.result = 0;
-  const std::string name(util::BaseName(file));
-  util::PrintText(row.filename, sizeof(row.filename), "realdata/%d/%s", day, name.c_str());
-  return row;
-}
-
 // One snapshot from the segment to the ledger.
 void PackLiveValues(std::time_t stamp) {
   Real_Data_Struct values;
@@ -48,18 +38,15 @@ void PackLiveValues(std::time_t stamp) {
     return;
   }
   const int day = DayOfMonth(stamp);
-  char directory[kDirectoryBytes];
-  util::PrintText(directory, sizeof(directory), "%s/%d", paths::kRealData, day);
+  const std::string directory = DayDirectory(paths::kRealData, day);
   std::vector<std::string> files;
-  if (CreateRealDataFile(&values, directory, &files, stamp) < 0) {
+  if (CreateRealDataFile(&values, directory.c_str(), &files, stamp) < 0) {
     log_DB(ERROR, "Brennik Create RealData File error");
     sleep(kFailurePauseSeconds);
     return;
   }
   // Without a file too: the ledger ages its rows at every save.
-  std::vector<History_Data_Para> rows;
-  rows.reserve(files.size());
-  for (const auto& file : files) rows.push_back(LedgerRow(day, file));
+  const auto rows = PendingRows(kRealDataFile, "realdata", day, files);
   GetCHistoryDataInstance().SaveHistoryData(&rows);
 }
 

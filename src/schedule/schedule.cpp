@@ -68,7 +68,10 @@ int CSchedule::CreateOneThread(pthread_t* thread, std::int32_t* interval, void* 
 int CSchedule::CreateAllThread() {
   if (m_intervals == nullptr) return -1;
   if (CreateOneThread(&m_realDataThread, &m_intervals->realDataInv, HandleRealData) != 0) return -1;
-  return CreateOneThread(&m_uploadThread, &m_intervals->checkFailInv, HandleFail);
+  if (CreateOneThread(&m_alarmThread, &m_intervals->alarmDataInv, HandleRealAlarm) != 0) return -1;
+  if (CreateOneThread(&m_heartThread, &m_intervals->heartBeatInv, HandleHeart) != 0) return -1;
+  if (CreateOneThread(&m_uploadThread, &m_intervals->checkFailInv, HandleFail) != 0) return -1;
+  return CreateOneThread(&m_recallThread, &m_intervals->recallInv, HandleRecall);
 }
 
 int CSchedule::DelOneThread(pthread_t* thread) {

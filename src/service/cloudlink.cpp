@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "config/snset.h"
 #include "config/sysset.h"
 #include "http/http.h"
 #include "log/log.h"
@@ -13,6 +14,7 @@
 namespace {
 
 constexpr std::int32_t kNotAuthorised = -1;  // an answer with an empty "data" does not authorise
+constexpr std::size_t kLargestAnswerBytes = 8U << 20;  // a cloud gone mad must not fill the memory
 
 }  // namespace
 
@@ -36,6 +38,34 @@ int PrePost() {
   return 0;
 }
 
+int HTTP_POST_SKIP_ADDRESS_INFO() {
+  ST_FRAME_MEMORY_UPLOAD frame{};
+  // The way back from a redirect, too, leads over the configured address.
+  cloud::Address(&frame, GetCSysSetInstance().GetCloudConfigAttr()->cloudip, cloud::kSkipAddress);
+  frame.answerCallback = OnSkipAddressAnswer;
+  return static_cast<int>(GetCHttpInstance().POST_MemoryData(&frame));
+}
+
+int SyncHeartBeat() {
+  HTTP_POST_SKIP_ADDRESS_INFO();
+  return 0;
+}
+
+int CheckDemandRecall(ST_CHECKCALL_ACK* answer) {
+  ST_FRAME_MEMORY_UPLOAD frame{};
+  cloud::Address(&frame, GetCSysSetInstance().GetRealIpAddress(), cloud::kDataIfRecall);
+  frame.bodyLength = static_cast<std::uint16_t>(
+      GetCPackMemoryInstance().CreateRecallMemory(frame.body, sizeof(frame.body)));
+  std::string text;
+  frame.answerCallback = OnRecallCheckAnswer;
+  frame.callbackData = &text;
+  if (GetCHttpInstance().POST_MemoryData_WithExtraArgs(&frame) != 0) return -1;
+  return ParseGuarded(text, [&] {
+    return GetCParseMemoryInstance().ParseRecallFromMemory(GetCsnSetInstance().GetSn(), &text,
+                                                           answer);
+  });
+}
+
 std::size_t OnAuthorizeAnswer(char* text, std::size_t size, std::size_t count,
                               void* successFlag) noexcept {
   const std::string answer = ReceivedText(text, size, count);
@@ -49,4 +79,31 @@ std::size_t OnAuthorizeAnswer(char* text, std::size_t size, std::size_t count,
   if (parsed == -1 || ack.seqStatus != 0) return kVerdictRejected;
   SetSuccessFlag(successFlag, 1);
   return kVerdictAccepted;
+}
+
+std::size_t OnSkipAddressAnswer(char* text, std::size_t size, std::size_t count,
+                                void* successFlag) noexcept {
+  const std::string answer = ReceivedText(text, size, count);
+  log_Text(INFO, "Skip Address Receive Response:\n%s", answer.c_str());
+  ST_SKIP_ADDRESS_ACK ack{};
+  const int parsed = ParseGuarded(answer, [&] {
+    return GetCParseMemoryInstance().ParseSkipAddressFromMemory(
+        answer.c_str(), static_cast<int>(answer.size()), &ack);
+  });
+  if (parsed == -1) return kVerdictRejected;
+  SetSuccessFlag(successFlag, 1);
+  return kVerdictAccepted;
+}
+
+std::size_t OnRecallCheckAnswer(char* text, std::size_t size, std::size_t count,
+                                void* answer) noexcept {
+  auto* whole = static_cast<std::string*>(answer);
+  const std::string piece = ReceivedText(text, size, count);
+  log_Text(INFO, "Recall Receive Response:\n%s", piece.c_str());
+  if (whole->size() + piece.size() > kLargestAnswerBytes) {
+    log_Text(WARN, "Recall answer of more than %zu bytes refused", kLargestAnswerBytes);
+    return 0;
+  }
+  *whole += piece;
+  return piece.size();
 }

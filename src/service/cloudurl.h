@@ -6,8 +6,11 @@
 namespace cloud {
 
 inline constexpr char kAuthorize[] = "/eqpapi/EqpAuthorize";
+inline constexpr char kSkipAddress[] = "/eqpapi/EqpSkipAddress";
+inline constexpr char kDataIfRecall[] = "/eqpapi/EqpDataIfRecall";
 inline constexpr char kUploadRealData[] = "/eqpapi/EqpUploadDataInfo";
 inline constexpr char kUploadAlarmData[] = "/eqpapi/EqpUploadAlarmDataInfo";
+inline constexpr char kUploadRecallData[] = "/eqpapi/EqpDataRecall";
 
 // Fills what the frames have in common: the URL "http://host:port<prefix><endpoint>", cut at 127
 // characters, the configured file type and the method. The frame must be zeroed before.

@@ -42,6 +42,15 @@ int CreateRealDataFile(Real_Data_Struct* values, const char* dir, std::vector<st
   return GetCPackFileInstance().CreateRealDataJsonFile(values, dir, files, when);
 }
 
+int CreateAlarmDataFile(const Alarm_Data_Struct* events, const char* dir,
+                        std::vector<std::string>* files) {
+  return GetCPackFileInstance().CreateAlarmDataJsonFile(events, dir, files);
+}
+
+int CreateRecallDataFile(const ST_CHECKCALL_ACK* order, const char* dir, std::string* file) {
+  return GetCPackFileInstance().CreateRecallDataJsonFile(order, dir, file);
+}
+
 int UploadRealDataFile(const char* path) {
   const ST_CLOUDSERVER_CONFIG_ATTR* config = GetCSysSetInstance().GetCloudConfigAttr();
   if (strcasestr(path, config->filetype) == nullptr) return 0;
@@ -65,6 +74,17 @@ int UploadAlarmDataFile(const char* path) {
     return 0;
   }
   log_Text(WARN, "Send Alarmdata %s to %s failed\n", path, frame.url);
+  return -1;
+}
+
+int UploadDemandRecall(const char* path) {
+  ST_FRAME_FILE_UPLOAD frame = FileFrame(path, cloud::kUploadRecallData);
+  log_Text(INFO, "start Send Recalldata %s to %s \n", path, frame.url);
+  if (Send(frame)) {
+    log_Text(INFO, "Send Recalldata %s to %s successfully\n", path, frame.url);
+    return 0;
+  }
+  log_Text(WARN, "Send Recalldata %s to %s failed\n", path, frame.url);
   return -1;
 }
 

@@ -7,11 +7,20 @@
 #include <vector>
 
 #include "packfile/records.h"
+#include "parsememory/answers.h"
 
 // Packs live values into a real-data file (CPackFile::CreateRealDataJsonFile, whose result is
 // returned): the archive's full path is appended to `files`.
 int CreateRealDataFile(Real_Data_Struct* values, const char* dir, std::vector<std::string>* files,
                        std::time_t when);
+
+// Packs alarm events into as many alarm-data files as they need
+// (CPackFile::CreateAlarmDataJsonFile): the archives' full paths are appended to `files`.
+int CreateAlarmDataFile(const Alarm_Data_Struct* events, const char* dir,
+                        std::vector<std::string>* files);
+// Packs the history that the cloud ordered (CPackFile::CreateRecallDataJsonFile): the archive's
+// full path is stored in `file`.
+int CreateRecallDataFile(const ST_CHECKCALL_ACK* order, const char* dir, std::string* file);
 
 // Send one packed file, given by its full path, to the address in use. 0 when the cloud accepted
 // it, or it is not worth sending; -1 otherwise: the ledger row is to stay pending. The cloud's
@@ -19,6 +28,7 @@ int CreateRealDataFile(Real_Data_Struct* values, const char* dir, std::vector<st
 // configured file type in it is not sent and counts as accepted.
 int UploadRealDataFile(const char* path);
 int UploadAlarmDataFile(const char* path);
+int UploadDemandRecall(const char* path);
 
 // Copies the part of `path` after its last "/" into `out`, which must be large enough. Returns
 // `out`.

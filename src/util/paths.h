@@ -23,6 +23,10 @@ inline constexpr char kRealData[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata";
 inline constexpr char kAlarmData[] = "/media/mmcblk0p1/Cloud/JsonFiles/alarmdata";
 inline constexpr char kCallData[] = "/media/mmcblk0p1/Cloud/JsonFiles/calldata";
 
+// The acquisition side's databases: alarm events, a file for each year and month; minute history.
+inline constexpr char kEventDatabaseFormat[] = "/media/mmcblk0p1/%d%02d_event.db";
+inline constexpr char kDemandHistory[] = "/media/mmcblk0p1/demand_history.db";
+
 // The service's own logs, in volatile storage.
 inline constexpr char kLogDirectory[] = "/tmp/CloudLog";
 inline constexpr char kLogDatabase[] = "/tmp/CloudLog/Cloudlog.db";

@@ -20,6 +20,10 @@ std::int32_t Statement::Integer(int column) const {
   return sqlite3_column_int(m_statement.get(), column);
 }
 
+double Statement::Real(int column) const {
+  return sqlite3_column_double(m_statement.get(), column);
+}
+
 std::string_view Statement::Text(int column) const {
   const unsigned char* text = sqlite3_column_text(m_statement.get(), column);
   if (text == nullptr) return {};

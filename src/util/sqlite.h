@@ -28,6 +28,7 @@ class Statement {
   // Columns of the current row, counted from 0. A NULL reads as 0 and as the empty text; the text
   // lives until the next call of NextRow.
   std::int32_t Integer(int column) const;
+  double Real(int column) const;
   std::string_view Text(int column) const;
 
  private:

@@ -1,5 +1,7 @@
 #include "util/timetext.h"
 
+#include <cstdio>
+
 #include "util/text.h"
 
 namespace util {
@@ -26,6 +28,45 @@ std::string DateText(const std::tm& time) {
 
 std::string ClockText(const std::tm& time) {
   return Format("%02d:%02d:%02d", time.tm_hour, time.tm_min, time.tm_sec);
+}
+
+// sscanf is the definition here: its field widths and its stop at the first mismatch are meant.
+// NOLINTBEGIN(cert-err34-c)
+void ReadDate(const char* text, std::tm* time) {
+  int year = 0;
+  int month = 0;
+  int day = 0;
+  std::sscanf(text, "%4d-%02d-%02d", &year, &month, &day);
+  time->tm_year = year - 1900;
+  time->tm_mon = month - 1;
+  time->tm_mday = day;
+}
+
+void ReadClock(const char* text, std::tm* time) {
+  int hour = 0;
+  int minute = 0;
+  int second = 0;
+  std::sscanf(text, "%02d:%02d:%02d", &hour, &minute, &second);
+  time->tm_hour = hour;
+  time->tm_min = minute;
+  time->tm_sec = second;
+}
+
+std::tm ReadTimeMark(const char* text) {
+  int year = 0;
+  int month = 0;
+  std::tm time{};
+  std::sscanf(text, "%04d-%02d-%02d %02d:%02d:%02d", &year, &month, &time.tm_mday, &time.tm_hour,
+              &time.tm_min, &time.tm_sec);
+  time.tm_year = year - 1900;
+  time.tm_mon = month - 1;
+  return time;
+}
+// NOLINTEND(cert-err34-c)
+
+std::time_t UnixTime(std::tm time) {
+  time.tm_isdst = -1;
+  return std::mktime(&time);
 }
 
 }  // namespace util

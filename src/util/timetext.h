@@ -20,4 +20,15 @@ std::string TimeMark(const std::tm& time);
 std::string DateText(const std::tm& time);
 std::string ClockText(const std::tm& time);
 
+// Read the fields of "YYYY-MM-DD" and "hh:mm:ss" into their members of `time`, as sscanf reads
+// "%4d-%02d-%02d" and "%02d:%02d:%02d": from the first field that is no number on, they count as 0.
+void ReadDate(const char* text, std::tm* time);
+void ReadClock(const char* text, std::tm* time);
+
+// Broken-down time of a time mark, read like a date, a blank and a clock.
+std::tm ReadTimeMark(const char* text);
+
+// Unix time of a local broken-down time, whether in daylight saving or not.
+std::time_t UnixTime(std::tm time);
+
 }  // namespace util

@@ -1,0 +1,64 @@
+// The alarm events that the gateway's acquisition side has recorded and the cloud has not seen yet.
+//
+// One SQLite file a month, "/media/mmcblk0p1/YYYYMM_event.db", made and written by the acquisition
+// side; table event_tbl, as far as it is used here:
+//   RecordDate    text     YYYY-MM-DD, zero-padded: it is compared as text
+//   RecordTime    text     hh:mm:ss, local time
+//   DataId        integer  point identifier
+//   threshold     real     the limit that was passed
+//   triggervalue  real     the value that passed it
+//   eventtype     integer  kind of event
+//   grade         integer  alarm grade
+//   upflag        integer  passed through to the cloud
+//   upload        integer  0: not yet taken, 1: taken by this service
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+#include <vector>
+
+#include "util/mutex.h"
+
+#pragma pack(push, 1)
+// One alarm event.
+struct Alarm_Data_Para {
+  std::int32_t time;       // Unix time, seconds; wraps in 2038, see EventTime in packfile
+  std::int32_t DataId;     // point identifier, see ComposeDataId
+  double threshold;        // the limit that was passed
+  double triggervalue;     // the value that passed it
+  std::int32_t eventtype;  // kind of event
+  std::int32_t grade;      // alarm grade
+  std::int32_t upflag;     // passed through; its sense is the cloud's
+};
+#pragma pack(pop)
+static_assert(sizeof(Alarm_Data_Para) == 36);
+static_assert(offsetof(Alarm_Data_Para, threshold) == 8);
+static_assert(offsetof(Alarm_Data_Para, eventtype) == 24);
+
+// What it is for: takes the new events out of the monthly databases.
+// Threads: the alarm worker. The mutex is held for the whole of each visit to a database.
+// Owns: the mutex; a database is open during a visit only.
+class CAlarmData {
+ public:
+  CAlarmData() = default;
+  CAlarmData(const CAlarmData&) = delete;
+  CAlarmData& operator=(const CAlarmData&) = delete;
+
+  // Appends the untaken events of the last three days, from the month before too where the three
+  // days reach into it, and marks them taken. Returns 0, always: a file that is missing or cannot
+  // be read adds nothing and is not logged.
+  std::uint32_t GetAlarmData(std::vector<Alarm_Data_Para>* rows);
+
+  // The same for the file of `month` and the calendar dates `from` to `to`, both included. -1 when
+  // the file cannot be opened or read. Every event of these dates is marked, deliberately also one
+  // that was written after the reading: the mark is not limited to the rows that were read.
+  std::uint32_t GetDataFromDB(std::vector<Alarm_Data_Para>* rows, const std::tm* month,
+                              const std::tm* from, const std::tm* to);
+
+ private:
+  util::Mutex m_databaseMutex;  // guards each visit to an event database
+};
+
+// The one object of the process.
+CAlarmData& GetCAlarmDataInstance();

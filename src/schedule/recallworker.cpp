@@ -1,0 +1,66 @@
+// The demand-recall worker.
+#include <unistd.h>
+
+#include <cstdint>
+#include <string>
+
+#include "historydata/historydata.h"
+#include "log/log.h"
+#include "schedule/workers.h"
+#include "service/cloudlink.h"
+#include "service/uploaddrivers.h"
+#include "util/paths.h"
+
+namespace {
+
+constexpr int kRepeatsUntilResent = 3;
+
+// Which order was answered last, and how often the cloud has repeated it since.
+struct Answered {
+  std::int32_t lastSeq = 0;  // 0: none, or one whose upload failed
+  int sameCount = 1;
+};
+
+// Whether the order is to be answered now. The cloud may repeat one that it has not yet worked in:
+// two repeats are only counted; the third and every later one is answered anew.
+bool IsToBeAnswered(std::int32_t sequence, Answered& answered) {
+  if (sequence != answered.lastSeq) {
+    answered.sameCount = 1;
+    return true;
+  }
+  if (answered.sameCount >= kRepeatsUntilResent) return true;
+  log_Text(WARN,
+           "Recall receive the same seq: %d==%d times:%d, Will recreate file after %d times\r\n",
+           answered.lastSeq, answered.lastSeq, answered.sameCount, kRepeatsUntilResent);
+  ++answered.sameCount;
+  return false;
+}
+
+// The ordered history from its database to the cloud, in one go.
+void AnswerOrder(const ST_CHECKCALL_ACK& order, Answered& answered) {
+  std::string archive;
+  if (CreateRecallDataFile(&order, paths::kCallData, &archive) < 0) {
+    log_DB(ERROR, "Brennik Create Recall Data File error");
+    return;
+  }
+  GetCHistoryDataInstance().SaveRecallData(archive.c_str());
+  const bool accepted = UploadDemandRecall(archive.c_str()) == 0;
+  answered.lastSeq = accepted ? order.id : 0;
+}
+
+void CheckForOrder(Answered& answered) {
+  ST_CHECKCALL_ACK order{};
+  if (CheckDemandRecall(&order) != 0 || order.id == 0) return;
+  if (IsToBeAnswered(order.id, answered)) AnswerOrder(order, answered);
+}
+
+}  // namespace
+
+void* HandleRecall(void* interval) {
+  const auto* seconds = static_cast<const std::int32_t*>(interval);
+  Answered answered;
+  for (;;) {
+    CheckForOrder(answered);
+    sleep(static_cast<unsigned>(*seconds));
+  }
+}
