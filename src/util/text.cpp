@@ -11,7 +11,7 @@ namespace util {
 
 void CopyText(char* field, std::size_t size, std::string_view text) {
   const std::size_t kept = std::min(text.size(), size - 1);
-  std::memmove(field, text.data(), kept);
+  if (kept > 0) std::memmove(field, text.data(), kept);  // an empty text may have no address
   field[kept] = '\0';
 }
 

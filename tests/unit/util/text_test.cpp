@@ -40,6 +40,14 @@ TEST(CopyText, EmptiesTheFieldForTheEmptyText) {
   EXPECT_STREQ(field, "");
 }
 
+TEST(CopyText, EmptiesTheFieldForATextWithoutAnAddress) {
+  char field[8] = "gateway";
+
+  util::CopyText(field, std::string_view());
+
+  EXPECT_STREQ(field, "");
+}
+
 TEST(CopyText, KeepsOnlyTheTerminatorInAFieldOfOne) {
   char field[1] = {'#'};
 
