@@ -1,0 +1,70 @@
+// Owns the demand-history database of the SD card as its writer sees it: the value of every point
+// at every minute, one table for each device.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "acquisition/carddatabase.h"
+
+inline constexpr std::int64_t kMinuteSeconds = 60;
+
+// What it is for: one row of a history table.
+struct HistoryRow {
+  std::uint32_t dataId = 0;   // point identifier; its upper half chooses the table
+  std::int64_t unixTime = 0;  // Unix seconds; whole minutes in a healthy series
+  double triggerValue = 0;    // in the point's engineering unit
+  std::int32_t upload = 1;    // 1: the value may be handed out
+
+  bool operator==(const HistoryRow&) const = default;
+};
+
+// What it is for: what is wrong with a series of minutes. Each member is the distance, in minutes,
+// of the minutes concerned, which are those whose number since 1970 it divides; 0 means none.
+struct HistoryFaults {
+  std::int64_t gap = 0;          // the minute has no row
+  std::int64_t offMinute = 0;    // there is a further row kOffMinuteSeconds before the minute
+  std::int64_t duplicate = 0;    // the minute's row stands twice
+  std::int64_t notUploaded = 0;  // the minute's row has `upload` 0
+};
+
+inline constexpr std::int64_t kOffMinuteSeconds = 30;
+
+// The rows of the points for every whole minute from Unix time `first` to `last`, both included,
+// with the values of signals.h, in time order.
+std::vector<HistoryRow> HistoryRows(const std::vector<std::uint32_t>& dataIds, std::int64_t first,
+                                    std::int64_t last, const HistoryFaults& faults = {});
+
+// The database, and the name of a point's table in it: "history_0103_tbl".
+std::string HistoryDatabasePath();
+std::string HistoryTable(std::uint32_t dataId);
+
+// What it is for: recording minute values. The file and its tables are made when they are missing.
+// Tests write `HistoryWriter().Append(HistoryRows({0x01030001}, from, to))`.
+// Threads: one at a time. Owns: nothing; the file does not stay open between two calls.
+class HistoryWriter {
+ public:
+  // Each transaction waits up to `patience` for the locks of other programs.
+  explicit HistoryWriter(std::chrono::milliseconds patience = kLockPatience)
+      : m_patience(patience) {}
+
+  // Records the rows as they are, in their order, in one transaction. False when it could not be:
+  // then none of them is there, and Trouble says why.
+  bool Append(const std::vector<HistoryRow>& rows);
+  // The same without the rows whose point already had a row at that time before the call.
+  bool AppendMissing(const std::vector<HistoryRow>& rows);
+
+  // Why the latest append has recorded nothing; empty when it has recorded everything.
+  const std::string& Trouble() const { return m_trouble; }
+
+  // All rows of a point, in time order, rows of one time in the order in which they were recorded.
+  // Nothing when there is no file or no table, or locks last longer than the patience.
+  std::optional<std::vector<HistoryRow>> Rows(std::uint32_t dataId) const;
+
+ private:
+  std::chrono::milliseconds m_patience;
+  std::string m_trouble;
+};

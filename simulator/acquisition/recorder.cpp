@@ -1,0 +1,72 @@
+#include "acquisition/recorder.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "acquisition/alarms.h"
+
+namespace {
+
+constexpr std::int64_t kDaySeconds = 86'400;
+// What one transaction takes when many minutes are due: short enough for others to get their turn.
+constexpr std::int64_t kMinutesAtOnce = 60;
+// The segment must not wait for the card longer than this; what is not recorded stays due.
+constexpr std::chrono::milliseconds kPatience{2000};
+
+std::int64_t NextMultiple(std::int64_t seconds, std::int64_t interval) {
+  return (seconds / interval + 1) * interval;
+}
+
+}  // namespace
+
+Recorder::Recorder(Plant plant, const RecordingPlan& plan, std::int64_t now)
+    : m_plant(std::move(plant)), m_plan(plan), m_events(kPatience), m_history(kPatience) {
+  for (const auto& [dataId, point] : m_plant.points) m_dataIds.push_back(dataId);
+  m_eventsDue = LatestAlarms(m_plant, now, kDaySeconds, static_cast<std::size_t>(m_plan.burst));
+  StartAt(now);
+  m_nextMinute -= m_plan.historyMinutes * kMinuteSeconds;
+}
+
+void Recorder::Follow(std::int64_t now) {
+  if (std::abs(now - m_now) > kDaySeconds) StartAt(now);
+  m_now = now;
+  CollectEvents(now);
+  RecordEvents();
+  RecordHistory(now);
+}
+
+std::string Recorder::Trouble() const {
+  return m_events.Trouble().empty() ? m_history.Trouble() : m_events.Trouble();
+}
+
+void Recorder::StartAt(std::int64_t now) {
+  m_now = now;
+  if (m_plan.eventInterval > 0) m_nextTurn = NextMultiple(now, m_plan.eventInterval);
+  m_nextMinute = NextMultiple(now, kMinuteSeconds);
+}
+
+void Recorder::CollectEvents(std::int64_t now) {
+  if (m_plan.eventInterval == 0) return;
+  for (; m_nextTurn <= now; m_nextTurn += m_plan.eventInterval) {
+    const auto latest = LatestAlarms(m_plant, m_nextTurn, m_plan.eventInterval, 1);
+    m_eventsDue.insert(m_eventsDue.end(), latest.begin(), latest.end());
+  }
+}
+
+void Recorder::RecordEvents() {
+  const auto recorded = static_cast<std::ptrdiff_t>(m_events.Append(m_eventsDue));
+  m_eventsDue.erase(m_eventsDue.begin(), m_eventsDue.begin() + recorded);
+}
+
+void Recorder::RecordHistory(std::int64_t now) {
+  if (!m_plan.history) return;
+  while (m_nextMinute <= now) {
+    const std::int64_t end = std::min(now + 1, m_nextMinute + kMinutesAtOnce * kMinuteSeconds);
+    if (!m_history.AppendMissing(
+            HistoryRows(m_dataIds, m_nextMinute, end - 1, m_plan.historyFaults))) {
+      return;
+    }
+    m_nextMinute = NextMultiple(end - 1, kMinuteSeconds);
+  }
+}

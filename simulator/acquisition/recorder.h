@@ -1,0 +1,63 @@
+// Owns what the simulated acquisition side records on the SD card as time goes by: alarm events now
+// and then, and the history of every point.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "acquisition/eventwriter.h"
+#include "acquisition/historywriter.h"
+#include "acquisition/plant.h"
+
+// What it is for: what is to be recorded.
+struct RecordingPlan {
+  std::int64_t eventInterval = 60;  // seconds; 0: no events but the burst
+  std::int64_t burst = 0;           // events at the start
+  bool history = true;              // a row a minute and point
+  std::int64_t historyMinutes = 0;  // minutes before the start that are filled in
+  HistoryFaults historyFaults = {};
+};
+
+// What it is for: following the clock and recording what is due. The times of everything recorded
+// come from the plan and the clock alone, so a late or an interrupted recorder writes the same
+// rows.
+//   events   at every multiple of the interval the latest event since the multiple before, if the
+//            plant has had one; in a burst the latest events up to the start, of at most a day
+//   history  every whole minute; minutes that are there already are left alone
+// What cannot be recorded, for instance because another program holds a lock, stays due. A clock
+// that goes back is waited for; one that is set by more than a day, either way, is followed without
+// filling in the time between.
+// Threads: one. Owns: the plant; no file stays open between two calls.
+class Recorder {
+ public:
+  // Starts at Unix time `now`; nothing is written before Follow.
+  Recorder(Plant plant, const RecordingPlan& plan, std::int64_t now);
+  Recorder(const Recorder&) = delete;
+  Recorder& operator=(const Recorder&) = delete;
+
+  // Records everything that is due at a Unix time.
+  void Follow(std::int64_t now);
+
+  // How many events wait to be recorded: at first the burst, after Follow those that have failed.
+  std::size_t EventsDue() const { return m_eventsDue.size(); }
+  // Why something stays due; empty when nothing does.
+  std::string Trouble() const;
+
+ private:
+  void StartAt(std::int64_t now);
+  void CollectEvents(std::int64_t now);
+  void RecordEvents();
+  void RecordHistory(std::int64_t now);
+
+  Plant m_plant;
+  RecordingPlan m_plan;
+  std::vector<std::uint32_t> m_dataIds;  // of every point, ascending
+  EventWriter m_events;
+  HistoryWriter m_history;
+  std::vector<AlarmEvent> m_eventsDue;  // in the order of recording
+  std::int64_t m_now = 0;               // Unix time of the latest Follow
+  std::int64_t m_nextTurn = 0;          // Unix time of the next event
+  std::int64_t m_nextMinute = 0;        // Unix time of the first minute that is not recorded
+};
