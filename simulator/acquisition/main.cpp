@@ -13,6 +13,7 @@
 #include "acquisition/options.h"
 #include "acquisition/plant.h"
 #include "acquisition/publisher.h"
+#include "acquisition/recorder.h"
 #include "util/file.h"
 #include "util/text.h"
 
@@ -68,6 +69,36 @@ std::string Summary(const Plant& plant, const Options& options) {
                       static_cast<long long>(options.period.count()));
 }
 
+// "20 alarm events at once; an alarm event every 60 s; 429 history rows every minute": what will be
+// recorded, the parts that do not apply left out.
+std::string RecordingSummary(const RecordingPlan& plan, std::size_t burst, std::size_t points) {
+  std::string text;
+  const auto add = [&text](const std::string& part) { text += (text.empty() ? "" : "; ") + part; };
+  if (plan.burst > 0) add(util::Format("%zu alarm events at once", burst));
+  if (plan.eventInterval > 0) {
+    add(util::Format("an alarm event every %lld s", static_cast<long long>(plan.eventInterval)));
+  }
+  if (plan.history) {
+    add(util::Format("%zu history rows every minute, from %lld minutes ago on", points,
+                     static_cast<long long>(plan.historyMinutes)));
+  }
+  return text.empty() ? "recording nothing" : "recording " + text;
+}
+
+// What it is for: telling of each trouble with the card once, and of its end.
+// Threads: one. Owns: the latest trouble.
+class TroubleReport {
+ public:
+  void Tell(const std::string& trouble) {
+    if (trouble == m_trouble) return;
+    m_trouble = trouble;
+    PrintError(trouble.empty() ? "everything is recorded again" : trouble + "; trying on");
+  }
+
+ private:
+  std::string m_trouble;
+};
+
 int Run(const Options& options) {
   auto plant = ReadPlant(options.channelTemplate.c_str());
   if (!plant) {
@@ -79,10 +110,20 @@ int Run(const Options& options) {
   }
   const util::Descriptor stopSignals = StopSignals();
   const std::string summary = Summary(*plant, options);
+  Recorder recorder(*plant, options.recording, std::time(nullptr));
+  const std::string recordingSummary =
+      RecordingSummary(options.recording, recorder.EventsDue(), plant->points.size());
   Publisher publisher(std::move(*plant), options.mode, options.stale);
-  std::printf("%s\n", summary.c_str());
+  TroubleReport report;
+  recorder.Follow(std::time(nullptr));
+  report.Tell(recorder.Trouble());
+  std::printf("%s\n%s\n", summary.c_str(), recordingSummary.c_str());
   std::fflush(stdout);
-  while (Pause(stopSignals, options.period)) publisher.Refresh(std::time(nullptr));
+  while (Pause(stopSignals, options.period)) {
+    publisher.Refresh(std::time(nullptr));
+    recorder.Follow(std::time(nullptr));
+    report.Tell(recorder.Trouble());
+  }
   return EXIT_SUCCESS;
 }
 

@@ -104,12 +104,13 @@ bool Await(Condition happened) {
 }
 
 // What it is for: every test around the simulated acquisition side. It refuses to run outside the
-// sandbox; each test starts without configuration and ends without a segment.
+// sandbox; each test starts without configuration, on an empty card, and ends without a segment.
 class AcquisitionTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_NE(std::getenv("BRENNIK_SANDBOX"), nullptr) << "run this through scripts/sandbox";
     Empty("/tessel");
+    Empty("/media/mmcblk0p1");
     RemoveSegment();
   }
   void TearDown() override { RemoveSegment(); }

@@ -6,16 +6,20 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "acquisition/historywriter.h"
 #include "acquisition_fixture.h"
 #include "util/file.h"
+#include "util/sqlite.h"
 
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::SizeIs;
 using ::testing::StartsWith;
 
 using Program = test::AcquisitionTest;
@@ -83,7 +87,8 @@ TEST_F(Program, PublishesUntilItIsTerminatedAndRemovesTheSegment) {
   EXPECT_FALSE(test::RawSegment::Read());
   EXPECT_EQ(
       ProgramRun::Output(),
-      "publishing 6 records (AI 2, DI 1, ACC 1, DO 1, AO 1) under key 0x10903, every 1000 ms\n");
+      "publishing 6 records (AI 2, DI 1, ACC 1, DO 1, AO 1) under key 0x10903, every 1000 ms\n"
+      "recording an alarm event every 60 s; 6 history rows every minute, from 0 minutes ago on\n");
   EXPECT_EQ(ProgramRun::Errors(), "");
 }
 
@@ -128,7 +133,7 @@ TEST_F(Program, SaysThatItPublishesNoSegment) {
   run.Signal(SIGTERM);
 
   EXPECT_EQ(run.Wait(), 0);
-  EXPECT_EQ(ProgramRun::Output(), "publishing no segment\n");
+  EXPECT_THAT(ProgramRun::Output(), StartsWith("publishing no segment\n"));
 }
 
 TEST_F(Program, StopsWritingTornValuesWhenTerminated) {
@@ -190,6 +195,104 @@ TEST_F(Program, ReplacesAStaleSegmentWhenAskedTo) {
   EXPECT_EQ(raw->Size(), 148U);
 }
 
+// Every event on the card, in whichever months a burst may lie.
+std::size_t EventsOnTheCard() {
+  std::size_t events = 0;
+  for (const std::string& name : test::List("/media/mmcblk0p1")) {
+    if (!name.ends_with("_event.db")) continue;
+    util::Database database(("/media/mmcblk0p1/" + name).c_str());
+    util::Statement count = database.Prepare("SELECT COUNT(*) FROM event_tbl");
+    if (count.NextRow()) events += static_cast<std::size_t>(count.Integer(0));
+  }
+  return events;
+}
+
+class ProgramBurst : public test::AcquisitionTest, public testing::WithParamInterface<int> {};
+
+TEST_P(ProgramBurst, IsOnTheCardWhenItIsSpokenOf) {
+  WriteSmallPlant();
+  const std::string number = std::to_string(GetParam());
+
+  const ProgramRun run({"--burst", number, "--event-interval=0", "--no-history"});
+
+  ASSERT_TRUE(run.AwaitSummary());
+  EXPECT_EQ(EventsOnTheCard(), static_cast<std::size_t>(GetParam()));
+  EXPECT_THAT(ProgramRun::Output(), HasSubstr("\nrecording " + number + " alarm events at once\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, ProgramBurst, testing::Values(1, 20, 21, 41));
+
+TEST_F(Program, WritesAnEventWheneverTheIntervalIsOver) {
+  test::DeviceFile station("station");
+  for (int node = 1; node <= 1000; ++node) station.Node("DI", node, "Contact", "");
+  station.Write();
+  test::ChannelTemplate().Channel(1).Device(3, station.Path()).Write();
+
+  const ProgramRun run({"--event-interval", "1", "--period=10", "--no-history"});
+
+  ASSERT_TRUE(run.AwaitSummary());
+  EXPECT_TRUE(test::Await([] { return EventsOnTheCard() >= 2; }));
+  EXPECT_EQ(ProgramRun::Errors(), "");
+}
+
+TEST_F(Program, FillsInTheHistoryBeforeItSpeaksOfIt) {
+  WriteSmallPlant();
+
+  const ProgramRun run({"--history-minutes", "90", "--event-interval", "0"});
+
+  ASSERT_TRUE(run.AwaitSummary());
+  const auto rows = HistoryWriter().Rows(0x01031123);
+  ASSERT_TRUE(rows);
+  ASSERT_THAT(*rows, SizeIs(testing::Ge(90U)));
+  EXPECT_EQ(rows->at(89).unixTime, rows->at(0).unixTime + 89 * 60);
+  EXPECT_THAT(ProgramRun::Output(),
+              HasSubstr("\nrecording 6 history rows every minute, from 90 minutes ago on\n"));
+}
+
+TEST_F(Program, MakesGapsAndOffMinuteRowsWhenAskedTo) {
+  WriteSmallPlant();
+
+  const ProgramRun run({"--history-minutes=60", "--history-gap=10", "--history-off-minute=20"});
+
+  ASSERT_TRUE(run.AwaitSummary());
+  const auto rows = HistoryWriter().Rows(0x01031123);
+  ASSERT_TRUE(rows);
+  std::size_t wholeMinutes = 0;
+  for (const HistoryRow& row : *rows) {
+    if (row.unixTime % 60 == 0) ++wholeMinutes;
+    EXPECT_NE(row.unixTime % 600, 0);
+  }
+  EXPECT_GE(wholeMinutes, 54U);
+  EXPECT_GE(rows->size() - wholeMinutes, 3U);
+}
+
+TEST_F(Program, LeavesTheCardAloneWhenAskedTo) {
+  WriteSmallPlant();
+
+  const ProgramRun run({"--event-interval=0", "--no-history"});
+
+  ASSERT_TRUE(run.AwaitSummary());
+  EXPECT_THAT(ProgramRun::Output(), HasSubstr("\nrecording nothing\n"));
+  EXPECT_THAT(test::List("/media/mmcblk0p1"), testing::IsEmpty());
+}
+
+TEST_F(Program, TellsOfTroubleWithTheCardOnceAndOfItsEnd) {
+  WriteSmallPlant();
+  test::WriteFile("/media/mmcblk0p1/demand_history.db/in-the-way", "");
+  const ProgramRun run({"--history-minutes=1", "--event-interval=0", "--period=1"});
+  ASSERT_TRUE(run.AwaitSummary());
+
+  std::filesystem::remove_all("/media/mmcblk0p1/demand_history.db");
+
+  ASSERT_TRUE(test::Await([] { return ProgramRun::Errors().ends_with("again\n"); }));
+  EXPECT_EQ(
+      ProgramRun::Errors(),
+      "acquisition-simulator: cannot write /media/mmcblk0p1/demand_history.db: unable to open "
+      "database file; trying on\n"
+      "acquisition-simulator: everything is recorded again\n");
+  EXPECT_TRUE(HistoryWriter().Rows(0x01031123));
+}
+
 TEST_F(Program, ExplainsItselfWithEveryMode) {
   ProgramRun run({"--help"});
 
@@ -198,6 +301,16 @@ TEST_F(Program, ExplainsItselfWithEveryMode) {
   for (const char* const mode :
        {"all", "subset", "unknown", "duplicates", "empty", "overcount", "tiny", "absent", "torn"}) {
     EXPECT_THAT(ProgramRun::Output(), HasSubstr("\n  " + std::string(mode) + " "));
+  }
+}
+
+TEST_F(Program, ExplainsWhatItRecords) {
+  ProgramRun run({"--help"});
+
+  EXPECT_EQ(run.Wait(), 0);
+  for (const char* const option : {"--event-interval S", "--burst N", "--history-minutes M",
+                                   "--history-gap N", "--history-off-minute N", "--no-history"}) {
+    EXPECT_THAT(ProgramRun::Output(), HasSubstr("\n  " + std::string(option) + " "));
   }
 }
 
@@ -236,6 +349,19 @@ INSTANTIATE_TEST_SUITE_P(
         BadCommandLine{{"--period=3600001"},
                        "--period takes 1 to 3600000 milliseconds, not '3600001'"},
         BadCommandLine{{"--period", "9s"}, "--period takes 1 to 3600000 milliseconds, not '9s'"},
-        BadCommandLine{{"--period", ""}, "--period takes 1 to 3600000 milliseconds, not ''"}));
+        BadCommandLine{{"--period", ""}, "--period takes 1 to 3600000 milliseconds, not ''"},
+        BadCommandLine{{"--event-interval", "-1"},
+                       "--event-interval takes 0 to 86400 seconds, not '-1'"},
+        BadCommandLine{{"--event-interval=86401"},
+                       "--event-interval takes 0 to 86400 seconds, not '86401'"},
+        BadCommandLine{{"--burst", "1001"}, "--burst takes 0 to 1000 events, not '1001'"},
+        BadCommandLine{{"--burst", "many"}, "--burst takes 0 to 1000 events, not 'many'"},
+        BadCommandLine{{"--history-minutes", "10081"},
+                       "--history-minutes takes 0 to 10080 minutes, not '10081'"},
+        BadCommandLine{{"--history-gap", "1441"},
+                       "--history-gap takes 0 to 1440 minutes, not '1441'"},
+        BadCommandLine{{"--history-off-minute", "1441"},
+                       "--history-off-minute takes 0 to 1440 minutes, not '1441'"},
+        BadCommandLine{{"--no-history=1"}, "there is no option '--no-history=1'"}));
 
 }  // namespace
