@@ -4,8 +4,10 @@
 #include <chrono>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "cloud/endpoints.h"
+#include "cloud/orders.h"
 
 namespace cloud {
 
@@ -20,18 +22,33 @@ inline constexpr int kHttpMethodNotAllowed = 405;
 inline constexpr char kJsonType[] = "application/json;charset=UTF-8";
 inline constexpr char kPlainType[] = "text/plain";
 
+// How an answer goes over the wire.
+enum class Delivery {
+  kWhole,   // at once
+  kPieces,  // the second half of the body a while after the first
+  kCut,     // without the second half of the body, which the head promises
+  kNone,    // not at all: the connection is just closed
+};
+
 // What it is for: what goes back to the gateway, and how.
 struct Answer {
   int httpStatus = kHttpOk;
   std::string body;
   const char* contentType = kJsonType;
-  std::chrono::milliseconds stall{0};  // waited before the answer is sent
-  bool silent = false;                 // nothing is sent at all: the connection is just closed
+  Delivery delivery = Delivery::kWhole;
+  std::chrono::milliseconds stall{0};  // waited before the answer, or its second piece, is sent
+};
+
+// What it is for: what stands in "data" besides a login's element.
+struct EnvelopeData {
+  std::string redirect{};             // the address check's "realIpAddress"; empty: no element
+  std::vector<RecallOrder> orders{};  // the recall check's elements
 };
 
 // The envelope that answers a request to `endpoint`: an upload's has no "data", a login's carries
-// one element with "seqStatus" equal to `status`, the others' "data" is empty.
-std::string Envelope(Endpoint endpoint, int status, std::string_view message);
+// one element with "seqStatus" equal to `status`, the others' what `data` says.
+std::string Envelope(Endpoint endpoint, int status, std::string_view message,
+                     const EnvelopeData& data = {});
 
 // The envelope for a request that reached no endpoint: status 1 and an empty "data".
 std::string StrayEnvelope(std::string_view message);

@@ -18,12 +18,15 @@ const char kBehaviourHelp[] =
     "    http:CODE[:'TEXT']  answer with this HTTP status (200 to 599) and body\n"
     "    nonsense[:'TEXT']   answer HTTP 200 with this text as the body\n"
     "    stall:SECONDS       wait (up to 600 s, e.g. 0.5), then answer normally\n"
+    "    pieces[:SECONDS]    answer normally, the second half of the body 0.2 s or so long later\n"
+    "    cut                 close the connection behind half of the answer's body\n"
     "    close               close the connection without an answer\n"
     "  TEXT stands between single or double quotes; the same quote twice inside means itself.\n";
 
 namespace {
 
 constexpr char kDefaultNonsense[] = "<html>this is not the answer that you expect</html>";
+constexpr std::chrono::milliseconds kDefaultPause{200};
 constexpr int kLowestHttpStatus = 200;  // a client takes 1xx for the prelude of another answer
 constexpr int kHighestHttpStatus = 599;
 constexpr std::size_t kCountLimit = 10000;
@@ -101,15 +104,15 @@ class Reader {
     return Behaviour::Status(*code, Take(':') ? ReadText() : std::string());
   }
 
-  Behaviour ReadStall() {
+  std::chrono::milliseconds ReadSeconds(const char* behind) {
     const std::optional<double> seconds = Take(':') ? Number<double>(TakeWord()) : std::nullopt;
     const auto limit = static_cast<double>(kStallLimit.count());
     // Written so that it also refuses "nan".
     if (!seconds || !(*seconds >= 0 && *seconds <= limit)) {
-      Throw("has no seconds from 0 to 600 after 'stall:'");
+      Throw(std::string("has no seconds from 0 to 600 after '") + behind + ":'");
     }
-    return Behaviour::Stall(std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::duration<double>(*seconds)));
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::duration<double>(*seconds));
   }
 
   Behaviour ReadItem() {
@@ -118,7 +121,11 @@ class Reader {
     if (word == "refuse") return Behaviour::Refuse();
     if (word == "close") return Behaviour::Close();
     if (word == "http") return ReadStatus();
-    if (word == "stall") return ReadStall();
+    if (word == "cut") return Behaviour::Cut();
+    if (word == "stall") return Behaviour::Stall(ReadSeconds("stall"));
+    if (word == "pieces") {
+      return Behaviour::Pieces(m_rest.starts_with(':') ? ReadSeconds("pieces") : kDefaultPause);
+    }
     if (word == "nonsense") return Behaviour::Nonsense(Take(':') ? ReadText() : kDefaultNonsense);
     Throw("has the unknown item '" + word + "'");
   }
@@ -140,6 +147,11 @@ Behaviour Behaviour::Nonsense(std::string text) {
 Behaviour Behaviour::Stall(std::chrono::milliseconds stall) {
   return {.action = Action::kStall,
           .stall = std::min<std::chrono::milliseconds>(stall, kStallLimit)};
+}
+
+Behaviour Behaviour::Pieces(std::chrono::milliseconds pause) {
+  return {.action = Action::kPieces,
+          .stall = std::min<std::chrono::milliseconds>(pause, kStallLimit)};
 }
 
 std::vector<Behaviour> ParseBehaviours(std::string_view list) {

@@ -22,6 +22,8 @@ enum class Action {
   kStatus,    // a given HTTP status with a given body
   kNonsense,  // HTTP 200 with a given text as the body
   kStall,     // a pause, then as normal
+  kPieces,    // as normal, but the second half of the body comes after a pause
+  kCut,       // a normal answer's first half, then the connection is closed; nothing is accepted
   kClose,     // no answer: the connection is closed
 };
 
@@ -31,20 +33,22 @@ struct Behaviour {
   Action action = Action::kNormal;
   int httpStatus = 0;                  // kStatus: 200 to 599
   std::string text{};                  // kStatus, kNonsense: the body
-  std::chrono::milliseconds stall{0};  // kStall: at most kStallLimit
+  std::chrono::milliseconds stall{0};  // kStall, kPieces: at most kStallLimit
 
   static Behaviour Normal() { return {}; }
   static Behaviour Refuse() { return {.action = Action::kRefuse}; }
   static Behaviour Status(int httpStatus, std::string body = {});
   static Behaviour Nonsense(std::string text);
-  // Longer stalls are cut to kStallLimit.
+  // Longer stalls and pauses are cut to kStallLimit.
   static Behaviour Stall(std::chrono::milliseconds stall);
+  static Behaviour Pieces(std::chrono::milliseconds pause);
+  static Behaviour Cut() { return {.action = Action::kCut}; }
   static Behaviour Close() { return {.action = Action::kClose}; }
 
   bool operator==(const Behaviour&) const = default;
 };
 
-// Reads a list like `ok*2,refuse,http:500:'busy',stall:5,nonsense:'<html>',close`. Throws
+// Reads a list like `ok*2,refuse,http:500:'busy',stall:5,nonsense:'<html>',close,cut`. Throws
 // std::invalid_argument with a line that says what is wrong with it.
 std::vector<Behaviour> ParseBehaviours(std::string_view list);
 

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstring>
 
+#include "cloud/request.h"
+
 namespace cloud {
 
 namespace {
@@ -52,6 +54,14 @@ void Connection::Send() {
     rest.remove_prefix(static_cast<std::size_t>(sent));
   }
   m_gathered.clear();
+}
+
+std::string Connection::TakeSecondHalf() {
+  const std::size_t head = HeadLength(m_gathered);
+  const std::size_t firstHalf = head + (m_gathered.size() - head) / 2;
+  std::string secondHalf = m_gathered.substr(firstHalf);
+  m_gathered.resize(firstHalf);
+  return secondHalf;
 }
 
 void Connection::Finish() {

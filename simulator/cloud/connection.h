@@ -30,6 +30,8 @@ class Connection {
   void Gather(std::string_view bytes) { m_gathered += bytes; }
   // Sends what is gathered, also while the server stops.
   void Send();
+  // The HTTP answer that is gathered loses the second half of its body, which is returned.
+  std::string TakeSecondHalf();
   // Ends the sending side, then waits up to a second for the peer to end too, so that no byte in
   // flight makes the kernel reset the connection under the answer.
   void Finish();

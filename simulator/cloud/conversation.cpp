@@ -132,12 +132,26 @@ void PrepareLibrary() {
   [[maybe_unused]] static const bool prepared = ConverseOnce();
 }
 
+namespace {
+
+// Sends what of the answer is to be sent; false when the server stops meanwhile.
+bool Deliver(const Answer& answer, Connection* connection, const StopSignal& stop) {
+  if (answer.delivery == Delivery::kNone) return false;
+  const bool halved = answer.delivery != Delivery::kWhole;
+  const std::string secondHalf = halved ? connection->TakeSecondHalf() : std::string();
+  if (halved) connection->Send();
+  if (answer.delivery == Delivery::kCut) return true;
+  if (answer.stall.count() > 0 && !stop.Pause(answer.stall)) return false;
+  connection->Gather(secondHalf);
+  connection->Send();
+  return true;
+}
+
+}  // namespace
+
 void Converse(Connection* connection, const StopSignal& stop, const Responder& respond) {
   const std::optional<Answer> answer = Conversation(connection, respond).Run();
-  if (!answer || answer->silent) return;
-  if (answer->stall.count() > 0 && !stop.Pause(answer->stall)) return;
-  connection->Send();
-  connection->Finish();
+  if (answer && Deliver(*answer, connection, stop)) connection->Finish();
 }
 
 }  // namespace cloud

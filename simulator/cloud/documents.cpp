@@ -24,7 +24,8 @@ constexpr std::size_t kValueCharacters = 14;        // field of a value in real 
 constexpr std::size_t kAlarmValueCharacters = 254;  // field of a value in alarm data
 constexpr std::size_t kPointIdDigits = 4;
 constexpr std::size_t kGradeDigitsAtMost = 8;
-constexpr std::size_t kAlarmsAtMost = 20;  // in one file
+constexpr std::size_t kDescriptionBytes = 254;  // field of a description in alarm data
+constexpr std::size_t kAlarmsAtMost = 20;       // in one file
 constexpr std::int64_t kFlagWithValues = 1;
 constexpr std::array<std::string_view, 8> kAlarmTypes{"10000", "10001", "10100", "10101",
                                                       "10200", "10201", "10300", "10301"};
@@ -32,29 +33,38 @@ constexpr std::array<std::string_view, 8> kAlarmTypes{"10000", "10001", "10100",
 // Channel number and device address of every device seen.
 using Devices = std::set<std::pair<std::int64_t, std::int64_t>>;
 
-void CheckTimeMark(Members* members, const char* key) {
-  if (!IsTimeMark(members->Text(key))) {
+std::string_view CheckTimeMark(Members* members, const char* key) {
+  const std::string_view text = members->Text(key);
+  if (!IsTimeMark(text)) {
     ThrowAt(members->PlaceOf(key), "is not a time like 2024-03-01 10:00:00");
   }
+  return text;
 }
 
-void CheckPointId(Members* members) {
-  if (!IsUpperHex(members->Text("pointId"), kPointIdDigits, kPointIdDigits)) {
+std::string_view CheckPointId(Members* members) {
+  const std::string_view text = members->Text("pointId");
+  if (!IsUpperHex(text, kPointIdDigits, kPointIdDigits)) {
     ThrowAt(members->PlaceOf("pointId"), "is not four upper-case hexadecimal digits");
   }
+  return text;
 }
 
-void CheckValue(Members* members, std::size_t fieldCharacters) {
-  if (!IsValueText(members->Text("value"), fieldCharacters)) {
+std::string_view CheckValue(Members* members, std::size_t fieldCharacters) {
+  const std::string_view text = members->Text("value");
+  if (!IsValueText(text, fieldCharacters)) {
     ThrowAt(members->PlaceOf("value"), "is not a number with three decimals");
   }
+  return text;
 }
 
-void CheckTimedValue(const Value& value, const std::string& place, std::size_t fieldCharacters) {
+TimedValue CheckTimedValue(const Value& value, const std::string& place,
+                           std::size_t fieldCharacters) {
   Members members(value, place);
-  CheckTimeMark(&members, "timeMark");
-  CheckValue(&members, fieldCharacters);
+  TimedValue found;
+  found.timeMark = CheckTimeMark(&members, "timeMark");
+  found.value = CheckValue(&members, fieldCharacters);
   members.End();
+  return found;
 }
 
 const Value& OnlyElement(Members* members, const char* key) {
@@ -89,9 +99,19 @@ void CheckAlarmType(Members* members) {
   if (!known) ThrowAt(members->PlaceOf("alarmType"), "is no alarm type code");
 }
 
+// Padded to four digits: a longer one has no zero in front.
 void CheckAlarmGrade(Members* members) {
-  if (!IsUpperHex(members->Text("alarmGrade"), kPointIdDigits, kGradeDigitsAtMost)) {
+  const std::string_view grade = members->Text("alarmGrade");
+  if (!IsUpperHex(grade, kPointIdDigits, kGradeDigitsAtMost) ||
+      (grade.size() > kPointIdDigits && grade.starts_with('0'))) {
     ThrowAt(members->PlaceOf("alarmGrade"), "is not four or more upper-case hexadecimal digits");
+  }
+}
+
+void CheckDescription(Members* members) {
+  const std::string_view description = members->Text("alarmDes");
+  if (!IsDescription(description, kDescriptionBytes)) {
+    ThrowAt(members->PlaceOf("alarmDes"), "does not end like (阀值:30.000)");
   }
 }
 
@@ -99,32 +119,39 @@ void CheckAlarm(const Value& alarm, const std::string& place, Devices* devices) 
   Members members(alarm, place);
   const std::int64_t group = members.Number("groupId", 0, kHighestId);
   devices->emplace(group, members.Number("eqpId", 0, kHighestId));
-  CheckTimeMark(&members, "alarmTime");
+  const std::string_view time = CheckTimeMark(&members, "alarmTime");
   CheckAlarmType(&members);
   CheckAlarmGrade(&members);
   members.Number("flag", Int32::min(), Int32::max());
-  members.Text("alarmDes");
+  CheckDescription(&members);
   Members point(OnlyElement(&members, "alarmValues"), members.PlaceOf("alarmValues", 0));
   members.End();
   CheckPointId(&point);
-  CheckTimedValue(OnlyElement(&point, "values"), point.PlaceOf("values", 0), kAlarmValueCharacters);
+  const std::string place0 = point.PlaceOf("values", 0);
+  if (CheckTimedValue(OnlyElement(&point, "values"), place0, kAlarmValueCharacters).timeMark !=
+      time) {
+    ThrowAt(place0 + ".timeMark", "is not the alarm's time");
+  }
   point.End();
 }
 
-void CheckRecalledPoint(const Value& value, const std::string& place, Devices* devices) {
+RecalledPoint CheckRecalledPoint(const Value& value, const std::string& place) {
   Members members(value, place);
-  const std::int64_t group = members.Number("groupId", Int32::min(), Int32::max());
-  devices->emplace(group, members.Number("eqpId", Int32::min(), Int32::max()));
-  CheckPointId(&members);
-  const std::int64_t flag = members.Number("flag", 0, Int32::max());
+  RecalledPoint point;
+  point.groupId = members.Number("groupId", Int32::min(), Int32::max());
+  point.eqpId = members.Number("eqpId", Int32::min(), Int32::max());
+  point.pointId = CheckPointId(&members);
+  point.flag = members.Number("flag", 0, Int32::max());
   const Value& values = members.Array("values");
-  if (flag != kFlagWithValues && !values.Empty()) {
+  if (point.flag != kFlagWithValues && !values.Empty()) {
     ThrowAt(members.PlaceOf("values"), "is not empty although \"flag\" is not 1");
   }
   for (rapidjson::SizeType i = 0; i < values.Size(); ++i) {
-    CheckTimedValue(values[i], members.PlaceOf("values", i), kValueCharacters);
+    point.values.push_back(
+        CheckTimedValue(values[i], members.PlaceOf("values", i), kValueCharacters));
   }
   members.End();
+  return point;
 }
 
 void CheckRealData(Members* members, DocumentFacts* facts) {
@@ -151,14 +178,17 @@ void CheckAlarmData(Members* members, DocumentFacts* facts) {
 }
 
 void CheckRecallData(Members* members, DocumentFacts* facts) {
-  members->Number("id", Int32::min(), Int32::max());
+  RecallData recall;
+  recall.id = static_cast<std::int32_t>(members->Number("id", Int32::min(), Int32::max()));
   const Value& data = members->Array("data");
   Devices devices;
   for (rapidjson::SizeType i = 0; i < data.Size(); ++i) {
-    CheckRecalledPoint(data[i], members->PlaceOf("data", i), &devices);
+    recall.points.push_back(CheckRecalledPoint(data[i], members->PlaceOf("data", i)));
+    devices.emplace(recall.points.back().groupId, recall.points.back().eqpId);
   }
   facts->devices = devices.size();
   facts->points = data.Size();
+  facts->recall = std::move(recall);
 }
 
 void CheckBehindSerialNumber(Endpoint endpoint, Members* members, DocumentFacts* facts) {

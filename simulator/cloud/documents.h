@@ -13,17 +13,48 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "cloud/endpoints.h"
 
 namespace cloud {
+
+// What it is for: one value of recall data, as written.
+struct TimedValue {
+  std::string timeMark;
+  std::string value;
+
+  bool operator==(const TimedValue&) const = default;
+};
+
+// What it is for: one point of recall data.
+struct RecalledPoint {
+  std::int64_t groupId = 0;
+  std::int64_t eqpId = 0;
+  std::string pointId;  // four hexadecimal digits
+  std::int64_t flag = 0;
+  std::vector<TimedValue> values;
+
+  bool operator==(const RecalledPoint&) const = default;
+};
+
+// What it is for: recall data.
+struct RecallData {
+  std::int32_t id = 0;  // the order that they answer
+  std::vector<RecalledPoint> points;
+
+  bool operator==(const RecallData&) const = default;
+};
 
 // What it is for: what a sound document says.
 struct DocumentFacts {
   std::string serialNumber;
   std::size_t devices = 0;  // different ones
   std::size_t points = 0;   // point objects; in alarm data one for each alarm
+  std::optional<RecallData> recall{};
 };
 
 // Checks the document that belongs to `endpoint` (not the address check, which carries none).

@@ -23,13 +23,16 @@ std::string WhatArrived(const Exchange& exchange) {
   if (!exchange.fileName.empty()) text += " " + exchange.fileName;
   text += " " + std::to_string(exchange.archive.size()) + " bytes";
   text += ", " + std::to_string(exchange.devices) + " devices";
-  return text + ", " + std::to_string(exchange.points) + " points";
+  text += ", " + std::to_string(exchange.points) + " points";
+  return exchange.recall ? text + ", order " + std::to_string(exchange.recall->id) : text;
 }
 
 }  // namespace
 
 std::string ToLine(const Exchange& exchange) {
-  std::string line = Clock(exchange.time) + " " + WhatArrived(exchange) + ": " + exchange.verdict;
+  std::string line = Clock(exchange.time) + " ";
+  if (exchange.onSecondAddress) line += "at " + exchange.address + " ";
+  line += WhatArrived(exchange) + ": " + exchange.verdict;
   const auto isControl = [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; };
   std::replace_if(line.begin(), line.end(), isControl, '?');
   return line;

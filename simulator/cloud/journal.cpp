@@ -21,6 +21,9 @@ std::size_t Journal::Record(const Exchange& exchange) {
   if (m_exchanges.size() > m_kept) m_exchanges.pop_front();
   ++m_exchangeCount;
   if (IsAcceptedUpload(exchange)) ++m_uploadCount;
+  if (exchange.accepted && exchange.endpoint) {
+    ++m_acceptedCounts.at(static_cast<std::size_t>(*exchange.endpoint));
+  }
   if (m_lines != nullptr) *m_lines << ToLine(exchange) << '\n' << std::flush;
   m_recorded.notify_all();
   return m_uploadCount;
@@ -45,6 +48,12 @@ bool Journal::AwaitUploads(std::size_t count, std::chrono::milliseconds timeout)
 
 bool Journal::AwaitExchanges(std::size_t count, std::chrono::milliseconds timeout) const {
   return Await([&] { return m_exchangeCount >= count; }, timeout);
+}
+
+bool Journal::AwaitAccepted(Endpoint endpoint, std::size_t count,
+                            std::chrono::milliseconds timeout) const {
+  const std::size_t& accepted = m_acceptedCounts.at(static_cast<std::size_t>(endpoint));
+  return Await([&] { return accepted >= count; }, timeout);
 }
 
 bool Journal::Await(const std::function<bool()>& reached, std::chrono::milliseconds timeout) const {

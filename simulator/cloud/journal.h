@@ -1,6 +1,7 @@
 // Owns the journal of all exchanges.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -32,6 +33,8 @@ class Journal {
   // since the start. False when `timeout` has passed first.
   bool AwaitUploads(std::size_t count, std::chrono::milliseconds timeout) const;
   bool AwaitExchanges(std::size_t count, std::chrono::milliseconds timeout) const;
+  // The same for exchanges of one endpoint that were accepted.
+  bool AwaitAccepted(Endpoint endpoint, std::size_t count, std::chrono::milliseconds timeout) const;
 
  private:
   bool Await(const std::function<bool()>& reached, std::chrono::milliseconds timeout) const;
@@ -39,10 +42,11 @@ class Journal {
   const std::size_t m_kept;
   std::ostream* const m_lines;  // written under m_mutex
   mutable util::Mutex m_mutex;
-  mutable std::condition_variable_any m_recorded;  // signalled after every change
-  std::deque<Exchange> m_exchanges;                // guarded by m_mutex
-  std::size_t m_exchangeCount = 0;                 // guarded by m_mutex
-  std::size_t m_uploadCount = 0;                   // guarded by m_mutex
+  mutable std::condition_variable_any m_recorded;          // signalled after every change
+  std::deque<Exchange> m_exchanges;                        // guarded by m_mutex
+  std::size_t m_exchangeCount = 0;                         // guarded by m_mutex
+  std::size_t m_uploadCount = 0;                           // guarded by m_mutex
+  std::array<std::size_t, kEndpoints> m_acceptedCounts{};  // guarded by m_mutex
 };
 
 }  // namespace cloud

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "cloud/listener.h"
+#include "cloud/orderoption.h"
 
 namespace cloud {
 
@@ -26,6 +27,8 @@ enum OptionCode {
   kPrefix,
   kSerial,
   kUploads,
+  kRedirect,
+  kOrder,
   kExitAfter,
   kFirstEndpoint
 };
@@ -41,6 +44,8 @@ OptionList ListOptions() {
                    {"prefix", required_argument, nullptr, kPrefix},
                    {"sn", required_argument, nullptr, kSerial},
                    {"uploads", required_argument, nullptr, kUploads},
+                   {"redirect", required_argument, nullptr, kRedirect},
+                   {"order", required_argument, nullptr, kOrder},
                    {"exit-after", required_argument, nullptr, kExitAfter}}};
   for (std::size_t i = 0; i < kEndpoints; ++i) {
     list.at(kPlainOptions + i) = {kEndpointFacts.at(i).name, required_argument, nullptr,
@@ -61,10 +66,15 @@ int Number(const char* option, const char* text, int least, int most) {
   return number;
 }
 
-std::string Address(const char* text) {
+std::string Address(const char* option, const std::string& text) {
   if (IsLoopback(text)) return text;
-  throw std::invalid_argument(std::string("--address '") + text +
+  throw std::invalid_argument(std::string("--") + option + " '" + text +
                               "' is not a loopback address (127.0.0.0/8)");
+}
+
+// The part before the port, which gateways drop.
+std::string HostOf(const std::string& text) {
+  return text.substr(0, text.find(':'));
 }
 
 std::string Prefix(const std::string& text) {
@@ -82,13 +92,21 @@ void ReadEndpointOption(std::size_t index, const char* text, ProgramOptions* opt
   }
 }
 
+RecallOrder ReadOrder(const char* text) {
+  try {
+    return ParseOrder(text);
+  } catch (const std::invalid_argument& error) {
+    throw std::invalid_argument(std::string("--order: ") + error.what());
+  }
+}
+
 void ReadOption(int code, const char* text, ProgramOptions* options) {
   switch (code) {
     case kHelp:
       options->help = true;
       return;
     case kAddress:
-      options->settings.address = Address(text);
+      options->settings.address = Address("address", text);
       return;
     case kPort:
       options->settings.port = Number("port", text, 0, kHighestPort);
@@ -101,6 +119,13 @@ void ReadOption(int code, const char* text, ProgramOptions* options) {
       return;
     case kUploads:
       options->settings.uploadFolder = text;
+      return;
+    case kRedirect:
+      options->settings.redirect = text;
+      options->settings.secondAddress = Address("redirect", HostOf(text));
+      return;
+    case kOrder:
+      options->settings.orders.push_back(ReadOrder(text));
       return;
     case kExitAfter:
       options->exitAfter = static_cast<std::size_t>(Number("exit-after", text, 1, kHighestCount));
@@ -132,6 +157,9 @@ ProgramOptions ParseOptions(int argumentCount, char* const* arguments) {
   if (optind < argumentCount) {
     throw std::invalid_argument(std::string("unexpected argument: ") + arguments[optind]);
   }
+  if (options.settings.secondAddress == options.settings.address) {
+    options.settings.secondAddress.clear();  // one listener does
+  }
   return options;
 }
 
@@ -148,6 +176,10 @@ std::string HelpText() {
       "  --sn SERIAL           the only serial number that is served (any)\n"
       "  --uploads FOLDER      keep uploads in FOLDER/realdata, alarmdata and calldata, those not\n"
       "                        accepted in FOLDER/refused/... (not kept)\n"
+      "  --redirect ADDRESS    at every address check, send the gateway's data traffic to this\n"
+      "                        loopback address, with or without :PORT, and listen there too "
+      "(none)\n"
+      "  --order ORDER         order history at the recall checks, see below; may be repeated\n"
       "  --exit-after N        end with status 0 after N accepted uploads\n"
       "  --help                this text\n"
       "\n"
@@ -157,7 +189,7 @@ std::string HelpText() {
     text += std::string(std::string("skip-address").size() - std::strlen(facts.name) + 1, ' ');
     text += std::string(facts.path) + "\n";
   }
-  return text + "\n" + kBehaviourHelp +
+  return text + "\n" + kBehaviourHelp + "\n" + kOrderHelp +
          "\nExit status: 0 ended as asked, 1 could not start, 2 bad command line.\n";
 }
 

@@ -110,6 +110,7 @@ void CheckContent(const EndpointFacts& facts, const std::string& serialNumber, E
   exchange->serialNumber = found.serialNumber;
   exchange->devices = found.devices;
   exchange->points = found.points;
+  exchange->recall = found.recall;
   CheckSerialNumber(found.serialNumber, serialNumber);
 }
 

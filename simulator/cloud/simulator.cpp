@@ -1,6 +1,8 @@
 #include "cloud/simulator.h"
 
+#include <cstdint>
 #include <ctime>
+#include <mutex>
 #include <ostream>
 #include <utility>
 
@@ -23,12 +25,16 @@ void Reject(int httpStatus, const std::string& why, Exchange* exchange) {
   exchange->answer.body = StrayEnvelope(why);
 }
 
-void AnswerNormally(const EndpointFacts& facts, Exchange* exchange) {
-  const bool sound = exchange->fault.empty();
-  exchange->accepted = sound;
-  exchange->verdict = sound ? "accepted" : "faulty: " + exchange->fault;
-  exchange->answer.body = Envelope(facts.endpoint, sound ? kStatusDone : kStatusRefused,
-                                   sound ? "ok" : exchange->fault);
+// What a sound exchange's answer asks of the gateway, for people.
+std::string Requests(const Exchange& exchange) {
+  std::string text;
+  if (!exchange.redirect.empty()) text += ", redirected to " + exchange.redirect;
+  for (const std::int32_t order : exchange.orders) text += ", ordered " + std::to_string(order);
+  return text;
+}
+
+std::string Seconds(std::chrono::milliseconds time) {
+  return util::Format("%.1f s", std::chrono::duration<double>(time).count());
 }
 
 void AnswerAsTold(const Behaviour& behaviour, Exchange* exchange) {
@@ -49,21 +55,36 @@ void AnswerAsTold(const Behaviour& behaviour, Exchange* exchange) {
       exchange->verdict = "answered nonsense";
       return;
     case Action::kClose:
-      answer.silent = true;
+      answer.delivery = Delivery::kNone;
       exchange->verdict = "closed without an answer";
       return;
     case Action::kStall:
       answer.stall = behaviour.stall;
-      exchange->verdict +=
-          util::Format(" after %.1f s", std::chrono::duration<double>(behaviour.stall).count());
+      exchange->verdict += " after " + Seconds(behaviour.stall);
+      return;
+    case Action::kPieces:
+      answer.delivery = Delivery::kPieces;
+      answer.stall = behaviour.stall;
+      exchange->verdict += " in two pieces, " + Seconds(behaviour.stall) + " apart";
+      return;
+    case Action::kCut:
+      answer.delivery = Delivery::kCut;
+      exchange->verdict = "cut short";
       return;
     case Action::kNormal:
       return;
   }
 }
 
+// The whole normal answer reaches the gateway.
 bool AnswersNormally(const Behaviour& behaviour) {
-  return behaviour.action == Action::kNormal || behaviour.action == Action::kStall;
+  return behaviour.action == Action::kNormal || behaviour.action == Action::kStall ||
+         behaviour.action == Action::kPieces;
+}
+
+std::optional<Listener> SecondListener(const std::string& address, int port) {
+  if (address.empty()) return std::nullopt;
+  return std::optional<Listener>(std::in_place, address, port);
 }
 
 }  // namespace
@@ -72,13 +93,23 @@ Simulator::Simulator(Settings settings)
     : m_settings(std::move(settings)),
       m_store(m_settings.uploadFolder),
       m_journal(m_settings.exchangesRemembered, m_settings.lines),
-      m_listener(m_settings.address, m_settings.port) {
+      m_orders(m_settings.orders),
+      m_redirect(m_settings.redirect),
+      m_listener(m_settings.address, m_settings.port),
+      m_secondListener(SecondListener(m_settings.secondAddress, m_listener.Port())) {
   for (const auto& [endpoint, behaviours] : m_settings.scripts) Script(endpoint, behaviours);
-  if (m_settings.lines != nullptr) {
-    *m_settings.lines << "listening on " << m_settings.address << ":" << Port() << std::endl;
-  }
   PrepareLibrary();
-  for (int i = 0; i < kServerThreads; ++i) m_threads.emplace_back([this] { Serve(); });
+  Start(m_listener, m_settings.address);
+  if (m_secondListener) Start(*m_secondListener, m_settings.secondAddress);
+}
+
+void Simulator::Start(const Listener& listener, const std::string& address) {
+  if (m_settings.lines != nullptr) {
+    *m_settings.lines << "listening on " << address << ":" << listener.Port() << std::endl;
+  }
+  for (int i = 0; i < kServerThreads; ++i) {
+    m_threads.emplace_back([this, &listener, &address] { Serve(listener, address); });
+  }
 }
 
 void Simulator::Stop() {
@@ -87,18 +118,25 @@ void Simulator::Stop() {
   m_threads.clear();
 }
 
-void Simulator::Serve() {
-  const auto respond = [this](const Request& request) { return Respond(request); };
+void Simulator::Redirect(const std::string& realIpAddress) {
+  const std::lock_guard lock(m_redirectMutex);
+  m_redirect = realIpAddress;
+}
+
+void Simulator::Serve(const Listener& listener, const std::string& address) {
+  const auto respond = [&](const Request& request) { return Respond(request, address); };
   for (;;) {
-    const util::Descriptor socket = m_listener.Accept(m_stop);
+    const util::Descriptor socket = listener.Accept(m_stop);
     if (!socket) return;
     Connection connection(socket.Get(), m_stop);
     Converse(&connection, m_stop, respond);
   }
 }
 
-Answer Simulator::Respond(const Request& request) {
+Answer Simulator::Respond(const Request& request, const std::string& address) {
   Exchange exchange;
+  exchange.address = address;
+  exchange.onSecondAddress = &address == &m_settings.secondAddress;
   exchange.time = std::time(nullptr);
   exchange.request = request;
   const EndpointFacts* facts = FindEndpoint(request.target, m_settings.prefix);
@@ -120,10 +158,50 @@ Answer Simulator::Respond(const Request& request) {
 void Simulator::RespondAt(const EndpointFacts& facts, Exchange* exchange) {
   exchange->endpoint = facts.endpoint;
   CheckRequest(facts, m_settings.serialNumber, exchange);
+  CheckOrder(exchange);
   const Behaviour behaviour = m_script.Next(facts.endpoint);
-  Keep(AnswersNormally(behaviour) && exchange->fault.empty(), exchange);
-  if (AnswersNormally(behaviour)) AnswerNormally(facts, exchange);
+  const bool normal = AnswersNormally(behaviour);
+  Keep(normal && exchange->fault.empty(), exchange);
+  if (normal || behaviour.action == Action::kCut) AnswerNormally(exchange);
+  exchange->accepted = normal && exchange->fault.empty();
   AnswerAsTold(behaviour, exchange);
+  if (exchange->accepted && exchange->recall) {
+    m_orders.Accept(exchange->serialNumber, *exchange->recall);
+  }
+}
+
+void Simulator::CheckOrder(Exchange* exchange) const {
+  if (!exchange->fault.empty() || !exchange->recall) return;
+  try {
+    m_orders.Check(exchange->serialNumber, *exchange->recall);
+  } catch (const Fault& fault) {
+    exchange->fault = fault.what();
+  }
+}
+
+void Simulator::AnswerNormally(Exchange* exchange) {
+  if (!exchange->fault.empty()) {
+    exchange->verdict = "faulty: " + exchange->fault;
+    exchange->answer.body = Envelope(*exchange->endpoint, kStatusRefused, exchange->fault);
+    return;
+  }
+  const EnvelopeData data = DataFor(exchange);
+  exchange->verdict = "accepted" + Requests(*exchange);
+  exchange->answer.body = Envelope(*exchange->endpoint, kStatusDone, "ok", data);
+}
+
+EnvelopeData Simulator::DataFor(Exchange* exchange) {
+  EnvelopeData data;
+  if (exchange->endpoint == Endpoint::kSkipAddress) {
+    const std::lock_guard lock(m_redirectMutex);
+    data.redirect = m_redirect;
+  }
+  if (exchange->endpoint == Endpoint::kRecallCheck) {
+    data.orders = m_orders.Take(exchange->serialNumber);
+  }
+  exchange->redirect = data.redirect;
+  for (const RecallOrder& order : data.orders) exchange->orders.push_back(order.id);
+  return data;
 }
 
 void Simulator::Keep(bool accepted, Exchange* exchange) {

@@ -7,6 +7,7 @@
 #include <functional>
 #include <iosfwd>
 #include <limits>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -16,8 +17,10 @@
 #include "cloud/exchange.h"
 #include "cloud/journal.h"
 #include "cloud/listener.h"
+#include "cloud/orders.h"
 #include "cloud/stopsignal.h"
 #include "cloud/uploadstore.h"
+#include "util/mutex.h"
 
 namespace cloud {
 
@@ -25,21 +28,24 @@ namespace cloud {
 struct Settings {
   std::string address = "127.0.0.1";  // a loopback address
   int port = 0;                       // 0: any free one
+  std::string secondAddress{};        // listens there too, on the same port; empty: nowhere
   std::string prefix{};               // the gateway's "Dir": empty, or like "/cloud"
   std::string serialNumber{};         // expected of every document; empty: any
   std::string uploadFolder{};         // where uploads are kept; empty: nowhere
   std::ostream* lines = nullptr;      // gets "listening on …", then a line an exchange
   // What endpoints are told to do from the start, see Simulator::Script.
   std::vector<std::pair<Endpoint, std::vector<Behaviour>>> scripts{};
+  std::string redirect{};             // from the start, see Simulator::Redirect
+  std::vector<RecallOrder> orders{};  // from the start, see Simulator::Order
   std::size_t exchangesRemembered = std::numeric_limits<std::size_t>::max();
   // Called after each accepted upload, on a server thread, with the number accepted so far.
   std::function<void(std::size_t)> onAcceptedUpload{};
 };
 
 // What it is for: the cloud side of system tests and of the demonstration run. Up to eight
-// connections are served at a time, one exchange each. An exchange is recorded before its answer is
-// sent: who has the answer finds the record.
-// Threads: any; Stop from one only. Owns: the listening socket, the server threads, the records.
+// connections are served at a time on each address, one exchange each. An exchange is recorded
+// before its answer is sent: who has the answer finds the record. Threads: any; Stop from one only.
+// Owns: the listening sockets, the server threads, the records.
 class Simulator {
  public:
   // Starts serving. Throws as Listener and UploadStore do when that is impossible.
@@ -48,6 +54,7 @@ class Simulator {
   Simulator(const Simulator&) = delete;
   Simulator& operator=(const Simulator&) = delete;
 
+  // The same on both addresses.
   int Port() const { return m_listener.Port(); }
   // Ends all waits and stalls, lets answers under way go out, and returns when no thread is left.
   // The records stay.
@@ -58,6 +65,16 @@ class Simulator {
   void Script(Endpoint endpoint, const std::vector<Behaviour>& behaviours) {
     m_script.Append(endpoint, behaviours);
   }
+
+  // Orders history: the order stands in the answer to every sound recall check until data with its
+  // "id" are accepted, or in as many answers as it says. Several may stand at a time.
+  void Order(const RecallOrder& order) { m_orders.Add(order); }
+  // How many orders will stand in the next answer.
+  std::size_t StandingOrders() const { return m_orders.Standing(); }
+  // From now on every sound address check is answered with this "realIpAddress", "127.0.0.2:8080"
+  // or without a port; with an empty text with none. Where it leads is the caller's business:
+  // requests are served on both addresses alike.
+  void Redirect(const std::string& realIpAddress);
 
   // Copies of the records, oldest first; the second of accepted uploads only.
   std::vector<Exchange> Exchanges() const { return m_journal.Exchanges(); }
@@ -70,19 +87,32 @@ class Simulator {
   bool AwaitExchanges(std::size_t count, std::chrono::milliseconds timeout) const {
     return m_journal.AwaitExchanges(count, timeout);
   }
+  // The same for exchanges of one endpoint that were accepted.
+  bool AwaitAccepted(Endpoint endpoint, std::size_t count,
+                     std::chrono::milliseconds timeout) const {
+    return m_journal.AwaitAccepted(endpoint, count, timeout);
+  }
 
  private:
-  void Serve();
-  Answer Respond(const Request& request);
+  void Start(const Listener& listener, const std::string& address);
+  void Serve(const Listener& listener, const std::string& address);
+  Answer Respond(const Request& request, const std::string& address);
   void RespondAt(const EndpointFacts& facts, Exchange* exchange);
+  void CheckOrder(Exchange* exchange) const;
   void Keep(bool accepted, Exchange* exchange);
+  void AnswerNormally(Exchange* exchange);
+  EnvelopeData DataFor(Exchange* exchange);
 
   const Settings m_settings;
   UploadStore m_store;
   Journal m_journal;
   cloud::Script m_script;
+  OrderBook m_orders;
+  mutable util::Mutex m_redirectMutex;
+  std::string m_redirect;  // guarded by m_redirectMutex
   StopSignal m_stop;
   const Listener m_listener;
+  const std::optional<Listener> m_secondListener;
   std::vector<std::thread> m_threads;  // last: everything above is there before one starts
 };
 

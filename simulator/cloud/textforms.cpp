@@ -46,6 +46,16 @@ bool IsValueText(std::string_view text, std::size_t fieldCharacters) {
          (decimals == kDecimals || (cut && decimals < kDecimals));
 }
 
+bool IsDescription(std::string_view text, std::size_t fieldBytes) {
+  constexpr std::string_view kLabel = "(阀值:";
+  if (text.size() >= fieldBytes) return text.size() == fieldBytes;
+  const std::size_t label = text.rfind(kLabel);
+  if (label == std::string_view::npos || !text.ends_with(')')) return false;
+  text.remove_prefix(label + kLabel.size());
+  text.remove_suffix(1);
+  return IsValueText(text, fieldBytes);
+}
+
 bool IsArchiveName(std::string_view name, char letter) {
   constexpr std::size_t kStampDigits = 14;
   return name.size() == 1 + kStampDigits + kArchiveEnding.size() && name[0] == letter &&

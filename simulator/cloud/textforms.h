@@ -19,6 +19,10 @@ bool IsTimeMark(std::string_view text);
 // that is longer: the gateway cuts at its field's end.
 bool IsValueText(std::string_view text, std::size_t fieldCharacters);
 
+// An alarm's description: a name, then the threshold like "(阀值:30.000)"; or, of `fieldBytes`
+// bytes, the beginning of a longer one, which the gateway cuts there.
+bool IsDescription(std::string_view text, std::size_t fieldBytes);
+
 // A data file's name: the letter, a 14-digit stamp, ".tar.gz".
 bool IsArchiveName(std::string_view name, char letter);
 
