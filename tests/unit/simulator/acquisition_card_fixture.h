@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -123,13 +124,27 @@ class OtherProgram {
   int m_end = -1;
 };
 
+// The locks that another program may hold: one that reads keeps others from writing, one that is
+// about to write does too, and one that writes keeps everybody out.
+struct Lock {
+  const char* name;
+  const char* sql;
+};
+inline constexpr Lock kReading{"Reading", "BEGIN; SELECT COUNT(*) FROM sqlite_master"};
+inline constexpr Lock kAboutToWrite{"AboutToWrite", "BEGIN IMMEDIATE"};
+inline constexpr Lock kWriting{"Writing", "BEGIN EXCLUSIVE"};
+
+inline void PrintTo(const Lock& lock, std::ostream* out) {
+  *out << lock.name;
+}
+
 // What it is for: another program that holds a lock on a database until it is told to end.
 // Threads: see OtherProgram. Owns: the process.
 class LockHolder {
  public:
-  LockHolder(const std::string& path, const std::string& sql)
+  LockHolder(const std::string& path, const Lock& lock)
       : m_program(
-            path, [sql](util::Database& database) { return database.Execute(sql) ? 0 : 1; },
+            path, [lock](util::Database& database) { return database.Execute(lock.sql) ? 0 : 1; },
             [](util::Database& database) { return database.Execute("ROLLBACK") ? 0 : 1; }) {}
   // True when it has had its lock and has let go of it.
   bool LetGo() { return m_program.End() == 0; }
@@ -137,11 +152,6 @@ class LockHolder {
  private:
   OtherProgram m_program;
 };
-
-// The locks of a program that reads, which keep others from writing, and of one that writes, which
-// keep everybody out.
-inline constexpr char kReading[] = "BEGIN; SELECT COUNT(*) FROM sqlite_master";
-inline constexpr char kWriting[] = "BEGIN EXCLUSIVE";
 
 // What it is for: every test around the card's databases. It refuses to run outside the sandbox;
 // each test starts with an empty card, eight hours east of Greenwich.

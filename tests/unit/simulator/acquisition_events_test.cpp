@@ -171,15 +171,17 @@ TEST_F(Events, OfOneCallAndMonthAreRecordedTogetherOrNotAtAll) {
   EXPECT_THAT(test::Lines(test::kMarchEvents, "SELECT Pid FROM event_tbl"), ElementsAre("1"));
 }
 
-TEST_F(Events, WaitForAnotherProgramToEndItsReading) {
+class LockedEvents : public test::CardTest, public testing::WithParamInterface<test::Lock> {};
+
+TEST_P(LockedEvents, WaitForTheOtherProgram) {
   EventWriter writer;
   writer.Append({EventAt(test::kNoon)});
-  test::LockHolder reader(test::kMarchEvents, test::kReading);
+  test::LockHolder other(test::kMarchEvents, GetParam());
 
   auto recorded = std::async(std::launch::async,
                              [&writer] { return writer.Append({EventAt(test::kNoon + 1)}); });
   const auto whileLocked = recorded.wait_for(std::chrono::milliseconds(50));
-  ASSERT_TRUE(reader.LetGo());
+  ASSERT_TRUE(other.LetGo());
 
   EXPECT_EQ(whileLocked, std::future_status::timeout);
   EXPECT_EQ(recorded.get(), 1U);
@@ -187,8 +189,6 @@ TEST_F(Events, WaitForAnotherProgramToEndItsReading) {
   EXPECT_THAT(test::Lines(test::kMarchEvents, "SELECT RecordTime FROM event_tbl"),
               ElementsAre("12:00:00", "12:00:01"));
 }
-
-class LockedEvents : public test::CardTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(LockedEvents, CanBeAppendedAgainWhenThePatienceHasRunOut) {
   EventWriter writer(kImpatient);
@@ -209,10 +209,9 @@ TEST_P(LockedEvents, CanBeAppendedAgainWhenThePatienceHasRunOut) {
               ElementsAre("12:00:00", "12:00:01"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Rows, LockedEvents, testing::Values(test::kReading, test::kWriting),
-                         [](const auto& row) {
-                           return row.param == test::kReading ? "Reading" : "Writing";
-                         });
+INSTANTIATE_TEST_SUITE_P(Rows, LockedEvents,
+                         testing::Values(test::kReading, test::kAboutToWrite, test::kWriting),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(Events, CannotBeReadBackWhileAnotherProgramWritesOn) {
   EventWriter writer(kImpatient);

@@ -230,21 +230,21 @@ TEST_F(History, IsRecordedWholeOrNotAtAll) {
   EXPECT_THAT(*writer.Rows(kPoint), SizeIs(1));
 }
 
-TEST_F(History, WaitsForAnotherProgramToEndItsReading) {
+class LockedHistory : public test::CardTest, public testing::WithParamInterface<test::Lock> {};
+
+TEST_P(LockedHistory, WaitsForTheOtherProgram) {
   HistoryWriter writer;
   writer.Append({Row(60)});
-  test::LockHolder reader(test::kHistoryPath, test::kReading);
+  test::LockHolder other(test::kHistoryPath, GetParam());
 
   auto recorded = std::async(std::launch::async, [&writer] { return writer.Append({Row(120)}); });
   const auto whileLocked = recorded.wait_for(std::chrono::milliseconds(50));
-  ASSERT_TRUE(reader.LetGo());
+  ASSERT_TRUE(other.LetGo());
 
   EXPECT_EQ(whileLocked, std::future_status::timeout);
   EXPECT_TRUE(recorded.get());
   EXPECT_THAT(*writer.Rows(kPoint), ElementsAre(Row(60), Row(120)));
 }
-
-class LockedHistory : public test::CardTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(LockedHistory, CanBeAppendedAgainWhenThePatienceHasRunOut) {
   HistoryWriter writer(kImpatient);
@@ -263,10 +263,9 @@ TEST_P(LockedHistory, CanBeAppendedAgainWhenThePatienceHasRunOut) {
   EXPECT_THAT(*writer.Rows(kPoint), ElementsAre(Row(60), Row(120)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Rows, LockedHistory, testing::Values(test::kReading, test::kWriting),
-                         [](const auto& row) {
-                           return row.param == test::kReading ? "Reading" : "Writing";
-                         });
+INSTANTIATE_TEST_SUITE_P(Rows, LockedHistory,
+                         testing::Values(test::kReading, test::kAboutToWrite, test::kWriting),
+                         [](const auto& row) { return row.param.name; });
 
 // Reads the way the gateway's cloud link does, over and over, until the series is whole.
 int ReadUntilWhole(util::Database& database) {
