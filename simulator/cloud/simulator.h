@@ -44,8 +44,9 @@ struct Settings {
 
 // What it is for: the cloud side of system tests and of the demonstration run. Up to eight
 // connections are served at a time on each address, one exchange each. An exchange is recorded
-// before its answer is sent: who has the answer finds the record. Threads: any; Stop from one only.
-// Owns: the listening sockets, the server threads, the records.
+// before its answer is sent: who has the answer finds the record.
+// Threads: any; Stop from one only. Owns: the listening sockets, the server threads, the records,
+// the orders, m_redirect guarded by m_redirectMutex.
 class Simulator {
  public:
   // Starts serving. Throws as Listener and UploadStore do when that is impossible.

@@ -35,20 +35,21 @@ TEST_P(CloudBehaviourItem, MeansOneBehaviour) {
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, CloudBehaviourItem,
-    ::testing::Values(Item{"Ok", "ok", Behaviour::Normal()},
-                      Item{"Refuse", "refuse", Behaviour::Refuse()},
-                      Item{"Close", "close", Behaviour::Close()},
-                      Item{"Http", "http:204", Behaviour::Status(204)},
-                      Item{"HttpWithBody", R"(http:500:'{"status":0,"message":"a"}')",
-                           Behaviour::Status(500, R"({"status":0,"message":"a"})")},
-                      Item{"Nonsense", "nonsense:'a,b*2:c'", Behaviour::Nonsense("a,b*2:c")},
-                      Item{"DoubledQuote", "nonsense:'it''s'", Behaviour::Nonsense("it's")},
-                      Item{"DoubleQuotes", R"(nonsense:"it's ""so""")",
-                           Behaviour::Nonsense(R"(it's "so")")},
-                      Item{"NoText", "nonsense:''", Behaviour::Nonsense("")},
-                      Item{"Stall", "stall:5", Behaviour::Stall(seconds(5))},
-                      Item{"StallOfAFraction", "stall:0.25", Behaviour::Stall(milliseconds(250))},
-                      Item{"LongestStall", "stall:600", Behaviour::Stall(seconds(600))}),
+    ::testing::Values(
+        Item{"Ok", "ok", Behaviour::Normal()}, Item{"Refuse", "refuse", Behaviour::Refuse()},
+        Item{"Close", "close", Behaviour::Close()}, Item{"Cut", "cut", Behaviour::Cut()},
+        Item{"Pieces", "pieces", Behaviour::Pieces(milliseconds(200))},
+        Item{"PiecesFarApart", "pieces:1.5", Behaviour::Pieces(milliseconds(1500))},
+        Item{"Http", "http:204", Behaviour::Status(204)},
+        Item{"HttpWithBody", R"(http:500:'{"status":0,"message":"a"}')",
+             Behaviour::Status(500, R"({"status":0,"message":"a"})")},
+        Item{"Nonsense", "nonsense:'a,b*2:c'", Behaviour::Nonsense("a,b*2:c")},
+        Item{"DoubledQuote", "nonsense:'it''s'", Behaviour::Nonsense("it's")},
+        Item{"DoubleQuotes", R"(nonsense:"it's ""so""")", Behaviour::Nonsense(R"(it's "so")")},
+        Item{"NoText", "nonsense:''", Behaviour::Nonsense("")},
+        Item{"Stall", "stall:5", Behaviour::Stall(seconds(5))},
+        Item{"StallOfAFraction", "stall:0.25", Behaviour::Stall(milliseconds(250))},
+        Item{"LongestStall", "stall:600", Behaviour::Stall(seconds(600))}),
     [](const auto& row) { return row.param.name; });
 
 TEST(CloudBehaviours, AreReadInOrderWithTheirCounts) {
@@ -67,6 +68,7 @@ TEST(CloudBehaviours, HaveSomeNonsenseOfTheirOwn) {
 
 TEST(CloudBehaviours, StallAtMostTenMinutes) {
   EXPECT_EQ(Behaviour::Stall(seconds(601)).stall, seconds(600));
+  EXPECT_EQ(Behaviour::Pieces(seconds(601)).stall, seconds(600));
 }
 
 // What it is for: a list that is none, and the words for it.
@@ -106,6 +108,8 @@ INSTANTIATE_TEST_SUITE_P(
                       BadList{"StallTooLong", "stall:600.1", "no seconds"},
                       BadList{"StallNegative", "stall:-1", "no seconds"},
                       BadList{"StallNoNumber", "stall:nan", "no seconds"},
+                      BadList{"PiecesTooFarApart", "pieces:601", "after 'pieces:'"},
+                      BadList{"CutWithANumber", "cut:1", "goes on with ':1'"},
                       BadList{"SomethingBehind", "nonsense:'a'b", "goes on with 'b'"}),
     [](const auto& row) { return row.param.name; });
 

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstring>
 #include <thread>
 
 #include "cloud/simulator.h"
@@ -135,6 +136,82 @@ TEST(CloudConduct, ClosesWithoutAnAnswer) {
   EXPECT_EQ(answer, test::CloudAnswer());
   EXPECT_THAT(Verdicts(simulator), ElementsAre("closed without an answer"));
 }
+
+TEST(CloudConduct, CutsTheBodyOfAnAnswerInHalfAndAcceptsNothing) {
+  cloud::Simulator simulator({});
+  simulator.Script(Endpoint::kRealData, {Behaviour::Cut()});
+
+  const test::CloudAnswer answer = Ask(simulator.Port(), RealUpload());
+
+  EXPECT_NE(answer.head.find("Content-Length: " + std::to_string(std::strlen(kAccepted))),
+            std::string::npos);
+  EXPECT_EQ(answer.body, std::string(kAccepted).substr(0, std::strlen(kAccepted) / 2));
+  EXPECT_THAT(simulator.AcceptedUploads(), IsEmpty());
+  EXPECT_THAT(Verdicts(simulator), ElementsAre("cut short"));
+}
+
+TEST(CloudConduct, SendsTheSecondHalfOfABodyLater) {
+  constexpr milliseconds kPause{300};
+  cloud::Simulator simulator({});
+  simulator.Script(Endpoint::kRealData, {Behaviour::Pieces(kPause)});
+  const test::CloudClient client(simulator.Port());
+  const Clock::time_point start = Clock::now();
+  client.Send(RealUpload().Bytes());
+
+  const std::string first = client.ReceiveSome();
+  const Clock::time_point between = Clock::now();
+  const std::string second = client.Receive().head;
+
+  EXPECT_LT(between - start, kPause);
+  EXPECT_GE(Clock::now() - start, kPause);
+  EXPECT_TRUE(first.ends_with(std::string(kAccepted).substr(0, std::strlen(kAccepted) / 2)));
+  EXPECT_EQ(second, std::string(kAccepted).substr(std::strlen(kAccepted) / 2));
+  EXPECT_THAT(simulator.AcceptedUploads(), SizeIs(1));
+  EXPECT_THAT(Verdicts(simulator), ElementsAre("accepted in two pieces, 0.3 s apart"));
+}
+
+// What it is for: an endpoint and a sound request to it.
+struct SoundRequest {
+  Endpoint endpoint;
+  CloudRequest request;
+};
+
+void PrintTo(const SoundRequest& row, std::ostream* out) {
+  *out << cloud::Facts(row.endpoint).name;
+}
+
+class CloudEndpoints : public ::testing::TestWithParam<SoundRequest> {};
+
+TEST_P(CloudEndpoints, AreRefusedAndFailedSeparately) {
+  const auto& [endpoint, request] = GetParam();
+  cloud::Simulator simulator({});
+  simulator.Script(endpoint, {Behaviour::Refuse(), Behaviour::Status(503), Behaviour::Close(),
+                              Behaviour::Nonsense("?"), Behaviour::Cut(), Behaviour::Normal()});
+  for (const cloud::EndpointFacts& other : cloud::kEndpointFacts) {
+    if (other.endpoint != endpoint) simulator.Script(other.endpoint, {Behaviour::Status(418)});
+  }
+
+  for (int i = 0; i < 6; ++i) Ask(simulator.Port(), request);
+
+  EXPECT_THAT(Verdicts(simulator),
+              ElementsAre("refused", "answered HTTP 503", "closed without an answer",
+                          "answered nonsense", "cut short", "accepted"));
+}
+
+CloudRequest UploadOf(const char* path, const std::string& stem, const std::string& document) {
+  return CloudRequest::Upload(path, stem + ".tar.gz", test::TarGz({{stem + ".dat", document}}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, CloudEndpoints,
+    ::testing::Values(SoundRequest{Endpoint::kAuthorize, Login()},
+                      SoundRequest{Endpoint::kSkipAddress, test::AddressCheck()},
+                      SoundRequest{Endpoint::kRecallCheck, test::RecallCheck()},
+                      SoundRequest{Endpoint::kRealData, RealUpload()},
+                      SoundRequest{Endpoint::kAlarmData,
+                                   UploadOf("/eqpapi/EqpUploadAlarmDataInfo", "T20240301100000",
+                                            test::AlarmDocument())},
+                      SoundRequest{Endpoint::kCallData, test::RecallUpload()}));
 
 TEST(CloudConduct, StallsAndThenAnswersAsNormal) {
   constexpr milliseconds kStall{300};

@@ -72,6 +72,18 @@ INSTANTIATE_TEST_SUITE_P(
                       test::Replaced(test::RealDocument(), "12.500", "12345678901234")},
         SoundDocument{"NoAlarmType", Endpoint::kAlarmData,
                       test::Replaced(test::AlarmDocument(), "10201", "")},
+        SoundDocument{"LongGrade", Endpoint::kAlarmData,
+                      test::Replaced(test::AlarmDocument(), "000A", "12345678")},
+        SoundDocument{"NegativeFlag", Endpoint::kAlarmData,
+                      test::Replaced(test::AlarmDocument(), "\"flag\":1", "\"flag\":-2147483648")},
+        SoundDocument{"NamelessAlarm", Endpoint::kAlarmData,
+                      test::Replaced(test::AlarmDocument(), "柜门", "")},
+        SoundDocument{
+            "DescriptionCutAtItsField", Endpoint::kAlarmData,
+            test::Replaced(test::AlarmDocument(), "柜门(阀值:30.000)", std::string(254, 'n'))},
+        SoundDocument{
+            "LongAlarmValue", Endpoint::kAlarmData,
+            test::Replaced(test::AlarmDocument(), "1.000", std::string(200, '9') + ".000")},
         SoundDocument{"TwentyAlarms", Endpoint::kAlarmData, Alarms(20)},
         SoundDocument{"NothingRecalled", Endpoint::kCallData, R"({"sn":"S1","id":7,"data":[]})"},
         SoundDocument{"AnotherFlag", Endpoint::kCallData,
@@ -149,14 +161,60 @@ INSTANTIATE_TEST_SUITE_P(
         Change{"OtherDataType", "\"alarmDataType\":0", "\"alarmDataType\":1",
                "\"alarmDataType\" is not 0 to 0"},
         Change{"OtherTypeCode", "10201", "10202", "\"data[0].alarmType\" is no alarm type code"},
+        Change{"DataTypeMissing", "\"alarmDataType\":0,", "",
+               "\"alarmDataType\" is missing, \"data\" stands in its place"},
+        Change{"GroupOutOfRange", "\"groupId\":12", "\"groupId\":256",
+               "\"data[0].groupId\" is not 0 to 255"},
+        Change{"GroupIsText", "\"groupId\":12", "\"groupId\":\"12\"",
+               "\"data[0].groupId\" is not a whole number"},
+        Change{"DeviceOutOfRange", "\"eqpId\":3", "\"eqpId\":-1",
+               "\"data[0].eqpId\" is not 0 to 255"},
+        Change{"OtherOrder", "\"groupId\":12,\"eqpId\":3", "\"eqpId\":3,\"groupId\":12",
+               "\"data[0].groupId\" is missing, \"eqpId\" stands in its place"},
+        Change{"TypeIsNumber", "\"10201\"", "10201", "\"data[0].alarmType\" is not a string"},
         Change{"ShortGrade", "000A", "00A", "\"data[0].alarmGrade\" is not four or more"},
+        Change{"PaddedGrade", "000A", "0000A", "\"data[0].alarmGrade\" is not four or more"},
+        Change{"GradeInLowerCase", "000A", "000a", "\"data[0].alarmGrade\" is not four or more"},
+        Change{"GradeTooLong", "000A", "123456789", "\"data[0].alarmGrade\" is not four or more"},
         Change{"FlagIsText", "\"flag\":1", "\"flag\":\"1\"",
                "\"data[0].flag\" is not a whole number"},
+        Change{"FlagOutOfRange", "\"flag\":1", "\"flag\":2147483648",
+               "\"data[0].flag\" is not -2147483648 to 2147483647"},
+        Change{"NoThreshold", "(阀值:30.000)", "", "\"data[0].alarmDes\" does not end like"},
+        Change{"OtherLabel", "阀值", "阈值", "\"data[0].alarmDes\" does not end like"},
+        Change{"ThresholdNotClosed", "30.000)", "30.000", "\"data[0].alarmDes\" does not end like"},
+        Change{"ThresholdOfTwoDecimals", "30.000", "30.00",
+               "\"data[0].alarmDes\" does not end like"},
+        Change{"OtherTimeOfTheValue", "\"timeMark\":\"2024-03-01 09:59:59\"",
+               "\"timeMark\":\"2024-03-01 10:00:00\"",
+               "\"data[0].alarmValues[0].values[0].timeMark\" is not the alarm's time"},
+        Change{"PointInLowerCase", "\"0105\"", "\"010f\"",
+               "\"data[0].alarmValues[0].pointId\" is not four upper-case"},
+        Change{"ValueIsNumber", "\"1.000\"", "1.000",
+               "\"data[0].alarmValues[0].values[0].value\" is not a string"},
+        Change{"ValueIsNoNumber", "\"1.000\"", "\"nan\"",
+               "\"data[0].alarmValues[0].values[0].value\" is not a number"},
+        Change{"TwoPoints", "\"alarmValues\":[", "\"alarmValues\":[{},",
+               "\"data[0].alarmValues\" does not have exactly one element"},
+        Change{"OneMemberMore", "]}]}]}", "]}],\"more\":0}]}",
+               "\"data[0].more\" does not belong there"},
         Change{"NoDescription", "\"alarmDes\"", "\"alarmDesc\"", "\"data[0].alarmDes\" is missing"},
         Change{"NoSuchTime", "09:59:59", "24:59:59", "\"data[0].alarmTime\" is not a time"},
         Change{"NoValue", "{\"timeMark\":\"2024-03-01 09:59:59\",\"value\":\"1.000\"}", "",
                "\"data[0].alarmValues[0].values\" does not have exactly one element"}),
     [](const auto& row) { return row.param.name; });
+
+class CloudAlarmType : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(CloudAlarmType, IsTaken) {
+  const std::string text = test::Replaced(test::AlarmDocument(), "10201", GetParam());
+
+  EXPECT_NO_THROW(CheckDocument(Endpoint::kAlarmData, text));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, CloudAlarmType,
+                         ::testing::Values("10000", "10001", "10100", "10101", "10200", "10201",
+                                           "10300", "10301"));
 
 class CloudRecallDataFaults : public ::testing::TestWithParam<Change> {};
 
@@ -171,12 +229,46 @@ INSTANTIATE_TEST_SUITE_P(
     Rows, CloudRecallDataFaults,
     ::testing::Values(
         Change{"IdIsText", "\"id\":7", "\"id\":\"7\"", "\"id\" is not a whole number"},
+        Change{"IdMissing", "\"id\":7,", "", "\"id\" is missing, \"data\" stands in its place"},
+        Change{"IdOutOfRange", "\"id\":7", "\"id\":2147483648",
+               "\"id\" is not -2147483648 to 2147483647"},
+        Change{"GroupIsText", "\"groupId\":1,", "\"groupId\":\"1\",",
+               "\"data[0].groupId\" is not a whole number"},
+        Change{"OtherOrder", "\"groupId\":1,\"eqpId\":3", "\"eqpId\":3,\"groupId\":1",
+               "\"data[0].groupId\" is missing, \"eqpId\" stands in its place"},
+        Change{"PointTooShort", "\"1123\"", "\"123\"",
+               "\"data[0].pointId\" is not four upper-case"},
+        Change{"FlagIsText", "\"flag\":0", "\"flag\":\"0\"",
+               "\"data[1].flag\" is not a whole number"},
+        Change{"ValuesMissing", ",\"values\":[]", "", "\"data[1].values\" is missing"},
+        Change{"ValueIsNumber", "\"12.625\"", "12.625",
+               "\"data[0].values[1].value\" is not a string"},
+        Change{"TwoDecimals", "12.625", "12.62", "is not a number with three decimals"},
+        Change{"OneMemberMore", "\"values\":[]}", "\"values\":[],\"unit\":\"V\"}",
+               "\"data[1].unit\" does not belong there"},
         Change{"NegativeFlag", "\"flag\":0", "\"flag\":-1", "\"data[1].flag\" is not 0 to "},
         Change{"ValuesWithoutFlag", "\"flag\":1", "\"flag\":0",
                "\"data[0].values\" is not empty although \"flag\" is not 1"},
         Change{"NoSuchTime", "08:01:00", "08:61:00",
                "\"data[0].values[1].timeMark\" is not a time"}),
     [](const auto& row) { return row.param.name; });
+
+TEST(CloudDocuments, GiveTheRecalledPoints) {
+  const DocumentFacts facts = CheckDocument(Endpoint::kCallData, test::RecallDocument());
+
+  ASSERT_TRUE(facts.recall);
+  EXPECT_EQ(facts.recall->id, 7);
+  ASSERT_EQ(facts.recall->points.size(), 2U);
+  EXPECT_EQ(facts.recall->points[0].values.size(), 2U);
+  EXPECT_EQ(facts.recall->points[1], (cloud::RecalledPoint{300, 3, "00AB", 0, {}}));
+}
+
+TEST(CloudDocuments, TakesNoMoreThanTheSerialNumberFromARecallCheck) {
+  EXPECT_THAT([] { CheckDocument(Endpoint::kRecallCheck, R"({"sn":1})"); },
+              ThrowsMessage<cloud::Fault>(HasSubstr("\"sn\" is not a string")));
+  EXPECT_THAT([] { CheckDocument(Endpoint::kRecallCheck, R"({})"); },
+              ThrowsMessage<cloud::Fault>(HasSubstr("\"sn\" is missing")));
+}
 
 TEST(CloudDocuments, RefusesAnEmptyAlarmFile) {
   EXPECT_THAT([] { CheckDocument(Endpoint::kAlarmData, Alarms(0)); },

@@ -81,6 +81,12 @@ INSTANTIATE_TEST_SUITE_P(
                       "\"sn\" is \"S2\", expected \"S1\""},
         FaultyRequest{"AddressCheckWithBody", CloudRequest::Json("/eqpapi/EqpSkipAddress", "{}"),
                       "the body is not empty"},
+        FaultyRequest{"AddressCheckWithABlank", CloudRequest::Json("/eqpapi/EqpSkipAddress", " "),
+                      "the body is not empty"},
+        FaultyRequest{"RecallCheckWithoutBody", test::RecallCheck().Body(""),
+                      "the document is not JSON"},
+        FaultyRequest{"RecallCheckOfAnotherGateway", test::RecallCheck("S2"),
+                      "\"sn\" is \"S2\", expected \"S1\""},
         FaultyRequest{"RecallCheckWithMore", CloudRequest::Json("/eqpapi/EqpDataIfRecall", kLogin),
                       "\"applyType\" does not belong there"}),
     kRowName);

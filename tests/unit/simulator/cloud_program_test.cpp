@@ -132,15 +132,61 @@ TEST(CloudProgram, MisbehavesAsTold) {
   EXPECT_EQ(Ask(port, test::RealUpload()).body, "busy");
 }
 
+TEST(CloudProgram, OrdersHistoryAsTold) {
+  ProgramRun run({"--port=0", "--order=7:1/3:1123@2024-03-01 08:00:00..2024-03-01 08:01:00",
+                  "--order", "S9#8:1/3:1@2024-03-01 08:00:00..2024-03-01 08:01:00*2"});
+  const int port = run.AwaitPort();
+  ASSERT_NE(port, 0);
+
+  const std::string answer = Ask(port, test::RecallCheck()).body;
+
+  EXPECT_EQ(answer, R"({"status":0,"message":"ok","data":[{"sn":"S1","id":7,"devs":[)"
+                    R"({"groupId":"1","eqpId":"3","ids":[{"pointId":"1123",)"
+                    R"("beginTime":"2024-03-01 08:00:00","endTime":"2024-03-01 08:01:00"}]}]},)"
+                    R"({"sn":"S9","id":8,"devs":[{"groupId":"1","eqpId":"3","ids":[)"
+                    R"({"pointId":"0001","beginTime":"2024-03-01 08:00:00",)"
+                    R"("endTime":"2024-03-01 08:01:00"}]}]}]})");
+  EXPECT_THAT(run.Output(), EndsWith(" recall-check sn S1: accepted, ordered 7, ordered 8\n"));
+}
+
+TEST(CloudProgram, RedirectsAsToldAndListensThereToo) {
+  ProgramRun run({"--port=0", "--redirect=127.0.0.2:8080"});
+  const int port = run.AwaitPort();
+  ASSERT_NE(port, 0);
+
+  const std::string answer = Ask(port, test::AddressCheck()).body;
+  Ask(port, test::RecallUpload(), "127.0.0.2");
+
+  EXPECT_EQ(answer, R"({"status":0,"message":"ok","data":[{"realIpAddress":"127.0.0.2:8080"}]})");
+  EXPECT_THAT(run.Output(), HasSubstr("listening on 127.0.0.2:" + std::to_string(port) + "\n"));
+  EXPECT_THAT(run.Output(), HasSubstr(" skip-address: accepted, redirected to 127.0.0.2:8080\n"));
+  EXPECT_THAT(run.Output(), HasSubstr(" at 127.0.0.2 calldata R20240301100000.tar.gz "));
+  EXPECT_THAT(run.Output(), EndsWith(" bytes, 2 devices, 2 points, order 7: accepted\n"));
+}
+
+TEST(CloudProgram, ListensOnceWhereItRedirectsToItself) {
+  ProgramRun run({"--port=0", "--redirect=127.0.0.1"});
+  ASSERT_NE(run.AwaitPort(), 0);
+
+  run.Signal(SIGTERM);
+
+  EXPECT_EQ(run.Wait(), 0);
+  EXPECT_EQ(run.Output().find("listening"), run.Output().rfind("listening"));
+}
+
 TEST(CloudProgram, HelpsWithEveryOptionAndEveryItem) {
   ProgramRun run({"--help"});
 
   EXPECT_EQ(run.Wait(), 0);
   const std::string help = run.Output();
-  for (const char* word :
-       {"--address", "--port", "--prefix", "--sn", "--uploads", "--exit-after", "--help",
-        "--authorize", "--skip-address", "--recall-check", "--realdata", "--alarmdata",
-        "--calldata", "ok", "refuse", "http:CODE", "nonsense", "stall:SECONDS", "close"}) {
+  for (const char* word : {"--address",      "--port",      "--prefix",
+                           "--sn",           "--uploads",   "--exit-after",
+                           "--help",         "--authorize", "--skip-address",
+                           "--recall-check", "--realdata",  "--alarmdata",
+                           "--calldata",     "ok",          "refuse",
+                           "http:CODE",      "nonsense",    "stall:SECONDS",
+                           "pieces",         "cut",         "close",
+                           "--redirect",     "--order",     "GROUP/EQP:POINT"}) {
     EXPECT_THAT(help, HasSubstr(word));
   }
 }
@@ -194,6 +240,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadCommandLine{{"--exit-after", "0"}, "--exit-after '0' is not a number from 1 to 1000000"},
         BadCommandLine{{"--address", "0.0.0.0"},
                        "--address '0.0.0.0' is not a loopback address (127.0.0.0/8)"},
+        BadCommandLine{{"--redirect", "10.1.2.3:8080"},
+                       "--redirect '10.1.2.3' is not a loopback address (127.0.0.0/8)"},
+        BadCommandLine{{"--order", "7"}, "--order: order '7' has no ':' behind its number"},
         BadCommandLine{{"--prefix", "plant"},
                        "--prefix 'plant' does not begin with '/', or ends with it (e.g. /cloud)"},
         BadCommandLine{{"--prefix", "/plant/"},

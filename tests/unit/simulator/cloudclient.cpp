@@ -196,6 +196,19 @@ std::string RecallDocument() {
          R"({"groupId":300,"eqpId":3,"pointId":"00AB","flag":0,"values":[]}]})";
 }
 
+CloudRequest AddressCheck() {
+  return CloudRequest::Json("/eqpapi/EqpSkipAddress", "");
+}
+
+CloudRequest RecallCheck(const std::string& serialNumber) {
+  return CloudRequest::Json("/eqpapi/EqpDataIfRecall", R"({"sn":")" + serialNumber + "\"}");
+}
+
+CloudRequest RecallUpload(const std::string& document) {
+  return CloudRequest::Upload("/eqpapi/EqpDataRecall", "R20240301100000.tar.gz",
+                              TarGz({{"R20240301100000.dat", document}}));
+}
+
 CloudRequest RealUpload(const std::string& stamp, const std::string& document) {
   const std::string stem = "S" + stamp;
   return CloudRequest::Upload("/eqpapi/EqpUploadDataInfo", stem + ".tar.gz",
@@ -208,11 +221,12 @@ std::string Replaced(std::string text, std::string_view from, std::string_view t
   return text.replace(at, from.size(), to);
 }
 
-CloudClient::CloudClient(int port) : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+CloudClient::CloudClient(int port, const char* numericAddress)
+    : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(static_cast<std::uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  inet_pton(AF_INET, numericAddress, &address.sin_addr);
   if (connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
     close(m_socket);
     throw std::runtime_error("cannot connect to the simulator");
@@ -235,6 +249,14 @@ void CloudClient::EndSending() const {
   shutdown(m_socket, SHUT_WR);
 }
 
+std::string CloudClient::ReceiveSome() const {
+  constexpr std::size_t kRoomBytes = 4096;
+  std::string bytes(kRoomBytes, '\0');
+  const ssize_t got = recv(m_socket, bytes.data(), bytes.size(), 0);
+  bytes.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+  return bytes;
+}
+
 CloudAnswer CloudClient::Receive() const {
   constexpr std::size_t kChunkBytes = 4096;
   std::array<char, kChunkBytes> chunk{};
@@ -248,8 +270,8 @@ CloudAnswer CloudClient::Receive() const {
   return {text.substr(0, end), text.substr(end + 4)};
 }
 
-CloudAnswer Ask(int port, const CloudRequest& request) {
-  const CloudClient client(port);
+CloudAnswer Ask(int port, const CloudRequest& request, const char* address) {
+  const CloudClient client(port, address);
   client.Send(request.Bytes());
   return client.Receive();
 }

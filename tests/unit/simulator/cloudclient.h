@@ -64,6 +64,10 @@ std::string TarGzWithLink(const std::string& name);
 std::string RealDocument();
 std::string AlarmDocument();
 std::string RecallDocument();
+// Sound questions and a sound upload of recall data, for a cloud without a prefix.
+CloudRequest AddressCheck();
+CloudRequest RecallCheck(const std::string& serialNumber = "S1");
+CloudRequest RecallUpload(const std::string& document = RecallDocument());
 // A sound real-data upload for a cloud without a prefix; `stamp` has 14 digits.
 CloudRequest RealUpload(const std::string& stamp = "20240301100000",
                         const std::string& document = RealDocument());
@@ -80,17 +84,19 @@ struct CloudAnswer {
   bool operator==(const CloudAnswer&) const = default;
 };
 
-// What it is for: a client's connection to a port of 127.0.0.1.
+// What it is for: a client's connection to a port of a loopback address.
 // Threads: one. Owns: the socket.
 class CloudClient {
  public:
-  explicit CloudClient(int port);
+  explicit CloudClient(int port, const char* address = "127.0.0.1");
   ~CloudClient();
   CloudClient(const CloudClient&) = delete;
   CloudClient& operator=(const CloudClient&) = delete;
 
   void Send(std::string_view bytes) const;
   void EndSending() const;
+  // What comes first, waited for.
+  std::string ReceiveSome() const;
   // Everything up to the server's end of the connection.
   CloudAnswer Receive() const;
 
@@ -99,7 +105,7 @@ class CloudClient {
 };
 
 // One whole exchange over a connection of its own.
-CloudAnswer Ask(int port, const CloudRequest& request);
+CloudAnswer Ask(int port, const CloudRequest& request, const char* address = "127.0.0.1");
 
 // What it is for: a folder that goes with the test.
 class TemporaryFolder {
