@@ -10,6 +10,7 @@
 #include "support/configs.h"
 #include "support/files.h"
 #include "util/paths.h"
+#include "util/text.h"
 
 namespace fs = std::filesystem;
 
@@ -37,8 +38,9 @@ Catalogue::Catalogue() {
   Groups().clear();
 }
 
-Catalogue& Catalogue::Point(std::uint32_t dataId) {
+Catalogue& Catalogue::Point(std::uint32_t dataId, const std::string& name) {
   ST_POINTID_ATTR point{};
+  util::CopyText(point.Name, name);
   point.GroupNo = static_cast<std::uint8_t>(dataId >> 24);
   point.DevId = static_cast<std::uint8_t>(dataId >> 16);
   point.db_link = dataId;

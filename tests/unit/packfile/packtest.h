@@ -24,7 +24,7 @@ inline constexpr Pause kBeforeAnAttempt{1000000};
 class Catalogue {
  public:
   Catalogue();
-  Catalogue& Point(std::uint32_t dataId);
+  Catalogue& Point(std::uint32_t dataId, const std::string& name = "");
   // A device without points, a channel without devices.
   Catalogue& Device(std::uint8_t channel, std::uint8_t device);
   Catalogue& Channel(std::uint8_t channel);
