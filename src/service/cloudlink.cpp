@@ -102,6 +102,7 @@ std::size_t OnRecallCheckAnswer(char* text, std::size_t size, std::size_t count,
   log_Text(INFO, "Recall Receive Response:\n%s", piece.c_str());
   if (whole->size() + piece.size() > kLargestAnswerBytes) {
     log_Text(WARN, "Recall answer of more than %zu bytes refused", kLargestAnswerBytes);
+    whole->clear();  // what has come so far may be a whole document, and the status 200
     return 0;
   }
   *whole += piece;

@@ -35,6 +35,6 @@ std::size_t OnSkipAddressAnswer(char* text, std::size_t size, std::size_t count,
 
 // The answer callback of the recall check: appends what was received to the std::string at
 // `answer`, as an answer may come in pieces, and returns the number of bytes. An answer above 8 MiB
-// ends the transfer, with a WARN line.
+// ends the transfer, with a WARN line, and leaves nothing to parse.
 std::size_t OnRecallCheckAnswer(char* text, std::size_t size, std::size_t count,
                                 void* answer) noexcept;

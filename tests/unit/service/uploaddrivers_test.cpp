@@ -56,6 +56,14 @@ constexpr Driver kAlarmData{"AlarmData",
                             "Send Alarmdata",
                             "Send Alarmdata"};
 
+constexpr Driver kRecallData{"RecallData",
+                             UploadDemandRecall,
+                             "/media/mmcblk0p1/Cloud/JsonFiles/calldata/R20240307120000.tar.gz",
+                             "/eqpapi/EqpDataRecall",
+                             "start Send Recalldata",
+                             "Send Recalldata",
+                             "Send Recalldata"};
+
 void PrintTo(const Driver& driver, std::ostream* out) {
   *out << driver.name;
 }
@@ -78,7 +86,8 @@ class UploadDriver : public test::CloudTest, public ::testing::WithParamInterfac
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(Drivers, UploadDriver, ::testing::Values(kRealData, kAlarmData),
+INSTANTIATE_TEST_SUITE_P(Drivers, UploadDriver,
+                         ::testing::Values(kRealData, kAlarmData, kRecallData),
                          [](const auto& test) { return test.param.name; });
 
 TEST_P(UploadDriver, SendsTheFileToItsEndpoint) {
@@ -218,7 +227,7 @@ TEST_P(UploadToABadCloud, Fails) {
 INSTANTIATE_TEST_SUITE_P(
     Clouds, UploadToABadCloud,
     ::testing::Combine(
-        ::testing::Values(kRealData, kAlarmData),
+        ::testing::Values(kRealData, kAlarmData, kRecallData),
         ::testing::Values(BadCloud{"Silent", {}}, BadCloud{"Garbage", {"garbage\r\n\r\n{}"}},
                           BadCloud{"NotFound", {HttpAnswer(404, "<html>status</html>")}},
                           BadCloud{"Empty500", {HttpAnswer(500, "")}},
