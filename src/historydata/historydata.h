@@ -39,8 +39,9 @@ static_assert(sizeof(ST_SINGLE_POINT_VALUE) == 12);
 
 // What it is for: the ledger's rows, the data files' ageing, the tree and its repair; and, beside
 // all this, reading the gateway's demand history.
-// Threads: any. The mutex is held for the whole of each visit to the database, from open to close.
-// Owns: the mutex, and the thread that removes a damaged tree. No database handle is kept open.
+// Threads: any. A mutex is held for the whole of each visit to the database, from open to close;
+// another one makes a save, which is several visits, one thing.
+// Owns: the mutexes, and the thread that removes a damaged tree. No database handle is kept open.
 //
 // Operations return 0, or -1 on failure. SQLite's failures are not logged.
 class CHistoryData {
@@ -92,6 +93,7 @@ class CHistoryData {
 
   util::Mutex m_databaseMutex;    // guards every visit to the ledger's database
   pthread_t m_removalThread = 0;  // joinable, never joined; guarded by m_databaseMutex
+  util::Mutex m_savingMutex;      // from the look for the ledger to its rows; before the other one
 };
 
 // Removes a file or a whole directory tree. The first file that cannot be unlinked ends it, with

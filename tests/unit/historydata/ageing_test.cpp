@@ -51,17 +51,6 @@ TEST_F(LedgerAgeing, DropsARowOneSecondLater) {
   EXPECT_THAT(test::LedgerRows(), IsEmpty());
 }
 
-TEST_F(LedgerAgeing, TouchesNoFileOutsideTheTree) {
-  test::MakePendingTable({Pending("../../../../tessel/Config/kept")});
-  test::WriteDataFile(kJustKept);  // a path leads only through directories that are there
-  test::WriteFile("/tessel/Config/kept", "mine");
-
-  const int result = Save({});
-
-  EXPECT_EQ(result, 0);
-  EXPECT_EQ(test::ReadFile("/tessel/Config/kept"), "mine");
-}
-
 TEST_F(LedgerAgeing, DropsPendingAndAcceptedAlikeOfEveryKind) {
   test::MakePendingTable({"'realdata/5/S20240205120000.tar.gz',2,0",
                           "'realdata/5/S20240205115959.tar.gz',2,1",
