@@ -30,6 +30,8 @@ int __real_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state);
 int __wrap_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state);
 void* __real_shmat(int id, const void* address, int flags);
 void* __wrap_shmat(int id, const void* address, int flags);
+int __real_sqlite3_busy_timeout(sqlite3* database, int milliseconds);
+int __wrap_sqlite3_busy_timeout(sqlite3* database, int milliseconds);
 int __real_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
                         void* argument, char** error);
 int __wrap_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
@@ -40,6 +42,8 @@ int __real_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sql
                               const char** tail);
 int __wrap_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,
                               const char** tail);
+int __real_sqlite3_step(sqlite3_stmt* statement);
+int __wrap_sqlite3_step(sqlite3_stmt* statement);
 int __real_statfs(const char* path, struct statfs* out);
 int __wrap_statfs(const char* path, struct statfs* out);
 xmlNodePtr __real_xmlDocGetRootElement(const xmlDoc* document);
@@ -57,10 +61,11 @@ struct Fault {
   std::function<void()>* action = nullptr;  // bare: calls may come after this thread's destructors
 };
 
-constexpr std::size_t kCalls = 12;
+constexpr std::size_t kCalls = 13;
 constexpr char kNoSuchDirectory[] = "/nonexistent/database";
 thread_local std::array<Fault, kCalls> t_faults;
 thread_local bool t_guardSegment = false;
+thread_local bool t_noLockWaits = false;
 
 bool Fails(Call call) {
   Fault& fault = t_faults[static_cast<std::size_t>(call)];
@@ -89,6 +94,14 @@ void* GuardedPlace(int id) {
 }
 
 }  // namespace
+
+NoLockWaits::NoLockWaits() {
+  t_noLockWaits = true;
+}
+
+NoLockWaits::~NoLockWaits() {
+  t_noLockWaits = false;
+}
 
 void GuardNextSegment() {
   t_guardSegment = true;
@@ -137,6 +150,10 @@ void* __wrap_shmat(int id, const void* address, int flags) {
   return __real_shmat(id, test::GuardedPlace(id), flags | SHM_REMAP);
 }
 
+int __wrap_sqlite3_busy_timeout(sqlite3* database, int milliseconds) {
+  return __real_sqlite3_busy_timeout(database, test::t_noLockWaits ? 0 : milliseconds);
+}
+
 int __wrap_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
                         void* argument, char** error) {
   if (test::Fails(test::Call::kSqliteExec)) return SQLITE_ERROR;
@@ -155,6 +172,11 @@ int __wrap_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sql
   }
   *out = nullptr;
   return SQLITE_ERROR;
+}
+
+int __wrap_sqlite3_step(sqlite3_stmt* statement) {
+  if (test::Fails(test::Call::kSqliteStep)) return SQLITE_IOERR;
+  return __real_sqlite3_step(statement);
 }
 
 int __wrap_statfs(const char* path, struct statfs* out) {

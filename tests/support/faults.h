@@ -15,6 +15,7 @@ enum class Call {
   kSqliteExec,     // fails with SQLITE_ERROR
   kSqliteOpen,     // fails with SQLITE_CANTOPEN, with a handle that must be closed
   kSqlitePrepare,  // fails with SQLITE_ERROR
+  kSqliteStep,     // fails with SQLITE_IOERR
   kStatfs,
   kUnlink,   // fails with EPERM
   kXmlRoot,  // xmlDocGetRootElement finds no root
@@ -25,6 +26,17 @@ void FailCalls(Call call, int count = 1, int skipped = 0);
 
 // Runs the action at the next such call, before it is made.
 void AtNextCall(Call call, std::function<void()> action);
+
+// What it is for: a lock that outlasts every patience, without a test having to wait for it. While
+// one lives, the waits for others' locks that its thread allows SQLite last no time.
+// Threads: the one that made it. Owns: nothing.
+class NoLockWaits {
+ public:
+  NoLockWaits();
+  ~NoLockWaits();
+  NoLockWaits(const NoLockWaits&) = delete;
+  NoLockWaits& operator=(const NoLockWaits&) = delete;
+};
 
 // Makes the next shmat of a whole number of pages attach its segment right below a page that nobody
 // may touch, so that reading past the segment's end ends the process.
