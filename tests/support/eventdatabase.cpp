@@ -35,7 +35,7 @@ EventDatabase& EventDatabase::Add(const Event& event) {
   return AddValues(ValuesOf(event));
 }
 
-EventDatabase& EventDatabase::Add(const std::vector<Event>& events) {
+EventDatabase& EventDatabase::AddAll(const std::vector<Event>& events) {
   Run("BEGIN");
   for (const Event& event : events) Add(event);
   Run("COMMIT");

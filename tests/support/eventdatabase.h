@@ -32,9 +32,9 @@ class EventDatabase : public DatabaseFile {
   // Makes the file with its table where they are missing.
   EventDatabase(int year, int month);
 
-  // Appends one event, or as many as there are.
-  EventDatabase& Add(const Event& event);
-  EventDatabase& Add(const std::vector<Event>& events);
+  // Appends one event, or all of them in one transaction.
+  EventDatabase& Add(const Event& event = {});
+  EventDatabase& AddAll(const std::vector<Event>& events);
   // Appends a row of finished SQL values: date, clock, identifier, threshold, value, type, grade,
   // upflag, upload.
   EventDatabase& AddValues(const std::string& values);
