@@ -71,6 +71,7 @@ std::uint32_t CAlarmData::GetDataFromDB(std::vector<Alarm_Data_Para>* rows, cons
     util::Statement events = database.Prepare(kSelectEvents + untaken);
     if (!events) return kFailure;
     while (events.NextRow()) rows->push_back(EventOf(events));
+    if (events.Failed()) return kFailure;  // what could not be read must not count as taken
   }
   // Taken as soon as read: from here on the upload ledger answers for them.
   database.Execute(kMarkTaken + untaken);

@@ -13,7 +13,9 @@ void DatabaseCloser::operator()(sqlite3* database) const {
 }
 
 bool Statement::NextRow() {
-  return sqlite3_step(m_statement.get()) == SQLITE_ROW;
+  const int result = sqlite3_step(m_statement.get());
+  m_failed = result != SQLITE_ROW && result != SQLITE_DONE;
+  return result == SQLITE_ROW;
 }
 
 std::int32_t Statement::Integer(int column) const {

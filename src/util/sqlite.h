@@ -25,6 +25,8 @@ class Statement {
   explicit operator bool() const { return m_statement != nullptr; }
   // Moves to the next row; false at the end and on an error.
   bool NextRow();
+  // Whether an error, not the end, has stopped NextRow.
+  bool Failed() const { return m_failed; }
   // Columns of the current row, counted from 0. A NULL reads as 0 and as the empty text; the text
   // lives until the next call of NextRow.
   std::int32_t Integer(int column) const;
@@ -33,6 +35,7 @@ class Statement {
 
  private:
   std::unique_ptr<sqlite3_stmt, StatementFinalizer> m_statement;
+  bool m_failed = false;
 };
 
 // On a connection that somebody else owns: runs a statement without rows (false on an error),
