@@ -35,7 +35,7 @@ struct ThreadsState {
   std::list<ParkedThread> parked;
   bool failNext = false;
   ThreadMaking latest{};
-  std::vector<ThreadEntry> made;
+  std::vector<ThreadMade> made;
 };
 
 ThreadsState& State() {
@@ -82,6 +82,13 @@ void Remember(const pthread_attr_t* attributes) {
   State().latest = {stackBytes, detachState == PTHREAD_CREATE_DETACHED};
 }
 
+// Others may have made threads meanwhile, or the test forgotten this one.
+void RememberId(ThreadEntry entry, void* argument, pthread_t id) {
+  for (auto& thread : State().made) {
+    if (thread.entry == entry && thread.argument == argument && thread.id == 0) thread.id = id;
+  }
+}
+
 }  // namespace
 
 bool AwaitParked(ThreadEntry entry, int count) {
@@ -113,6 +120,12 @@ ThreadMaking LatestThread() {
 }
 
 std::vector<ThreadEntry> ThreadsMade() {
+  std::vector<ThreadEntry> entries;
+  for (const auto& thread : ThreadsMadeInFull()) entries.push_back(thread.entry);
+  return entries;
+}
+
+std::vector<ThreadMade> ThreadsMadeInFull() {
   const std::lock_guard lock(State().mutex);
   return State().made;
 }
@@ -140,16 +153,15 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
   {
     const std::lock_guard lock(test::State().mutex);
     test::Remember(attributes);
-    test::State().made.push_back(entry);
+    test::State().made.push_back({entry, argument, 0});
     if (std::exchange(test::State().failNext, false)) return EAGAIN;
   }
   auto start = std::make_unique<test::Start>(test::Start{entry, argument});
   const int result = __real_pthread_create(thread, attributes, test::Run, start.get());
   if (result != 0) return result;
   static_cast<void>(start.release());  // the thread's own now
-  if (attributes != nullptr) {
-    const std::lock_guard lock(test::State().mutex);
-    test::State().latest.id = *thread;
-  }
+  const std::lock_guard lock(test::State().mutex);
+  test::RememberId(entry, argument, *thread);
+  if (attributes != nullptr) test::State().latest.id = *thread;
   return 0;
 }

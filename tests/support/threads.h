@@ -34,6 +34,13 @@ ThreadMaking LatestThread();
 // The entries of all threads that were to be created since the last ForgetThreads, in order; one
 // whose creation failed too.
 std::vector<ThreadEntry> ThreadsMade();
+// The same threads with what they were given: the argument, and the id, 0 when there is none.
+struct ThreadMade {
+  ThreadEntry entry;
+  void* argument;
+  pthread_t id;
+};
+std::vector<ThreadMade> ThreadsMadeInFull();
 void ForgetThreads();
 
 // Parks the calling thread (clock.cpp).
