@@ -23,7 +23,6 @@
 #include "util/paths.h"
 
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 
 namespace fs = std::filesystem;
@@ -36,12 +35,14 @@ using test::ThreadEntry;
 static_assert(!std::is_copy_constructible_v<CSchedule>);
 
 constexpr Interval_Info kAllOff{-1, -1, -1, -1, -1};
+constexpr Interval_Info kAllOn{300, 30, 600, 60, 77};
 
-Interval_Info Workers(std::int32_t realData, std::int32_t upload) {
-  Interval_Info intervals = kAllOff;
-  intervals.realDataInv = realData;
-  intervals.checkFailInv = upload;
-  return intervals;
+// The workers in their order.
+const std::vector<ThreadEntry> kWorkers{HandleRealData, HandleRealAlarm, HandleHeart, HandleFail,
+                                        HandleRecall};
+
+std::vector<ThreadEntry> FirstWorkers(int count) {
+  return {kWorkers.begin(), kWorkers.begin() + count};
 }
 
 class Schedule : public test::GatewayTest {
@@ -52,9 +53,9 @@ class Schedule : public test::GatewayTest {
     test::ForgetJoins();
   }
 
-  // Ends the two workers at the pause that each comes to, so that they can be joined.
-  static void EndWorkers() {
-    for (const ThreadEntry entry : {ThreadEntry{HandleRealData}, ThreadEntry{HandleFail}}) {
+  // Ends the workers at the pause that each comes to, so that they can be joined.
+  static void EndWorkers(const std::vector<ThreadEntry>& workers = kWorkers) {
+    for (const ThreadEntry entry : workers) {
       EXPECT_TRUE(test::AwaitParked(entry, 1));
       test::EndThreads(entry);
     }
@@ -114,20 +115,18 @@ TEST_F(Schedule, KeepsWhatIsInTheTree) {
 
 TEST_F(Schedule, StartsTheWorkersAlsoWhenTheTreeCannotBeMade) {
   test::WriteFile("/media/mmcblk0p1/Cloud", "a file where the tree should stand");
-  Interval_Info intervals = Workers(-1, 60);
+  Interval_Info intervals = kAllOn;
   CSchedule schedule;
 
   EXPECT_EQ(schedule.Init(&intervals), 0);
-  EXPECT_THAT(test::ThreadsMade(), ElementsAre(ThreadEntry{HandleFail}));
+  EXPECT_EQ(test::ThreadsMade(), kWorkers);
 
-  ASSERT_TRUE(test::AwaitParked(HandleFail, 1));
-  test::EndThreads(HandleFail);
+  EndWorkers();
 }
 
 struct Wanted {
   const char* name;
-  std::int32_t realData;
-  std::int32_t upload;
+  Interval_Info intervals;
   std::vector<ThreadEntry> made;
 };
 
@@ -138,29 +137,85 @@ void PrintTo(const Wanted& wanted, std::ostream* out) {
 class WantedWorkers : public Schedule, public ::testing::WithParamInterface<Wanted> {};
 
 TEST_P(WantedWorkers, AreStartedInTheirOrder) {
-  Interval_Info intervals = Workers(GetParam().realData, GetParam().upload);
+  Interval_Info intervals = GetParam().intervals;
   CSchedule schedule;
 
   EXPECT_EQ(schedule.Init(&intervals), 0);
 
-  EXPECT_THAT(test::ThreadsMade(), ElementsAreArray(GetParam().made));
-  for (const auto& entry : GetParam().made) {
-    EXPECT_TRUE(test::AwaitParked(entry, 1));
-    test::EndThreads(entry);
-  }
+  EXPECT_EQ(test::ThreadsMade(), GetParam().made);
+  EXPECT_THAT(test::DatabaseLog("FATAL"), IsEmpty());
+  EndWorkers(GetParam().made);
 }
+
+constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min();
 
 INSTANTIATE_TEST_SUITE_P(
     Intervals, WantedWorkers,
-    ::testing::Values(Wanted{"Both", 300, 60, {HandleRealData, HandleFail}},
-                      Wanted{"BothEverySecond", 1, 1, {HandleRealData, HandleFail}},
-                      Wanted{"OnlyRealData", 300, -1, {HandleRealData}},
-                      Wanted{"OnlyUpload", 0, 60, {HandleFail}}, Wanted{"None", -1, -1, {}},
-                      Wanted{"NoneWithZero", 0, 0, {}}),
+    ::testing::Values(Wanted{"All", kAllOn, kWorkers},
+                      Wanted{"AllEverySecond", {1, 1, 1, 1, 1}, kWorkers},
+                      Wanted{"None", kAllOff, {}}, Wanted{"NoneWithZero", {0, 0, 0, 0, 0}, {}},
+                      Wanted{
+                          "NoneWithTheLowest", {kLowest, kLowest, kLowest, kLowest, kLowest}, {}},
+                      Wanted{"OnlyRealData", {300, -1, -1, -1, -1}, {HandleRealData}},
+                      Wanted{"OnlyAlarms", {-1, 30, -1, -1, -1}, {HandleRealAlarm}},
+                      Wanted{"OnlyHeart", {-1, -1, 600, -1, -1}, {HandleHeart}},
+                      Wanted{"OnlyUpload", {0, 0, 0, 60, 0}, {HandleFail}},
+                      Wanted{"OnlyRecall", {0, 0, 0, 0, 77}, {HandleRecall}},
+                      Wanted{"AllButAlarms",
+                             {300, 0, 600, 60, 77},
+                             {HandleRealData, HandleHeart, HandleFail, HandleRecall}},
+                      Wanted{"AllButRecallWithMinus1", {300, 30, 600, 60, -1}, FirstWorkers(4)},
+                      Wanted{"AllButRecallWithZero", {300, 30, 600, 60, 0}, FirstWorkers(4)}),
     [](const auto& test) { return test.param.name; });
 
-TEST_F(Schedule, StartsNoFurtherWorkerBehindOneThatFails) {
-  Interval_Info intervals = Workers(300, 60);
+TEST_F(Schedule, GivesEveryWorkerItsOwnInterval) {
+  Interval_Info intervals = kAllOn;
+  CSchedule schedule;
+  schedule.Init(&intervals);
+
+  std::vector<void*> arguments;
+  for (const auto& thread : test::ThreadsMadeInFull()) arguments.push_back(thread.argument);
+  EXPECT_THAT(arguments,
+              ElementsAre(&intervals.realDataInv, &intervals.alarmDataInv, &intervals.heartBeatInv,
+                          &intervals.checkFailInv, &intervals.recallInv));
+
+  EndWorkers();
+}
+
+// The number of workers that start before one fails.
+class FailingWorker : public Schedule, public ::testing::WithParamInterface<int> {};
+
+TEST_P(FailingWorker, HoldsBackThoseBehindIt) {
+  Interval_Info intervals = kAllOn;
+  test::FailCalls(test::Call::kSetDetachState, 1, GetParam());
+  CSchedule schedule;
+
+  EXPECT_EQ(schedule.Init(&intervals), 0);
+  EXPECT_EQ(test::ThreadsMade(), FirstWorkers(GetParam()));
+  EXPECT_THAT(test::DatabaseLog("FATAL"),
+              ElementsAre("Failed to set joinable state for File creating thread, error: "
+                          "Invalid argument\n"));
+
+  EndWorkers(FirstWorkers(GetParam()));
+}
+
+TEST_P(FailingWorker, IsReturned) {
+  Interval_Info intervals = kAllOff;
+  CSchedule schedule;
+  schedule.Init(&intervals);
+  intervals = kAllOn;
+  test::FailCalls(test::Call::kSetDetachState, 1, GetParam());
+
+  EXPECT_EQ(schedule.CreateAllThread(), -1);
+  EXPECT_EQ(test::ThreadsMade(), FirstWorkers(GetParam()));
+
+  EndWorkers(FirstWorkers(GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Behind, FailingWorker, ::testing::Range(0, 5));
+
+TEST_F(Schedule, StartsNoFurtherWorkerBehindAThreadThatCannotBeCreated) {
+  Interval_Info intervals = kAllOn;
   test::FailNextThread();
   CSchedule schedule;
 
@@ -172,37 +227,14 @@ TEST_F(Schedule, StartsNoFurtherWorkerBehindOneThatFails) {
                                     "unavailable\n"}));
 }
 
-TEST_F(Schedule, ReturnsTheFirstFailureOfAllWorkers) {
-  Interval_Info intervals = kAllOff;
-  CSchedule schedule;
-  schedule.Init(&intervals);
-  intervals = Workers(300, 60);
-  test::FailNextThread();
-
-  EXPECT_EQ(schedule.CreateAllThread(), -1);
-  EXPECT_THAT(test::ThreadsMade(), ElementsAre(ThreadEntry{HandleRealData}));
-}
-
-TEST_F(Schedule, ReturnsTheFailureOfTheLastWorkerToo) {
-  Interval_Info intervals = kAllOff;
-  CSchedule schedule;
-  schedule.Init(&intervals);
-  intervals = Workers(-1, 60);
-  test::FailNextThread();
-
-  EXPECT_EQ(schedule.CreateAllThread(), -1);
-  EXPECT_THAT(test::ThreadsMade(), ElementsAre(ThreadEntry{HandleFail}));
-}
-
 TEST_F(Schedule, StartsAllWorkersOfTheIntervalsItKeeps) {
   Interval_Info intervals = kAllOff;
   CSchedule schedule;
   schedule.Init(&intervals);
-  intervals = Workers(300, 60);
+  intervals = kAllOn;
 
   EXPECT_EQ(schedule.CreateAllThread(), 0);
-  EXPECT_THAT(test::ThreadsMade(),
-              ElementsAre(ThreadEntry{HandleRealData}, ThreadEntry{HandleFail}));
+  EXPECT_EQ(test::ThreadsMade(), kWorkers);
 
   EndWorkers();
 }
@@ -214,22 +246,38 @@ TEST_F(Schedule, StartsNothingBeforeItHasIntervals) {
   EXPECT_THAT(test::ThreadsMade(), IsEmpty());
 }
 
+std::vector<pthread_t> IdsInOrder() {
+  std::vector<pthread_t> ids;
+  for (const auto& thread : test::ThreadsMadeInFull()) ids.push_back(thread.id);
+  return ids;
+}
+
 TEST_F(Schedule, JoinsAllWorkersInTheirOrder) {
-  Interval_Info intervals = Workers(300, 60);
+  Interval_Info intervals = kAllOn;
   CSchedule schedule;
   schedule.Init(&intervals);
-  const pthread_t upload = test::LatestThread().id;
   EndWorkers();
 
   schedule.DelAllThread();
 
-  ASSERT_EQ(test::Joined().size(), 2U);
-  EXPECT_EQ(test::Joined()[1], upload);
-  EXPECT_NE(test::Joined()[0], upload);
+  EXPECT_EQ(test::Joined().size(), 5U);
+  EXPECT_EQ(test::Joined(), IdsInOrder());
+}
+
+TEST_F(Schedule, JoinsTheWorkersThatThereAre) {
+  Interval_Info intervals{-1, 30, -1, 60, -1};
+  CSchedule schedule;
+  schedule.Init(&intervals);
+  EndWorkers({HandleRealAlarm, HandleFail});
+
+  schedule.DelAllThread();
+
+  EXPECT_EQ(test::Joined().size(), 2U);
+  EXPECT_EQ(test::Joined(), IdsInOrder());
 }
 
 TEST_F(Schedule, ForgetsTheWorkersItHasJoined) {
-  Interval_Info intervals = Workers(300, 60);
+  Interval_Info intervals = kAllOn;
   CSchedule schedule;
   schedule.Init(&intervals);
   EndWorkers();
@@ -242,14 +290,15 @@ TEST_F(Schedule, ForgetsTheWorkersItHasJoined) {
 }
 
 TEST_F(Schedule, JoinsTheWorkersWhenItIsDestroyed) {
-  Interval_Info intervals = Workers(300, 60);
+  Interval_Info intervals = kAllOn;
   {
     CSchedule schedule;
     schedule.Init(&intervals);
     EndWorkers();
   }
 
-  EXPECT_EQ(test::Joined().size(), 2U);
+  EXPECT_EQ(test::Joined().size(), 5U);
+  EXPECT_EQ(test::Joined(), IdsInOrder());
 }
 
 TEST_F(Schedule, IsOneObject) {
