@@ -6,6 +6,7 @@
 
 #include "historydata/historydata.h"
 #include "schedule/workers.h"
+#include "steptap.h"
 #include "support/eventdatabase.h"
 #include "support/faults.h"
 #include "support/logs.h"
@@ -136,6 +137,30 @@ TEST_F(AlarmWorker, PausesOneSecondWithADatabaseThatCannotBeRead) {
 
   EXPECT_EQ(PausesText(), "20 1 29");
   EXPECT_THAT(test::DatabaseLog(), IsEmpty()) << "the reader's failures are not told";
+}
+
+TEST_F(AlarmWorker, ReportsAReaderThatFails) {
+  EventDatabase events(2024, 3);
+  events.Add();
+  test::FailNextStep(test::Step::kReadEvents);
+
+  RunToPause(HandleRealAlarm, m_interval, 6);
+
+  EXPECT_EQ(PausesText(), "20 1 29 0.05 1 29");
+  EXPECT_THAT(test::DatabaseLog(), ElementsAre(LogRecord{"ERROR", "Brennik Get AlarmData error"}));
+  EXPECT_THAT(ReadLedger(), ElementsAre(Pair("alarmdata/7/T20240307120100.tar.gz", "1 0")));
+}
+
+TEST_F(AlarmWorker, ReportsABuilderThatFails) {
+  EventDatabase(2024, 3).Add();
+  test::FailNextStep(test::Step::kPackEvents);
+
+  RunToPause(HandleRealAlarm, m_interval, 3);
+
+  EXPECT_EQ(PausesText(), "20 1 29");
+  EXPECT_THAT(test::DatabaseLog(),
+              ElementsAre(LogRecord{"ERROR", "Brennik Create AlarmData File error"}));
+  EXPECT_FALSE(test::Exists(paths::kLedger)) << "nothing is recorded for such a cycle";
 }
 
 TEST_F(AlarmWorker, TakesAnEventOnlyOnce) {

@@ -3,6 +3,7 @@
 
 #include "config/sysset.h"
 #include "schedule/workers.h"
+#include "steptap.h"
 #include "support/faults.h"
 #include "support/logs.h"
 #include "workerfixture.h"
@@ -91,6 +92,14 @@ TEST_F(HeartWorker, NeverPausesForAMissingHandle) {
   RunToPause(HandleHeart, m_interval, 2);
 
   EXPECT_EQ(PausesText(), "400 600");
+}
+
+TEST_F(HeartWorker, WouldPauseOneSecondForACheckThatFails) {
+  test::FailNextStep(test::Step::kAskForTheAddress);
+
+  RunToPause(HandleHeart, m_interval, 3);
+
+  EXPECT_EQ(PausesText(), "400 1 599");
 }
 
 TEST_F(HeartWorker, SurvivesAnswersOfTheWrongType) {
