@@ -54,5 +54,6 @@ std::int32_t CHistoryData::GetRecallFlag(std::uint32_t dataId, const ST_SINGLE_C
     }
     reached = minute;
   }
+  if (minutes.Failed()) return -1;
   return reached == point->endTime ? 1 : 0;
 }
