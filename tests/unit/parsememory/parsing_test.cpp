@@ -20,9 +20,9 @@ constexpr std::size_t kDeep = 1000000;  // levels; any recursion ends the proces
 
 static_assert(!std::is_copy_constructible_v<CParseMemory>);
 
-enum class Answer { kUpload, kAuthorize };
+enum class Answer { kUpload, kAuthorize, kSkipAddress };
 
-// What both kinds of answer have in common.
+// What these kinds of answer have in common.
 struct Parsed {
   int result = 0;
   std::int32_t status = -99;
@@ -40,6 +40,9 @@ Parsed ParseWith(Parser parser, const char* text, int length) {
 Parsed Parse(Answer kind, const char* text, int length) {
   if (kind == Answer::kUpload) {
     return ParseWith<ST_UPLOAD_FILE_ACK>(&CParseMemory::ParseUploadFileFromMemory, text, length);
+  }
+  if (kind == Answer::kSkipAddress) {
+    return ParseWith<ST_SKIP_ADDRESS_ACK>(&CParseMemory::ParseSkipAddressFromMemory, text, length);
   }
   return ParseWith<ST_AUTH_ACK>(&CParseMemory::ParseAuthorizeInfoFromMemory, text, length);
 }
@@ -64,6 +67,7 @@ void RunOnAWorkersStack(void* (*entry)(void*), void* argument) {
 }
 
 std::string NameOf(Answer kind) {
+  if (kind == Answer::kSkipAddress) return "SkipAddress";
   return kind == Answer::kUpload ? "Upload" : "Authorize";
 }
 
@@ -90,7 +94,7 @@ TEST_P(Syntax, ErrorFailsSilentlyAndLeavesTheRecordAlone) {
 INSTANTIATE_TEST_SUITE_P(
     Texts, Syntax,
     ::testing::Combine(
-        ::testing::Values(Answer::kUpload, Answer::kAuthorize),
+        ::testing::Values(Answer::kUpload, Answer::kAuthorize, Answer::kSkipAddress),
         ::testing::Values(
             BadText{"Empty", ""}, BadText{"Blank", " \t\r\n"}, BadText{"Nonsense", "nonsense"},
             BadText{"Page", "<html><body>status</body></html>"}, BadText{"OpenObject", "{"},
@@ -114,7 +118,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 class Parsing : public test::GatewayTest, public ::testing::WithParamInterface<Answer> {};
 
-INSTANTIATE_TEST_SUITE_P(Answers, Parsing, ::testing::Values(Answer::kUpload, Answer::kAuthorize),
+INSTANTIATE_TEST_SUITE_P(Answers, Parsing,
+                         ::testing::Values(Answer::kUpload, Answer::kAuthorize,
+                                           Answer::kSkipAddress),
                          [](const auto& test) { return NameOf(test.param); });
 
 TEST_P(Parsing, ReadsUpToTheTerminatorWhateverTheLengthSays) {
