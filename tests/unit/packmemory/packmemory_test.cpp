@@ -201,4 +201,99 @@ TEST_F(AuthorizeBody, IsBuiltByTwoThreadsAtOnce) {
   }
 }
 
+Built RecallCheck(int size) {
+  Built built;
+  built.area.fill(kUntouched);
+  built.length = GetCPackMemoryInstance().CreateRecallMemory(built.area.data(), size);
+  return built;
+}
+
+class RecallCheckBody : public test::GatewayTest {};
+
+TEST_F(RecallCheckBody, HoldsTheSerialNumber) {
+  LoadSerial("S1");
+
+  const Built built = RecallCheck(kBodyArea);
+
+  EXPECT_STREQ(built.Text(), R"({"sn":"S1"})");
+  EXPECT_EQ(built.length, 11);
+}
+
+TEST_F(RecallCheckBody, IsTwentyFiveCharactersLongForASerialNumberOfSixteen) {
+  LoadSerial(kSixteenCharacters);
+
+  const Built built = RecallCheck(kBodyArea);
+
+  EXPECT_EQ(built.length, 25);
+  EXPECT_STREQ(built.Text(), R"({"sn":"BR20240307000042"})");
+}
+
+TEST_F(RecallCheckBody, IsNineCharactersLongForAnEmptySerialNumber) {
+  LoadSerial("");
+
+  const Built built = RecallCheck(kBodyArea);
+
+  EXPECT_EQ(built.length, 9);
+  EXPECT_STREQ(built.Text(), R"({"sn":""})");
+}
+
+TEST_F(RecallCheckBody, IsBuiltFromTheSerialNumberOfTheMoment) {
+  LoadSerial("S1");
+  RecallCheck(kBodyArea);
+  LoadSerial("S2");
+
+  const Built built = RecallCheck(kBodyArea);
+
+  EXPECT_STREQ(built.Text(), R"({"sn":"S2"})");
+}
+
+TEST_F(RecallCheckBody, LeavesTheRestOfTheBufferAlone) {
+  LoadSerial("S1");
+
+  const Built built = RecallCheck(kBodyArea);
+
+  EXPECT_EQ(built.area.at(11), '\0');
+  EXPECT_EQ(built.area.at(12), kUntouched);
+  EXPECT_EQ(built.area.back(), kUntouched);
+}
+
+TEST_F(RecallCheckBody, FollowsTheRulesOfJsonStrings) {
+  LoadSerialAsWritten("A&quot;\\&#9;%s/网");
+
+  const Built built = RecallCheck(kBodyArea);
+
+  EXPECT_STREQ(built.Text(), R"({"sn":"A\"\\\t%s/网"})");
+}
+
+class LimitedRecallCheckBody : public RecallCheckBody,
+                               public ::testing::WithParamInterface<Limit> {};
+
+TEST_P(LimitedRecallCheckBody, StoresTwoCharactersLessThanTheSizeAndReturnsTheirNumber) {
+  const std::string whole = R"({"sn":"BR20240307000042"})";
+  LoadSerial(kSixteenCharacters);
+
+  const Built built = RecallCheck(GetParam().size);
+
+  const auto stored = static_cast<std::size_t>(GetParam().length);
+  EXPECT_EQ(built.length, GetParam().length);
+  EXPECT_EQ(built.Text(), whole.substr(0, stored));
+  EXPECT_EQ(built.area.at(stored + 1), kUntouched);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, LimitedRecallCheckBody,
+                         ::testing::Values(Limit{28, 25}, Limit{27, 25}, Limit{26, 24},
+                                           Limit{10, 8}, Limit{3, 1}, Limit{2, 0}),
+                         [](const auto& test) { return "Size" + std::to_string(test.param.size); });
+
+TEST_F(RecallCheckBody, LeavesAUselessBufferAlone) {
+  LoadSerial("S1");
+
+  for (const int size : {1, 0, -1}) {
+    const Built built = RecallCheck(size);
+
+    EXPECT_EQ(built.length, 0) << size;
+    EXPECT_EQ(built.area.front(), kUntouched) << size;
+  }
+}
+
 }  // namespace

@@ -5,6 +5,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <thread>
@@ -71,12 +73,60 @@ TEST_F(Sqlite, ReadsRowsInOrder) {
 }
 
 TEST_F(Sqlite, ReadsNullAsZeroAndAsTheEmptyText) {
-  auto rows = database->Prepare("select NULL, NULL");
+  auto rows = database->Prepare("select NULL, NULL, NULL");
 
   ASSERT_TRUE(rows.NextRow());
 
   EXPECT_EQ(rows.Integer(0), 0);
   EXPECT_EQ(rows.Text(1), "");
+  EXPECT_EQ(rows.Real(2), 0);
+}
+
+TEST_F(Sqlite, KeepsEveryBitOfAReal) {
+  auto rows = database->Prepare("select 0.1, -1e300, 5e-324, 9e999, -9e999");
+
+  ASSERT_TRUE(rows.NextRow());
+
+  EXPECT_EQ(rows.Real(0), 0.1);
+  EXPECT_EQ(rows.Real(1), -1e300);
+  EXPECT_EQ(rows.Real(2), std::numeric_limits<double>::denorm_min());
+  EXPECT_EQ(rows.Real(3), std::numeric_limits<double>::infinity());
+  EXPECT_EQ(rows.Real(4), -std::numeric_limits<double>::infinity());
+}
+
+TEST_F(Sqlite, ReadsWhatIsNoRealAsTheOneItBeginsWith) {
+  auto rows = database->Prepare("select 7, '2.5 bar', 'bar', x'332e35', ''");
+
+  ASSERT_TRUE(rows.NextRow());
+
+  EXPECT_EQ(rows.Real(0), 7);
+  EXPECT_EQ(rows.Real(1), 2.5);
+  EXPECT_EQ(rows.Real(2), 0);
+  EXPECT_EQ(rows.Real(3), 3.5);
+  EXPECT_EQ(rows.Real(4), 0);
+}
+
+TEST_F(Sqlite, KeepsTheLower32BitsOfAnInteger) {
+  auto rows = database->Prepare("select 4294967303, 3238068225, 9223372036854775807, 2.9");
+
+  ASSERT_TRUE(rows.NextRow());
+
+  EXPECT_EQ(rows.Integer(0), 7);
+  EXPECT_EQ(static_cast<std::uint32_t>(rows.Integer(1)), 3238068225U);
+  EXPECT_EQ(rows.Integer(2), -1);
+  EXPECT_EQ(rows.Integer(3), 2);
+}
+
+TEST_F(Sqlite, KnowsTheEndOfTheRowsFromAnError) {
+  auto whole = database->Prepare("select 1");
+  auto failing = database->Prepare("select abs(-9223372036854775807 - 1)");
+
+  EXPECT_TRUE(whole.NextRow());
+  EXPECT_FALSE(whole.Failed());
+  EXPECT_FALSE(whole.NextRow());
+  EXPECT_FALSE(whole.Failed());
+  EXPECT_FALSE(failing.NextRow());
+  EXPECT_TRUE(failing.Failed());
 }
 
 TEST_F(Sqlite, HasNoStatementForAQueryThatCannotBePrepared) {
