@@ -123,7 +123,11 @@ std::int32_t CPackFile::CreateRecallDataJsonFile(const ST_CHECKCALL_ACK* request
   if (!stamp) return -1;
   const DataFileNames names = NameDataFile('R', dir, *stamp, kTellRecallStatus);
   rapidjson::StringBuffer text;
-  WriteRecallDocument(GetCsnSetInstance().GetSn(), *request, text);
+  if (!WriteRecallDocument(GetCsnSetInstance().GetSn(), *request, text)) {
+    log_Text(WARN, "CreateRecallDataJsonFile %s failed, more than %zu bytes", names.archive,
+             kLargestRecallBytes);
+    return -1;
+  }
 
   std::ofstream ofs(names.text, std::ios::trunc);
   assert(ofs.is_open());

@@ -19,6 +19,7 @@ using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
 // What lives for the whole document.
 struct Walk {
   Writer& writer;
+  const rapidjson::StringBuffer& text;
   std::vector<ST_SINGLE_POINT_VALUE> values;  // of the point at hand
   char timeMark[kTimeMarkBytes];              // stays where a time cannot be converted
 };
@@ -27,6 +28,10 @@ struct Walk {
 std::uint32_t HistoryId(const ST_SINGLE_CALL_DEV& device, const ST_SINGLE_CALL_POINT& point) {
   return ((static_cast<std::uint32_t>(device.groupId) & 0xFFU) << 24) |
          ((static_cast<std::uint32_t>(device.eqpId) & 0xFFFFU) << 16) | (point.pointId & 0xFFFFU);
+}
+
+bool IsFull(const Walk& walk) {
+  return walk.text.GetSize() > kLargestRecallBytes;
 }
 
 void WriteValue(Walk& walk, const ST_SINGLE_POINT_VALUE& value) {
@@ -63,7 +68,10 @@ void WritePoint(Walk& walk, const ST_SINGLE_CALL_DEV& device, const ST_SINGLE_CA
   walk.writer.Key("values");
   walk.writer.StartArray();
   if (flag == kComplete) {
-    for (const auto& value : walk.values) WriteValue(walk, value);
+    for (const auto& value : walk.values) {
+      if (IsFull(walk)) break;
+      WriteValue(walk, value);
+    }
   }
   walk.writer.EndArray();
   walk.writer.EndObject();
@@ -71,10 +79,10 @@ void WritePoint(Walk& walk, const ST_SINGLE_CALL_DEV& device, const ST_SINGLE_CA
 
 }  // namespace
 
-void WriteRecallDocument(const char* serial, const ST_CHECKCALL_ACK& order,
+bool WriteRecallDocument(const char* serial, const ST_CHECKCALL_ACK& order,
                          rapidjson::StringBuffer& text) {
   Writer writer(text);
-  Walk walk{.writer = writer, .values = {}, .timeMark = ""};
+  Walk walk{.writer = writer, .text = text, .values = {}, .timeMark = ""};
   writer.StartObject();
   writer.Key("sn");
   RAPIDJSON_ASSERT(serial != nullptr);  // the writer itself would read through it
@@ -84,8 +92,12 @@ void WriteRecallDocument(const char* serial, const ST_CHECKCALL_ACK& order,
   writer.Key("data");
   writer.StartArray();
   for (const auto& device : order.devs) {
-    for (const auto& point : device.points) WritePoint(walk, device, point);
+    for (const auto& point : device.points) {
+      WritePoint(walk, device, point);
+      if (IsFull(walk)) return false;
+    }
   }
   writer.EndArray();
   writer.EndObject();
+  return true;
 }

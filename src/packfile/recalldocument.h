@@ -5,9 +5,15 @@
 // One object for every ordered point, in the order's own order; values only where the flag is 1.
 #pragma once
 
+#include <cstddef>
+
 #include "parsememory/answers.h"
 #include "util/json.h"
 
-// Reads the history of every ordered point and writes the document into `text`.
-void WriteRecallDocument(const char* serial, const ST_CHECKCALL_ACK& order,
+// No archive that the transport would send holds as much text by far.
+inline constexpr std::size_t kLargestRecallBytes = 16U << 20;
+
+// Reads the history of every ordered point and writes the document into `text`. False when it grows
+// beyond kLargestRecallBytes: an order may not use up the gateway's memory.
+bool WriteRecallDocument(const char* serial, const ST_CHECKCALL_ACK& order,
                          rapidjson::StringBuffer& text);

@@ -14,7 +14,11 @@
 namespace {
 
 constexpr std::int32_t kNotAuthorised = -1;  // an answer with an empty "data" does not authorise
-constexpr std::size_t kLargestAnswerBytes = 8U << 20;  // a cloud gone mad must not fill the memory
+
+// A cloud gone mad must not fill the memory: neither with its answer, nor with the log of its
+// pieces. An order of 400 points has 40 KB.
+constexpr std::size_t kLargestAnswerBytes = 512U << 10;
+constexpr int kMostPieces = 1024;
 
 }  // namespace
 
@@ -56,13 +60,13 @@ int CheckDemandRecall(ST_CHECKCALL_ACK* answer) {
   cloud::Address(&frame, GetCSysSetInstance().GetRealIpAddress(), cloud::kDataIfRecall);
   frame.bodyLength = static_cast<std::uint16_t>(
       GetCPackMemoryInstance().CreateRecallMemory(frame.body, sizeof(frame.body)));
-  std::string text;
+  CollectedAnswer collected;
   frame.answerCallback = OnRecallCheckAnswer;
-  frame.callbackData = &text;
+  frame.callbackData = &collected;
   if (GetCHttpInstance().POST_MemoryData_WithExtraArgs(&frame) != 0) return -1;
-  return ParseGuarded(text, [&] {
-    return GetCParseMemoryInstance().ParseRecallFromMemory(GetCsnSetInstance().GetSn(), &text,
-                                                           answer);
+  return ParseGuarded(collected.text, [&] {
+    return GetCParseMemoryInstance().ParseRecallFromMemory(GetCsnSetInstance().GetSn(),
+                                                           &collected.text, answer);
   });
 }
 
@@ -97,14 +101,16 @@ std::size_t OnSkipAddressAnswer(char* text, std::size_t size, std::size_t count,
 
 std::size_t OnRecallCheckAnswer(char* text, std::size_t size, std::size_t count,
                                 void* answer) noexcept {
-  auto* whole = static_cast<std::string*>(answer);
+  auto* whole = static_cast<CollectedAnswer*>(answer);
   const std::string piece = ReceivedText(text, size, count);
   log_Text(INFO, "Recall Receive Response:\n%s", piece.c_str());
-  if (whole->size() + piece.size() > kLargestAnswerBytes) {
-    log_Text(WARN, "Recall answer of more than %zu bytes refused", kLargestAnswerBytes);
-    whole->clear();  // what has come so far may be a whole document, and the status 200
+  ++whole->pieces;
+  if (whole->text.size() + piece.size() > kLargestAnswerBytes || whole->pieces > kMostPieces) {
+    log_Text(WARN, "Recall answer of more than %zu bytes or %d pieces refused", kLargestAnswerBytes,
+             kMostPieces);
+    whole->text.clear();  // what has come so far may be a whole document, and the status 200
     return 0;
   }
-  *whole += piece;
+  whole->text += piece;
   return piece.size();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 #include "parsememory/answers.h"
 
@@ -33,8 +34,15 @@ std::size_t OnAuthorizeAnswer(char* text, std::size_t size, std::size_t count,
 std::size_t OnSkipAddressAnswer(char* text, std::size_t size, std::size_t count,
                                 void* successFlag) noexcept;
 
-// The answer callback of the recall check: appends what was received to the std::string at
-// `answer`, as an answer may come in pieces, and returns the number of bytes. An answer above 8 MiB
-// ends the transfer, with a WARN line, and leaves nothing to parse.
+// What a recall check has received so far.
+struct CollectedAnswer {
+  std::string text;
+  int pieces = 0;
+};
+
+// The answer callback of the recall check: appends what was received to the CollectedAnswer at
+// `answer`, as an answer may come in pieces, and returns the number of bytes. An answer of more
+// than 512 KiB or 1,024 pieces is given up, with a WARN line: the transfer ends, and nothing of it
+// is left.
 std::size_t OnRecallCheckAnswer(char* text, std::size_t size, std::size_t count,
                                 void* answer) noexcept;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "historytap.h"
 #include "packfile/archive.h"
 #include "packtest.h"
 #include "support/faults.h"
@@ -276,6 +277,27 @@ TEST_F(RecallFileStop, EndsTheProcessWhenTheTextCannotBeOpened) {
   fs::create_directories(kText);
 
   EXPECT_EXIT(PackRecall(), KilledBySignal(SIGABRT), kStop);
+}
+
+TEST_F(RecallFile, IsNotMadeOfMoreThanSixteenMebibytes) {
+  m_devices = {
+      {.groupId = 1, .eqpId = 3, .points = {{.pointId = 0x4D, .beginTime = 0, .endTime = 0}}}};
+  test::AnswerNextRecall(1, std::vector<ST_SINGLE_POINT_VALUE>(400'000));
+
+  EXPECT_EQ(PackRecall(), -1);
+  EXPECT_EQ(m_file, "untouched");
+  EXPECT_TRUE(fs::is_empty(kRecalls));
+  EXPECT_THAT(test::TextLog(),
+              ElementsAre(LogRecord{"WARN", std::string("CreateRecallDataJsonFile ") + kArchive +
+                                                " failed, more than 16777216 bytes"}));
+}
+
+TEST_F(RecallFile, MayBeOfAsMuchAsTheTransportCarriesManyTimesOver) {
+  m_devices = {
+      {.groupId = 1, .eqpId = 3, .points = {{.pointId = 0x4D, .beginTime = 0, .endTime = 0}}}};
+  test::AnswerNextRecall(1, std::vector<ST_SINGLE_POINT_VALUE>(300'000));
+
+  EXPECT_EQ(PackRecall(), 0);
 }
 
 }  // namespace

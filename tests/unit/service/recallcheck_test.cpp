@@ -24,7 +24,8 @@ using test::HttpAnswer;
 using test::LogRecord;
 using test::RawServer;
 
-constexpr std::size_t kLimit = 8U << 20;
+constexpr std::size_t kLimit = 512U << 10;
+constexpr int kMostPieces = 1024;
 
 // An order for one point of channel 1, device 3, from 10:00:00 to 10:02:00.
 constexpr char kOrder[] =
@@ -108,9 +109,9 @@ TEST_F(RecallCheck, JoinsAnAnswerInTwoPieces) {
                                                  "Recall Receive Response:\n" + order.substr(60)));
 }
 
-TEST_F(RecallCheck, JoinsAnAnswerOfAMegabyte) {
+TEST_F(RecallCheck, JoinsAnAnswerOf400Kilobytes) {
   std::string order = kOrder;
-  order.insert(1, R"("padding":")" + std::string(1U << 20, 'p') + "\",");
+  order.insert(1, R"("padding":")" + std::string(400'000, 'p') + "\",");
   m_cloud.Answer(HttpAnswer(200, order));
 
   EXPECT_EQ(Check(), 0);
@@ -265,11 +266,20 @@ std::string PaddedOrder(std::size_t length) {
   return order;
 }
 
-TEST_F(RecallCheck, TakesAnAnswerOfEightMebibytes) {
+TEST_F(RecallCheck, TakesAnAnswerOf512Kibibytes) {
   m_cloud.Answer(HttpAnswer(200, PaddedOrder(kLimit)));
 
   EXPECT_EQ(Check(), 0);
   EXPECT_EQ(m_order.id, 7);
+}
+
+TEST_F(RecallCheck, LogsNoMoreOfAnAnswerInCountlessPieces) {
+  std::string chunks;
+  for (int i = 0; i < 20 * kMostPieces; ++i) chunks += "1\r\n \r\n";
+  m_cloud.Answer("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + chunks + "0\r\n\r\n");
+
+  EXPECT_EQ(Check(), -1);
+  EXPECT_THAT(test::TextLog("INFO"), SizeIs(kMostPieces + 1));
 }
 
 TEST_F(RecallCheck, RefusesALargerAnswer) {
@@ -277,8 +287,9 @@ TEST_F(RecallCheck, RefusesALargerAnswer) {
 
   EXPECT_EQ(Check(), -1);
   EXPECT_EQ(m_order.id, 0);
-  EXPECT_THAT(test::WholeTextLog(),
-              HasSubstr("logType:WARN\n Recall answer of more than 8388608 bytes refused"));
+  EXPECT_THAT(
+      test::WholeTextLog(),
+      HasSubstr("logType:WARN\n Recall answer of more than 524288 bytes or 1024 pieces refused"));
 }
 
 class RecallAnswer : public test::GatewayTest {
@@ -287,13 +298,13 @@ class RecallAnswer : public test::GatewayTest {
     return OnRecallCheckAnswer(piece.data(), size, piece.size() / size, &m_answer);
   }
 
-  std::string m_answer;
+  CollectedAnswer m_answer;
 };
 
 TEST_F(RecallAnswer, IsAppendedPieceByPiece) {
   EXPECT_EQ(Receive("{\"status\""), 9U);
   EXPECT_EQ(Receive(":0}"), 3U);
-  EXPECT_EQ(m_answer, "{\"status\":0}");
+  EXPECT_EQ(m_answer.text, "{\"status\":0}");
   EXPECT_THAT(test::TextLog(),
               ElementsAre(LogRecord{"INFO", "Recall Receive Response:\n{\"status\""},
                           LogRecord{"INFO", "Recall Receive Response:\n:0}"}));
@@ -301,17 +312,17 @@ TEST_F(RecallAnswer, IsAppendedPieceByPiece) {
 
 TEST_F(RecallAnswer, IsAsLongAsSizeTimesCount) {
   EXPECT_EQ(Receive("123456789", 2), 8U);
-  EXPECT_EQ(m_answer, "12345678");
+  EXPECT_EQ(m_answer.text, "12345678");
 }
 
 TEST_F(RecallAnswer, KeepsAZeroInIt) {
   EXPECT_EQ(Receive("a\0b"s), 3U);
-  EXPECT_EQ(m_answer, "a\0b"s);
+  EXPECT_EQ(m_answer.text, "a\0b"s);
 }
 
 TEST_F(RecallAnswer, MayBeEmpty) {
   EXPECT_EQ(Receive(""), 0U);
-  EXPECT_EQ(m_answer, "");
+  EXPECT_EQ(m_answer.text, "");
 }
 
 TEST_F(RecallAnswer, WithPercentSignsIsToldAsItIs) {
@@ -320,22 +331,36 @@ TEST_F(RecallAnswer, WithPercentSignsIsToldAsItIs) {
   EXPECT_THAT(test::TextLog(), ElementsAre(LogRecord{"INFO", "Recall Receive Response:\n%s%n%d"}));
 }
 
-TEST_F(RecallAnswer, MayFillEightMebibytes) {
-  m_answer.assign(kLimit - 1, ' ');
+TEST_F(RecallAnswer, MayFill512Kibibytes) {
+  m_answer.text.assign(kLimit - 1, ' ');
 
   EXPECT_EQ(Receive("}"), 1U);
-  EXPECT_EQ(m_answer.size(), kLimit);
+  EXPECT_EQ(m_answer.text.size(), kLimit);
   EXPECT_THAT(test::TextLog("WARN"), IsEmpty());
 }
 
 // None of it is to be used: what has come so far might be a whole document.
-TEST_F(RecallAnswer, IsGivenUpBehindEightMebibytes) {
-  m_answer.assign(kLimit, ' ');
+TEST_F(RecallAnswer, IsGivenUpBehind512Kibibytes) {
+  m_answer.text.assign(kLimit, ' ');
 
   EXPECT_EQ(Receive("}"), 0U);
-  EXPECT_TRUE(m_answer.empty());
+  EXPECT_TRUE(m_answer.text.empty());
   EXPECT_THAT(test::TextLog("WARN"),
-              ElementsAre("Recall answer of more than 8388608 bytes refused"));
+              ElementsAre("Recall answer of more than 524288 bytes or 1024 pieces refused"));
+}
+
+TEST_F(RecallAnswer, MayComeIn1024Pieces) {
+  for (int i = 1; i < kMostPieces; ++i) Receive("a");
+
+  EXPECT_EQ(Receive("b"), 1U);
+  EXPECT_EQ(m_answer.text, std::string(kMostPieces - 1, 'a') + "b");
+}
+
+TEST_F(RecallAnswer, IsGivenUpBehind1024Pieces) {
+  for (int i = 0; i < kMostPieces; ++i) Receive("a");
+
+  EXPECT_EQ(Receive("b"), 0U);
+  EXPECT_TRUE(m_answer.text.empty());
 }
 
 }  // namespace
