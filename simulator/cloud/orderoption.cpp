@@ -14,7 +14,7 @@ namespace cloud {
 
 const char kOrderHelp[] =
     "  ORDER is a recall of history, answered at every recall check until its data are accepted:\n"
-    "    [SERIAL#]ID:DEVICE[;DEVICE...][*N]\n"
+    "    [SERIAL#]ID:DEVICE[;DEVICE...][*N][+K]\n"
     "  with DEVICE\n"
     "    GROUP/EQP:POINT[,POINT...]@BEGIN..END\n"
     "  e.g. '7:1/3:1123,00AB@2024-03-01 10:00:00..2024-03-01 10:30:00'\n"
@@ -22,14 +22,15 @@ const char kOrderHelp[] =
     "    ID         sequence number of the order\n"
     "    GROUP/EQP  channel number and device address, decimal\n"
     "    POINT      lower half of the point's DataId, up to four hexadecimal digits\n"
-    "    N          stand in the answers to N checks, accepted or not\n";
+    "    N          stand in the answers to N checks, accepted or not\n"
+    "    K          let K checks pass first\n";
 
 namespace {
 
 constexpr int kHexadecimal = 16;
 constexpr int kDecimal = 10;
 constexpr std::size_t kPointIdDigits = 4;
-constexpr int kRepeatLimit = 10000;
+constexpr int kCheckLimit = 10000;
 
 // Reads one order from left to right.
 class Reader {
@@ -39,8 +40,12 @@ class Reader {
   RecallOrder Read() const {
     RecallOrder order;
     std::string_view rest = m_text;
+    if (const std::size_t plus = rest.rfind('+'); plus != std::string_view::npos) {
+      order.checksBefore = Number(rest.substr(plus + 1), 0, kCheckLimit, "count after '+'");
+      rest = rest.substr(0, plus);
+    }
     if (const std::size_t star = rest.rfind('*'); star != std::string_view::npos) {
-      order.repeats = Number(rest.substr(star + 1), 1, kRepeatLimit, "count after '*'");
+      order.repeats = Number(rest.substr(star + 1), 1, kCheckLimit, "count after '*'");
       rest = rest.substr(0, star);
     }
     std::string_view head = Until(':', &rest, "has no ':' behind its number");

@@ -86,6 +86,10 @@ std::vector<RecallOrder> OrderBook::Take(const std::string& asker) {
   const std::lock_guard lock(m_mutex);
   std::vector<RecallOrder> orders;
   for (Entry& entry : m_entries) {
+    if (!entry.IsDue()) {
+      ++entry.checksBefore;
+      continue;
+    }
     if (!entry.Stands()) continue;
     ++entry.answers;
     orders.push_back(entry.order);

@@ -34,6 +34,7 @@ struct RecallOrder {
   std::vector<RecallDevice> devices{};
   std::string serialNumber{};  // of the gateway that is meant; empty: whoever asks
   int repeats = 0;  // in how many answers it stands, come what may; 0: until its data are accepted
+  int checksBefore = 0;  // how many recall checks are answered without it first
 
   bool operator==(const RecallOrder&) const = default;
 };
@@ -54,15 +55,17 @@ class OrderBook {
   void Check(const std::string& serialNumber, const RecallData& recall) const;
   // The gateway's data are accepted: the order that stood until then stands no longer.
   void Accept(const std::string& serialNumber, const RecallData& recall);
-  // How many orders will stand in the next answer.
+  // How many orders will stand in an answer, now or later.
   std::size_t Standing() const;
 
  private:
   struct Entry {
     RecallOrder order;
-    int answers = 0;  // in which it stood
+    int answers = 0;       // in which it stood
+    int checksBefore = 0;  // since it was given
     bool accepted = false;
 
+    bool IsDue() const { return checksBefore >= order.checksBefore; }
     bool Stands() const { return order.repeats == 0 ? !accepted : answers < order.repeats; }
     bool IsMeantBy(const std::string& serialNumber, const RecallData& recall) const {
       return recall.id == order.id &&

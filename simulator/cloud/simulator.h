@@ -70,7 +70,7 @@ class Simulator {
   // Orders history: the order stands in the answer to every sound recall check until data with its
   // "id" are accepted, or in as many answers as it says. Several may stand at a time.
   void Order(const RecallOrder& order) { m_orders.Add(order); }
-  // How many orders will stand in the next answer.
+  // How many orders will stand in an answer, now or later.
   std::size_t StandingOrders() const { return m_orders.Standing(); }
   // From now on every sound address check is answered with this "realIpAddress", "127.0.0.2:8080"
   // or without a port; with an empty text with none. Where it leads is the caller's business:

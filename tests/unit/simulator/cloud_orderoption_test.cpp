@@ -53,6 +53,15 @@ TEST(CloudOrderOption, NamesTheGatewayAndTheRepeats) {
   EXPECT_EQ(order.serialNumber, "TS1");
   EXPECT_EQ(order.id, -8);
   EXPECT_EQ(order.repeats, 5);
+  EXPECT_EQ(order.checksBefore, 0);
+}
+
+TEST(CloudOrderOption, LetsChecksPassFirst) {
+  constexpr char kOrder[] = "7:1/3:1@2024-03-01 10:00:00..2024-03-01 10:30:00";
+
+  EXPECT_EQ(ParseOrder(std::string(kOrder) + "+2").checksBefore, 2);
+  EXPECT_EQ(ParseOrder(std::string(kOrder) + "*5+2").checksBefore, 2);
+  EXPECT_EQ(ParseOrder(std::string(kOrder) + "*5+2").repeats, 5);
 }
 
 // What it is for: a text that is no order, and the words for it.
@@ -104,6 +113,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadOrder{"NoSuchEnd", "7:1/3:1@2024-03-01 10:00:00..10:30:00", "has '10:30:00' as a time"},
         BadOrder{"CountOfZero", "7:1/3:1@2024-03-01 10:00:00..2024-03-01 10:30:00*0",
                  "has '0' as a count"},
+        BadOrder{"NoChecksBefore", "7:1/3:1@2024-03-01 10:00:00..2024-03-01 10:30:00*5+",
+                 "has '' as a count after '+'"},
         BadOrder{"CountTooHigh", "7:1/3:1@2024-03-01 10:00:00..2024-03-01 10:30:00*10001",
                  "has '10001' as a count"}),
     [](const auto& row) { return row.param.name; });

@@ -130,6 +130,20 @@ TEST(CloudOrders, DoNotCountAnswersThatDidNotCarryThem) {
   EXPECT_EQ(Ask(simulator.Port(), RecallCheck()).body, kNoOrder);
 }
 
+TEST(CloudOrders, LetChecksPassFirst) {
+  RecallOrder order = Order();
+  order.checksBefore = 2;
+  order.repeats = 1;
+  const cloud::Simulator simulator({.orders = {order}});
+
+  std::vector<bool> ordered;
+  for (int check = 0; check < 4; ++check) {
+    ordered.push_back(Ask(simulator.Port(), RecallCheck()).body != kNoOrder);
+  }
+
+  EXPECT_THAT(ordered, ElementsAre(false, false, true, false));
+}
+
 TEST(CloudOrders, OfOtherGatewaysStandInTheAnswerToo) {
   const cloud::Simulator simulator({.orders = {EmptyOrder(5, "S9"), EmptyOrder(6)}});
 
