@@ -69,7 +69,7 @@ TEST_F(ExampleOnTheGateway, SwitchesTheServiceOnWithTheIntervalsThatAreWritten) 
   EXPECT_EQ(cloud.AlarmDataInv, 10);
   EXPECT_EQ(cloud.HeartBeatInv, 600);
   EXPECT_EQ(cloud.CheckFailInv, 30);
-  EXPECT_EQ(cloud.RecallInv, -1);
+  EXPECT_EQ(cloud.RecallInv, 60);
   EXPECT_STREQ(cloud.filetype, "json");
 }
 

@@ -237,6 +237,7 @@ INSTANTIATE_TEST_SUITE_P(Settings, ExampleCloudNumber,
                                          Bound{"AlarmDataInv", 10, 32767},
                                          Bound{"HeartInterval", 60, 32767},
                                          Bound{"FailInterval", 30, 32767},
+                                         Bound{"RecallInterval", 60, 32767},
                                          Bound{"IsCompress", 0, 1}));
 
 TEST_F(ExamplePlant, SetsNothingInTheCloudElementThatIsNotRead) {
