@@ -1,7 +1,5 @@
 #include "acquisition/alarms.h"
 
-#include <algorithm>
-
 #include "acquisition/signals.h"
 
 namespace {
@@ -83,15 +81,13 @@ std::vector<AlarmEvent> AlarmsAt(const Plant& plant, std::int64_t unixSeconds) {
 
 std::vector<AlarmEvent> LatestAlarms(const Plant& plant, std::int64_t until, std::int64_t seconds,
                                      std::size_t count) {
-  std::vector<AlarmEvent> latestFirst;
-  for (std::int64_t second = until; second > until - seconds; --second) {
+  std::vector<AlarmEvent> latest;
+  for (std::int64_t second = until; latest.size() < count && second > until - seconds; --second) {
     const auto events = AlarmsAt(plant, second);
-    for (auto event = events.rbegin(); event != events.rend(); ++event) {
-      if (latestFirst.size() == count) break;
-      latestFirst.push_back(*event);
-    }
-    if (latestFirst.size() == count) break;
+    latest.insert(latest.begin(), events.begin(), events.end());
   }
-  std::ranges::reverse(latestFirst);
-  return latestFirst;
+  if (latest.size() > count) {
+    latest.erase(latest.begin(), latest.end() - static_cast<std::ptrdiff_t>(count));
+  }
+  return latest;
 }

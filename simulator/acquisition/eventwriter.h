@@ -36,11 +36,11 @@ struct EventRow {
   std::string date;          // RecordDate, "YYYY-MM-DD"
   std::string time;          // RecordTime, "hh:mm:ss"
   std::uint32_t dataId = 0;  // point identifier
-  double threshold = 0;      //
-  double triggerValue = 0;   //
-  std::int32_t type = 0;     //
-  std::int32_t grade = 0;    //
-  std::int32_t upFlag = 0;   //
+  double threshold = 0;      // the limit
+  double triggerValue = 0;   // the value that raised or cleared the alarm
+  std::int32_t type = 0;     // eventtype
+  std::int32_t grade = 0;    // 1 is the gravest
+  std::int32_t upFlag = 0;   // 1 raised, 0 cleared
   std::int32_t upload = 0;   // 0 not yet taken, 1 taken
 };
 

@@ -1,5 +1,6 @@
 #include "acquisition/historywriter.h"
 
+#include <algorithm>
 #include <map>
 
 #include "acquisition/signals.h"
@@ -62,10 +63,9 @@ std::string RecordRows(const std::vector<HistoryRow>& rows, std::chrono::millise
   if (rows.empty()) return {};
   const RowsByTable tables = ByTable(rows);
   return Record(HistoryDatabasePath(), patience, [&tables, existing](sqlite3* database) {
-    for (const auto& [table, ofTable] : tables) {
-      if (!InsertInto(database, table.c_str(), ofTable, existing)) return false;
-    }
-    return true;
+    return std::ranges::all_of(tables, [database, existing](const auto& table) {
+      return InsertInto(database, table.first.c_str(), table.second, existing);
+    });
   });
 }
 

@@ -37,7 +37,7 @@ std::string ReadNumber(const NumberOption& option, std::string_view value, std::
 std::string ReadPeriod(std::string_view value, Options& options) {
   std::int64_t milliseconds = options.period.count();
   const NumberOption option{"--period", 1, kLongestPeriod.count(), "milliseconds"};
-  const std::string error = ReadNumber(option, value, milliseconds);
+  std::string error = ReadNumber(option, value, milliseconds);
   options.period = std::chrono::milliseconds(milliseconds);
   return error;
 }

@@ -16,7 +16,7 @@
 inline constexpr std::chrono::milliseconds kLongestPeriod = std::chrono::hours(1);
 inline constexpr std::int64_t kLongestEventInterval = 86'400;  // seconds
 inline constexpr std::int64_t kLargestBurst = 1000;            // events
-inline constexpr std::int64_t kLongestHistory = 7 * 1440;      // minutes before the start
+inline constexpr std::int64_t kLongestHistory = 10'080;        // minutes before the start, a week
 inline constexpr std::int64_t kLargestDistance = 1440;         // minutes between two faults
 
 struct Options {

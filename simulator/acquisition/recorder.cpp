@@ -14,8 +14,8 @@ constexpr std::int64_t kMinutesAtOnce = 60;
 // The segment must not wait for the card longer than this; what is not recorded stays due.
 constexpr std::chrono::milliseconds kPatience{2000};
 
-std::int64_t NextMultiple(std::int64_t seconds, std::int64_t interval) {
-  return (seconds / interval + 1) * interval;
+std::int64_t NextMultiple(std::int64_t after, std::int64_t interval) {
+  return (after / interval + 1) * interval;
 }
 
 }  // namespace
