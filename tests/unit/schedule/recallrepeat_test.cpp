@@ -103,7 +103,7 @@ TEST_F(RecallRepeat, CountsTheRepeatsOfANewNumberFromTheBeginning) {
   EXPECT_THAT(test::TextLog("WARN"), ElementsAre(Repeated(7, 1), Repeated(7, 2), Repeated(8, 1)));
 }
 
-TEST_F(RecallRepeat, CountsAFreshAfterAFailedResending) {
+TEST_F(RecallRepeat, CountsAfreshAfterAFailedResending) {
   m_cloud.Answer(Ordered(7)).Answer(Accepted()).Answer(Ordered(7)).Answer(Ordered(7));
   m_cloud.Answer(Ordered(7)).Answer(Rejected());  // the third repeat
   m_cloud.Answer(Ordered(7)).Answer(Accepted());  // resent at once

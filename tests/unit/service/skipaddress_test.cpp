@@ -1,7 +1,6 @@
 // The address check, whose answer may redirect data traffic.
 #include <gmock/gmock.h>
 
-#include <filesystem>
 #include <vector>
 
 #include "cloudfixture.h"
