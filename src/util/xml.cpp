@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 
 #include "util/file.h"
@@ -52,16 +53,52 @@ std::optional<std::string> ReadBounded(const char* path) {
   return content;
 }
 
+// What may hold anything that looks like a tag.
+struct Passage {
+  std::string_view start;
+  std::string_view end;
+};
+constexpr std::array<Passage, 3> kPassages = {
+    {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}}};
+
+// The place behind `end`, at or after `from`; behind the content when it does not come.
+std::size_t Behind(std::string_view content, std::string_view end, std::size_t from) {
+  const std::size_t place = content.find(end, from);
+  return place == std::string_view::npos ? content.size() : place + end.size();
+}
+
+// The place behind the passage that starts at `place`; nothing where none starts.
+std::optional<std::size_t> BehindPassage(std::string_view content, std::size_t place) {
+  for (const auto& [start, end] : kPassages) {
+    if (content.substr(place, start.size()) == start) {
+      return Behind(content, end, place + start.size());
+    }
+  }
+  return std::nullopt;
+}
+
 // libxml2 compares every attribute of an element with all before it: tens of thousands of them take
-// it hours. An attribute value cannot contain "<", so all of a tag stands between two of them.
+// it hours. Each has its text in quotes. Where this reads tags otherwise than libxml2 does, the
+// file is not well-formed and libxml2 has stopped.
 bool HasOverloadedTag(std::string_view content) {
-  int attributes = 0;
-  char latest = ' ';
-  for (const char c : content) {
-    if (static_cast<unsigned char>(c) <= ' ') continue;
-    if (c == '<') attributes = 0;
-    if ((c == '"' || c == '\'') && latest == '=' && ++attributes > kXmlAttributesLimit) return true;
-    latest = c;
+  bool isInTag = false;
+  int texts = 0;
+  std::size_t place = 0;
+  while ((place = content.find_first_of(isInTag ? "<>\"'" : "<", place)) < content.size()) {
+    const std::string_view found = content.substr(place, 1);
+    if (found == "\"" || found == "'") {
+      if (++texts > kXmlAttributesLimit) return true;
+      place = Behind(content, found, place + 1);
+    } else if (found == ">") {
+      isInTag = false;
+      ++place;
+    } else if (const auto behind = BehindPassage(content, place)) {
+      place = *behind;
+    } else {
+      isInTag = true;
+      texts = 0;
+      ++place;
+    }
   }
   return false;
 }

@@ -40,6 +40,13 @@ util::XmlDocument ReadText(const std::string& text) {
   return util::XmlDocument::Read(kPath);
 }
 
+// The text of that many attributes.
+std::string Pairs(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) text += " a" + std::to_string(i) + "=\"\"";
+  return text;
+}
+
 // The root of the document that a text makes, which the fixture keeps.
 class Xml : public test::GatewayTest {
  protected:
@@ -129,6 +136,13 @@ TEST_F(Xml, ReadsUtf8WhateverTheFileClaims) {
   EXPECT_THAT(root.Attribute("a"), Optional(std::string("一号站")));
 }
 
+TEST_F(Xml, ReadsAFileBehindAByteOrderMark) {
+  const auto root =
+      RootOf("\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?><r a=\"一号站\"/>");
+
+  EXPECT_THAT(root.Attribute("a"), Optional(std::string("一号站")));
+}
+
 TEST_F(Xml, TakesLineBreaksInsideAValueForBlanks) {
   EXPECT_THAT(RootOf("<r a=\"1\n2\t3\"/>").Attribute("a"), Optional(std::string("1 2 3")));
 }
@@ -153,10 +167,7 @@ TEST_F(Xml, ReadsAFileOfExactlyTheLimit) {
 }
 
 TEST_F(Xml, ReadsAnElementWithAsManyAttributesAsTheLimit) {
-  std::string attributes;
-  for (int i = 0; i < 64; ++i) attributes += " a" + std::to_string(i) + "=\"\"";
-
-  EXPECT_EQ(RootOf("<r" + attributes + "/>").Attributes().size(), 64U);
+  EXPECT_EQ(RootOf("<r" + Pairs(64) + "/>").Attributes().size(), 64U);
 }
 
 TEST_F(Xml, CountsTheAttributesOfEachElementForItself) {
@@ -166,10 +177,36 @@ TEST_F(Xml, CountsTheAttributesOfEachElementForItself) {
   EXPECT_EQ(RootOf("<r>" + elements + "</r>").Children().size(), 200U);
 }
 
-TEST_F(Xml, TakesRulersInCommentsForNoAttributes) {
-  const std::string ruler(1000, '=');
+TEST_F(Xml, TakesAttributesInACommentForNone) {
+  EXPECT_TRUE(ReadText("<!--" + Pairs(100) + "--><r><!--" + Pairs(100) + "--></r>"));
+}
 
-  EXPECT_TRUE(ReadText("<!-- " + ruler + "\n \"quoted\" 'quoted' " + ruler + " --><r/>"));
+TEST_F(Xml, TakesAttributesInACharacterSectionForNone) {
+  EXPECT_TRUE(ReadText("<r><![CDATA[" + Pairs(100) + "]]></r>"));
+}
+
+TEST_F(Xml, TakesAttributesInAnInstructionForNone) {
+  EXPECT_TRUE(ReadText("<?note" + Pairs(100) + "?><r/>"));
+}
+
+TEST_F(Xml, TakesAttributesInTextForNone) {
+  EXPECT_TRUE(ReadText("<r>" + Pairs(100) + "</r>"));
+}
+
+TEST_F(Xml, TakesAttributesInAValueForNone) {
+  EXPECT_TRUE(ReadText("<r a='" + Pairs(100) + "'/>"));
+}
+
+TEST_F(Xml, TakesTagsForNoneUntilTheCommentEnds) {
+  EXPECT_TRUE(ReadText("<!--> <e" + Pairs(100) + "/> -> --><r/>"));
+}
+
+TEST_F(Xml, TakesTagsForNoneUntilTheCharacterSectionEnds) {
+  EXPECT_TRUE(ReadText("<r><![CDATA[ ]] ]> <e" + Pairs(100) + "/> ]]></r>"));
+}
+
+TEST_F(Xml, TakesTagsForNoneUntilTheInstructionEnds) {
+  EXPECT_TRUE(ReadText("<?note ? > <e" + Pairs(100) + "/> ?><r/>"));
 }
 
 TEST_F(Xml, ReadsElementsNestedAHundredDeep) {

@@ -161,6 +161,15 @@ INSTANTIATE_TEST_SUITE_P(
                                   [](const std::string& i) { return " a" + i + "=\"\""; }) +
                          "/>";
                 }},
+        CostRow{"an element of many attributes after the start of a comment in a value",
+                [] {
+                  return "<r a=\"<!--\"" +
+                         Numbered(150'000,
+                                  [](const std::string& i) { return " a" + i + "=\"\""; }) +
+                         "/><!-- -->";
+                }},
+        CostRow{"comments without an end", [] { return Content(Filled("<!--")); }},
+        CostRow{"instructions without an end", [] { return Content(Filled("<?a ")); }},
         CostRow{"an element of many name spaces",
                 [] {
                   return "<r" +

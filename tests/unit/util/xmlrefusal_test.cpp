@@ -180,12 +180,65 @@ INSTANTIATE_TEST_SUITE_P(
                       MalformedRow{"an overlong character", "<r a=\"\xC0\xBC\"/>"},
                       MalformedRow{"a zero byte in a value", "<r a=\"1\0002\"/>"s},
                       MalformedRow{"a zero byte in a tag", "<r\0a=\"1\"/>"s},
+                      MalformedRow{"the start of a comment in a value", "<r a=\"<!--\"/><!-- -->"},
+                      MalformedRow{"the start of an instruction in a value", "<r a=\"<?\"/><?a?>"},
+                      MalformedRow{"the start of a comment in a tag", "<r <!-- a='' -->/>"},
                       MalformedRow{"a control character", "<r a=\"\x01\"/>"},
                       MalformedRow{"the number of one", "<r a=\"&#1;\"/>"},
                       MalformedRow{"elements nested 1,000 deep", Nested(1000)},
                       MalformedRow{"elements nested 100,000 deep", Nested(100'000)},
                       MalformedRow{"65 attributes", Attributes(65, "a")},
                       MalformedRow{"65 name spaces", Attributes(65, "xmlns:a")}));
+
+// Documents around an element with many attributes: nothing in them may hide it.
+struct SurroundedRow {
+  const char* name;
+  std::string before;
+  std::string after;
+};
+
+void PrintTo(const SurroundedRow& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class Surrounded : public test::GatewayTest, public ::testing::WithParamInterface<SurroundedRow> {
+ protected:
+  static std::string With(int attributes) {
+    return GetParam().before + Attributes(attributes, "a") + GetParam().after;
+  }
+};
+
+TEST_P(Surrounded, ElementWithTooManyAttributesIsRefused) {
+  EXPECT_FALSE(ReadText(With(65)));
+}
+
+TEST_P(Surrounded, ElementWithAsManyAsTheLimitIsRead) {
+  EXPECT_TRUE(ReadText(With(64)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, Surrounded,
+    ::testing::Values(
+        SurroundedRow{"after a comment", "<!-- it's a='1' -->", ""},
+        SurroundedRow{"between comments", "<!--a-->", "<!--b-->"},
+        SurroundedRow{"after a short comment", "<!---->", "<!-- -->"},
+        SurroundedRow{"after a comment that starts with an end", "<!-->-->", "<!-- -->"},
+        SurroundedRow{"after an instruction", "<?a it's b='1'?>", "<?c?>"},
+        SurroundedRow{"after a character section", "<e><![CDATA[it's a='1']]>", "</e>"},
+        SurroundedRow{"after the start of a comment in an instruction", "<?a <!--?>", "<!-- -->"},
+        SurroundedRow{"after the start of a comment in a character section", "<e><![CDATA[<!--]]>",
+                      "<!-- --></e>"},
+        SurroundedRow{"after the start of an instruction in a comment", "<!-- <?a -->", "<?b?>"},
+        SurroundedRow{"after the start of a character section in a comment",
+                      "<e><!-- <![CDATA[ -->", "<![CDATA[]]></e>"},
+        SurroundedRow{"after quotes in text", "<e>it's 5\" > 4", "'\"</e>"},
+        SurroundedRow{"after an end of tags in a value", "<e a='>' b=\"'>\">", "</e>"},
+        SurroundedRow{"after the start of a comment in the name of a type",
+                      "<!DOCTYPE r SYSTEM \"<!--\">", "<!-- -->"},
+        SurroundedRow{"after the start of an instruction in the name of a type",
+                      "<!DOCTYPE r SYSTEM '<?a'>", "<?a?>"},
+        SurroundedRow{"after the start of a comment in the name of a notation",
+                      "<!DOCTYPE r [<!NOTATION n SYSTEM '<!--'>]>", "<!-- -->"}));
 
 TEST_F(XmlRefusal, ReportsOneFirstErrorOnStandardError) {
   testing::internal::CaptureStderr();
