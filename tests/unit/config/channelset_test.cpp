@@ -9,6 +9,7 @@
 #include "support/faults.h"
 #include "support/gateway.h"
 #include "support/logs.h"
+#include "templatefiles.h"
 #include "util/paths.h"
 
 namespace {
@@ -16,47 +17,15 @@ namespace {
 using namespace std::chrono_literals;
 
 using Template = test::GatewayTest;
+using test::DataIds;
+using test::Definition;
+using test::Devices;
+using test::kDefinitionFile;
 using test::LogRecord;
+using test::OpenDevice;
+using test::OpenText;
 using test::Pause;
-
-constexpr char kDefinitionFile[] = "/tessel/Config/devices/d.xml";
-
-// Loads a template of that text.
-int OpenText(CChannelSet& catalogue, const std::string& text) {
-  test::WriteFile(paths::kChannelTemplate, text);
-  return catalogue.Open(paths::kChannelTemplate);
-}
-
-// One device on channel 1, address 3, with that definition file.
-int OpenDevice(CChannelSet& catalogue, const std::string& definition) {
-  test::WriteFile(kDefinitionFile, definition);
-  test::ChannelTemplate().Channel(1).Device(3, kDefinitionFile).Write();
-  return catalogue.Open(paths::kChannelTemplate);
-}
-
-std::string Definition(const std::string& types) {
-  return "<DevConfig><NodeProperty>" + types + "</NodeProperty></DevConfig>";
-}
-
-std::vector<std::uint32_t> DataIds(CChannelSet& catalogue) {
-  MAP_POINT_ATTR* points = nullptr;
-  catalogue.GetAttr(&points);
-  std::vector<std::uint32_t> dataIds;
-  for (const auto& [dataId, point] : *points) dataIds.push_back(dataId);
-  return dataIds;
-}
-
-const MAP_DEV_ATTR& Devices(CChannelSet& catalogue) {
-  MAP_DEV_ATTR* devices = nullptr;
-  catalogue.GetAttr(&devices);
-  return *devices;
-}
-
-ST_POINTID_ATTR Point(CChannelSet& catalogue, std::uint32_t dataId) {
-  ST_POINTID_ATTR* point = nullptr;
-  EXPECT_EQ(catalogue.GetAttr(dataId, &point), 0);
-  return point == nullptr ? ST_POINTID_ATTR{} : *point;
-}
+using test::Point;
 
 TEST_F(Template, ComposesThePointIdentifierAndTheDeviceNumber) {
   CChannelSet catalogue;
@@ -173,67 +142,6 @@ TEST_F(Template, ADevicePathKeeps126Characters) {
   EXPECT_EQ(Devices(catalogue).at(0x0103).Name, "/" + std::string(125, 'n'));
 }
 
-TEST_F(Template, ADeviceInheritsWhatItLeavesOut) {
-  CChannelSet catalogue;
-  OpenText(catalogue,
-           "<ChannelConfig>"
-           "<Channel No=\"4\"><Dev Name=\"a\" Protocol=\"P\" Desc=\"D\" SlaveId=\"1\" Group=\"6\"/>"
-           "</Channel>"
-           "<Channel><Dev SlaveId=\"2\"/></Channel></ChannelConfig>");
-
-  const ST_DEV_ATTR& second = Devices(catalogue).at(0x0402);
-
-  EXPECT_STREQ(second.Name, "a");
-  EXPECT_STREQ(second.Protocol, "P");
-  EXPECT_STREQ(second.Desc, "D");
-  EXPECT_EQ(second.GroupNo, 6);
-}
-
-TEST_F(Template, TheFirstDeviceInheritsNothing) {
-  CChannelSet catalogue;
-
-  OpenText(catalogue, "<ChannelConfig><Channel><Dev/></Channel></ChannelConfig>");
-
-  const ST_DEV_ATTR& device = Devices(catalogue).at(0);
-  EXPECT_STREQ(device.Name, "");
-  EXPECT_STREQ(device.Protocol, "");
-  EXPECT_EQ(device.GroupNo, 0);
-}
-
-TEST_F(Template, APointInheritsWhatItLeavesOutAlsoAcrossTypes) {
-  CChannelSet catalogue;
-
-  OpenDevice(catalogue, Definition("<AI><Node Id=\"1\" Name=\"N\" EUUnits=\"V\"/></AI>"
-                                   "<DI><Node Id=\"2\"/></DI>"));
-
-  EXPECT_STREQ(Point(catalogue, 0x01030102).Name, "N");
-  EXPECT_STREQ(Point(catalogue, 0x01030102).EUUnits, "V");
-}
-
-TEST_F(Template, APointWithoutANumberReplacesThePointBefore) {
-  CChannelSet catalogue;
-
-  OpenDevice(catalogue, Definition("<AI><Node Id=\"1\" Name=\"old\"/><Node Name=\"new\"/></AI>"));
-
-  EXPECT_EQ(DataIds(catalogue), std::vector<std::uint32_t>{0x01030001});
-  EXPECT_STREQ(Point(catalogue, 0x01030001).Name, "new");
-}
-
-TEST_F(Template, TheFirstPointOfAFileInheritsNothingFromAnotherFile) {
-  CChannelSet catalogue;
-  test::DeviceFile("a").Node("AI", 1, "A", "V").Write();
-  test::WriteFile("/tessel/Config/devices/b.xml", Definition("<AI><Node Id=\"1\"/></AI>"));
-  test::ChannelTemplate()
-      .Channel(1)
-      .Device(1, test::DeviceFile("a").Path())
-      .Device(2, "/tessel/Config/devices/b.xml")
-      .Write();
-
-  catalogue.Open(paths::kChannelTemplate);
-
-  EXPECT_STREQ(Point(catalogue, 0x01020001).Name, "");
-}
-
 TEST_F(Template, OfTwoDevicesWithOneNumberTheLaterCountsAndThePointsOfBothAreLoaded) {
   CChannelSet catalogue;
   test::DeviceFile("a").Node("AI", 1).Write();
@@ -274,7 +182,7 @@ TEST_F(Template, PausesAfterEveryDeviceAndEveryElementOfTheRoot) {
 
   OpenText(catalogue,
            "<ChannelConfig><Channel No=\"1\"><Dev SlaveId=\"1\"/><Dev SlaveId=\"2\"/>"
-           "</Channel><Other/><Channel No=\"2\"/></ChannelConfig>");
+           "</Channel><!-- no element --><Other/><Channel No=\"2\"/></ChannelConfig>");
 
   EXPECT_EQ(test::Pauses(), std::vector<Pause>(5, 100ms));
 }

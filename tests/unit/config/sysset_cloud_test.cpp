@@ -12,6 +12,8 @@ namespace {
 
 using CloudSettings = test::GatewayTest;
 
+constexpr char kDefaultAddress[] = BRENNIK_DEFAULT_CLOUD_IP;  // as the build configures it
+
 ST_CLOUDSERVER_CONFIG_ATTR Load(const test::SysXml& xml) {
   xml.Write();
   CSysSet settings;
@@ -41,9 +43,10 @@ TEST_F(CloudSettings, WithoutAnAddressGoToTheFixedOne) {
 
   settings.Open(paths::kSystemFile);
 
-  EXPECT_STREQ(settings.GetCloudConfigAttr()->cloudip, "192.168.1.100");
-  EXPECT_STREQ(settings.GetRealIpAddress(), "192.168.1.100");
-  EXPECT_EQ(test::TextLog("INFO"), std::vector<std::string>{"real IP has become 192.168.1.100"});
+  EXPECT_STREQ(settings.GetCloudConfigAttr()->cloudip, kDefaultAddress);
+  EXPECT_STREQ(settings.GetRealIpAddress(), kDefaultAddress);
+  EXPECT_EQ(test::TextLog("INFO"),
+            std::vector<std::string>{std::string("real IP has become ") + kDefaultAddress});
 }
 
 TEST_F(CloudSettings, TheConfiguredAddressBecomesTheOneInUse) {
@@ -76,8 +79,8 @@ TEST_F(CloudSettings, ARepeatedElementTakesItsDefaultsAgainTheAddressInUseInclud
   settings.Open(paths::kSystemFile);
 
   const auto* cloud = settings.GetCloudConfigAttr();
-  EXPECT_STREQ(cloud->cloudip, "192.168.1.100");
-  EXPECT_STREQ(settings.GetRealIpAddress(), "192.168.1.100");
+  EXPECT_STREQ(cloud->cloudip, kDefaultAddress);
+  EXPECT_STREQ(settings.GetRealIpAddress(), kDefaultAddress);
   EXPECT_EQ(cloud->port, 80);
   EXPECT_EQ(cloud->checked, 0);
   EXPECT_STREQ(cloud->Dir, "");

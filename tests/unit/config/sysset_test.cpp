@@ -1,6 +1,7 @@
 // The system file as a document, the version file, the address in use.
 #include "config/sysset.h"
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -153,6 +154,33 @@ TEST_F(SystemSettings, HttpsSettingsAreWrittenOnlyWhenPresent) {
   EXPECT_STREQ(https->user, "v");
   EXPECT_STREQ(https->passwd, "p");
 }
+
+struct SwitchRow {
+  const char* value;
+  int expected;
+};
+
+void PrintTo(const SwitchRow& row, std::ostream* out) {
+  *out << "checked=\"" << row.value << '"';
+}
+
+class HttpsSwitch : public test::GatewayTest, public ::testing::WithParamInterface<SwitchRow> {};
+
+TEST_P(HttpsSwitch, KeepsTheLowEightBitsOfItsNumber) {
+  test::WriteFile(paths::kSystemFile, "<sysConfig><cloud><https checked=\"1\"/><https checked=\"" +
+                                          std::string(GetParam().value) +
+                                          "\"/></cloud></sysConfig>");
+  CSysSet settings;
+
+  settings.Open(paths::kSystemFile);
+
+  EXPECT_EQ(settings.GetHttpsCertInfo()->checked, GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, HttpsSwitch,
+                         ::testing::Values(SwitchRow{"0", 0}, SwitchRow{"256", 0},
+                                           SwitchRow{"258", 2}, SwitchRow{"-1", 255},
+                                           SwitchRow{"yes", 0}, SwitchRow{"", 0}));
 
 TEST_F(SystemSettings, HttpsTextsAreCutAtTheirFields) {
   test::SysXml()
