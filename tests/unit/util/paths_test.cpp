@@ -38,6 +38,8 @@ INSTANTIATE_TEST_SUITE_P(
                       PathRow{paths::kRealData, "/media/mmcblk0p1/Cloud/JsonFiles/realdata"},
                       PathRow{paths::kAlarmData, "/media/mmcblk0p1/Cloud/JsonFiles/alarmdata"},
                       PathRow{paths::kCallData, "/media/mmcblk0p1/Cloud/JsonFiles/calldata"},
+                      PathRow{paths::kEventDatabaseFormat, "/media/mmcblk0p1/%d%02d_event.db"},
+                      PathRow{paths::kDemandHistory, "/media/mmcblk0p1/demand_history.db"},
                       PathRow{paths::kLogDirectory, "/tmp/CloudLog"},
                       PathRow{paths::kLogDatabase, "/tmp/CloudLog/Cloudlog.db"}));
 
