@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "log/log.h"
 #include "log/logdatabase.h"
 #include "log/logtxt.h"
+#include "support/clock.h"
 #include "support/files.h"
 #include "support/logfiles.h"
 #include "support/threads.h"
@@ -18,6 +20,7 @@
 namespace {
 
 using test::ThreadEntry;
+using ::testing::ElementsAre;
 
 constexpr std::size_t kTwoMebibytes = 0x200000;
 constexpr std::chrono::milliseconds kUntilTheEndHasBegun{100};
@@ -137,21 +140,26 @@ TEST_F(LogStart, DiscardsUnwrittenMessagesAtTheEnd) {
 }
 
 TEST_F(LogStart, EndsOnlyAfterABatchThatIsUnderWay) {
-  static std::atomic<bool> isWriting;
+  static std::atomic<bool> isScanning;
   static std::atomic<bool> isEnding;
   const auto check = [] {
+    test::SetTime(test::LocalTimeOf(2024, 11, 15, 12));
+    for (const char* day : {"1110", "1111", "1112", "1113", "1114", "1115"}) {
+      test::WriteFile(std::string("/tmp/CloudLog/") + day + "_log.txt", "");
+    }
     log_init(0);
     const bool isParked = test::AwaitParked(CLogTxt::RecordThread, 1);
-    test::AtNext(test::Tapped::kWrite, [] {
-      isWriting = true;
-      isWriting.notify_one();
+    // The retention comes last, when nobody needs to wait for the queue any more.
+    test::AtNext(test::Tapped::kOpendir, [] {
+      isScanning = true;
+      isScanning.notify_one();
       isEnding.wait(false);
       std::this_thread::sleep_for(kUntilTheEndHasBegun);
     });
     log_Text(INFO, "first");
     log_Text(INFO, "second");
     test::ResumeThreads(CLogTxt::RecordThread);
-    isWriting.wait(false);
+    isScanning.wait(false);
     isEnding = true;
     isEnding.notify_one();
     return isParked;
@@ -159,8 +167,10 @@ TEST_F(LogStart, EndsOnlyAfterABatchThatIsUnderWay) {
 
   EXPECT_EXIT(EndWith(check()), kRight, "");
 
-  EXPECT_THAT(test::OfLevel(test::ReadTextLog(), "INFO"),
-              ::testing::ElementsAre("first", "second"));
+  EXPECT_THAT(test::OfLevel(test::ReadTextLog(), "INFO"), ElementsAre("first", "second"));
+  EXPECT_THAT(
+      test::List("/tmp/CloudLog"),
+      ElementsAre("1111_log.txt", "1112_log.txt", "1113_log.txt", "1114_log.txt", "1115_log.txt"));
 }
 
 }  // namespace
