@@ -58,7 +58,7 @@ CLogDatabase::CLogDatabase() {
 
 CLogDatabase::~CLogDatabase() {
   // A batch under way comes to its end, unless it has locked itself out for good; then nobody else
-  // is left at the queue.
+  // is left at the queue. The batches need not have ended then: the next one waits at the queue.
   while (!RecordBatch<CLogDatabase>::TryEnd() && !m_queueMutex.IsAbandoned()) sched_yield();
   std::unique_lock lock(m_queueMutex, std::defer_lock);
   if (!m_queueMutex.IsAbandoned()) lock.lock();
