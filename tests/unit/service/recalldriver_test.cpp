@@ -89,6 +89,15 @@ TEST_F(RecalledFile, ThatIsMissingCountsAsAccepted) {
   EXPECT_THAT(m_cloud.Requests(), IsEmpty());
 }
 
+TEST_F(RecalledFile, ThatIsTooLargeCountsAsAccepted) {
+  WriteFile(kRecallFile, std::string(40960, 'x'));
+
+  EXPECT_EQ(UploadDemandRecall(kRecallFile), 0);
+  EXPECT_THAT(m_cloud.Requests(), IsEmpty());
+  EXPECT_EQ(test::TextLog("INFO").back(), std::string("Send Recalldata ") + kRecallFile + " to " +
+                                              Url("/eqpapi/EqpDataRecall") + " successfully\n");
+}
+
 TEST_F(RecalledFile, ThatCannotBeOpenedFails) {
   WriteFile(std::string(kRecallFile) + "/a-directory-of-that-name", "");
 
