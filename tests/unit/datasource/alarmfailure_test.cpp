@@ -149,6 +149,15 @@ TEST_F(AlarmDatabase, GivesItsRowsAgainWhereTheMarkFailed) {
   EXPECT_THAT(ValuesOf(second), ElementsAre(1));
 }
 
+TEST_F(AlarmDatabase, IsVisitedOnceATurnWhereTheMarkFailed) {
+  EventDatabase(2024, 3).Add({.triggerValue = 1});
+  test::FailCalls(Call::kSqliteExec);
+
+  const Events events = Take();
+
+  EXPECT_THAT(ValuesOf(events), ElementsAre(1));
+}
+
 TEST_F(AlarmDatabase, ThatFailsBetweenTwoRowsIsNotMarked) {
   EventDatabase database(2024, 3);
   database.AddAll({{.triggerValue = 1}, {.triggerValue = 2}});

@@ -202,17 +202,6 @@ INSTANTIATE_TEST_SUITE_P(
         Series{"HeldBackBeforeAGap", {{0}, {1, 0}, {3}}, 0, {0}}),
     [](const auto& test) { return test.param.name; });
 
-TEST_F(DemandHistory, WithoutTheMinuteGivesWhatCameBeforeIt) {
-  HistoryDatabase()
-      .Series(kPump, kTen, kTen + kMinute)
-      .Series(kPump, kTen + 3 * kMinute, kTen + 3 * kMinute);
-
-  const Found found = RecallMinutes(0, 3);
-
-  EXPECT_EQ(found.result, 0);
-  EXPECT_THAT(MinutesOf(found.values), ElementsAre(0, 1));
-}
-
 TEST_F(DemandHistory, OfASpanThatEndsOffTheMinuteIsNeverWhole) {
   HistoryDatabase().Series(kPump, kTen, kTen + 3 * kMinute);
 
