@@ -253,6 +253,14 @@ INSTANTIATE_TEST_SUITE_P(
                "\"data[0].values[1].timeMark\" is not a time"}),
     [](const auto& row) { return row.param.name; });
 
+TEST(CloudDocuments, RefusesADescriptionThatExceedsItsField) {
+  const std::string text =
+      test::Replaced(test::AlarmDocument(), "柜门(阀值:30.000)", std::string(255, 'n'));
+
+  EXPECT_THAT([&] { CheckDocument(Endpoint::kAlarmData, text); },
+              ThrowsMessage<cloud::Fault>(HasSubstr("\"data[0].alarmDes\" does not end like")));
+}
+
 TEST(CloudDocuments, GiveTheRecalledPoints) {
   const DocumentFacts facts = CheckDocument(Endpoint::kCallData, test::RecallDocument());
 
