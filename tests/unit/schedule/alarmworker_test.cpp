@@ -207,6 +207,20 @@ TEST_F(AlarmWorker, FilesByItsBoundaryAlsoWhenTheNameIsOfTheNextDay) {
                                         Pair("alarmdata/7/T20240308000000.tar.gz", "1 0")));
 }
 
+TEST_F(AlarmWorker, FilesByItsBoundaryAlsoWhenItWakesLate) {
+  EventDatabase(2024, 3).Add();
+  m_interval = 7000;  // whose boundaries miss midnight: 23:56:40
+  int pauses = 0;
+  test::OnPause([&](test::Pause) {
+    if (++pauses == 1) test::SetTime(LocalTimeOf(2024, 3, 8, 0, 1));
+    if (pauses == 4) throw test::WorkerEnded{};
+  });
+
+  RunToItsEnd(HandleRealAlarm, m_interval);
+
+  EXPECT_THAT(ReadLedger(), ElementsAre(Pair("alarmdata/7/T20240308000100.tar.gz", "1 0")));
+}
+
 TEST_F(AlarmWorker, ReadsBothMonthsFilesIntoOneBurst) {
   test::SetTime(LocalTimeOf(2024, 4, 2, 2, 0, 10));
   EventDatabase march(2024, 3);
