@@ -104,6 +104,12 @@ RawServer& RawServer::Answer(Pieces pieces) {
   return *this;
 }
 
+RawServer& RawServer::AnswerApart(const std::string& path, const std::string& whole) {
+  const std::lock_guard lock(m_mutex);
+  m_answersApart.emplace_back(path, whole);
+  return *this;
+}
+
 std::vector<RawRequest> RawServer::Requests() const {
   const std::lock_guard lock(m_mutex);
   return m_requests;
@@ -123,19 +129,19 @@ void RawServer::Exchange(int connection) {
   setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &noDelay, sizeof(noDelay));
   const auto request = ReadRequest(connection);
   if (!request) return;
-  {
-    const std::lock_guard lock(m_mutex);
-    m_requests.push_back(*request);
-  }
-  const Pieces pieces = NextAnswer();
+  const Pieces pieces = Next(*request);
   for (std::size_t i = 0; i < pieces.size(); ++i) {
     if (i > 0) std::this_thread::sleep_for(kBetweenPieces);
     SendAll(connection, pieces[i]);
   }
 }
 
-RawServer::Pieces RawServer::NextAnswer() {
+RawServer::Pieces RawServer::Next(const RawRequest& request) {
   const std::lock_guard lock(m_mutex);
+  for (const auto& [path, answer] : m_answersApart) {
+    if (request.Line().find(path + " ") != std::string::npos) return {answer};
+  }
+  m_requests.push_back(request);
   if (m_answers.empty()) return {HttpAnswer(500, "")};
   Pieces pieces = std::move(m_answers.front());
   m_answers.pop_front();

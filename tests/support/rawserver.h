@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace test {
@@ -42,18 +43,22 @@ class RawServer {
   // Appends an answer; the pieces go out one by one, far enough apart to arrive one by one.
   RawServer& Answer(Pieces pieces);
   RawServer& Answer(const std::string& whole) { return Answer(Pieces{whole}); }
+  // Gives requests to this path the same answer each time; they take none of the list and are not
+  // among Requests.
+  RawServer& AnswerApart(const std::string& path, const std::string& whole);
   // The requests so far.
   std::vector<RawRequest> Requests() const;
 
  private:
   void Serve();
   void Exchange(int connection);
-  Pieces NextAnswer();
+  Pieces Next(const RawRequest& request);
 
   int m_listener = -1;
   std::uint16_t m_port = 0;
-  mutable std::mutex m_mutex;  // guards the two below
+  mutable std::mutex m_mutex;  // guards the three below
   std::deque<Pieces> m_answers;
+  std::vector<std::pair<std::string, std::string>> m_answersApart;  // path, answer
   std::vector<RawRequest> m_requests;
   std::thread m_thread;
 };

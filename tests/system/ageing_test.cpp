@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "support/rawserver.h"
+#include "system/support/cloudserver.h"
 #include "system/support/ledger.h"
 #include "system/support/plant.h"
 #include "system/support/systemtest.h"
@@ -34,7 +34,7 @@ class Ageing : public test::SystemTest {
     return {name, type, result};
   }
 
-  test::RawServer m_server;
+  test::CloudServer m_server;
   std::optional<Segment> m_segment{kAnyValue};
 };
 

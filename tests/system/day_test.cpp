@@ -84,6 +84,7 @@ std::vector<Behaviour> Troubles(int count) {
 
 TEST_F(Day, WithTroublesEndsWithEverythingAccepted) {
   constexpr int kTroubles = 40;
+  constexpr int kAddressChecks = 143;  // every ten minutes from 00:10 to 23:50
   cloud::Simulator cloud({.serialNumber = test::kSerialNumber});
   cloud.Script(Endpoint::kRealData, Troubles(kTroubles));
   test::SystemFile(cloud.Port()).Write();
@@ -94,7 +95,7 @@ TEST_F(Day, WithTroublesEndsWithEverythingAccepted) {
 
   EXPECT_EQ(test::CountResults(1), kCycles);
   EXPECT_EQ(test::CountResults(0), 0);
-  EXPECT_EQ(cloud.Exchanges().size(), 1U + kCycles + kTroubles);
+  EXPECT_EQ(cloud.Exchanges().size(), 1U + kCycles + kTroubles + kAddressChecks);
   CheckCopies(cloud.AcceptedUploads());
 }
 

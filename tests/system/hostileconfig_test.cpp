@@ -8,8 +8,8 @@
 #include <tuple>
 #include <vector>
 
-#include "support/rawserver.h"
 #include "system/support/answers.h"
+#include "system/support/cloudserver.h"
 #include "system/support/ledger.h"
 #include "system/support/logtimes.h"
 #include "system/support/plant.h"
@@ -152,7 +152,7 @@ class HostileConfiguration : public test::SystemTest {
     return -1;
   }
 
-  test::RawServer m_server;
+  test::CloudServer m_server;
 };
 
 class UnusableFile : public HostileConfiguration,
@@ -250,7 +250,7 @@ TEST_F(HostileConfiguration, WithAWrongRootInADefinitionLeavesTheDeviceWithoutPo
 }
 
 TEST_F(HostileConfiguration, NamesNoAddressThatIsVisited) {
-  test::RawServer visited;
+  test::CloudServer visited;
   test::SysXml system = test::SystemFile(m_server.Port());
   std::string text = system.Text();
   text.insert(text.find("<sysConfig"),

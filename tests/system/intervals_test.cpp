@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "cloud/simulator.h"
-#include "support/rawserver.h"
+#include "system/support/cloudserver.h"
 #include "system/support/ledger.h"
 #include "system/support/logtimes.h"
 #include "system/support/plant.h"
@@ -14,6 +14,8 @@
 #include "util/text.h"
 
 namespace {
+
+constexpr unsigned kMainAndTwoLogThreads = 3;
 
 struct Asked {
   const char* name;
@@ -30,7 +32,7 @@ class Intervals : public test::SystemTest, public ::testing::WithParamInterface<
 };
 
 TEST_P(Intervals, AreLogged) {
-  const test::RawServer server;
+  const test::CloudServer server;
   test::SysXml system = test::SystemFile(server.Port());
   for (const auto& [name, value] : GetParam().attributes) system.Cloud(name, value);
   system.Write();
@@ -85,6 +87,24 @@ class Workers : public test::SystemTest {
   cloud::Simulator m_cloud{{}};
   Segment m_segment{std::vector<SegmentPoint>{{0x01030001, 1}}};
 };
+
+TEST_F(Workers, AreFourWithoutARecallInterval) {
+  test::SystemFile(m_cloud.Port()).Write();
+  test::ServiceProcess service(At(12, 0, 10));
+
+  service.RunUntil(At(12, 0, 20));
+
+  EXPECT_EQ(service.Threads(), kMainAndTwoLogThreads + 4);
+}
+
+TEST_F(Workers, AreFiveWithARecallInterval) {
+  test::SystemFile(m_cloud.Port()).Cloud("RecallInterval", "120").Write();
+  test::ServiceProcess service(At(12, 0, 10));
+
+  service.RunUntil(At(12, 0, 20));
+
+  EXPECT_EQ(service.Threads(), kMainAndTwoLogThreads + 5);
+}
 
 TEST_F(Workers, PackAndUploadWithoutARecallInterval) {
   test::SystemFile(m_cloud.Port()).Write();

@@ -6,8 +6,8 @@
 
 #include "cloud/archive.h"
 #include "cloud/simulator.h"
-#include "support/rawserver.h"
 #include "system/support/answers.h"
+#include "system/support/cloudserver.h"
 #include "system/support/ledger.h"
 #include "system/support/logtimes.h"
 #include "system/support/plant.h"
@@ -17,10 +17,10 @@
 namespace {
 
 using cloud::Endpoint;
+using test::CloudServer;
 using test::HttpAnswer;
 using test::LedgerRow;
 using test::RawRequest;
-using test::RawServer;
 
 constexpr char kName[] = "realdata/7/S20240307120500.tar.gz";
 constexpr char kPath[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S20240307120500.tar.gz";
@@ -46,7 +46,7 @@ std::string Body(const std::string& archive) {
 }
 
 TEST_F(RealDataRoad, LogsInWithTheseBytes) {
-  RawServer server;
+  CloudServer server;
   server.Answer(HttpAnswer(200, test::kLoginGranted));
   test::SystemFile(server.Port()).Cloud("Dir", "/cloud").Write();
   const Segment segment(test::ExampleValues());
@@ -72,7 +72,7 @@ TEST_F(RealDataRoad, LogsInWithTheseBytes) {
 }
 
 TEST_F(RealDataRoad, UploadsWithTheseBytes) {
-  RawServer server;
+  CloudServer server;
   server.Answer(HttpAnswer(200, test::kLoginGranted)).Answer(HttpAnswer(200, test::kAccepted));
   test::SystemFile(server.Port()).Cloud("Dir", "/cloud").Write();
   const Segment segment(test::ExampleValues());
@@ -100,7 +100,7 @@ TEST_F(RealDataRoad, UploadsWithTheseBytes) {
 }
 
 TEST_F(RealDataRoad, PutsTheDocumentIntoTheArchiveUnderItsBareName) {
-  RawServer server;
+  CloudServer server;
   test::SystemFile(server.Port()).Write();
   const Segment segment(test::ExampleValues());
   test::ServiceProcess service(At(12, 3, 10));
@@ -113,7 +113,7 @@ TEST_F(RealDataRoad, PutsTheDocumentIntoTheArchiveUnderItsBareName) {
 }
 
 TEST_F(RealDataRoad, LeavesOnlyTheArchiveOnTheCard) {
-  RawServer server;
+  CloudServer server;
   test::SystemFile(server.Port()).Write();
   const Segment segment(test::ExampleValues());
   test::ServiceProcess service(At(12, 3, 10));
@@ -129,7 +129,7 @@ TEST_F(RealDataRoad, LeavesOnlyTheArchiveOnTheCard) {
 }
 
 TEST_F(RealDataRoad, RecordsThePackedFileAsPending) {
-  RawServer server;
+  CloudServer server;
   server.Answer(HttpAnswer(200, test::kLoginGranted));
   test::SystemFile(server.Port()).Write();
   const Segment segment(test::ExampleValues());
@@ -141,7 +141,7 @@ TEST_F(RealDataRoad, RecordsThePackedFileAsPending) {
 }
 
 TEST_F(RealDataRoad, MarksTheAcceptedFile) {
-  RawServer server;
+  CloudServer server;
   server.Answer(HttpAnswer(200, test::kLoginGranted)).Answer(HttpAnswer(200, test::kAccepted));
   test::SystemFile(server.Port()).Write();
   const Segment segment(test::ExampleValues());
@@ -190,7 +190,7 @@ TEST_F(RealDataRoad, SendsAnAcceptedFileOnlyOnce) {
 }
 
 TEST_F(RealDataRoad, TellsItselfInTheTextLog) {
-  RawServer server;
+  CloudServer server;
   server.Answer(HttpAnswer(200, test::kLoginGranted)).Answer(HttpAnswer(200, test::kAccepted));
   test::SystemFile(server.Port()).Cloud("Dir", "/cloud").Write();
   const Segment segment(test::ExampleValues());
@@ -241,7 +241,7 @@ TEST_F(RealDataRoad, TellsItselfInTheTextLog) {
 }
 
 TEST_F(RealDataRoad, TellsTheDatabaseLogOnlyThatItHasStarted) {
-  RawServer server;
+  CloudServer server;
   server.Answer(HttpAnswer(200, test::kLoginGranted)).Answer(HttpAnswer(200, test::kAccepted));
   test::SystemFile(server.Port()).Write();
   const Segment segment(test::ExampleValues());

@@ -6,7 +6,7 @@
 
 #include "acquisition/tornwriter.h"
 #include "cloud/simulator.h"
-#include "support/rawserver.h"
+#include "system/support/cloudserver.h"
 #include "system/support/ledger.h"
 #include "system/support/logtimes.h"
 #include "system/support/plant.h"
@@ -25,7 +25,7 @@ class LiveSegment : public test::SystemTest {
     test::SystemFile(m_server.Port()).Write();
   }
 
-  test::RawServer m_server;
+  test::CloudServer m_server;
 };
 
 struct BadSegment {

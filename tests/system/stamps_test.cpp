@@ -2,7 +2,7 @@
 #include <string>
 #include <vector>
 
-#include "support/rawserver.h"
+#include "system/support/cloudserver.h"
 #include "system/support/ledger.h"
 #include "system/support/plant.h"
 #include "system/support/systemtest.h"
@@ -21,7 +21,7 @@ class Stamps : public test::SystemTest {
     test::WriteEmptyPlant();
   }
 
-  test::RawServer m_server;
+  test::CloudServer m_server;
   Segment m_segment{kAnyValue};
 };
 

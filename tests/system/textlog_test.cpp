@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "support/rawserver.h"
 #include "system/support/answers.h"
+#include "system/support/cloudserver.h"
 #include "system/support/logtimes.h"
 #include "system/support/plant.h"
 #include "system/support/systemtest.h"
@@ -43,7 +43,7 @@ class TextLog : public test::SystemTest {
     return names;
   }
 
-  test::RawServer m_server;
+  test::CloudServer m_server;
 };
 
 TEST_F(TextLog, FilesAreForTheOwnersReadingOnly) {

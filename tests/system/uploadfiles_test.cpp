@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "support/rawserver.h"
 #include "system/support/answers.h"
+#include "system/support/cloudserver.h"
 #include "system/support/ledger.h"
 #include "system/support/logtimes.h"
 #include "system/support/plant.h"
@@ -12,9 +12,9 @@
 
 namespace {
 
+using test::CloudServer;
 using test::HttpAnswer;
 using test::LedgerRow;
-using test::RawServer;
 
 // The service starts at 11:59:30 with one pending row, which is up at 12:00:00.
 class UploadedFiles : public test::SystemTest {
@@ -27,7 +27,7 @@ class UploadedFiles : public test::SystemTest {
     m_path = test::DataFilePath(m_name);
   }
 
-  RawServer m_server;
+  CloudServer m_server;
   std::string m_name;
   std::string m_path;
 };

@@ -1,10 +1,12 @@
 // The upload worker's walk over the pending rows.
+#include <gmock/gmock.h>
+
 #include <string>
 #include <vector>
 
 #include "cloud/simulator.h"
-#include "support/rawserver.h"
 #include "system/support/answers.h"
+#include "system/support/cloudserver.h"
 #include "system/support/ledger.h"
 #include "system/support/logtimes.h"
 #include "system/support/plant.h"
@@ -15,9 +17,10 @@ namespace {
 
 using cloud::Behaviour;
 using cloud::Endpoint;
+using test::CloudServer;
 using test::HttpAnswer;
 using test::LedgerRow;
-using test::RawServer;
+using ::testing::IsEmpty;
 
 // The service starts at 11:59:30 without an acquisition side: nothing is packed, and the first
 // uploads begin at 12:00:00.
@@ -153,7 +156,8 @@ TEST_F(Uploads, WithoutALedgerAreNone) {
 
   service.RunUntil(At(12, 10, 0));
 
-  EXPECT_EQ(cloud.Exchanges().size(), 1U);  // the login
+  EXPECT_THAT(UploadedNames(cloud), IsEmpty());
+  EXPECT_THAT(test::TextLogTimes("start Send"), IsEmpty());
   EXPECT_FALSE(test::Exists(paths::kLedger));
 }
 
@@ -172,7 +176,7 @@ TEST_F(Uploads, LeaveAcceptedRowsAlone) {
 class OtherFileType : public Uploads, public ::testing::WithParamInterface<int> {};
 
 TEST_P(OtherFileType, GoesToTheAlarmEndpoint) {
-  RawServer server;
+  CloudServer server;
   server.Answer(HttpAnswer(200, test::kLoginGranted)).Answer(HttpAnswer(200, test::kAccepted));
   test::SystemFile(server.Port()).Cloud("Dir", "/cloud").Write();
   const std::string name = test::AlarmDataName(At(10, 0));
@@ -193,7 +197,7 @@ TEST_P(OtherFileType, GoesToTheAlarmEndpoint) {
 }
 
 TEST_P(OtherFileType, IsSpokenOfAsAlarms) {
-  RawServer server;
+  CloudServer server;
   server.Answer(HttpAnswer(200, test::kLoginGranted)).Answer(HttpAnswer(200, test::kRefused));
   server.Answer(HttpAnswer(200, test::kAccepted));
   test::SystemFile(server.Port()).Write();

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cloud/archive.h"
-#include "support/rawserver.h"
+#include "system/support/cloudserver.h"
 #include "system/support/ledger.h"
 #include "system/support/plant.h"
 #include "system/support/systemtest.h"
@@ -37,7 +37,7 @@ class Values : public test::SystemTest {
     return test::Exists(file) ? cloud::ReadArchive(test::ReadFile(file)).text : "no file";
   }
 
-  test::RawServer m_server;
+  test::CloudServer m_server;
 };
 
 TEST_F(Values, OfEveryPointStandInTheDocument) {
