@@ -98,15 +98,19 @@ Simulator::Simulator(Settings settings)
       m_listener(m_settings.address, m_settings.port),
       m_secondListener(SecondListener(m_settings.secondAddress, m_listener.Port())) {
   for (const auto& [endpoint, behaviours] : m_settings.scripts) Script(endpoint, behaviours);
+  Announce(m_settings.address);  // both before a thread prints, too
+  if (m_secondListener) Announce(m_settings.secondAddress);
   PrepareLibrary();
   Start(m_listener, m_settings.address);
   if (m_secondListener) Start(*m_secondListener, m_settings.secondAddress);
 }
 
+void Simulator::Announce(const std::string& address) const {
+  if (m_settings.lines == nullptr) return;
+  *m_settings.lines << "listening on " << address << ":" << Port() << std::endl;
+}
+
 void Simulator::Start(const Listener& listener, const std::string& address) {
-  if (m_settings.lines != nullptr) {
-    *m_settings.lines << "listening on " << address << ":" << listener.Port() << std::endl;
-  }
   for (int i = 0; i < kServerThreads; ++i) {
     m_threads.emplace_back([this, &listener, &address] { Serve(listener, address); });
   }

@@ -95,6 +95,7 @@ class Simulator {
   }
 
  private:
+  void Announce(const std::string& address) const;
   void Start(const Listener& listener, const std::string& address);
   void Serve(const Listener& listener, const std::string& address);
   Answer Respond(const Request& request, const std::string& address);
