@@ -63,6 +63,7 @@ std::uint32_t CAlarmData::GetAlarmData(std::vector<Alarm_Data_Para>* rows) {
 std::uint32_t CAlarmData::GetDataFromDB(std::vector<Alarm_Data_Para>* rows, const std::tm* month,
                                         const std::tm* from, const std::tm* to) {
   const std::string untaken = UntakenBetween(*from, *to);
+  const std::size_t before = rows->size();
   const std::lock_guard lock(m_databaseMutex);
   util::Database database(EventFile(*month).c_str());
   if (!database) return kFailure;
@@ -71,7 +72,10 @@ std::uint32_t CAlarmData::GetDataFromDB(std::vector<Alarm_Data_Para>* rows, cons
     util::Statement events = database.Prepare(kSelectEvents + untaken);
     if (!events) return kFailure;
     while (events.NextRow()) rows->push_back(EventOf(events));
-    if (events.Failed()) return kFailure;  // what could not be read must not count as taken
+    if (events.Failed()) {  // all of them come again: none may be sent or count as taken
+      rows->resize(before);
+      return kFailure;
+    }
   }
   // Taken as soon as read: from here on the upload ledger answers for them.
   database.Execute(kMarkTaken + untaken);

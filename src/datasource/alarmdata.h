@@ -51,10 +51,10 @@ class CAlarmData {
   std::uint32_t GetAlarmData(std::vector<Alarm_Data_Para>* rows);
 
   // The same for the file of `month` and the calendar dates `from` to `to`, both included. -1 when
-  // the file cannot be opened, or not be read to the end: what was read before is appended, and
-  // nothing marked, so that it comes again. Otherwise every event of these dates is marked,
-  // deliberately also one that was written after the reading: the mark is not limited to the rows
-  // that were read.
+  // the file cannot be opened, or not be read to the end: then nothing is appended and nothing
+  // marked, and all of it comes again. Otherwise every event of these dates is marked, deliberately
+  // also one that was written after the reading: the mark is not limited to the rows that were
+  // read.
   std::uint32_t GetDataFromDB(std::vector<Alarm_Data_Para>* rows, const std::tm* month,
                               const std::tm* from, const std::tm* to);
 

@@ -158,16 +158,17 @@ TEST_F(AlarmDatabase, IsVisitedOnceATurnWhereTheMarkFailed) {
   EXPECT_THAT(ValuesOf(events), ElementsAre(1));
 }
 
-TEST_F(AlarmDatabase, ThatFailsBetweenTwoRowsIsNotMarked) {
+TEST_F(AlarmDatabase, ThatFailsBetweenTwoRowsGivesNoneAndMarksNone) {
   EventDatabase database(2024, 3);
   database.AddAll({{.triggerValue = 1}, {.triggerValue = 2}});
   test::FailCalls(Call::kSqliteStep, 1, 1);
-  Events events;
+  Events events(1);
+  events[0].triggervalue = 7;
 
   const std::uint32_t result = Visit(&events);
 
   EXPECT_EQ(result, test::kFailure);
-  EXPECT_THAT(ValuesOf(events), ElementsAre(1));
+  EXPECT_THAT(ValuesOf(events), ElementsAre(7));
   EXPECT_THAT(database.Uploads(), ElementsAre("0", "0"));
 }
 
