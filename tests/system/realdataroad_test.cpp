@@ -171,6 +171,23 @@ TEST_F(RealDataRoad, SatisfiesAStrictCloudAtEveryStep) {
   EXPECT_EQ(exchanges[1].document, test::ExampleDocument(kTimeMark));
 }
 
+TEST_F(RealDataRoad, IsTheSameWithHttpsAndCompressionConfigured) {
+  cloud::Simulator cloud({});
+  test::SystemFile(cloud.Port())
+      .Cloud("IsCompress", "1")
+      .Https("checked", "1")
+      .Https("certfile", "/tessel/Config/cert.pem")
+      .Write();
+  const Segment segment(test::ExampleValues());
+  test::ServiceProcess service(At(12, 3, 10));
+
+  service.RunUntil(At(12, 6, 30));
+
+  const auto uploads = cloud.AcceptedUploads();
+  ASSERT_EQ(uploads.size(), 1U);
+  EXPECT_EQ(uploads[0].document, test::ExampleDocument(kTimeMark));
+}
+
 TEST_F(RealDataRoad, SendsAnAcceptedFileOnlyOnce) {
   cloud::Simulator cloud({});
   test::SystemFile(cloud.Port()).Write();

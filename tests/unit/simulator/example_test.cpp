@@ -231,14 +231,12 @@ TEST_P(ExampleCloudNumber, IsWithinItsBounds) {
   EXPECT_LE(util::Decimal(value->c_str()), GetParam().most);
 }
 
-INSTANTIATE_TEST_SUITE_P(Settings, ExampleCloudNumber,
-                         testing::Values(Bound{"checked", 1, 1}, Bound{"port", 8080, 8080},
-                                         Bound{"RealDataInv", 60, 32767},
-                                         Bound{"AlarmDataInv", 10, 32767},
-                                         Bound{"HeartInterval", 60, 32767},
-                                         Bound{"FailInterval", 30, 32767},
-                                         Bound{"RecallInterval", 60, 32767},
-                                         Bound{"IsCompress", 0, 1}));
+INSTANTIATE_TEST_SUITE_P(
+    Settings, ExampleCloudNumber,
+    testing::Values(Bound{"checked", 1, 1}, Bound{"port", 8080, 8080},
+                    Bound{"RealDataInv", 60, 32767}, Bound{"AlarmDataInv", 10, 32767},
+                    Bound{"HeartInterval", 60, 32767}, Bound{"FailInterval", 30, 32767},
+                    Bound{"RecallInterval", 60, 32767}, Bound{"IsCompress", 0, 1}));
 
 TEST_F(ExamplePlant, SetsNothingInTheCloudElementThatIsNotRead) {
   const auto document = util::XmlDocument::Read(paths::kSystemFile);
