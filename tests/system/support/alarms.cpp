@@ -25,7 +25,8 @@ std::vector<std::string> TimesOf(const std::vector<AlarmEvent>& events) {
 
 std::vector<int> TakenFlags(std::time_t when) {
   std::vector<int> flags;
-  for (const auto& row : EventWriter().Rows(when).value()) flags.push_back(row.upload);
+  const auto rows = EventWriter().Rows(when);
+  for (const auto& row : rows.value()) flags.push_back(row.upload);
   return flags;
 }
 
