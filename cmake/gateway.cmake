@@ -1,0 +1,20 @@
+# The gateway: 32-bit ARM with hardware floating point, glibc, Debian 12's libraries. Headers and
+# libraries come from a folder that scripts/gateway-sysroot makes, here and now if it is missing.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR armv7l)
+set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
+
+cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH gateway_source)
+set(CMAKE_SYSROOT "${gateway_source}/build/gateway-sysroot")
+if(NOT EXISTS "${CMAKE_SYSROOT}/.packages")
+  execute_process(COMMAND "${gateway_source}/scripts/install" cross COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND "${gateway_source}/scripts/gateway-sysroot" COMMAND_ERROR_IS_FATAL ANY)
+endif()
+
+set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER) # tools are this machine's
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_LIBDIR} "${CMAKE_SYSROOT}/usr/lib/arm-linux-gnueabihf/pkgconfig:${CMAKE_SYSROOT}/usr/share/pkgconfig")
+set(ENV{PKG_CONFIG_SYSROOT_DIR} "${CMAKE_SYSROOT}")
