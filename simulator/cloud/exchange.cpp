@@ -33,7 +33,7 @@ std::string ToLine(const Exchange& exchange) {
   std::string line = Clock(exchange.time) + " ";
   if (exchange.onSecondAddress) line += "at " + exchange.address + " ";
   line += WhatArrived(exchange) + ": " + exchange.verdict;
-  const auto isControl = [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; };
+  const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; };
   std::replace_if(line.begin(), line.end(), isControl, '?');
   return line;
 }

@@ -29,7 +29,7 @@ Members::Members(const rapidjson::Value& object, std::string place)
 
 const rapidjson::Value& Members::Next(const char* key) {
   if (m_taken == m_object.MemberCount()) ThrowAt(PlaceOf(key), "is missing");
-  const auto member = m_object.MemberBegin() + m_taken;
+  const auto member = m_object.MemberBegin() + static_cast<std::ptrdiff_t>(m_taken);
   const std::string_view found = TextOf(member->name);
   if (found != key) {
     ThrowAt(PlaceOf(key), "is missing, \"" + std::string(found) + "\" stands in its place");
@@ -60,7 +60,8 @@ const rapidjson::Value& Members::Array(const char* key) {
 
 void Members::End() {
   if (m_taken == m_object.MemberCount()) return;
-  const std::string_view found = TextOf((m_object.MemberBegin() + m_taken)->name);
+  const std::string_view found =
+      TextOf((m_object.MemberBegin() + static_cast<std::ptrdiff_t>(m_taken))->name);
   ThrowAt(PlaceOf(std::string(found).c_str()), "does not belong there");
 }
 
