@@ -66,12 +66,12 @@ TEST_F(AlarmEvents, KeepEveryBitOfAnIdentifier) {
 }
 
 TEST_F(AlarmEvents, KeepNegativeNumbers) {
-  EventDatabase(2024, 3).Add({.threshold = -1e300, .type = -1, .grade = -2, .upFlag = -3});
+  EventDatabase(2024, 3).Add({.threshold = -1e22, .type = -1, .grade = -2, .upFlag = -3});
 
   const Events events = Take();
 
   ASSERT_THAT(events, SizeIs(1));
-  EXPECT_EQ(events[0].threshold, -1e300);
+  EXPECT_EQ(events[0].threshold, -1e22);
   EXPECT_EQ(events[0].eventtype, -1);
   EXPECT_EQ(events[0].grade, -2);
   EXPECT_EQ(events[0].upflag, -3);
