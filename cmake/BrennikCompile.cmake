@@ -30,7 +30,24 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     -Wlogical-op -Wduplicated-cond -Wduplicated-branches
     -Wno-restrict)         # GCC 12 sees overlaps in "text" + std::string that are none (its bug 105651)
 endif()
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
+  target_compile_options(brennik_compile INTERFACE
+    -Wno-psabi)            # GCC 7 changed how some classes are passed; all of ours is compiled by GCC 12
+endif()
 target_link_libraries(brennik_compile INTERFACE Threads::Threads)
+
+# What is shipped is small and hard to break into.
+if(CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
+  target_compile_definitions(brennik_compile INTERFACE
+    _FORTIFY_SOURCE=2)     # a copy past a known end ends the process
+  target_compile_options(brennik_compile INTERFACE
+    -fPIE
+    -fstack-protector-strong
+    -ffunction-sections -fdata-sections) # what nobody calls is left out at the link
+  target_link_options(brennik_compile INTERFACE
+    -pie -Wl,-z,relro,-z,now # addresses differ from start to start, jump tables are read-only
+    -Wl,--gc-sections -Wl,--as-needed)
+endif()
 
 if(BRENNIK_SANITIZE)
   target_compile_options(brennik_compile INTERFACE
