@@ -6,7 +6,6 @@
 #include <sqlite3.h>
 #include <sys/mman.h>
 #include <sys/shm.h>
-#include <sys/statfs.h>
 #include <unistd.h>
 
 #include <array>
@@ -44,8 +43,6 @@ int __wrap_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sql
                               const char** tail);
 int __real_sqlite3_step(sqlite3_stmt* statement);
 int __wrap_sqlite3_step(sqlite3_stmt* statement);
-int __real_statfs(const char* path, struct statfs* out);
-int __wrap_statfs(const char* path, struct statfs* out);
 xmlNodePtr __real_xmlDocGetRootElement(const xmlDoc* document);
 xmlNodePtr __wrap_xmlDocGetRootElement(const xmlDoc* document);
 int __real_unlink(const char* path);
@@ -61,7 +58,7 @@ struct Fault {
   std::function<void()>* action = nullptr;  // bare: calls may come after this thread's destructors
 };
 
-constexpr std::size_t kCalls = 13;
+constexpr std::size_t kCalls = 12;
 constexpr char kNoSuchDirectory[] = "/nonexistent/database";
 thread_local std::array<Fault, kCalls> t_faults;
 thread_local bool t_guardSegment = false;
@@ -177,12 +174,6 @@ int __wrap_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sql
 int __wrap_sqlite3_step(sqlite3_stmt* statement) {
   if (test::Fails(test::Call::kSqliteStep)) return SQLITE_IOERR;
   return __real_sqlite3_step(statement);
-}
-
-int __wrap_statfs(const char* path, struct statfs* out) {
-  if (!test::Fails(test::Call::kStatfs)) return __real_statfs(path, out);
-  errno = EIO;
-  return -1;
 }
 
 int __wrap_unlink(const char* path) {

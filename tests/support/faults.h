@@ -16,9 +16,8 @@ enum class Call {
   kSqliteOpen,     // fails with SQLITE_CANTOPEN, with a handle that must be closed
   kSqlitePrepare,  // fails with SQLITE_ERROR
   kSqliteStep,     // fails with SQLITE_IOERR
-  kStatfs,
-  kUnlink,   // fails with EPERM
-  kXmlRoot,  // xmlDocGetRootElement finds no root
+  kUnlink,         // fails with EPERM
+  kXmlRoot,        // xmlDocGetRootElement finds no root
 };
 
 // Lets the next `skipped` such calls through and makes `count` after them fail.

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <new>
 #include <stdexcept>
 #include <string_view>
@@ -61,7 +62,10 @@ std::vector<std::string> ServiceEnvironment() {
     }
   }
   variables.push_back(addressSanitizer);
-  variables.emplace_back(std::string("LD_PRELOAD=") + BRENNIK_VIRTUAL_CLOCK);
+  const std::string preload = std::string("LD_PRELOAD=") + BRENNIK_VIRTUAL_CLOCK;
+  // An emulator is a program of this machine; the clock is for the one that it runs.
+  const bool emulated = std::getenv("QEMU_LD_PREFIX") != nullptr;
+  variables.push_back(emulated ? "QEMU_SET_ENV=" + preload : preload);
   variables.emplace_back(std::string(kClockFileVariable) + "=" + kClockFile);
   return variables;
 }

@@ -37,6 +37,7 @@ class ProgramRun {
     argv.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
+    std::filesystem::remove(kOutputPath);  // an earlier run's is not waited for
 
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
