@@ -33,8 +33,12 @@ struct Alarm_Data_Para {
 };
 #pragma pack(pop)
 static_assert(sizeof(Alarm_Data_Para) == 36);
+static_assert(offsetof(Alarm_Data_Para, DataId) == 4);
 static_assert(offsetof(Alarm_Data_Para, threshold) == 8);
+static_assert(offsetof(Alarm_Data_Para, triggervalue) == 16);
 static_assert(offsetof(Alarm_Data_Para, eventtype) == 24);
+static_assert(offsetof(Alarm_Data_Para, grade) == 28);
+static_assert(offsetof(Alarm_Data_Para, upflag) == 32);
 
 // What it is for: takes the new events out of the monthly databases.
 // Threads: the alarm worker. The mutex is held for the whole of each visit to a database.

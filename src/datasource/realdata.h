@@ -21,6 +21,7 @@ struct ST_LIVE_RECORD {
 };
 #pragma pack(pop)
 static_assert(sizeof(ST_LIVE_RECORD) == 24);
+static_assert(offsetof(ST_LIVE_RECORD, reserved1) == 4);
 static_assert(offsetof(ST_LIVE_RECORD, value) == 8);
 static_assert(offsetof(ST_LIVE_RECORD, reserved2) == 16);
 

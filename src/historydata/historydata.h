@@ -26,6 +26,7 @@ struct History_Data_Para {
   char filename[128];     // path below JsonFiles, e.g. "realdata/7/S20240307120000.tar.gz"
 };
 static_assert(sizeof(History_Data_Para) == 136);
+static_assert(offsetof(History_Data_Para, result) == 4);
 static_assert(offsetof(History_Data_Para, filename) == 8);
 
 // One recalled minute value.
@@ -36,6 +37,7 @@ struct ST_SINGLE_POINT_VALUE {
 };
 #pragma pack(pop)
 static_assert(sizeof(ST_SINGLE_POINT_VALUE) == 12);
+static_assert(offsetof(ST_SINGLE_POINT_VALUE, TriggerValue) == 4);
 
 // What it is for: the ledger's rows, the data files' ageing, the tree and its repair; and, beside
 // all this, reading the gateway's demand history.

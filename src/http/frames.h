@@ -31,6 +31,9 @@ static_assert(offsetof(ST_FRAME_MEMORY_UPLOAD, method) == 144);
 static_assert(offsetof(ST_FRAME_MEMORY_UPLOAD, body) == 160);
 static_assert(offsetof(ST_FRAME_MEMORY_UPLOAD, bodyLength) == 20640);
 static_assert(offsetof(ST_FRAME_MEMORY_UPLOAD, answerCallback) == 20642);
+static_assert(offsetof(ST_FRAME_MEMORY_UPLOAD, readCallback) == 20642 + sizeof(void*));
+static_assert(offsetof(ST_FRAME_MEMORY_UPLOAD, callbackData) == 20642 + 2 * sizeof(void*));
+static_assert(offsetof(ST_FRAME_MEMORY_UPLOAD, successFlag) == 20642 + 3 * sizeof(void*));
 static_assert(sizeof(ST_FRAME_MEMORY_UPLOAD) == 20646 + 3 * sizeof(void*));
 
 // A multipart upload of one file.
@@ -44,8 +47,13 @@ struct ST_FRAME_FILE_UPLOAD {
   void* reserved;                 // not read by the transport
   std::int32_t successFlag;  // set to 1 by the answer callback, or when a file is not worth sending
 };
+static_assert(offsetof(ST_FRAME_FILE_UPLOAD, fileType) == 128);
+static_assert(offsetof(ST_FRAME_FILE_UPLOAD, method) == 144);
 static_assert(offsetof(ST_FRAME_FILE_UPLOAD, filePath) == 160);
 static_assert(offsetof(ST_FRAME_FILE_UPLOAD, answerCallback) == 288);
+static_assert(offsetof(ST_FRAME_FILE_UPLOAD, readCallback) == 288 + sizeof(void*));
+static_assert(offsetof(ST_FRAME_FILE_UPLOAD, reserved) == 288 + 2 * sizeof(void*));
+static_assert(offsetof(ST_FRAME_FILE_UPLOAD, successFlag) == 288 + 3 * sizeof(void*));
 static_assert(sizeof(ST_FRAME_FILE_UPLOAD) == 292 + 3 * sizeof(void*));
 
 #pragma pack(pop)

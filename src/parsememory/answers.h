@@ -47,6 +47,9 @@ struct ST_SINGLE_CALL_POINT {
   std::uint32_t beginTime;  // Unix time, whole minutes, rounded up; included
   std::uint32_t endTime;    // Unix time, whole minutes, rounded up; included
 };
+static_assert(sizeof(ST_SINGLE_CALL_POINT) == 12);
+static_assert(offsetof(ST_SINGLE_CALL_POINT, beginTime) == 4);
+static_assert(offsetof(ST_SINGLE_CALL_POINT, endTime) == 8);
 
 struct ST_SINGLE_CALL_DEV {
   std::int32_t groupId;  // channel number
