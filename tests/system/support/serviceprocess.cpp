@@ -48,6 +48,12 @@ ClockFace* MakeFace(std::time_t start) {
   return face;
 }
 
+// The file that the environment names, or the one of this build.
+std::string Chosen(const char* variable, const char* ours) {
+  const char* other = std::getenv(variable);
+  return other == nullptr ? ours : other;
+}
+
 // The test's environment with the clock preloaded.
 std::vector<std::string> ServiceEnvironment() {
   // The address sanitizer wants to be the first library; the clock before it is harmless.
@@ -62,7 +68,8 @@ std::vector<std::string> ServiceEnvironment() {
     }
   }
   variables.push_back(addressSanitizer);
-  const std::string preload = std::string("LD_PRELOAD=") + BRENNIK_VIRTUAL_CLOCK;
+  const std::string preload =
+      "LD_PRELOAD=" + Chosen("BRENNIK_VIRTUAL_CLOCK", BRENNIK_VIRTUAL_CLOCK);
   // An emulator is a program of this machine; the clock is for the one that it runs.
   const bool emulated = std::getenv("QEMU_LD_PREFIX") != nullptr;
   variables.push_back(emulated ? "QEMU_SET_ENV=" + preload : preload);
@@ -84,8 +91,9 @@ pid_t StartService() {
                                    O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
   posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
   pid_t pid = -1;
+  const std::string service = Chosen("BRENNIK_SERVICE", BRENNIK_SERVICE);
   const int error =
-      posix_spawn(&pid, BRENNIK_SERVICE, &actions, nullptr, arguments, environment.data());
+      posix_spawn(&pid, service.c_str(), &actions, nullptr, arguments, environment.data());
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::system_error(error, std::generic_category(), "cannot start brennik");
   return pid;

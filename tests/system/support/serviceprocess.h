@@ -16,7 +16,8 @@ namespace test {
 // Threads: the test's. Owns: the process, killed with the object; the clock's file.
 class ServiceProcess {
  public:
-  // Starts the service at `start`, Unix time, and waits until it rests or has ended.
+  // Starts the service at `start`, Unix time, and waits until it rests or has ended. It is this
+  // build's, or the one that the environment's BRENNIK_SERVICE names.
   explicit ServiceProcess(std::time_t start);
   // Fails the test when a sanitizer has had something to say, or when the service has ended and the
   // test has not asked for its exit status.
