@@ -1,0 +1,218 @@
+# shellcheck shell=bash disable=SC2034,SC2154 # names that are shared with scripts/gateway-vm
+# The scenarios that scripts/gateway-vm plays on the emulated gateway, and what must come of each.
+# Sourced by it. A scenario's own half, on the gateway, stands in root/usr/lib/gateway/scenario.
+
+readonly partition_bytes=1048576 # where the card's partition begins
+readonly limit_seconds=240       # of this machine, for one boot
+readonly date_of_checks=2027-03-10
+
+failures=0
+
+# Prints whether a command holds: expect WORDS COMMAND…
+expect() {
+  local words=$1
+  shift
+  if "$@"; then
+    say check "ok: $words"
+  else
+    say check "FAILED: $words"
+    failures=$((failures + 1))
+  fi
+}
+
+host_seconds() { awk -v now="$EPOCHREALTIME" -v then="$begin" 'BEGIN { printf "%.1f", now - then }'; }
+
+# Tells what the first upload took of this machine's time, too.
+time_first_upload() {
+  local line
+  while IFS= read -r line; do
+    echo "$line"
+    if [[ $line == *"first upload accepted"* ]]; then say check "first upload accepted $(host_seconds) s after the start, by this machine's clock"; fi
+  done
+}
+
+# Boots the gateway into a scenario and waits for its end. The lines stay in $lines afterwards:
+# play SCENARIO KERNEL-SETTINGS OPTION…
+play() {
+  local name=$1 settings=$2 begin=$EPOCHREALTIME status=0
+  shift 2
+  lines=$run/$name.txt
+  limit=(timeout "$limit_seconds")
+  emulate "$run/card.img" "gateway.scenario=$name $settings" "$@" -serial stdio </dev/null 2>&1 |
+    show_console | time_first_upload | tee "$lines" || status=$?
+  expect "$name ended by itself, after $(host_seconds) s by this machine's clock" test "$status" -eq 0
+  expect "$name went through" said "scenario $name: done"
+}
+
+# The same, by the emulator's clock: play_fast SCENARIO KERNEL-SETTINGS [DATE [TIME]].
+play_fast() { play "$1" "$2" "${emulated_clock[@]}" -rtc "base=${3:-$date_of_checks}T${4:-02:04:30},clock=vm"; }
+
+said() { grep --quiet --extended-regexp -e "$1" "$lines"; }
+never_said() { ! said "$1"; }
+times_said() { grep --count --extended-regexp -e "$1" "$lines" || true; }
+
+# Unpacks the card, switched off, into $run/card.
+read_card() {
+  rm -rf -- "$run/card"
+  mkdir -- "$run/card"
+  debugfs -R "rdump / $run/card" "$run/card.img?offset=$partition_bytes" 2>/dev/null
+  ledger=$run/card/Cloud/DB/CloudDB.db
+}
+
+card_is_sound() { e2fsck -f -n "$run/card.img?offset=$partition_bytes" >"$run/e2fsck.txt" 2>&1; }
+
+rows() { sqlite3 -readonly "$ledger" "select $1"; }
+holds() { [[ $(rows "$1") == 1 ]]; }
+
+# Every file that the ledger names is on the card and holds a document of the gateway's, of that day.
+archives_are_whole() {
+  local name document count=0
+  while IFS= read -r name; do
+    document=$(document_of "$name") || return 1
+    [[ $document == '{"sn":"TS20240117",'* && $document == *'"timeMark":"'"$1"* ]] || return 1
+    count=$((count + 1))
+  done < <(rows "FileName from tJsonFileNames")
+  say check "$count archives read"
+  [[ $count -gt 0 ]]
+}
+
+document_of() { tar -xzOf "$run/card/Cloud/JsonFiles/$1"; }
+
+# The one recall that was answered holds a text.
+recall_holds() {
+  local name
+  name=$(rows "substr(FileName, instr(FileName, 'calldata/')) from recallJsonFile")
+  [[ $(document_of "$name") == *"$1"* ]]
+}
+
+no_complaints() { never_said '\[cloud .*(faulty|refused|unknown|bad)'; }
+
+# What every delivery leaves behind: expect_delivery YEAR-MONTH-DAY WHAT-A-RECALL-HOLDS.
+expect_delivery() {
+  local day=$1 recalled=$2
+  read_card
+  expect "live values accepted" said 'realdata S'"${day//-/}"'[0-9]{6}\.tar\.gz .*, 429 points: accepted$'
+  expect "an alarm accepted" said 'alarmdata T'"${day//-/}"'[0-9]{6}\.tar\.gz .*: accepted$'
+  expect "a recall accepted" said 'calldata R'"${day//-/}"'[0-9]{6}\.tar\.gz .*, 3 points, order 7: accepted$'
+  expect "the cloud had nothing to complain of" no_complaints
+  expect "the ledger holds accepted live values of that day" \
+    holds "count(*) > 0 from tJsonFileNames where Result = 1 and FileType = 2 and FileName like 'realdata/%/S${day//-/}%'"
+  expect "the ledger holds accepted alarms of that day" \
+    holds "count(*) > 0 from tJsonFileNames where Result = 1 and FileType = 1 and FileName like 'alarmdata/%/T${day//-/}%'"
+  expect "the ledger holds the recall, at its time" \
+    holds "count(*) = 1 from recallJsonFile where date(Createtime, 'unixepoch') = '$day'"
+  expect "every archive is whole and of that day" archives_are_whole "$day"
+  expect "the recall holds what it should: $recalled" recall_holds "$recalled"
+  expect "the card's file system is sound" card_is_sound
+}
+
+check_delivery() {
+  play_fast delivery ""
+  expect_delivery "$date_of_checks" '"flag":1,"values":[{"timeMark":"'"$date_of_checks"
+}
+
+# Minutes of after January 2038 are not found in the history, as docs/interfaces.md says.
+check_year-2038() {
+  play_fast year-2038 "" 2038-02-01
+  expect_delivery 2038-02-01 '"flag":0,"values":[]'
+}
+
+check_boot() {
+  "$host_cloud" --port 8080 --prefix /cloud --sn TS20240117 >"$run/cloud.txt" 2>&1 &
+  local cloud=$!
+  play boot "gateway.cloud=$outside_cloud" "${outside_link[@]}" -rtc "base=${date_of_checks}T02:04:40"
+  kill "$cloud"
+  label cloud <"$run/cloud.txt"
+  read_card
+  lines=$run/cloud.txt
+  expect "the cloud outside accepted an upload" said 'data [ST][0-9]{14}\.tar\.gz .*: accepted$'
+  expect "the ledger says so" holds "count(*) > 0 from tJsonFileNames where Result = 1"
+}
+
+check_card-pulled() {
+  play_fast card-pulled "gateway.card=pulled"
+  expect "the service leaves without a card: status 255 after 30 s" said 'no card: exit status 255 after 3[01]\.'
+  expect "init starts it again, each time" test "$(times_said 'no card: life [123] ended and the next began after 3[0-2]\.')" -eq 3
+  expect "its log says why" said 'no card: log database, .* no sd card, please check if insert the sd card'
+  expect "with the card it stays" said 'with the card: still the same process'
+  expect "with the card uploads are accepted" said 'first upload accepted, up'
+  expect "when the card is pulled from under it, it is started anew" said 'card pulled: the service was started anew'
+  expect "with the card back, uploads are accepted" said 'uploads accepted again'
+  read_card
+  expect "every archive is whole" archives_are_whole "$date_of_checks"
+  expect "the card's file system is sound" card_is_sound
+}
+
+# Names, one a line, are all in a file's lines.
+all_uploaded() { while IFS= read -r name; do grep --quiet "${name##*/} .*: accepted\$" "$lines" || return 1; done; }
+none_uploaded() { while IFS= read -r name; do ! grep --quiet "${name##*/}" "$lines" || return 1; done; }
+
+check_reboot() {
+  play_fast reboot-first ""
+  read_card
+  local accepted pending
+  accepted=$(rows "FileName from tJsonFileNames where Result = 1")
+  pending=$(rows "FileName from tJsonFileNames where Result = 0")
+  expect "files are accepted before the reboot" test -n "$accepted"
+  expect "files are pending before the reboot" test -n "$pending"
+  play_fast reboot-second "" "$date_of_checks" 02:34:30
+  read_card
+  expect "what was pending has been sent" all_uploaded <<<"$pending"
+  expect "what was accepted has not been sent again" none_uploaded <<<"$accepted"
+  expect "all of it is accepted in the ledger" \
+    test "$(printf '%s\n%s\n' "$accepted" "$pending" | sort)" == "$(rows "FileName from tJsonFileNames where Result = 1" | grep -F -f <(printf '%s\n%s\n' "$accepted" "$pending") | sort)"
+  expect "files of after the reboot are accepted, too" \
+    holds "count(*) > 0 from tJsonFileNames where Result = 1 and FileName > 'realdata/10/S${date_of_checks//-/}1030'"
+  expect "every archive is whole" archives_are_whole "$date_of_checks"
+  expect "the card's file system is sound" card_is_sound
+}
+
+check_read-only() {
+  play_fast read-only ""
+  expect "the service ends when it cannot write a data file, and says so" said "Assertion .ofs.is_open\(\). failed"
+  expect "init starts it again as long as that lasts" said 'read-only: the service is there'
+  expect "nothing on the card changes or is lost" said 'read-only: files and ledger are as they were'
+  expect "with the card writable again, it stays" said 'writable again: still the same process'
+  expect "every row of before is still there" said 'writable again: every row of before is there'
+  expect "new files are accepted" said 'scenario read-only: done'
+  read_card
+  expect "every archive is whole" archives_are_whole "$date_of_checks"
+  expect "the card's file system is sound" card_is_sound
+}
+
+readonly private_limit_kib=3072
+readonly binary_limit_bytes=409600
+
+# A number of the table that the scenario prints: kib_of KIND COLUMN.
+kib_of() { awk -v kind="$1" -v column="$2" '$3 == kind { for (i = 4; i < NF; i += 2) if ($i == column) print $(i + 1) }' "$lines"; }
+
+check_memory() {
+  local package anonymous private
+  play_fast memory ""
+  anonymous=$(kib_of all Anonymous)
+  private=$(($(kib_of all Private_Clean) + $(kib_of all Private_Dirty)))
+  say memory "private memory (anonymous): $anonymous KiB; with file pages that nobody else maps: $private KiB; PSS $(kib_of all Pss) KiB; RSS $(kib_of all Rss) KiB"
+  expect "the service's private memory is under $private_limit_kib KiB" test "${anonymous:-$private_limit_kib}" -lt "$private_limit_kib"
+  package=$(compgen -G 'build/gateway/brennik_*_armhf.deb')
+  dpkg-deb --fsys-tarfile "$package" | tar -xO ./usr/sbin/brennik >"$run/brennik"
+  say flash "package $(stat -c %s "$package") bytes; binary $(stat -c %s "$run/brennik") bytes; libraries $(<"$folder/libraries.size") bytes"
+  expect "the stripped binary is under $binary_limit_bytes bytes" test "$(stat -c %s "$run/brennik")" -lt "$binary_limit_bytes"
+}
+
+run_checks() {
+  local scenario
+  for scenario in "$@"; do
+    printf '\n== %s\n' "$scenario"
+    run=$folder/$scenario
+    rm -rf -- "$run"
+    mkdir -p -- "$run"
+    new_card "$run/card.img"
+    "check_$scenario"
+  done
+  echo
+  if [[ $failures -gt 0 ]]; then
+    say check "$failures checks FAILED"
+    return 1
+  fi
+  say check "all checks hold"
+}
