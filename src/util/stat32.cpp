@@ -1,0 +1,66 @@
+// What libraries with 32-bit time ask the C library about files, answered in its place.
+//
+// On a 32-bit gateway Debian's libraries count time in 32 bits. Their stat() fails with EOVERFLOW on
+// every file that was written after 2038-01-19: no database would open any more. The dynamic linker
+// prefers a program's own functions to the C library's, so these are what the libraries of this
+// process call. They give such a file the last moment that the libraries know.
+//
+// This file alone is compiled with 32-bit time, for the record that those libraries expect.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+static_assert(sizeof(time_t) == 4, "only where libraries can have 32-bit time");
+
+namespace {
+
+timespec Held(const struct statx_timestamp& time) {
+  constexpr std::int64_t kLast = std::numeric_limits<time_t>::max();
+  constexpr std::int64_t kFirst = std::numeric_limits<time_t>::min();
+  timespec held{};
+  held.tv_sec = static_cast<time_t>(std::clamp<std::int64_t>(time.tv_sec, kFirst, kLast));
+  held.tv_nsec = static_cast<long>(time.tv_nsec);
+  return held;
+}
+
+int Look(int directory, const char* path, int flags, struct stat64* out) {
+  struct statx found {};
+  if (statx(directory, path, flags, STATX_BASIC_STATS, &found) != 0) return -1;
+  *out = {};
+  out->st_dev = makedev(found.stx_dev_major, found.stx_dev_minor);
+  out->st_ino = found.stx_ino;
+  out->st_mode = found.stx_mode;
+  out->st_nlink = found.stx_nlink;
+  out->st_uid = found.stx_uid;
+  out->st_gid = found.stx_gid;
+  out->st_rdev = makedev(found.stx_rdev_major, found.stx_rdev_minor);
+  out->st_size = static_cast<off64_t>(found.stx_size);
+  out->st_blksize = static_cast<blksize_t>(found.stx_blksize);
+  out->st_blocks = static_cast<blkcnt64_t>(found.stx_blocks);
+  out->st_atim = Held(found.stx_atime);
+  out->st_mtim = Held(found.stx_mtime);
+  out->st_ctim = Held(found.stx_ctime);
+  return 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+int stat64(const char* path, struct stat64* out) noexcept {
+  return Look(AT_FDCWD, path, 0, out);
+}
+
+int lstat64(const char* path, struct stat64* out) noexcept {
+  return Look(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW, out);
+}
+
+int fstat64(int file, struct stat64* out) noexcept {
+  return Look(file, "", AT_EMPTY_PATH, out);
+}
+
+}  // extern "C"
