@@ -1,9 +1,9 @@
 // What libraries with 32-bit time ask the C library about files, answered in its place.
 //
-// On a 32-bit gateway Debian's libraries count time in 32 bits. Their stat() fails with EOVERFLOW on
-// every file that was written after 2038-01-19: no database would open any more. The dynamic linker
-// prefers a program's own functions to the C library's, so these are what the libraries of this
-// process call. They give such a file the last moment that the libraries know.
+// On a 32-bit gateway Debian's libraries count time in 32 bits. Their stat() fails with EOVERFLOW
+// on every file that was written after 2038-01-19: no database would open any more. The dynamic
+// linker prefers a program's own functions to the C library's, so these are what the libraries of
+// this process call. They give such a file the last moment that the libraries know.
 //
 // This file alone is compiled with 32-bit time, for the record that those libraries expect.
 #include <fcntl.h>
@@ -49,6 +49,7 @@ int Look(int directory, const char* path, int flags, struct stat64* out) {
 
 }  // namespace
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library's are reserved
 extern "C" {
 
 int stat64(const char* path, struct stat64* out) noexcept {
@@ -64,3 +65,4 @@ int fstat64(int file, struct stat64* out) noexcept {
 }
 
 }  // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
