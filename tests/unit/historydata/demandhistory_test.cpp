@@ -243,6 +243,16 @@ TEST_F(DemandHistory, BehindJanuary2038IsNotFound) {
   EXPECT_THAT(found.values, IsEmpty());
 }
 
+TEST_F(DemandHistory, ThatEndsBehindJanuary2038IsNotFoundEither) {
+  constexpr std::uint32_t kLastMinute = 2'147'483'640;
+  HistoryDatabase().Series(kPump, kLastMinute, kLastMinute + kMinute);
+
+  const Found found = Recall(kPump, kLastMinute, kLastMinute + kMinute);
+
+  EXPECT_EQ(found.result, 0);
+  EXPECT_THAT(found.values, IsEmpty());
+}
+
 // The time of the device's last live value, where one is known, and the recalled minutes 0 to 3.
 struct LiveValue {
   const char* name;
