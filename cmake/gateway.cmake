@@ -6,7 +6,8 @@ set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 
 cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH gateway_source)
 set(CMAKE_SYSROOT "${gateway_source}/build/gateway-sysroot")
-if(NOT EXISTS "${CMAKE_SYSROOT}/.packages")
+get_property(probing GLOBAL PROPERTY IN_TRY_COMPILE)
+if(NOT probing) # both are quick when there is nothing to do
   execute_process(COMMAND "${gateway_source}/scripts/install" cross COMMAND_ERROR_IS_FATAL ANY)
   execute_process(COMMAND "${gateway_source}/scripts/gateway-sysroot" COMMAND_ERROR_IS_FATAL ANY)
 endif()
