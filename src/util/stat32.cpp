@@ -29,7 +29,7 @@ timespec Held(const struct statx_timestamp& time) {
 
 int Look(int directory, const char* path, int flags, struct stat64* out) {
   struct statx found {};
-  if (statx(directory, path, flags, STATX_BASIC_STATS, &found) != 0) return -1;
+  if (statx(directory, path, flags | AT_NO_AUTOMOUNT, STATX_BASIC_STATS, &found) != 0) return -1;
   *out = {};
   out->st_dev = makedev(found.stx_dev_major, found.stx_dev_minor);
   out->st_ino = found.stx_ino;
