@@ -83,9 +83,10 @@ std::string PackDataFile(std::time_t stamp) {
   const std::string member = archive.stem().stem().string() + ".dat";
   const std::string text = (archive.parent_path() / member).string();
   WriteFile(text, EmptyDocument());
-  const std::string command = "tar -C " + archive.parent_path().string() + " -zcf " +
-                              archive.string() + " --remove-files " + member;
+  const std::string command =
+      "tar -C " + archive.parent_path().string() + " -zcf " + archive.string() + " " + member;
   if (std::system(command.c_str()) != 0) throw std::runtime_error(command);
+  std::filesystem::remove(text);
   return name;
 }
 

@@ -25,7 +25,7 @@ namespace {
 constexpr char kClockFile[] = "/tmp/service-clock";
 constexpr char kOutputFile[] = "/tmp/service-output";
 constexpr std::int64_t kMicrosecondsPerSecond = 1000000;
-constexpr std::chrono::seconds kPatience{60};  // a deadline for a broken service, never waited for
+constexpr std::chrono::seconds kPatience{600};  // a deadline for a broken service, never waited for
 constexpr std::chrono::milliseconds kLook{1};
 constexpr std::string_view kAddressSanitizer = "ASAN_OPTIONS=";
 constexpr std::string_view kSanitizerMarks[] = {"Sanitizer", "runtime error:"};

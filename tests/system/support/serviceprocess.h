@@ -26,7 +26,7 @@ class ServiceProcess {
   ServiceProcess& operator=(const ServiceProcess&) = delete;
 
   // Lets the time run up to `moment`, which is still lived through, and waits until the service
-  // rests or has ended. False, with a test failure, when it does neither within a minute.
+  // rests or has ended. False, with a test failure, when it does neither within ten minutes.
   bool RunUntil(std::time_t moment);
   bool RunFor(std::time_t seconds) { return RunUntil(m_limit + seconds); }
   // The same in two steps, for what the test does while the service works.
