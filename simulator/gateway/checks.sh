@@ -3,7 +3,7 @@
 # Sourced by it. A scenario's own half, on the gateway, stands in root/usr/lib/gateway/scenario.
 
 readonly partition_bytes=1048576 # where the card's partition begins
-readonly limit_seconds=240       # of this machine, for one boot
+limit_seconds=240       # of this machine, for one boot
 readonly date_of_checks=2027-03-10
 
 failures=0
@@ -208,6 +208,17 @@ check_memory() {
   say flash "package $(stat -c %s "$package") bytes, program $(stat -c %s "$run/brennik") bytes, libraries $(<"$folder/libraries.size") bytes"
   expect "the stripped program is under $program_limit_bytes bytes" \
     test "$(stat -c %s "$run/brennik")" -lt "$program_limit_bytes"
+}
+
+# In real time, on both cores: a test's patience follows the gateway's clock, and the service's time
+# is the tests' own.
+check_tests() {
+  limit_seconds=5400
+  play tests "gateway.card=pulled" -nic none -smp 2 \
+    -drive "if=none,id=tests,format=raw,readonly=on,file=$folder/tests.img" -device virtio-blk-pci,drive=tests
+  say check "$(times_said '^\[test +\] passed: ') tests passed, $(times_said '^\[test +\] FAILED: ') failed"
+  expect "all tests ran" test "$(sed -n 's/^\[gateway *\] \([0-9]*\) tests$/\1/p' "$lines")" = "$(times_said '^\[test +\] (passed|FAILED): ')"
+  expect "there were tests, and none has failed" test "$(times_said '^\[test +\] passed: ')" -gt 0 -a "$(times_said '^\[test +\] FAILED: ')" -eq 0
 }
 
 run_checks() {
