@@ -30,7 +30,7 @@ void TornWriter::Run(const std::stop_token& stop) {
   Generations generations;
   while (!stop.stop_requested()) {
     generations.Follow(std::time(nullptr), m_pointsAt);
-    const auto& points = generations.points[m_rounds % generations.points.size()];
+    const auto& points = generations.points[m_rounds % 2 == 0 ? 0 : 1];
     for (std::size_t i = 0; i < points.size(); ++i) {
       PointRecord record;
       record.dataId = points[i].dataId;
