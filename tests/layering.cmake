@@ -25,13 +25,8 @@ set(gateway_paths "/tessel|/media/mmcblk0p1|/tmp/CloudLog|/dev/mmcblk0p1")
 set(home_of_paths "util/paths.h")
 set(foreign_headers "sqlite3(ext)?[.]h|(curl/)?curl[.]h|libxml/.*")
 
-set(violations 0)
-function(refuse)
-  string(JOIN "" text ${ARGN})
-  message(SEND_ERROR "layering: ${text}")
-  math(EXPR count "${violations} + 1")
-  set(violations ${count} PARENT_SCOPE)
-endfunction()
+set(check layering)
+include("${CMAKE_CURRENT_LIST_DIR}/violations.cmake")
 
 # The lines of a C++ file without its comments. What CMake's lists would trip over is replaced.
 function(read_code file result)

@@ -11,13 +11,8 @@ set(heading "\n## Every message\n")
 set(api "log/log[.](cpp|h)") # defines the log calls, and echoes while debugging
 set(print_outs "config/(syssetshow|channelsetshow)[.]cpp") # nothing in the service asks for them
 
-set(violations 0)
-function(refuse)
-  string(JOIN "" text ${ARGN})
-  message(SEND_ERROR "operations: ${text}")
-  math(EXPR count "${violations} + 1")
-  set(violations ${count} PARENT_SCOPE)
-endfunction()
+set(check operations)
+include("${CMAKE_CURRENT_LIST_DIR}/violations.cmake")
 
 # Reads a file. What CMake's lists would trip over is replaced.
 function(read_text file result)

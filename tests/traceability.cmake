@@ -7,13 +7,8 @@ cmake_minimum_required(VERSION 3.25)
 set(document "${SOURCE_DIR}/docs/testing.md")
 set(heading "\n## What holds what\n")
 
-set(violations 0)
-function(refuse)
-  string(JOIN "" text ${ARGN})
-  message(SEND_ERROR "traceability: ${text}")
-  math(EXPR count "${violations} + 1")
-  set(violations ${count} PARENT_SCOPE)
-endfunction()
+set(check traceability)
+include("${CMAKE_CURRENT_LIST_DIR}/violations.cmake")
 
 # Reads a file, each run of blanks as one. What CMake's lists would trip over is replaced.
 function(read_text file result)
