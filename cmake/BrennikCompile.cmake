@@ -62,3 +62,11 @@ if(BRENNIK_COVERAGE)
   target_compile_options(brennik_compile INTERFACE --coverage)
   target_link_options(brennik_compile INTERFACE --coverage)
 endif()
+
+# A compiler cache is used where there is one, and never needed. Not before the compiler was looked at:
+# told of our folder, the cache makes paths relative, also those that the compiler is asked for.
+find_program(BRENNIK_CCACHE ccache DOC "The compiler cache, or OFF")
+if(BRENNIK_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+    env "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" "${BRENNIK_CCACHE}") # it knows the same source in another clone
+endif()
