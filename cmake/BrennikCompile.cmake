@@ -68,5 +68,7 @@ endif()
 find_program(BRENNIK_CCACHE ccache DOC "The compiler cache, or OFF")
 if(BRENNIK_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER
-    env "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" "${BRENNIK_CCACHE}") # it knows the same source in another clone
+    env "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}"     # it knows the same source in another clone
+    CCACHE_SLOPPINESS=pch_defines,time_macros      # precompiled headers: none of ours depends on either
+    "${BRENNIK_CCACHE}")
 endif()
