@@ -11,7 +11,9 @@
 // Threads: any, at the same time; calls share nothing. It never retries.
 // Owns: libcurl's global state; one easy handle a call, for that call only.
 //
-// Results are 0 for success and -1, as an unsigned number, for failure.
+// Results are 0 for success and -1, as an unsigned number, for failure. An answer with more than
+// 64 KiB of headers and trailers is broken off there, with a WARN line; as for every transfer that
+// breaks off, the HTTP status decides the result.
 class CHttp {
  public:
   CHttp();
