@@ -172,6 +172,10 @@ std::optional<std::size_t> SizeToSend(const char* path) {
   const off_t size = util::FileSize(path);
   if (size == 0 || size >= kFileLimitBytes) {
     log_Text(WARN, "file %s size is 0 ,error,do not send it,judge it send OK", path);
+    if (size != 0) {  // the line above is not true of it
+      log_Text(WARN, "file %s has %lld bytes,the largest that is sent has %lld", path,
+               static_cast<long long>(size), static_cast<long long>(kFileLimitBytes) - 1);
+    }
     return std::nullopt;
   }
   return static_cast<std::size_t>(size);
