@@ -207,7 +207,7 @@ TEST_P(FaultyRecallAnswer, FailsTheCheckAndIsComplainedOf) {
   EXPECT_THAT(test::TextLog(),
               ElementsAre(LogRecord{"INFO", "Recall Receive Response:\n" + GetParam().text},
                           LogRecord{"WARN",
-                                    "answer with a member of the wrong type (rapidjson "
+                                    "answer with a member missing or of the wrong type (rapidjson "
                                     "exception):" +
                                         GetParam().text}));
 }
