@@ -3,6 +3,7 @@
 // content.
 #include "http/multipart.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,7 +12,7 @@
 
 namespace {
 
-constexpr char kDirectory[] = "/tmp/";
+constexpr char kDirectory[] = "/tmp/multipart/";
 constexpr std::size_t kLongestName = 255;
 constexpr int kGrowthStepBytes = 32;
 
@@ -58,6 +59,7 @@ struct Framing {
 };
 
 Framing LearnFraming() {
+  mkdir(kDirectory, 0700);
   const std::string name = "<NAME>";
   const std::string content = "<CONTENT>";
   const NamedFile file(name, content);
