@@ -6,12 +6,12 @@
 //   busy_gateway verify START SEED  until a cycle that began after START, with a friendly cloud
 //   busy_gateway point START SEED   some cycles, then rests, waits for a line of input, and goes on
 //
-// START is Unix time. Standard output says "rests" whenever every thread of the service sleeps
-// beyond a cycle, "ended STATUS" when the service has ended, and, at verify's end, "fresh NAME"
-// when the first file of a boundary after START was accepted within its cycle, else "stale NAME".
-// Behind stay /tmp/events, the times of all events, one a line, and /tmp/boundaries, the stamps of
-// all cycles, both written before the service can know of them; and /tmp/cloud, what the cloud has
-// accepted.
+// START is Unix time. Standard output says "begins" first, "rests" whenever every thread of the
+// service sleeps beyond a cycle, "ended STATUS" when the service has ended, and, at verify's end,
+// "fresh NAME" when the first file of a boundary after START was accepted within its cycle, else
+// "stale NAME". Behind stay /tmp/events, the times of all events, one a line, and /tmp/boundaries,
+// the stamps of all cycles, both written before the service can know of them; and /tmp/cloud, what
+// the cloud has accepted.
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
@@ -212,6 +212,7 @@ int main(int argc, char** argv) {
   setenv("TZ", "CST-8", 1);
   setenv("BRENNIK_VIRTUAL_CLOCK", BRENNIK_CLOCK_LIBRARIES, 1);
   const std::string task = argv[1];
+  std::cout << "begins" << std::endl;
   BusyGateway gateway(std::atoll(argv[2]), static_cast<unsigned>(std::atoll(argv[3])),
                       task == "attack");
   if (task == "verify") return Verify(gateway);

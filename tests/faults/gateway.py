@@ -4,9 +4,11 @@ import collections
 import multiprocessing
 import os
 import shutil
+import signal
 import struct
 import subprocess
 import sys
+import tempfile
 
 import witness
 
@@ -66,14 +68,15 @@ class Gateway:
             stdout=subprocess.PIPE,
         )
 
-    def watch(self, aim, strike):
-        """Has the witness look on and strike; returns its report."""
+    def watch(self, aim, strike, begin=lambda: None):
+        """Has the witness look on and strike; returns its report. `begin` lets the attack begin."""
         here, there = multiprocessing.Pipe()
         output = self.process.stdout.fileno()
         job = (self.card, output, aim, self.books.seen, strike, there)
         watcher = multiprocessing.Process(target=witness.watch, args=job, daemon=True)
         watcher.start()
         there.close()
+        begin()
         seen = here.recv()
         watcher.join()
         return seen
@@ -83,6 +86,26 @@ class Gateway:
         self.process.kill()
         self.process.communicate()  # up to the end of the last of them
         self.read_clock()
+
+    def service(self):
+        """The process number of the service; 0 once its programs have ended."""
+        while self.process.poll() is None:
+            found = [pid for pid in descendants(self.process.pid) if is_service(pid)]
+            if found:
+                return found[0]
+        return 0
+
+    def kill_service(self):
+        """Kills the service alone, as soon as there is one."""
+        pid = self.service()
+        if pid != 0:
+            os.kill(pid, signal.SIGKILL)
+
+    def insert_blank(self):
+        """A new card, where it is a plain directory."""
+        shutil.rmtree(self.card.root)
+        os.mkdir(self.card.root)
+        self.forget()
 
     def read_clock(self):
         clock = witness.read_file(f"{self.outside}/service-clock")
@@ -107,13 +130,17 @@ class Gateway:
     def service_output(self):
         return (witness.read_file(f"{self.outside}/service-output") or b"")[-300:].decode()
 
-    def attack(self, aim, seed, strike, recover):
-        """Strikes the busy gateway, recovers, compares, starts it again and compares again."""
+    def attack(self, aim, seed, strike, recover=lambda: None):
+        """Strikes the busy gateway when the aim is due, has it recover, and sees what is left."""
         self.start("attack", seed)
         seen = self.watch(aim, strike)
         self.kill()
-        struck_at = self.now
         recover()
+        self.settle(seen, seed)
+
+    def settle(self, seen, seed):
+        """Compares the card with what was seen, starts the service again and compares again."""
+        struck_at = self.now
         self.books.take_over(seen)
         self.books.check(self.now)
         self.now += BOOT_SECONDS
@@ -135,6 +162,22 @@ class Gateway:
             self.now = max(self.now, too_old + 1)
             victims = [f"{self.card.files}/{name}" for name in known[: known.index(last_to_go) + 1]]
         return witness.Aim(kind, choose, self.books.seen, victims)
+
+
+def descendants(pid):
+    children = (witness.read_file(f"/proc/{pid}/task/{pid}/children") or b"").split()
+    for child in map(int, children):
+        yield child
+        yield from descendants(child)
+
+
+def is_service(pid):
+    return witness.read_file(f"/proc/{pid}/cmdline") == b"brennik\0"
+
+
+def directory_in_memory():
+    """A place for cards whose syncing costs nothing: a kill does not lose what is unsynced."""
+    return tempfile.TemporaryDirectory(prefix="brennik-", dir="/dev/shm")
 
 
 def conclude(name, what, number, gate, seconds):

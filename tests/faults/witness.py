@@ -22,6 +22,7 @@ CYCLE_SECONDS = 300
 FILE_AGE_SECONDS = 31 * 86400
 RECALL_AGE_SECONDS = 3 * 86400
 LONGEST_WATCH_SECONDS = 3.0  # an aim that does not come up in that time is given up
+LONGEST_START_SECONDS = 60.0  # of a gateway that does not come up
 GLANCE_SECONDS = 0.002  # between two reads of the ledger
 
 
@@ -97,7 +98,7 @@ class Aim:
     """When to strike: some time after what `kind` names has come up."""
 
     DELAYS = {  # the longest, in seconds
-        "random": 1.4,
+        "random": 1.2,
         "idle": 0.03,
         "mark": 0.0,
         "row": 0.002,
@@ -127,6 +128,8 @@ class Aim:
         return True
 
     def is_due(self, card, seen):
+        if not seen.lines:
+            return False  # the sandbox is still being made
         if self.due is None and self.is_met(card, seen):
             self.due = time.monotonic() + self.delay
         return self.due is not None and time.monotonic() >= self.due
@@ -150,12 +153,14 @@ def watch(card, output, aim, old, strike, report):
     `output` is the descriptor of what the gateway's programs say; `old` was seen before."""
     seen = Seen()
     seen.rows.update(old.rows)
-    end = time.monotonic() + LONGEST_WATCH_SECONDS
+    end = time.monotonic() + LONGEST_START_SECONDS
     rest = b""
     while time.monotonic() < end and not aim.is_due(card, seen):
         if select.select([output], [], [], GLANCE_SECONDS)[0]:
             said = os.read(output, 4096)
             *lines, rest = (rest + said).split(b"\n")
+            if lines and not seen.lines:
+                end = time.monotonic() + LONGEST_WATCH_SECONDS
             seen.lines += [line.decode() for line in lines]
             if not said or seen.lines and seen.lines[-1].startswith("ended"):
                 break
