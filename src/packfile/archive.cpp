@@ -68,15 +68,21 @@ bool RunCommand(const char* command, char* line, int n) {
   return true;
 }
 
-DataFile::DataFile(char prefix, const char* directory, const std::tm& stamp, const char* tellStatus)
+DataFile::DataFile(char prefix, const char* directory, const std::tm& stamp,
+                   const char* tellStatus)
     : m_directory(directory),
+      m_tellStatus(tellStatus),
       m_names(NameDataFile(prefix, directory, stamp, tellStatus)),
-      m_work(m_names) {
-  if (!util::Exists(m_names.archive)) return;
-  m_beside = m_directory + "/new";
-  RemoveDir(m_beside.c_str());  // of an attempt that a restart has ended
-  mkdir(m_beside.c_str(), kDirectoryMode);
-  m_work = NamesIn(m_beside.c_str(), m_names.name, tellStatus);
+      m_work(m_names) {}
+
+std::ofstream DataFile::OpenText() {
+  if (util::Exists(m_names.archive)) {
+    m_beside = m_directory + "/new";
+    RemoveDir(m_beside.c_str());  // of an attempt that a restart has ended
+    mkdir(m_beside.c_str(), kDirectoryMode);
+    m_work = NamesIn(m_beside.c_str(), m_names.name, m_tellStatus);
+  }
+  return std::ofstream(m_work.text, std::ios::trunc);
 }
 
 bool DataFile::Pack(AttemptFailed attemptFailed) {

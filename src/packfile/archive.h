@@ -11,6 +11,7 @@
 #pragma once
 
 #include <ctime>
+#include <fstream>
 #include <string>
 
 // The names of one data file and the command that compresses it; each cut silently at its size.
@@ -46,8 +47,8 @@ class DataFile {
            const char* tellStatus = kTellStatus);
 
   const DataFileNames& Names() const { return m_names; }
-  // Where the text is to be written.
-  const char* Text() const { return m_work.text; }
+  // Opens the text file for the caller to write.
+  std::ofstream OpenText();
   // The card has not taken the whole text. Every attempt to pack it fails, and it is removed.
   void SetWriteError(int errorNumber) { m_writeError = errorNumber; }
   bool IsTextWhole() const { return m_writeError == 0; }
@@ -66,6 +67,7 @@ class DataFile {
   bool IsBeside() const { return !m_beside.empty(); }
 
   std::string m_directory;
+  const char* m_tellStatus;
   std::string m_beside;  // the directory beside, or empty
   DataFileNames m_names;
   DataFileNames m_work;  // m_names, or the same in the directory beside

@@ -9,6 +9,7 @@
 
 #include "config/channelset.h"
 #include "config/snset.h"
+#include "historydata/demandhistory.h"
 #include "log/log.h"
 #include "packfile/alarmdocument.h"
 #include "packfile/archive.h"
@@ -71,7 +72,7 @@ std::int32_t CPackFile::CreateRealDataJsonFile(Real_Data_Struct* values, const c
     return 0;
   }
 
-  std::ofstream ofs(file.Text(), std::ios::trunc);
+  std::ofstream ofs = file.OpenText();
   assert(ofs.is_open());
   WriteText(ofs, text, file);
 
@@ -107,7 +108,7 @@ std::int32_t CPackFile::CreateAlarmDataJsonFile(const Alarm_Data_Struct* events,
     }
     DataFile file('T', dir, *stamp);
     usleep(kAlarmPauseMicroseconds);
-    std::ofstream ofs(file.Text(), std::ios::trunc);
+    std::ofstream ofs = file.OpenText();
     assert(ofs.is_open());
     WriteText(ofs, text, file);
     if (PackAlarms(file)) {
@@ -127,12 +128,13 @@ std::int32_t CPackFile::CreateRecallDataJsonFile(const ST_CHECKCALL_ACK* request
   const DataFileNames& names = file.Names();
   rapidjson::StringBuffer text;
   if (!WriteRecallDocument(GetCsnSetInstance().GetSn(), *request, text)) {
-    log_Text(WARN, "CreateRecallDataJsonFile %s failed, more than %zu bytes", names.archive,
-             kLargestRecallBytes);
-    return -1;
+    log_Text(WARN, "Recall %d has more than %zu bytes or %zu values of a point,judge it send OK",
+             request->id, kLargestRecallBytes, kMostRecalledValues);
+    path->clear();
+    return 0;
   }
 
-  std::ofstream ofs(file.Text(), std::ios::trunc);
+  std::ofstream ofs = file.OpenText();
   assert(ofs.is_open());
   WriteText(ofs, text, file);
 
