@@ -48,7 +48,7 @@ int CSchedule::Init(Interval_Info* intervals) {
   if (intervals == nullptr) return -1;
   m_intervals = intervals;
   MakeTree();
-  CreateAllThread();  // a worker that could not be started has been logged; the others run
+  CreateAllThread();  // a worker that could not be started is logged; those behind it do not run
   return 0;
 }
 
