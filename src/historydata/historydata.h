@@ -96,8 +96,9 @@ class CHistoryData {
   // The stored minute values of a point, from the point's beginTime to its endTime, appended to
   // `values` in rising time. 1 when every minute up to endTime is there: those that the acquisition
   // side has not released (`Upload` other than 1) count as there, but give no value. 0 when a
-  // minute is missing or there is no history, with the values up to the gap appended; -1 when the
-  // history cannot be read. Nothing is logged. Recall worker; no lock.
+  // minute is missing, there is no history, or there are more than kMostRecalledValues values, with
+  // the values up to there appended; -1 when the history cannot be read. Nothing is logged. Recall
+  // worker; no lock.
   //
   // "/media/mmcblk0p1/demand_history.db", written by the acquisition side: a table
   // "history_%04x_tbl" for each device number, with dataid (the whole point identifier, as a signed

@@ -68,8 +68,7 @@ bool RunCommand(const char* command, char* line, int n) {
   return true;
 }
 
-DataFile::DataFile(char prefix, const char* directory, const std::tm& stamp,
-                   const char* tellStatus)
+DataFile::DataFile(char prefix, const char* directory, const std::tm& stamp, const char* tellStatus)
     : m_directory(directory),
       m_tellStatus(tellStatus),
       m_names(NameDataFile(prefix, directory, stamp, tellStatus)),
