@@ -218,7 +218,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   setenv("TZ", "CST-8", 1);
-  setenv("BRENNIK_VIRTUAL_CLOCK", BRENNIK_CLOCK_LIBRARIES, 1);
+  setenv("BRENNIK_VIRTUAL_CLOCK", BRENNIK_LOCK_WAITS ":" BRENNIK_VIRTUAL_CLOCK, 1);
   const std::string task = argv[1];
   std::cout << "begins" << std::endl;
   BusyGateway gateway(std::atoll(argv[2]), static_cast<unsigned>(std::atoll(argv[3])),

@@ -21,10 +21,12 @@ VERIFY_SECONDS = 60  # in real time, for a service that hangs
 
 
 def arguments(default_number):
-    """N and SEED of the command line."""
-    number = int(sys.argv[1]) if len(sys.argv) > 1 else default_number
+    """N and SEED of the command line. An end from outside cleans up from here on."""
+    for number in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, lambda *_: sys.exit("ended from outside"))
+    count = int(sys.argv[1]) if len(sys.argv) > 1 else default_number
     seed = int(sys.argv[2]) if len(sys.argv) > 2 else 1
-    return number, seed
+    return count, seed
 
 
 def build():

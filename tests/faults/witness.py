@@ -13,6 +13,7 @@ import io
 import json
 import os
 import select
+import signal
 import sqlite3
 import tarfile
 import time
@@ -161,6 +162,7 @@ def watch(card, output, aim, old, strike, report):
     """Looks on until the aim is due, strikes, and sends what it has seen through `report`.
 
     `output` is the descriptor of what the gateway's programs say; `old` was seen before."""
+    signal.signal(signal.SIGTERM, signal.SIG_DFL)
     seen = Seen()
     seen.rows.update(old.rows)
     end = time.monotonic() + LONGEST_START_SECONDS
@@ -205,7 +207,7 @@ class Books:
         self.figures = figures  # a Counter, which several cards may share
         self.seen = Seen()
         self.faults = {}  # what was lost, in words, by figure and name
-        self.sound = {}  # documents of archives that were found whole and genuine, by name and digest
+        self.sound = {}  # documents of whole and genuine archives, by name and digest
         self.faulty = 0  # uploads that the cloud has complained of
         self.repacked = set()  # names that were packed more than once, so with other bytes
         self.unsettled = set()  # those of them that the service has yet to put in order
@@ -226,8 +228,8 @@ class Books:
         self.seen.recalls |= seen.recalls
 
     def check(self, now, restarted):
-        """Compares everything with the card as it is now, in the gateway's time. An archive that was
-        being replaced may be found cut until the service has started again."""
+        """Compares everything with the card as it is now, in the gateway's time. An archive
+        that was being replaced may be found cut until the service has started again."""
         self.unsettled = set() if restarted else self.repacked
         found = Seen()
         try:
@@ -329,8 +331,8 @@ class Books:
 
     def count_windows(self, now):
         """What the prescribed windows have cost: events taken but not in any recorded file, values
-        of cycles up to `now` without a row. To be called after the service has had a cycle's time to
-        go on with what the attack has left."""
+        of cycles up to `now` without a row. The service has had a cycle's time since its restart
+        to go on with what the attack has left."""
         lost = self.taken_events() - self.recorded_events - self.counted_events
         self.counted_events |= lost
         self.figures["events"] += len(lost)
