@@ -26,7 +26,8 @@ namespace {
 
 constexpr std::time_t kMinute = 60;
 constexpr std::time_t kHour = 3600;
-constexpr std::time_t kAge = 31 * 86400;
+constexpr std::time_t kDay = 86400;
+constexpr std::time_t kAge = 31 * kDay;
 constexpr std::time_t kCycle = 300;
 constexpr int kMemoryMayGrowKilobytes = 1024;
 constexpr std::time_t kWalk = 60;  // twenty files, three seconds apart

@@ -98,21 +98,9 @@ class Life {
   // Lets everything arrive that is on its way, and counts it up.
   void Finish() {
     RunUntil(m_wall - m_wall % kIntervals[kHeart] + kIntervals[kHeart] + 250);
-    Names accepted;
-    for (const auto& upload : m_cloud.AcceptedUploads()) accepted.insert(upload.fileName);
-    for (const auto& name : m_produced) {
-      const bool aged = m_aged.contains(name);
-      EXPECT_TRUE(m_rows.contains(name) || aged) << name << " is not recorded";
-      const bool arrived = accepted.contains(name.substr(name.rfind('/') + 1));
-      EXPECT_TRUE(arrived || aged) << name << " has not arrived";
-      if (!arrived) ++m_agedUnsent;
-    }
     EXPECT_EQ(m_pending, 0);
-    const std::string due = Stamp(m_wall - kMostBetweenSigns[kRealData] - kWorkSeconds - kAge);
-    for (const auto& name : m_rows) {
-      EXPECT_GT(StampOf(name), due) << name << " is not aged";
-      EXPECT_TRUE(test::Exists(test::DataFilePath(name))) << name;
-    }
+    CheckProduced();
+    CheckRows();
   }
 
   std::time_t Wall() const { return m_wall; }
@@ -139,6 +127,28 @@ class Life {
       m_longest[worker] = std::max(m_longest[worker], silence);
       EXPECT_LE(silence, kMostBetweenSigns[worker] + kWorkSeconds + kLookSeconds)
           << kWorkerNames[worker] << " stalls at " << Stamp(m_wall);
+    }
+  }
+
+  // Every file that was made is recorded and has arrived, or was due before.
+  void CheckProduced() {
+    Names accepted;
+    for (const auto& upload : m_cloud.AcceptedUploads()) accepted.insert(upload.fileName);
+    for (const auto& name : m_produced) {
+      const bool aged = m_aged.contains(name);
+      EXPECT_TRUE(m_rows.contains(name) || aged) << name << " is not recorded";
+      const bool arrived = accepted.contains(name.substr(name.rfind('/') + 1));
+      EXPECT_TRUE(arrived || aged) << name << " has not arrived";
+      if (!arrived) ++m_agedUnsent;
+    }
+  }
+
+  // What was due has gone, and what is recorded is there.
+  void CheckRows() {
+    const std::string due = Stamp(m_wall - kMostBetweenSigns[kRealData] - kWorkSeconds - kAge);
+    for (const auto& name : m_rows) {
+      EXPECT_GT(StampOf(name), due) << name << " is not aged";
+      EXPECT_TRUE(test::Exists(test::DataFilePath(name))) << name;
     }
   }
 
