@@ -90,7 +90,8 @@ TEST_P(UploadAnswer, HarmsNoLaterUpload) {
 }
 
 constexpr char kNoFormat[] = "UPloadFile recv error format message:";
-constexpr char kWrongType[] = "answer with a member of the wrong type (rapidjson exception):";
+constexpr char kWrongType[] =
+    "answer with a member missing or of the wrong type (rapidjson exception):";
 
 INSTANTIATE_TEST_SUITE_P(
     HostileCloud, UploadAnswer,

@@ -279,7 +279,7 @@ TEST_F(Recalls, AnsweredWithNonsenseHarmNothing) {
 
   EXPECT_THAT(Answers(), SizeIs(1));
   EXPECT_THAT(test::OfLevel(test::ReadTextLog(), "WARN"),
-              Contains("answer with a member of the wrong type (rapidjson exception):"
+              Contains("answer with a member missing or of the wrong type (rapidjson exception):"
                        R"({"status":0,"message":"ok","data":7})"));
 }
 
