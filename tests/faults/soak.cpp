@@ -119,12 +119,12 @@ class Soak : public test::SystemTest {
       LiveOn();
     }
     ASSERT_FALSE(m_service->ExitStatus()) << m_service->Output();
-    if (fault == kNone && m_cloud && m_random() % 8 == 0) Order();
     CollectUploads();
     Look();
   }
 
   void Begin(Fault fault) {
+    if (fault == kNone && m_cloud && m_random() % 8 == 0) Order();
     if (fault == kRefusing) {
       const auto trouble =
           m_random() % 2 == 0 ? Behaviour::Refuse() : Behaviour::Status(503, "busy");
