@@ -132,8 +132,13 @@ bool ServiceProcess::RunUntil(std::time_t moment) {
 
 void ServiceProcess::LetRunUntil(std::time_t moment) {
   m_limit = moment;
-  m_face->limitMicroseconds = EndOf(moment);
+  m_face->limitMicroseconds = EndOf(moment - m_face->wallAhead);
   AnnounceChange(m_face);
+}
+
+void ServiceProcess::SetWallClock(std::time_t moment) {
+  m_face->wallAhead += moment - m_limit;
+  m_limit = moment;
 }
 
 bool ServiceProcess::AwaitRest() {
@@ -147,7 +152,8 @@ bool ServiceProcess::AwaitRest() {
 }
 
 std::time_t ServiceProcess::Now() const {
-  return static_cast<std::time_t>(m_face->nowMicroseconds.load() / kMicrosecondsPerSecond);
+  return static_cast<std::time_t>(m_face->nowMicroseconds.load() / kMicrosecondsPerSecond +
+                                  m_face->wallAhead.load());
 }
 
 std::optional<int> ServiceProcess::ExitStatus() {
