@@ -91,6 +91,21 @@ Trouble PageDamaged(const char* type) {
   return Until([] { fs::remove(paths::kLedger); });
 }
 
+// Whoever started the sandbox makes its card read-only or writable as a file asks, and removes
+// that.
+constexpr char kSwitch[] = "/tessel/card-switch";
+
+void Switch(const char* mode) {
+  test::WriteFile(std::string(kSwitch) + ".new", mode);
+  fs::rename(std::string(kSwitch) + ".new", kSwitch);
+  while (fs::exists(kSwitch)) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+Trouble ReadOnly() {
+  Switch("ro");
+  return Until([] { Switch("rw"); });
+}
+
 struct Row {
   std::string name;
   int from;  // the trouble's first second and its end, after 12:00:00
@@ -252,6 +267,8 @@ INSTANTIATE_TEST_SUITE_P(
                             return Trouble();
                           },
                           "123"},
+                      Row{"TheLogsForAFile", Clock(4, 50), Clock(12, 0),
+                          [] { return Replaced(paths::kLogDirectory, ""); }, "0123"},
                       Row{"TheLedgersDirectoryForAFile", Clock(4, 50), Clock(12, 0),
                           [] { return Replaced(paths::kLedgerDirectory, ""); }, "0123"}),
     [](const auto& row) { return row.param.name; });
@@ -263,6 +280,27 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"Failing", Clock(4, 50), Clock(12, 0), [] { return OtherTar("exit 2"); }, "03"},
         Row{"MakingNothing", Clock(4, 50), Clock(12, 0), [] { return OtherTar("exit 0"); }, "03"},
         Row{"FailingOnce", Clock(5, 0), Clock(5, 1), [] { return OtherTar("exit 2"); }, "0123"}),
+    [](const auto& row) { return row.param.name; });
+
+class ReadOnlyCard : public CardTrouble {
+ protected:
+  void SetUp() override {
+    if (std::getenv("BRENNIK_CARD_SWITCH") == nullptr) GTEST_SKIP() << "see scripts/faults card";
+    CardTrouble::SetUp();
+  }
+};
+
+TEST_P(ReadOnlyCard, LosesNothingThatIsOnIt) {
+  Live(GetParam());
+
+  EXPECT_EQ(Delivered(), GetParam().delivered);
+  EXPECT_EQ(test::CountResults(0), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Card, ReadOnlyCard,
+    ::testing::Values(Row{"WhilePacking", Clock(4, 50), Clock(12, 0), ReadOnly, "023", true},
+                      Row{"WhileUploading", Clock(5, 50), Clock(9, 50), ReadOnly, "0123"}),
     [](const auto& row) { return row.param.name; });
 
 // The time stands still as long as it hangs.
