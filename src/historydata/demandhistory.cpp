@@ -1,4 +1,6 @@
 // The demand-history reader. It shares nothing with the ledger, and takes no lock.
+#include "historydata/demandhistory.h"
+
 #include <algorithm>
 #include <string>
 
@@ -14,6 +16,9 @@ namespace {
 constexpr char kSelectMinutes[] =
     "select UnixTime,TriggerValue,Upload from history_%04x_tbl where dataid='%d' and "
     "UnixTime<='%d' and UnixTIme >='%d' order by UnixTime";
+
+// Where there is no index, SQLite also sorts within this much memory; a larger cache helps nobody.
+constexpr char kSmallCache[] = "PRAGMA cache_size=-256";
 
 constexpr std::uint32_t kMinuteSeconds = 60;
 constexpr std::int32_t kHandedOut = 1;       // the only `Upload` whose values count
@@ -38,6 +43,7 @@ std::int32_t CHistoryData::GetRecallFlag(std::uint32_t dataId, const ST_SINGLE_C
   if (!util::Exists(paths::kDemandHistory)) return 0;
   util::Database database(paths::kDemandHistory);
   if (!database) return -1;
+  database.Execute(kSmallCache);  // only a favour, so without waiting for a lock
   database.WaitForLocks(kLockWaitMilliseconds);
   util::Statement minutes = database.Prepare(MinutesQuery(dataId, *point));
   if (!minutes) return -1;
@@ -51,6 +57,7 @@ std::int32_t CHistoryData::GetRecallFlag(std::uint32_t dataId, const ST_SINGLE_C
     if (step < kMinuteSeconds) continue;  // a duplicate, or off the minute
     if (minutes.Integer(2) == kHandedOut) {
       values->push_back({.UnixTime = minute, .TriggerValue = minutes.Real(1)});
+      if (values->size() > kMostRecalledValues) return 0;
     }
     reached = minute;
   }

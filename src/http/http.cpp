@@ -23,6 +23,8 @@ constexpr auto kFailed = static_cast<std::uint32_t>(-1);
 constexpr long kMemoryTimeoutSeconds = 30;
 constexpr long kFileTimeoutSeconds = 90;
 constexpr off_t kFileLimitBytes = 40960;  // files of this size and more are not sent
+// libcurl keeps every header and every trailer of a transfer, at ten times its length and more.
+constexpr std::size_t kMostHeaderBytes = 64U << 10;
 
 // The boundary in a JSON content type is deliberate: the same as that of the file uploads.
 constexpr char kJsonContentType[] =
@@ -43,6 +45,17 @@ struct Outcome {
 
   bool Succeeded() const { return httpStatus == 200 || httpStatus == 201; }
 };
+
+// libcurl's header callback: the lines of every head, and the trailers behind a chunked body.
+// Another number than the line's bytes ends the transfer.
+std::size_t CountHeaderLine(char* /*line*/, std::size_t size, std::size_t count,
+                            void* headerBytes) noexcept {
+  auto* soFar = static_cast<std::size_t*>(headerBytes);
+  *soFar += size * count;
+  if (*soFar <= kMostHeaderBytes) return size * count;
+  log_Text(WARN, "answer with more than %zu bytes of headers broken off", kMostHeaderBytes);
+  return 0;
+}
 
 // One POST: an easy handle with its header list.
 class Request {
@@ -85,6 +98,8 @@ class Request {
   }
 
   Outcome Perform() {
+    Set(CURLOPT_HEADERFUNCTION, CountHeaderLine);
+    Set(CURLOPT_HEADERDATA, &m_headerBytes);
     Outcome outcome{.code = curl_easy_perform(m_handle.get()), .httpStatus = 0};
     curl_easy_getinfo(m_handle.get(), CURLINFO_RESPONSE_CODE, &outcome.httpStatus);
     return outcome;
@@ -93,6 +108,7 @@ class Request {
  private:
   std::unique_ptr<curl_slist, HeaderListFreer> m_headers;  // outlives the handle that uses it
   std::unique_ptr<CURL, HandleCleaner> m_handle;
+  std::size_t m_headerBytes = 0;  // received so far
 };
 
 std::uint32_t PostMemory(const ST_FRAME_MEMORY_UPLOAD& frame, void* answerData) {
@@ -156,6 +172,10 @@ std::optional<std::size_t> SizeToSend(const char* path) {
   const off_t size = util::FileSize(path);
   if (size == 0 || size >= kFileLimitBytes) {
     log_Text(WARN, "file %s size is 0 ,error,do not send it,judge it send OK", path);
+    if (size != 0) {  // the line above is not true of it
+      log_Text(WARN, "file %s has %lld bytes,the largest that is sent has %lld", path,
+               static_cast<long long>(size), static_cast<long long>(kFileLimitBytes) - 1);
+    }
     return std::nullopt;
   }
   return static_cast<std::size_t>(size);

@@ -11,7 +11,9 @@
 // Threads: any, at the same time; calls share nothing. It never retries.
 // Owns: libcurl's global state; one easy handle a call, for that call only.
 //
-// Results are 0 for success and -1, as an unsigned number, for failure.
+// Results are 0 for success and -1, as an unsigned number, for failure. An answer with more than
+// 64 KiB of headers and trailers is broken off there, with a WARN line; as for every transfer that
+// breaks off, the HTTP status decides the result.
 class CHttp {
  public:
   CHttp();
@@ -27,9 +29,9 @@ class CHttp {
   std::uint32_t POST_MemoryData_WithExtraArgs(ST_FRAME_MEMORY_UPLOAD* frame);
 
   // Sends a file of 1 to 40,959 bytes as the form field "licence"; whole transfer within 90 s. A
-  // file that is missing, empty or larger is judged sent: success flag 1, result 0, a WARN line. 0
-  // for status 200 or 201, -1 otherwise and for a file that cannot be opened for reading and
-  // writing or be read. Callers go by the success flag, not by this result.
+  // file that is missing, empty or larger is judged sent: success flag 1, result 0, a WARN line,
+  // for a larger one two. 0 for status 200 or 201, -1 otherwise and for a file that cannot be
+  // opened for reading and writing or be read. Callers go by the success flag, not by this result.
   std::uint32_t UploadFile(ST_FRAME_FILE_UPLOAD* frame);
 
   // Reads up to `max` bytes of a file into `buf`, without a terminator. Returns their number; -1

@@ -9,6 +9,7 @@
 
 #include "config/channelset.h"
 #include "config/snset.h"
+#include "historydata/demandhistory.h"
 #include "log/log.h"
 #include "packfile/alarmdocument.h"
 #include "packfile/archive.h"
@@ -124,9 +125,10 @@ std::int32_t CPackFile::CreateRecallDataJsonFile(const ST_CHECKCALL_ACK* request
   const DataFileNames names = NameDataFile('R', dir, *stamp, kTellRecallStatus);
   rapidjson::StringBuffer text;
   if (!WriteRecallDocument(GetCsnSetInstance().GetSn(), *request, text)) {
-    log_Text(WARN, "CreateRecallDataJsonFile %s failed, more than %zu bytes", names.archive,
-             kLargestRecallBytes);
-    return -1;
+    log_Text(WARN, "Recall %d has more than %zu bytes or %zu values of a point,judge it send OK",
+             request->id, kLargestRecallBytes, kMostRecalledValues);
+    file->clear();
+    return 0;
   }
 
   std::ofstream ofs(names.text, std::ios::trunc);

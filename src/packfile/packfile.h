@@ -46,9 +46,10 @@ class CPackFile {
 
   // Packs the minute values of every ordered point into one recall-data file in `dir`, named by the
   // current time: two calls within a second share their files. Stores the archive's full path in
-  // `file` and returns 0; -1, with nothing written, when the name cannot be formed or the document
-  // grows beyond 16 MiB, and after three failed compressions, with everything left on the card. A
-  // text file that cannot be opened ends the process. Recall worker.
+  // `file` and returns 0; an empty one, with a WARN line and nothing written, when the document is
+  // too large ever to be sent (see WriteRecallDocument). -1, with nothing written, when the name
+  // cannot be formed, and after three failed compressions, with everything left on the card. A text
+  // file that cannot be opened ends the process. Recall worker.
   std::int32_t CreateRecallDataJsonFile(const ST_CHECKCALL_ACK* request, const char* dir,
                                         std::string* file);
 

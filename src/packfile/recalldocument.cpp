@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "historydata/demandhistory.h"
 #include "historydata/historydata.h"
 #include "util/text.h"
 #include "util/timetext.h"
@@ -13,6 +14,7 @@ constexpr std::int32_t kComplete = 1;
 constexpr std::size_t kTimeMarkBytes = 23;
 constexpr std::size_t kPointIdBytes = 15;
 constexpr std::size_t kValueBytes = 15;
+constexpr std::size_t kLastValueBytes = 1024;  // what is behind the bound when it is seen
 
 using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
 
@@ -30,8 +32,8 @@ std::uint32_t HistoryId(const ST_SINGLE_CALL_DEV& device, const ST_SINGLE_CALL_P
          ((static_cast<std::uint32_t>(device.eqpId) & 0xFFFFU) << 16) | (point.pointId & 0xFFFFU);
 }
 
-bool IsFull(const Walk& walk) {
-  return walk.text.GetSize() > kLargestRecallBytes;
+bool IsTooLarge(const Walk& walk) {
+  return walk.text.GetSize() > kLargestRecallBytes || walk.values.size() > kMostRecalledValues;
 }
 
 void WriteValue(Walk& walk, const ST_SINGLE_POINT_VALUE& value) {
@@ -69,7 +71,7 @@ void WritePoint(Walk& walk, const ST_SINGLE_CALL_DEV& device, const ST_SINGLE_CA
   walk.writer.StartArray();
   if (flag == kComplete) {
     for (const auto& value : walk.values) {
-      if (IsFull(walk)) break;
+      if (IsTooLarge(walk)) break;
       WriteValue(walk, value);
     }
   }
@@ -81,6 +83,8 @@ void WritePoint(Walk& walk, const ST_SINGLE_CALL_DEV& device, const ST_SINGLE_CA
 
 bool WriteRecallDocument(const char* serial, const ST_CHECKCALL_ACK& order,
                          rapidjson::StringBuffer& text) {
+  text.Reserve(kLargestRecallBytes +
+               kLastValueBytes);  // a text that grows is copied, and in memory twice
   Writer writer(text);
   Walk walk{.writer = writer, .text = text, .values = {}, .timeMark = ""};
   writer.StartObject();
@@ -94,7 +98,7 @@ bool WriteRecallDocument(const char* serial, const ST_CHECKCALL_ACK& order,
   for (const auto& device : order.devs) {
     for (const auto& point : device.points) {
       WritePoint(walk, device, point);
-      if (IsFull(walk)) return false;
+      if (IsTooLarge(walk)) return false;
     }
   }
   writer.EndArray();

@@ -10,10 +10,12 @@
 #include "parsememory/answers.h"
 #include "util/json.h"
 
-// No archive that the transport would send holds as much text by far.
-inline constexpr std::size_t kLargestRecallBytes = 16U << 20;
+// An archive that the transport carries holds less text than this, even when a thousand points have
+// the same value all the time. Only one point ordered hundreds of times packs denser.
+inline constexpr std::size_t kLargestRecallBytes = 6U << 20;
 
-// Reads the history of every ordered point and writes the document into `text`. False when it grows
-// beyond kLargestRecallBytes: an order may not use up the gateway's memory.
+// Reads the history of every ordered point and writes the document into `text`. False, with the
+// rest unread, as soon as it grows beyond kLargestRecallBytes or a point has more values than
+// kMostRecalledValues: an order may not use up the gateway's memory.
 bool WriteRecallDocument(const char* serial, const ST_CHECKCALL_ACK& order,
                          rapidjson::StringBuffer& text);

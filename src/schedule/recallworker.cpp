@@ -43,6 +43,10 @@ void AnswerOrder(const ST_CHECKCALL_ACK& order, Answered& answered) {
     log_DB(ERROR, "Brennik Create Recall Data File error");
     return;
   }
+  if (archive.empty()) {  // too large ever to be sent: reading it all again would not help
+    answered.lastSeq = order.id;
+    return;
+  }
   GetCHistoryDataInstance().SaveRecallData(archive.c_str());
   const bool accepted = UploadDemandRecall(archive.c_str()) == 0;
   answered.lastSeq = accepted ? order.id : 0;

@@ -13,7 +13,8 @@ int ParseGuarded(const std::string& answer, const std::function<int()>& parse) {
   try {
     return parse();
   } catch (const std::logic_error& error) {
-    log_Text(WARN, "answer with a member of the wrong type (%s):%s", error.what(), answer.c_str());
+    log_Text(WARN, "answer with a member missing or of the wrong type (%s):%s", error.what(),
+             answer.c_str());
     return -1;
   }
 }

@@ -9,8 +9,9 @@
 // A terminated copy of exactly the bytes that an answer callback received.
 std::string ReceivedText(const char* data, std::size_t size, std::size_t count);
 
-// Runs a parser over an answer. A member of the wrong type makes the parser throw: then a WARN line
-// tells the answer and the result is -1. Nothing is thrown further, least of all through libcurl.
+// Runs a parser over an answer. The parser throws for a member of the wrong type, and for a missing
+// one that it does not look for first: then a WARN line tells the answer and the result is -1.
+// Nothing is thrown further, least of all through libcurl.
 int ParseGuarded(const std::string& answer, const std::function<int()>& parse);
 
 // Sets a frame's success flag through the pointer that an answer callback receives; the flag need

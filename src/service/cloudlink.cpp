@@ -18,7 +18,7 @@ constexpr std::int32_t kNotAuthorised = -1;  // an answer with an empty "data" d
 // A cloud gone mad must not fill the memory: neither with its answer, nor with the log of its
 // pieces. An order of 400 points has 40 KB.
 constexpr std::size_t kLargestAnswerBytes = 512U << 10;
-constexpr int kMostPieces = 1024;
+constexpr int kLoggedPieces = 64;
 
 }  // namespace
 
@@ -103,11 +103,12 @@ std::size_t OnRecallCheckAnswer(char* text, std::size_t size, std::size_t count,
                                 void* answer) noexcept {
   auto* whole = static_cast<CollectedAnswer*>(answer);
   const std::string piece = ReceivedText(text, size, count);
-  log_Text(INFO, "Recall Receive Response:\n%s", piece.c_str());
-  ++whole->pieces;
-  if (whole->text.size() + piece.size() > kLargestAnswerBytes || whole->pieces > kMostPieces) {
-    log_Text(WARN, "Recall answer of more than %zu bytes or %d pieces refused", kLargestAnswerBytes,
-             kMostPieces);
+  if (whole->loggedPieces < kLoggedPieces) {
+    log_Text(INFO, "Recall Receive Response:\n%s", piece.c_str());
+    ++whole->loggedPieces;
+  }
+  if (whole->text.size() + piece.size() > kLargestAnswerBytes) {
+    log_Text(WARN, "Recall answer of more than %zu bytes refused", kLargestAnswerBytes);
     whole->text.clear();  // what has come so far may be a whole document, and the status 200
     return 0;
   }

@@ -37,12 +37,12 @@ std::size_t OnSkipAddressAnswer(char* text, std::size_t size, std::size_t count,
 // What a recall check has received so far.
 struct CollectedAnswer {
   std::string text;
-  int pieces = 0;
+  int loggedPieces = 0;
 };
 
 // The answer callback of the recall check: appends what was received to the CollectedAnswer at
-// `answer`, as an answer may come in pieces, and returns the number of bytes. An answer of more
-// than 512 KiB or 1,024 pieces is given up, with a WARN line: the transfer ends, and nothing of it
-// is left.
+// `answer`, as an answer may come in pieces, and returns the number of bytes. The text log tells
+// the first 64 pieces. An answer of more than 512 KiB is given up, with a WARN line: the transfer
+// ends, and nothing of it is left.
 std::size_t OnRecallCheckAnswer(char* text, std::size_t size, std::size_t count,
                                 void* answer) noexcept;

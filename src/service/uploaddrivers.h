@@ -19,7 +19,7 @@ int CreateRealDataFile(Real_Data_Struct* values, const char* dir, std::vector<st
 int CreateAlarmDataFile(const Alarm_Data_Struct* events, const char* dir,
                         std::vector<std::string>* files);
 // Packs the history that the cloud ordered (CPackFile::CreateRecallDataJsonFile): the archive's
-// full path is stored in `file`.
+// full path is stored in `file`, an empty one when there is too much of it.
 int CreateRecallDataFile(const ST_CHECKCALL_ACK* order, const char* dir, std::string* file);
 
 // Send one packed file, given by its full path, to the address in use. 0 when the cloud accepted

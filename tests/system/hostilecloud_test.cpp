@@ -131,7 +131,7 @@ std::vector<Line> NoFormat(int count) {
   return {{"UPloadFile recv error format message:", count}};
 }
 std::vector<Line> WrongType(int count) {
-  return {{" of the wrong type (rapidjson exception):", count}};
+  return {{"answer with a member missing or of the wrong type (rapidjson exception):", count}};
 }
 // All six exchanges end with these words.
 std::vector<Line> Ended(const std::string& words) {

@@ -73,9 +73,8 @@ TEST_P(UnsentSize, IsJudgedSent) {
   service.RunUntil(At(12, 0, 30));
 
   EXPECT_EQ(m_server.Requests().size(), 1U);
-  EXPECT_EQ(test::OfLevel(test::ReadTextLog(), "WARN"),
-            std::vector<std::string>{"file " + m_path +
-                                     " size is 0 ,error,do not send it,judge it send OK"});
+  EXPECT_EQ(test::OfLevel(test::ReadTextLog(), "WARN").front(),
+            "file " + m_path + " size is 0 ,error,do not send it,judge it send OK");
   EXPECT_EQ(test::ReadLedger(), (std::vector<LedgerRow>{{m_name, 2, 1}}));
 }
 

@@ -98,14 +98,17 @@ TEST_F(DemandHistory, OfOneMinuteIsWhole) {
   EXPECT_THAT(NumbersOf(found.values), ElementsAre(21.5));
 }
 
-TEST_F(DemandHistory, OfAWholeMonthIsGivenInOneCall) {
-  constexpr int kMinutes = 31 * 24 * 60;
-  HistoryDatabase().Series(kPump, kTen, kTen + (kMinutes - 1) * kMinute);
+TEST_F(DemandHistory, OfFourteenDaysIsGivenInOneCallAndNoneOfMore) {
+  constexpr int kMost = 14 * 24 * 60;
+  HistoryDatabase().Series(kPump, kTen, kTen + (kMost + 60) * kMinute);
 
-  const Found found = RecallMinutes(0, kMinutes - 1);
+  const Found most = RecallMinutes(1, kMost);
+  const Found more = RecallMinutes(1, kMost + 60);
 
-  EXPECT_EQ(found.result, 1);
-  EXPECT_THAT(found.values, SizeIs(kMinutes));
+  EXPECT_EQ(most.result, 1);
+  EXPECT_THAT(most.values, SizeIs(kMost));
+  EXPECT_EQ(more.result, 0);
+  EXPECT_THAT(more.values, SizeIs(kMost + 1));
 }
 
 TEST_F(DemandHistory, ComesInRisingTimeWhateverTheOrderOfItsRecording) {

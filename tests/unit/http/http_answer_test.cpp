@@ -15,6 +15,15 @@ using test::MemoryFrame;
 using test::RawServer;
 
 constexpr char kBody[] = R"({"sn":"S1"})";
+constexpr std::size_t kMostHeaderBytes = 64U << 10;
+constexpr char kTooManyHeaders[] = "answer with more than 65536 bytes of headers broken off";
+
+// `text` with header lines behind it, `bytes` together.
+std::string WithHeaderLines(std::string text, std::size_t bytes) {
+  const std::string line = "X-Filler: " + std::string(88, 'x') + "\r\n";
+  while (text.size() + 2 * line.size() < bytes) text += line;
+  return text + "X: " + std::string(bytes - text.size() - 5, 'x') + "\r\n";
+}
 
 std::string Failure(const std::string& words, int status) {
   return "curl_easy_perform() failed when post: " + words + ",httpcode =" + std::to_string(status);
@@ -194,6 +203,38 @@ TEST_P(PostAnswer, WithoutABodyNeverReachesTheCallback) {
 
   EXPECT_EQ(Post(), test::kDone);
   EXPECT_THAT(test::Answer().parts, IsEmpty());
+}
+
+TEST_P(PostAnswer, MayHave64KibibytesOfHeaders) {
+  const std::string end = "Content-Length: 2\r\n\r\n";
+  m_server.Answer(WithHeaderLines("HTTP/1.1 200 OK\r\n", kMostHeaderBytes - end.size()) + end +
+                  "{}");
+
+  EXPECT_EQ(Post(), test::kDone);
+  EXPECT_EQ(test::Answer().bytes, "{}");
+  EXPECT_THAT(test::TextLog(), IsEmpty());
+}
+
+TEST_P(PostAnswer, WithMoreHeadersFailsLikeAnyThatBreaksOff) {
+  const std::string end = "Content-Length: 2\r\n\r\n";
+  m_server.Answer(WithHeaderLines("HTTP/1.1 500 Error\r\n", kMostHeaderBytes - end.size() + 1) +
+                  end + "{}");
+
+  EXPECT_EQ(Post(), test::kFailed);
+  EXPECT_THAT(test::Answer().parts, IsEmpty());
+  EXPECT_THAT(test::TextLog("WARN"),
+              ElementsAre(kTooManyHeaders,
+                          Failure("Failed writing received data to disk/application", 500)));
+}
+
+// libcurl would keep them all.
+TEST_P(PostAnswer, BreaksOffInEndlessTrailers) {
+  const std::string body = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\n";
+  m_server.Answer(WithHeaderLines(body, 4 * kMostHeaderBytes));
+
+  EXPECT_EQ(Post(), test::kDone) << "as behind any status 200";
+  EXPECT_EQ(test::Answer().bytes, "{}");
+  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(kTooManyHeaders));
 }
 
 TEST_P(PostAnswer, BehindAContinueIsTheOneThatCounts) {

@@ -65,8 +65,11 @@ TEST_P(MemoryPost, SetsItsOptionsInThisOrder) {
 
   Post(frame);
 
+  auto options = test::Options();
+  ASSERT_THAT(options, SizeIs(12));
+  options.resize(10);  // behind them stand those that bound the answer's headers
   EXPECT_THAT(
-      test::Options(),
+      options,
       ElementsAre(Pointer(CURLOPT_URL, frame.url), Number(CURLOPT_SSL_VERIFYPEER, 0),
                   Number(CURLOPT_SSL_VERIFYHOST, 0), Pointer(CURLOPT_HTTPHEADER, nullptr),
                   Number(CURLOPT_TIMEOUT, 30), Number(CURLOPT_NOSIGNAL, 1),
@@ -84,7 +87,7 @@ TEST_P(MemoryPost, InstallsTheReadCallbackBehindTheAnswerCallback) {
   Post(frame);
 
   const auto options = test::Options();
-  ASSERT_THAT(options, SizeIs(11));
+  ASSERT_THAT(options, SizeIs(13));
   EXPECT_EQ(options[8], Function(CURLOPT_READFUNCTION, test::ReadNothing));
   EXPECT_EQ(options[9].option, CURLOPT_POSTFIELDS);
   EXPECT_EQ(server.Requests().at(0).body, kLogin);

@@ -279,25 +279,65 @@ TEST_F(RecallFileStop, EndsTheProcessWhenTheTextCannotBeOpened) {
   EXPECT_EXIT(PackRecall(), KilledBySignal(SIGABRT), kStop);
 }
 
-TEST_F(RecallFile, IsNotMadeOfMoreThanSixteenMebibytes) {
-  m_devices = {
-      {.groupId = 1, .eqpId = 3, .points = {{.pointId = 0x4D, .beginTime = 0, .endTime = 0}}}};
-  test::AnswerNextRecall(1, std::vector<ST_SINGLE_POINT_VALUE>(400'000));
+constexpr std::uint32_t kFourteenDays = 14 * 24 * 60;  // minutes
 
-  EXPECT_EQ(PackRecall(), -1);
-  EXPECT_EQ(m_file, "untouched");
-  EXPECT_TRUE(fs::is_empty(kRecalls));
-  EXPECT_THAT(test::TextLog(),
-              ElementsAre(LogRecord{"WARN", std::string("CreateRecallDataJsonFile ") + kArchive +
-                                                " failed, more than 16777216 bytes"}));
-}
+// An order that names one point so often, with fourteen days of minutes from 2024-02-01.
+class LongRecall : public RecallFile {
+ protected:
+  void Order(std::size_t times) {
+    const auto first = static_cast<std::uint32_t>(test::LocalTimeOf(2024, 2, 1));
+    m_point.beginTime = first;
+    m_point.endTime = first + (kFourteenDays - 1) * 60;
+    m_devices = {{.groupId = 1, .eqpId = 3, .points = {times, m_point}}};
+  }
+  void ExpectNothingMade() {
+    EXPECT_EQ(m_file, "");
+    EXPECT_TRUE(fs::is_empty(kRecalls));
+    EXPECT_THAT(test::Pauses(), IsEmpty());
+    EXPECT_THAT(test::TextLog(),
+                ElementsAre(LogRecord{"WARN",
+                                      "Recall 7 has more than 6291456 bytes or 20160 values of a "
+                                      "point,judge it send OK"}));
+  }
 
-TEST_F(RecallFile, MayBeOfAsMuchAsTheTransportCarriesManyTimesOver) {
-  m_devices = {
-      {.groupId = 1, .eqpId = 3, .points = {{.pointId = 0x4D, .beginTime = 0, .endTime = 0}}}};
-  test::AnswerNextRecall(1, std::vector<ST_SINGLE_POINT_VALUE>(300'000));
+  ST_SINGLE_CALL_POINT m_point{.pointId = 0x4D, .beginTime = 0, .endTime = 0};
+};
+
+TEST_F(LongRecall, IsMadeOfUpToSixMebibytes) {
+  Order(5);
+  test::HistoryDatabase().Series(0x0103004D, m_point.beginTime, m_point.endTime);
 
   EXPECT_EQ(PackRecall(), 0);
+  EXPECT_EQ(m_file, kArchive);
+}
+
+TEST_F(LongRecall, OfMoreCountsAsSentAndLeavesNothing) {
+  Order(6);
+  test::HistoryDatabase().Series(0x0103004D, m_point.beginTime, m_point.endTime);
+
+  EXPECT_EQ(PackRecall(), 0);
+  ExpectNothingMade();
+}
+
+TEST_F(LongRecall, OfMoreThanFourteenDaysOfAPointCountsAsSentAndLeavesNothing) {
+  Order(1);
+  test::AnswerNextRecall(0, std::vector<ST_SINGLE_POINT_VALUE>(kFourteenDays + 1));
+
+  EXPECT_EQ(PackRecall(), 0);
+  ExpectNothingMade();
+}
+
+// So what is refused beyond them could not have been sent.
+TEST_F(LongRecall, OfFourteenDaysOfOneValueIsTooLargeToBeSent) {
+  Order(1);
+  std::vector<ST_SINGLE_POINT_VALUE> values;
+  for (auto time = m_point.beginTime; time <= m_point.endTime; time += 60) {
+    values.push_back({.UnixTime = time, .TriggerValue = 0});
+  }
+  test::AnswerNextRecall(1, std::move(values));
+
+  EXPECT_EQ(PackRecall(), 0);
+  EXPECT_GE(fs::file_size(kArchive), 40960U);
 }
 
 }  // namespace

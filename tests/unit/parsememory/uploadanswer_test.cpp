@@ -159,6 +159,9 @@ INSTANTIATE_TEST_SUITE_P(
                       Text{"StatusAbove32Bits", R"({"status":2147483648,"message":"m"})"},
                       Text{"StatusBelow32Bits", R"({"status":-2147483649,"message":"m"})"},
                       Text{"StatusAbove64Bits", R"({"status":18446744073709551616,"message":"m"})"},
+                      Text{"StatusWithAnExponentBeyondAllBounds", R"({"message":"m","status":0.)" +
+                                                                      std::string(700, '0') +
+                                                                      "1e-2147483000}"},
                       Text{"MessageNumber", R"({"status":0,"message":1})"},
                       Text{"MessageNull", R"({"status":0,"message":null})"},
                       Text{"MessageObject", R"({"status":0,"message":{}})"},

@@ -6,6 +6,7 @@
 #include "schedule/workers.h"
 #include "support/databasefile.h"
 #include "support/faults.h"
+#include "support/historydatabase.h"
 #include "support/logs.h"
 #include "util/paths.h"
 
@@ -180,6 +181,26 @@ TEST_F(RecallWorker, RecordsNothingForAFailedPacking) {
   Poll(1);
 
   EXPECT_FALSE(test::Exists(paths::kLedger));
+}
+
+TEST_F(RecallWorker, TakesAnOrderThatIsTooLargeForAnswered) {
+  const auto first = test::LocalTimeOf(2024, 2, 1);
+  test::HistoryDatabase().Series(0x0207004E, first, test::LocalTimeOf(2024, 2, 16));
+  const std::string order = HttpAnswer(
+      200, R"({"status":0,"data":[{"sn":"S1","id":7,"devs":[{"groupId":"2","eqpId":"7","ids":[)"
+           R"({"pointId":"004E","beginTime":"2024-02-01 00:00:00",)"
+           R"("endTime":"2024-02-16 00:00:00"}]}]}]})");
+  m_cloud.Answer(order).Answer(order);
+
+  Poll(2);
+
+  EXPECT_EQ(PausesText(), "77 77");
+  EXPECT_THAT(Requested(), ElementsAre(kRecallCheck, kRecallCheck));
+  EXPECT_THAT(test::TextLog("WARN"),
+              ElementsAre(HasSubstr("Recall 7 has more than "), test::Repeated(7, 1)));
+  EXPECT_THAT(test::DatabaseLog(), IsEmpty());
+  EXPECT_FALSE(test::Exists(paths::kLedger));
+  EXPECT_THAT(test::List(kRecalls), IsEmpty());
 }
 
 TEST_F(RecallWorker, WhoseTimeCannotBeToldIsAFailedPacking) {

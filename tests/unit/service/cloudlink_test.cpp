@@ -248,7 +248,8 @@ Complaint Missing(const char* name, const std::string& text) {
 }
 
 Complaint WronglyTyped(const char* name, const std::string& text) {
-  return {name, text, "answer with a member of the wrong type (rapidjson exception):" + text};
+  return {name, text,
+          "answer with a member missing or of the wrong type (rapidjson exception):" + text};
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -161,9 +161,10 @@ class WronglyTypedAnswer : public UploadAnswer, public ::testing::WithParamInter
 TEST_P(WronglyTypedAnswer, IsRejectedWithTheTextAndClearsTheFlag) {
   EXPECT_EQ(Judge(GetParam().text), kVerdictRejected);
   EXPECT_EQ(m_flag, 0);
-  EXPECT_THAT(test::TextLog("WARN"),
-              ElementsAre("answer with a member of the wrong type (rapidjson exception):" +
-                          GetParam().text));
+  EXPECT_THAT(
+      test::TextLog("WARN"),
+      ElementsAre("answer with a member missing or of the wrong type (rapidjson exception):" +
+                  GetParam().text));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -235,10 +236,11 @@ TEST_P(DeeplyNestedAnswer, IsRejectedOnAWorkersStack) {
   EXPECT_EQ(JudgeOnAWorkersStack(text, &m_flag), kVerdictRejected);
   EXPECT_EQ(m_flag, 0);
   // Records of that length are cut and lose their line feed.
-  EXPECT_THAT(test::WholeTextLog(),
-              HasSubstr("logType:WARN\n answer with a member of the wrong type (rapidjson "
-                        "exception):{\"status\":" +
-                        GetParam().opening));
+  EXPECT_THAT(
+      test::WholeTextLog(),
+      HasSubstr("logType:WARN\n answer with a member missing or of the wrong type (rapidjson "
+                "exception):{\"status\":" +
+                GetParam().opening));
 }
 
 INSTANTIATE_TEST_SUITE_P(Shapes, DeeplyNestedAnswer,

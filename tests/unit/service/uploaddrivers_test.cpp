@@ -190,7 +190,7 @@ TEST_P(UploadDriver, SurvivesAnAnswerWithAMemberOfTheWrongType) {
 
   EXPECT_EQ(result, -1);
   EXPECT_THAT(test::TextLog("WARN"),
-              ElementsAre("answer with a member of the wrong type (rapidjson "
+              ElementsAre("answer with a member missing or of the wrong type (rapidjson "
                           "exception):{\"status\":\"x\",\"message\":\"ok\"}",
                           FailureLine()));
 }
