@@ -87,6 +87,7 @@ int CChannelSet::LoadNodeFromXml() {
   }
   if (!root->Is("ChannelConfig")) {
     log_Text(ERROR, "[LoadChannelParamFromXml]: Root node is not 'ChannelConfig'");
+    m_document.SayOtherRoot("ChannelConfig");
     m_document.Free();
     return -1;
   }
@@ -124,6 +125,7 @@ int CChannelSet::LoadDevPointAttr(ST_DEV_ATTR dev) {
   }
   if (!root->Is("DevConfig")) {
     log_Text(ERROR, "[LoadDevPointAttr]:  wrong type, root node != DevConfig");
+    document.SayOtherRoot("DevConfig");
     return -1;
   }
   ST_POINTID_ATTR point{};

@@ -50,6 +50,7 @@ int CsnSet::LoadNodeFromXml() {
   }
   if (!root->Is("snConfig")) {
     log_Text(ERROR, "parse SN Document failed,wrong type,root node is not snConfig");
+    m_document.SayOtherRoot("snConfig");
     m_document.Free();
     return -1;
   }
@@ -70,6 +71,7 @@ int CsnSet::LoadNodeFromXml() {
   }
   if (!hasModel || !hasSerial) {
     log_Text(ERROR, "parse SN Document failed,no usable model or sn");
+    m_document.SayRefused("has no usable model or sn");
     m_document.Free();
     return -1;
   }

@@ -90,6 +90,7 @@ int CSysSet::LoadNodeFromXml() {
   }
   if (!root->Is("sysConfig")) {
     log_Text(ERROR, "SysConfigXml document,root is not sysConfig.");
+    m_document.SayOtherRoot("sysConfig");
     m_document.Free();
     return -1;
   }

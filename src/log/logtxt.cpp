@@ -103,7 +103,7 @@ int CLogTxt::WriteLog(std::list<ST_TXT_LOG_NODE>* queue) {
   const std::string path = TodaysFile();
   const std::lock_guard fileLock(m_fileMutex);
   util::Descriptor file(
-      open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, kOwnerReadOnly));
+      open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, kOwnerReadOnly));
   if (!file) {
     std::printf("Open %s failed\n", path.c_str());
     return -1;

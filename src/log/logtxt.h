@@ -39,7 +39,8 @@ class CLogTxt : public Singleton<CLogTxt> {
   void InsertLog(const char* logType, const char* message);
   // Drains `queue` into today's file and applies the retention. Returns 0 when it wrote; -1 when
   // the queue was empty or the file could not be opened, which is told on standard output and
-  // leaves the records queued for the next cycle.
+  // leaves the records queued for the next cycle. A symbolic link in the file's place cannot: in
+  // /tmp anybody may have laid it.
   int WriteLog(std::list<ST_TXT_LOG_NODE>* queue);
   // The entry of the record thread, given the store: writes, sleeps 5 s, for ever.
   static void* RecordThread(void* self);

@@ -35,6 +35,11 @@ bool Exists(const char* path) {
   return stat(path, &status) == 0;
 }
 
+bool IsDirectory(const char* path) {
+  struct stat status {};
+  return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 off_t FileSize(const char* path) {
   struct stat status {};
   return stat(path, &status) == 0 ? status.st_size : 0;

@@ -7,6 +7,7 @@
 namespace util {
 
 std::optional<std::tm> LocalTime(std::time_t when) {
+  tzset();  // localtime_r need not look whether the zone has changed; under the C library's lock
   std::tm time{};
   if (localtime_r(&when, &time) == nullptr) return std::nullopt;
   return time;

@@ -7,7 +7,8 @@
 
 namespace util {
 
-// Local broken-down time of a Unix time; nothing when it cannot be converted.
+// Local broken-down time of a Unix time, in the zone that the machine has at the moment of the
+// call; nothing when it cannot be converted. Any thread may call it.
 std::optional<std::tm> LocalTime(std::time_t when);
 
 // 14 digits, "YYYYMMDDhhmmss": the stamp in data-file names and in the ledger's ageing cut-off.

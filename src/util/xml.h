@@ -1,5 +1,5 @@
-// Reading small XML configuration files through libxml2, safely: nothing but the named file itself
-// is ever read, and its size, its nesting and its entities are bounded.
+// Reading XML configuration files through libxml2, safely: nothing but the named file itself is
+// ever read, its size, its nesting and its parts are bounded, and a file that is refused is named.
 #pragma once
 
 #include <cstddef>
@@ -15,8 +15,10 @@ struct _xmlNode;  // NOLINT(*-reserved-identifier,cert-dcl*)
 
 namespace util {
 
-inline constexpr std::size_t kXmlFileLimitBytes = 2097152;  // larger files are not read
+inline constexpr std::size_t kXmlFileLimitBytes = 8388608;  // larger files are not read
 inline constexpr int kXmlAttributesLimit = 64;              // an element with more spoils its file
+inline constexpr int kXmlNodesLimit = 262144;               // elements and attributes of a file
+inline constexpr int kXmlSpacesLimit = 64;                  // name spaces that a file declares
 
 struct XmlAttribute {
   std::string name;
@@ -52,10 +54,11 @@ class XmlDocument {
  public:
   XmlDocument() = default;
 
-  // Parses a regular file of at most kXmlFileLimitBytes. Without a document when the file cannot
-  // be read, is larger, is not well-formed (libxml2's first message then goes to standard error),
-  // has an element with more than kXmlAttributesLimit attributes, or declares entities or
-  // attributes of its own: no configuration file needs them, and small files grow huge by them.
+  // Parses a regular file of at most kXmlFileLimitBytes, as UTF-8 whatever it claims. Without a
+  // document, and with a line on standard error, when the file cannot be read, is larger, is not
+  // well-formed, is beyond a limit above, or declares entities or attributes of its own: no
+  // configuration file needs them, and small files grow huge by them. The document holds elements
+  // with their attributes and nothing else.
   static XmlDocument Read(const char* path);
 
   explicit operator bool() const { return m_document != nullptr; }
@@ -63,8 +66,13 @@ class XmlDocument {
   std::optional<XmlElement> Root() const;
   // Frees the document; false when none was held.
   bool Free();
+  // Says on standard error that the file is refused: one line of its path and the reason.
+  void SayRefused(const std::string& reason) const;
+  // The same for a root, which there must be, of another name.
+  void SayOtherRoot(const char* wanted) const;
 
  private:
+  std::string m_path;
   std::unique_ptr<_xmlDoc, XmlDocumentFreer> m_document;
 };
 

@@ -112,7 +112,7 @@ const std::vector<Harm> kHarms = {
     Content("CutOff", [](const std::string& root) { return "<" + root + "><a b=\"1\"/>"; }),
     Content("Huge",
             [](const std::string& root) {
-              return "<" + root + "><!--" + std::string(2097152, ' ') + "--></" + root + ">";
+              return "<" + root + "><!--" + std::string(8388608, ' ') + "--></" + root + ">";
             }),
     Content("NestedDeeply",
             [](const std::string& root) {
@@ -152,6 +152,14 @@ class HostileConfiguration : public test::SystemTest {
     return -1;
   }
 
+  // How many lines of the output begin with the file's name.
+  static long NamesOf(const std::string& output, const std::string& path) {
+    std::istringstream lines(output);
+    long count = 0;
+    for (std::string line; std::getline(lines, line);) count += line.starts_with(path + ": ");
+    return count;
+  }
+
   test::CloudServer m_server;
 };
 
@@ -174,6 +182,7 @@ TEST_P(UnusableFile, EndsTheStartAfterTenSecondsWithItsMessages) {
   service.RunUntil(At(12, 0, 11));
 
   EXPECT_EQ(test::OfLevel(test::ReadTextLog(), "ERROR"), TheFile().messages);
+  EXPECT_EQ(NamesOf(service.Output(), TheFile().path), 1);
   EXPECT_EQ(service.ExitStatus(), 255);
   EXPECT_GT(peak, 0);
   EXPECT_LT(peak, kMemoryLimitKibibytes);
@@ -201,6 +210,7 @@ TEST_P(UnusableDefinition, LeavesItsDeviceWithoutPoints) {
 
   EXPECT_EQ(test::OfLevel(test::ReadTextLog(), "ERROR"),
             std::vector<std::string>{"[LoadDevPointAttr]: parsed Parse failed"});
+  EXPECT_EQ(NamesOf(service.Output(), test::DeviceFile("meter").Path()), 1);
   EXPECT_EQ(test::ReadLedger(),
             (std::vector<test::LedgerRow>{{"realdata/7/S20240307120500.tar.gz"}}));
   EXPECT_LT(peak, kMemoryLimitKibibytes);
@@ -270,8 +280,8 @@ TEST_F(HostileConfiguration, NamesNoAddressThatIsVisited) {
 
 TEST_F(HostileConfiguration, OfTheLargestSizeIsRead) {
   std::string text = test::SystemFile(m_server.Port()).Text();
-  text.insert(text.find("<cloud"), "<!--" + std::string(2097152 - 7 - text.size(), ' ') + "-->");
-  ASSERT_EQ(text.size(), 2097152U);
+  text.insert(text.find("<cloud"), "<!--" + std::string(8388608 - 7 - text.size(), ' ') + "-->");
+  ASSERT_EQ(text.size(), 8388608U);
   test::WriteFile(paths::kSystemFile, text);
   test::ServiceProcess service(At(12, 0));
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cloud/simulator.h"
+#include "support/databasefile.h"
 #include "system/support/answers.h"
 #include "system/support/cloudserver.h"
 #include "system/support/ledger.h"
@@ -147,6 +148,28 @@ TEST_F(Uploads, PutNewFilesBeforeTheBacklog) {
   EXPECT_EQ(UploadedNames(cloud),
             (std::vector<std::string>{"S20240307100500.tar.gz", "S20240307120000.tar.gz",
                                       "S20240307100500.tar.gz", "S20240307100000.tar.gz"}));
+}
+
+// A clock that stood in the future has left a file that is newer than all to come.
+TEST_F(Uploads, StandBehindARefusedFileOfTheFutureUntilItsRowIsFreed) {
+  cloud::Simulator cloud({});
+  cloud.Script(Endpoint::kRealData, {Behaviour::Refuse(), Behaviour::Refuse()});
+  test::SystemFile(cloud.Port()).Write();
+  WritePending(2);
+  const std::string future = test::PackDataFile(On(2030, 1, 21));
+  test::WriteLedger({{future}});
+  test::ServiceProcess service(At(11, 59, 30));
+  service.RunUntil(At(12, 1, 30));
+
+  // The statement of docs/operations.md.
+  test::DatabaseFile(paths::kLedger)
+      .Run("update tJsonFileNames set Result=1 where FileName='" + future + "'");
+  service.RunUntil(At(12, 2, 30));
+
+  EXPECT_EQ(UploadedNames(cloud),
+            (std::vector<std::string>{"S20300121000000.tar.gz", "S20300121000000.tar.gz",
+                                      "S20240307100500.tar.gz", "S20240307100000.tar.gz"}));
+  EXPECT_EQ(test::CountResults(0), 0);
 }
 
 TEST_F(Uploads, WithoutALedgerAreNone) {

@@ -190,16 +190,20 @@ TEST_F(Template, PausesAfterEveryDeviceAndEveryElementOfTheRoot) {
 struct BrokenDefinition {
   const char* text;
   const char* message;
+  const char* reason;
 };
 
 class BrokenDefinitionFile : public test::GatewayTest,
                              public ::testing::WithParamInterface<BrokenDefinition> {};
 
-TEST_P(BrokenDefinitionFile, IsLoggedAndLeavesItsDeviceWithoutPoints) {
+TEST_P(BrokenDefinitionFile, IsLoggedAndNamedAndLeavesItsDeviceWithoutPoints) {
   CChannelSet catalogue;
+  testing::internal::CaptureStderr();
 
   EXPECT_EQ(OpenDevice(catalogue, GetParam().text), 0);
 
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            std::string(kDefinitionFile) + ": " + GetParam().reason + "\n");
   EXPECT_EQ(test::TextLog(), (std::vector<LogRecord>{{"ERROR", GetParam().message}}));
   EXPECT_EQ(Devices(catalogue).size(), 1U);
   EXPECT_TRUE(DataIds(catalogue).empty());
@@ -207,10 +211,11 @@ TEST_P(BrokenDefinitionFile, IsLoggedAndLeavesItsDeviceWithoutPoints) {
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, BrokenDefinitionFile,
-    ::testing::Values(BrokenDefinition{"", "[LoadDevPointAttr]: parsed Parse failed"},
-                      BrokenDefinition{"<DevConfig>", "[LoadDevPointAttr]: parsed Parse failed"},
-                      BrokenDefinition{"<Other/>",
-                                       "[LoadDevPointAttr]:  wrong type, root node != DevConfig"}));
+    ::testing::Values(BrokenDefinition{"", "[LoadDevPointAttr]: parsed Parse failed",
+                                       "line 1: Document is empty"},
+                      BrokenDefinition{"\n<Other/>",
+                                       "[LoadDevPointAttr]:  wrong type, root node != DevConfig",
+                                       "line 2: the root is not DevConfig"}));
 
 TEST_F(Template, ABrokenDefinitionFileGivesItsLoaderMinusOne) {
   CChannelSet catalogue;
@@ -230,9 +235,12 @@ TEST_F(Template, AnUnreadableTemplateIsAnErrorThatNamesIt) {
 
 TEST_F(Template, AnotherRootIsAnErrorAndFreesTheDocument) {
   CChannelSet catalogue;
+  testing::internal::CaptureStderr();
 
   EXPECT_EQ(OpenText(catalogue, "<Other/>"), -1);
 
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "/tessel/Config/Channel-template.xml: line 1: the root is not ChannelConfig\n");
   EXPECT_EQ(test::TextLog(),
             (std::vector<LogRecord>{
                 {"ERROR", "[LoadChannelParamFromXml]: Root node is not 'ChannelConfig'"}}));

@@ -110,9 +110,12 @@ TEST_F(Identity, LoadingWithoutADocumentIsAnError) {
 
 TEST_F(Identity, AnotherRootIsAnErrorAndFreesTheDocument) {
   CsnSet identity;
+  testing::internal::CaptureStderr();
 
   EXPECT_EQ(OpenText(identity, "<other/>"), -1);
 
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "/tessel/Config/system/sn.xml: line 1: the root is not snConfig\n");
   EXPECT_EQ(test::TextLog(),
             (std::vector<LogRecord>{
                 {"ERROR", "parse SN Document failed,wrong type,root node is not snConfig"}}));
@@ -136,9 +139,12 @@ class UnusableIdentity : public test::GatewayTest,
 
 TEST_P(UnusableIdentity, IsAnError) {
   CsnSet identity;
+  testing::internal::CaptureStderr();
 
   EXPECT_EQ(OpenText(identity, GetParam()), -1);
 
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "/tessel/Config/system/sn.xml: has no usable model or sn\n");
   EXPECT_EQ(test::TextLog(),
             (std::vector<LogRecord>{{"ERROR", "parse SN Document failed,no usable model or sn"}}));
   EXPECT_FALSE(identity.IsOpen());

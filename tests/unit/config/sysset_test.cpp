@@ -47,9 +47,12 @@ TEST_F(SystemSettings, AnEmptyFileIsAnError) {
 TEST_F(SystemSettings, AnotherRootIsLoggedAndLeavesEveryValueZero) {
   test::WriteFile(paths::kSystemFile, "<other><cloud checked=\"1\" port=\"81\"/></other>");
   CSysSet settings;
+  testing::internal::CaptureStderr();
 
   EXPECT_EQ(settings.Open(paths::kSystemFile), 0);
 
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "/tessel/Config/sys.xml: line 1: the root is not sysConfig\n");
   EXPECT_EQ(test::TextLog(),
             (std::vector<LogRecord>{{"ERROR", "SysConfigXml document,root is not sysConfig."}}));
   EXPECT_EQ(settings.GetCloudConfigAttr()->checked, 0);

@@ -45,6 +45,20 @@ void Damage() {
   test::WriteFile(paths::kLedger, "nonsense");
 }
 
+// Overwrites the first page of a table or an index of many rows.
+void DamagePageOf(const std::string& name) {
+  std::vector<std::string> rows;
+  for (int i = 0; i < 1000; ++i) rows.push_back("'row" + std::to_string(i) + "',2,0");
+  test::MakePendingTable(rows);
+  const std::string page =
+      test::LedgerFile()
+          .Query("select rootpage from sqlite_master where name='" + name + "'")
+          .at(0);
+  std::string content = test::ReadFile(paths::kLedger);
+  content.replace((std::stoul(page) - 1) * 4096, 4096, 4096, 'x');
+  test::WriteFile(paths::kLedger, content);
+}
+
 class DamagedLedger : public test::LedgerTest {};
 
 struct Content {
@@ -82,9 +96,10 @@ INSTANTIATE_TEST_SUITE_P(
         Content{"AForeignDatabase", [] { test::LedgerFile().Run("create table other(a)"); }},
         Content{"RecallsAlone",
                 [] {
-                  std::string name = "R20240307120000.tar.gz";
-                  GetCHistoryDataInstance().SaveRecallData(name.data());
+                  GetCHistoryDataInstance().Mkdirs(paths::kLedgerDirectory);
+                  GetCHistoryDataInstance().CreateRecallTable();
                 }},
+        Content{"ADamagedTable", [] { DamagePageOf("tJsonFileNames"); }},
         Content{"ADirectory", [] { test::WriteFile(paths::kLedger + std::string("/x"), "x"); }}),
     [](const auto& test) { return test.param.name; });
 
@@ -176,7 +191,7 @@ TEST_F(DamagedLedger, IsNotMadeByMarkingOrListingWithoutALedgerFile) {
   std::filesystem::create_directories(paths::kLedgerDirectory);
   std::vector<History_Data_Para> rows;
 
-  EXPECT_EQ(Ledger().UpdateHistoryData(kName), -1);
+  EXPECT_EQ(Ledger().UpdateHistoryData(kName), 0);
   EXPECT_EQ(Ledger().GetHistoryData(&rows), -1);
   const int result = Save({Row(kName)});
 
@@ -184,15 +199,23 @@ TEST_F(DamagedLedger, IsNotMadeByMarkingOrListingWithoutALedgerFile) {
   EXPECT_TRUE(test::Exists(test::DataFile(kName)));
 }
 
-TEST_F(DamagedLedger, IsTakenForOneWhenItsTableCannotBeLookedFor) {
-  test::MakePendingTable({"'a',2,0"});
-  test::FailCalls(test::Call::kSqliteOpen);
+TEST_F(DamagedLedger, IsNoLedgerThatCannotBeOpened) {
+  test::MakePendingTable({"'a20240307110000.tar.gz',2,0"});
+  test::FailCalls(test::Call::kSqliteOpen, 2);
 
   const int result = Save({Row(kName)});
-  AwaitRemoval();
 
   EXPECT_EQ(result, -1);
-  EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
+  EXPECT_THAT(test::LedgerRows(), SizeIs(1));
+}
+
+TEST_F(DamagedLedger, IsMendedWhenOnlyItsIndexIsDamaged) {
+  DamagePageOf("sqlite_autoindex_tJsonFileNames_1");
+
+  const int result = Save({Row(kName)});
+
+  EXPECT_EQ(result, 0);
+  EXPECT_THAT(test::LedgerRows(), SizeIs(1001));
 }
 
 TEST_F(DamagedLedger, IsNotTakenForOneWhenItIsNew) {

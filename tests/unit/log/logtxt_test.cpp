@@ -224,6 +224,21 @@ TEST_F(TextLogStore, KeepsItsRecordsWhenTheFileCannotBeOpened) {
   EXPECT_THAT(queue, SizeIs(2));
 }
 
+TEST_F(TextLogStore, DoesNotFollowALinkInTheFilesPlace) {
+  test::WriteFile("/tmp/target", "another's");
+  store.Init();
+  std::filesystem::create_symlink("/tmp/target", kTodaysFile);
+  queue = {Node("message")};
+  testing::internal::CaptureStdout();
+
+  const int result = Write();
+
+  EXPECT_EQ(result, -1);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Open /tmp/CloudLog/0307_log.txt failed\n");
+  EXPECT_THAT(queue, SizeIs(1));
+  EXPECT_EQ(test::ReadFile("/tmp/target"), "another's");
+}
+
 TEST_F(TextLogStore, WritesTheKeptRecordsOnceTheFileCanBeOpened) {
   test::WriteFile(std::string(kTodaysFile) + "/in the way", "");
   log_Text(INFO, "kept");

@@ -247,6 +247,24 @@ TEST_F(AlarmWorker, RecordsOnlyTheFilesThatWereMade) {
   EXPECT_THAT(test::DatabaseLog(), IsEmpty()) << "a lost file is no failure of the builder";
 }
 
+TEST_F(AlarmWorker, PacksTheEventsThatAFullCardKeptOutInTheNextCycle) {
+  EventDatabase(2024, 3).Add();
+  fs::create_symlink("/dev/full", std::string(kAlarms) + "/7/T20240307120030.dat");
+
+  RunToPause(HandleRealAlarm, m_interval, 9);
+
+  EXPECT_THAT(ReadLedger(), ElementsAre(Pair("alarmdata/7/T20240307120100.tar.gz", "1 0")));
+}
+
+TEST_F(AlarmWorker, ForgetsKeptEventsOfMoreThanThreeDaysAgo) {
+  EventDatabase(2024, 3).Add({.date = "2024-03-04", .clock = "12:00:45"});
+  fs::create_symlink("/dev/full", std::string(kAlarms) + "/7/T20240307120030.dat");
+
+  RunToPause(HandleRealAlarm, m_interval, 9);
+
+  EXPECT_THAT(ReadLedger(), IsEmpty());
+}
+
 TEST_F(AlarmWorker, MakesALedgerWithoutARowWhenTheOnlyFileIsLost) {
   EventDatabase(2024, 3).Add();
   test::FailCalls(test::Call::kPopen, 3);

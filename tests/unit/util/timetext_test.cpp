@@ -69,6 +69,16 @@ TEST_F(LocalTime, BreaksATimeDownInTheGatewaysZone) {
   EXPECT_EQ(util::TimeMark(*time), "1970-01-01 08:00:00");
 }
 
+TEST_F(LocalTime, FollowsAChangedZoneAtOnce) {
+  util::LocalTime(0);
+  setenv("TZ", "CET-1", 1);
+
+  const auto time = util::LocalTime(0);
+
+  ASSERT_TRUE(time);
+  EXPECT_EQ(util::TimeMark(*time), "1970-01-01 01:00:00");
+}
+
 TEST_F(LocalTime, KnowsTimesBehindJanuary2038) {
   const auto time = util::LocalTime(2'208'988'800);
 

@@ -15,7 +15,7 @@ namespace {
 
 constexpr char kPath[] = "/tessel/Config/file.xml";
 constexpr unsigned kLimitSeconds = 20;
-constexpr std::size_t kRoom = 2'000'000;  // of the 2,097,152 bytes that a file may have
+constexpr std::size_t kRoom = 8'000'000;  // of the 8,388,608 bytes that a file may have
 
 std::string Repeat(const std::string& text, std::size_t count) {
   std::string whole;
@@ -177,6 +177,18 @@ INSTANTIATE_TEST_SUITE_P(
                                   [](const std::string& i) { return " xmlns:a" + i + "='u'"; }) +
                          ">" + Repeat("<a0:e/>", 120'000) + "</r>";
                 }},
+        CostRow{"name spaces around many elements",
+                [] {
+                  const auto spaces = [](const std::string& depth) {
+                    return "<e" +
+                           Numbered(64,
+                                    [&depth](const std::string& i) {
+                                      return " xmlns:a" + depth + "_" + i + "='u'";
+                                    }) +
+                           ">";
+                  };
+                  return Numbered(200, spaces) + Repeat("<a0_0:e/>", 250'000) + Repeat("</e>", 200);
+                }},
         CostRow{"a comment full of errors", [] { return "<r>" + Filled("<!--"); }},
         CostRow{"a value without an end", [] { return "<r a=\"" + Filled("A"); }},
         CostRow{"a name without an end", [] { return "<" + Filled("r"); }},
@@ -208,12 +220,22 @@ TEST_P(XmlBulk, IsReadWithinBoundedTimeAndMemory) {
 INSTANTIATE_TEST_SUITE_P(
     Documents, XmlBulk,
     ::testing::Values(
-        CostRow{"as many elements as fit", [] { return Content(Filled("<e/>")); }},
-        CostRow{"as many attributes as fit", [] { return Content(Filled("<e a='' b=''/>")); }},
+        CostRow{"as many elements as are taken",
+                [] { return Content(Repeat("<e/>", util::kXmlNodesLimit - 1)); }},
+        CostRow{
+            "as many attributes as are taken",
+            [] { return Content(Repeat("<e a='' b='' c=''/>", util::kXmlNodesLimit / 4 - 1)); }},
+        CostRow{"as many points as are foreseen, with long texts",
+                [] {
+                  return Content(Repeat("<Node Id=\"4095\" Name=\"" + std::string(170, 'n') +
+                                            "\" EUUnits=\"" + std::string(170, 'u') + "\"/>\n",
+                                        20'480));
+                }},
         CostRow{"as many pieces of text as fit", [] { return Content(Filled("A<!---->")); }},
         CostRow{"as many instructions as fit", [] { return Content(Filled("<?a?>")); }},
         CostRow{"as many character numbers as fit", [] { return Attribute(Filled("&#65;")); }},
-        CostRow{"as many undeclared prefixes as fit", [] { return Content(Filled("<x:e/>")); }},
+        CostRow{"as many undeclared prefixes as are taken",
+                [] { return Content(Repeat("<x:e/>", util::kXmlNodesLimit - 1)); }},
         CostRow{"as many element declarations as fit", [] {
                   return "<!DOCTYPE r [" +
                          Numbered(
