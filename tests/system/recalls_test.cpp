@@ -265,24 +265,6 @@ TEST_F(Recalls, ThatCannotBePackedAreTriedAtTheNextPoll) {
   EXPECT_THAT(Answers(), SizeIs(1));
 }
 
-TEST_F(Recalls, AnsweredWithNonsenseHarmNothing) {
-  WriteSystemFile();
-  m_cloud.Script(Endpoint::kRecallCheck,
-                 {Behaviour::Nonsense("<html>"),
-                  Behaviour::Nonsense(R"({"status":0,"message":"ok","data":7})"),
-                  Behaviour::Nonsense(R"({"status":0,"message":"ok","data":[{"sn":8}]})"),
-                  Behaviour::Close()});
-  m_cloud.Order(Order(7));
-  test::ServiceProcess service(At(12, 3, 10));
-
-  service.RunUntil(At(12, 11, 30));
-
-  EXPECT_THAT(Answers(), SizeIs(1));
-  EXPECT_THAT(test::OfLevel(test::ReadTextLog(), "WARN"),
-              Contains("answer with a member missing or of the wrong type (rapidjson exception):"
-                       R"({"status":0,"message":"ok","data":7})"));
-}
-
 // Deliberate: the recall table alone is taken for a damaged ledger.
 TEST_F(Recalls, BeforeTheFirstDataFileCostTheTreeAtTheFirstSave) {
   std::filesystem::remove(paths::kLedger);

@@ -35,6 +35,8 @@ std::int64_t EndOf(std::time_t moment) {
   return (moment + 1) * kMicrosecondsPerSecond - 1;
 }
 
+std::atomic<std::uint32_t>* g_silences = nullptr;
+
 ClockFace* MakeFace(std::time_t start) {
   WriteFile(kClockFile, std::string(sizeof(ClockFace), '\0'));
   const int file = open(kClockFile, O_RDWR | O_CLOEXEC);
@@ -45,6 +47,7 @@ ClockFace* MakeFace(std::time_t start) {
   face->nowMicroseconds = start * kMicrosecondsPerSecond;
   face->limitMicroseconds = EndOf(start);
   face->threads = 1;
+  g_silences = &face->silences;
   return face;
 }
 
@@ -151,6 +154,14 @@ bool ServiceProcess::AwaitRest() {
   return false;
 }
 
+void ServiceProcess::FallSilent() {
+  ++*g_silences;
+}
+
+void ServiceProcess::SpeakAgain() {
+  --*g_silences;
+}
+
 std::time_t ServiceProcess::Now() const {
   return static_cast<std::time_t>(m_face->nowMicroseconds.load() / kMicrosecondsPerSecond +
                                   m_face->wallAhead.load());
@@ -168,6 +179,13 @@ bool ServiceProcess::HasEnded() {
     m_exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
   return m_exitStatus.has_value();
+}
+
+long ServiceProcess::PeakKib() const {
+  constexpr std::string_view kMark = "VmHWM:";
+  const std::string status = ReadFile("/proc/" + std::to_string(m_pid) + "/status");
+  const auto at = status.find(kMark);
+  return at == std::string::npos ? 0 : std::stol(status.substr(at + kMark.size()));
 }
 
 std::string ServiceProcess::Output() const {

@@ -36,6 +36,11 @@ class ServiceProcess {
   void LetRunUntil(std::time_t moment);
   bool AwaitRest();
 
+  // A server of the test falls silent on one connection, or speaks again: in between, the service's
+  // waits for the network take the service's time. Threads: any.
+  static void FallSilent();
+  static void SpeakAgain();
+
   // The service's own time, by its wall clock; after its end, the time at which it ended.
   std::time_t Now() const;
   // Threads alive, the main thread included.
@@ -43,6 +48,8 @@ class ServiceProcess {
   pid_t Pid() const { return m_pid; }
   // Exit status once the process has ended by itself; 128 + signal after a signal.
   std::optional<int> ExitStatus();
+  // The most memory that it has had so far.
+  long PeakKib() const;
   // What it has printed, both streams.
   std::string Output() const;
 
