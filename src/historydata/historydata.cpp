@@ -23,6 +23,7 @@ namespace {
 constexpr std::time_t kFileAgeSeconds = 2678400;   // 31 days
 constexpr std::time_t kRecallAgeSeconds = 259200;  // 3 days
 constexpr int kDaysOfMonth = 31;
+constexpr std::size_t kMostUnrecorded = 10000;  // a month of real data every five minutes
 constexpr std::size_t kPathLimit = util::kPathBytes - 1;
 
 // The steps of a save that can fail for a while.
@@ -65,9 +66,12 @@ std::int32_t CHistoryData::SaveHistoryData(const std::vector<History_Data_Para>*
   if (rows == nullptr) return -1;
   const std::lock_guard saving(m_savingMutex);
   for (const auto& row : *rows) m_unrecorded.push_back(InsertPending(row));
+  BoundUnrecorded();
   const Aged aged = AgedFiles(CutOffStamp());
 
-  if (PrepareLedger(kPendingTable, Tables::kPending) == TableState::kLacking) {
+  if (util::IsMissing(paths::kLedger)) {
+    MakeNewLedger(Tables::kPending);
+  } else if (LookFor(kPendingTable) == TableState::kLacking) {
     ReplaceDamagedTree();
     return -1;
   }
@@ -76,32 +80,50 @@ std::int32_t CHistoryData::SaveHistoryData(const std::vector<History_Data_Para>*
   return visit == Visit::kDone ? 0 : -1;
 }
 
-TableState CHistoryData::PrepareLedger(const char* table, Tables whenNew) {
+void CHistoryData::BoundUnrecorded() {
+  if (m_unrecorded.size() <= kMostUnrecorded) return;
+  const std::size_t excess = m_unrecorded.size() - kMostUnrecorded;
+  m_unrecorded.erase(m_unrecorded.begin(),
+                     m_unrecorded.begin() + static_cast<std::ptrdiff_t>(excess));
+  log_Text(WARN, "ledger: %zu of the oldest rows in memory are given up", excess);
+}
+
+TableState CHistoryData::LookFor(const char* table) {
   const std::lock_guard lock(m_databaseMutex);
-  if (util::Exists(paths::kLedger)) return LookForTable(table);
+  return LookForTable(table);
+}
+
+void CHistoryData::MakeNewLedger(Tables tables) {
+  const std::lock_guard lock(m_databaseMutex);
   Mkdirs(paths::kLedgerDirectory);
-  MakeLedger(whenNew);
-  return TableState::kThere;  // or it cannot be opened, which nobody takes for damage
+  MakeLedger(tables);
 }
 
 CHistoryData::Visit CHistoryData::RecordAndAge(const Aged& aged) {
   const std::lock_guard lock(m_databaseMutex);
-  const Visit visit = TryToRecordAndAge(aged);
-  if (visit != Visit::kDamaged || !RewriteLedger()) return visit;
+  if (!m_isDamaged) {
+    const Visit visit = TryToRecordAndAge(aged);
+    if (visit != Visit::kDamaged) return visit;
+  }
+  if (const auto error = RewriteLedger()) return NoteFailure(kRecording, error, Visit::kDone);
+  m_isDamaged = false;
   return TryToRecordAndAge(aged);
 }
 
 CHistoryData::Visit CHistoryData::TryToRecordAndAge(const Aged& aged) {
   util::Database database = OpenLedgerForWriting();
   if (!database) return NoteFailure(kRecording, database.Error(), Visit::kFailed);
-  if (const auto error = Record(database, m_unrecorded)) {
-    return NoteFailure(kRecording, error, Visit::kDone);
-  }
-  m_unrecorded.clear();
+  const auto recording = Record(database, m_unrecorded);
+  if (recording.why == util::Failure::kDamaged) return Visit::kDamaged;
+  if (!recording) m_unrecorded.clear();
+
+  // On a card that is too full for a row, ageing makes room.
   bool listed = false;
-  if (const auto error = DropAged(database, aged, listed)) {
-    return NoteFailure(kAgeing, error, listed ? Visit::kDone : Visit::kFailed);
-  }
+  const auto ageing = DropAged(database, aged, listed);
+  if (ageing.why == util::Failure::kDamaged) return Visit::kDamaged;
+  const Visit outcome = listed ? Visit::kDone : Visit::kFailed;
+  if (recording) return NoteFailure(kRecording, recording, outcome);
+  if (ageing) return NoteFailure(kAgeing, ageing, outcome);
   if (std::exchange(m_failedStep, nullptr) != nullptr) {
     log_Text(INFO, "ledger: recording and ageing succeed again");
   }
@@ -110,20 +132,22 @@ CHistoryData::Visit CHistoryData::TryToRecordAndAge(const Aged& aged) {
 
 CHistoryData::Visit CHistoryData::NoteFailure(const char* step, const util::SqlError& error,
                                               Visit outcome) {
+  if (error.why == util::Failure::kDamaged) return Visit::kDamaged;
   if (std::exchange(m_failedStep, step) != step) {
-    log_Text(WARN, "ledger: %s fails, %zu rows are kept in memory: %s", step, m_unrecorded.size(),
+    log_Text(WARN, "ledger: %s fails, %zu rows wait in memory: %s", step, m_unrecorded.size(),
              error.text.c_str());
   }
-  return error.why == util::Failure::kDamaged ? Visit::kDamaged : outcome;
+  return outcome;
 }
 
 void CHistoryData::ReplaceDamagedTree() {
   const std::lock_guard lock(m_databaseMutex);  // nobody visits the ledger while its tree moves
   unlink(paths::kLedger);
-  m_unrecorded.clear();  // the files of all of them go with the tree
   m_unmarked.clear();
-  // Where the removal of an earlier one was cut short, the tree stays, without its ledger.
-  std::rename(paths::kCloudTree, paths::kLostTree);
+  m_isDamaged = false;
+  // Where the removal of an earlier one was cut short, the tree stays, without its ledger, and with
+  // the files of the rows that wait.
+  if (std::rename(paths::kCloudTree, paths::kLostTree) == 0) m_unrecorded.clear();
   int errorCode = 0;
   util::StartThread(&m_removalThread, util::DetachState::kJoinable, RemoveLostTree, nullptr,
                     &errorCode);
@@ -145,7 +169,7 @@ std::int32_t CHistoryData::GetHistoryData(std::vector<History_Data_Para>* rows) 
     util::Database marks = OpenLedgerForWriting();
     if (!marks || !MarkUnmarked(marks)) return -1;
   }
-  util::Database database = OpenLedger();
+  util::Database database = OpenLedgerForReading();
   if (!database) return -1;
   util::Statement pending = database.Prepare(SelectPending());
   if (!pending) return -1;
@@ -157,6 +181,8 @@ std::int32_t CHistoryData::GetHistoryData(std::vector<History_Data_Para>* rows) 
     row.result = pending.Integer(2);
     rows->push_back(row);
   }
+  // Else nothing would be sent any more, without a word. The next save sees to it.
+  m_isDamaged = m_isDamaged || pending.WhyFailed() == util::Failure::kDamaged;
   return 0;
 }
 
@@ -164,28 +190,25 @@ std::int32_t CHistoryData::UpdateHistoryData(const char* filename) {
   if (filename == nullptr) return -1;
   const std::lock_guard lock(m_databaseMutex);
   if (!util::Exists(paths::kLedger)) return 0;
-  m_unmarked.emplace_back(filename);
-  util::Database database = OpenLedgerForWriting();
+  m_unmarked.push_back(Accept(filename));
+  util::Database database = OpenLedger();
   if (!database) return -1;
-  MarkUnmarked(database);
+  if (database.MakeCommitsDurable()) MarkUnmarked(database);
   return 0;
 }
 
 bool CHistoryData::MarkUnmarked(util::Database& database) {
-  std::erase_if(m_unmarked, [&](const std::string& filename) {
-    return database.Execute(Accept(filename)) || database.WhyFailed() == util::Failure::kStatement;
-  });
-  return m_unmarked.empty();
+  if (Record(database, m_unmarked)) return false;
+  m_unmarked.clear();
+  return true;
 }
 
 std::int32_t CHistoryData::SaveRecallData(const char* filename) {
   if (filename == nullptr) return -1;
   const std::lock_guard saving(m_savingMutex);
   const std::int64_t now = std::time(nullptr);
-  m_unrecorded.push_back(InsertRecall(now, filename));
-  if (PrepareLedger(kRecallTable, Tables::kPendingAndRecall) != TableState::kThere) {
-    CreateRecallTable();
-  }
+  if (util::IsMissing(paths::kLedger)) MakeNewLedger(Tables::kPendingAndRecall);
+  m_unrecorded.push_back(InsertRecall(now, filename));  // makes the table where it is missing
   return RecordAndAge(AgedRecalls(now - kRecallAgeSeconds)) == Visit::kDone ? 0 : -1;
 }
 

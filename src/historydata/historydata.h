@@ -109,14 +109,16 @@ class CHistoryData {
  private:
   enum class Visit { kDone, kFailed, kDamaged };
 
-  // The first half of a save: makes the ledger where there is none, looks for a table where there
-  // is.
-  TableState PrepareLedger(const char* table, Tables whenNew);
+  // Gives up the oldest of too many rows.
+  void BoundUnrecorded();
+  // One visit each: a look for a table, and the making of a ledger where there is none.
+  TableState LookFor(const char* table);
+  void MakeNewLedger(Tables tables);
   // The second half: its inserts stand in m_unrecorded, the ledger has its table.
   // A ledger with a damaged index is made anew.
   Visit RecordAndAge(const Aged& aged);
   Visit TryToRecordAndAge(const Aged& aged);
-  // Marks what is due. False while the ledger does not take it.
+  // Marks what is due, in one transaction. False while the ledger does not take it.
   bool MarkUnmarked(util::Database& database);
   // Moves the damaged tree aside, starts its removal, makes an empty one.
   void ReplaceDamagedTree();
@@ -126,7 +128,8 @@ class CHistoryData {
 
   util::Mutex m_databaseMutex;          // guards every visit to the ledger's database
   pthread_t m_removalThread = 0;        // joinable, never joined; guarded by m_databaseMutex
-  std::vector<std::string> m_unmarked;  // accepted, not yet marked; guarded by m_databaseMutex
+  std::vector<std::string> m_unmarked;  // marks not yet committed; guarded by m_databaseMutex
+  bool m_isDamaged = false;  // the pending rows cannot be read; guarded by m_databaseMutex
 
   util::Mutex m_savingMutex;  // from the look for the ledger to its rows; before the other one
   std::vector<std::string> m_unrecorded;  // inserts not yet committed; guarded by m_savingMutex

@@ -1,5 +1,6 @@
 #include "historydata/ledgerfile.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -38,7 +39,8 @@ constexpr char kDeleteAgedRecalls[] = "delete from %s where Createtime <= '%lld'
 constexpr char kAttachNew[] = "attach '%s' as fresh";
 // The conditions keep SQLite from copying whole trees of pages, indexes among them.
 constexpr char kCopyPending[] =
-    "insert into fresh.%s(FileName,FileType,Result) select FileName,FileType,Result from main.%s "
+    "insert or ignore into fresh.%s(FileName,FileType,Result) select FileName,FileType,Result from "
+    "main.%s "
     "not indexed where true";
 constexpr char kCopyRecalls[] =
     "insert into fresh.%s(Createtime,FileName) select Createtime,FileName from main.%s where true";
@@ -63,16 +65,25 @@ bool MakeTables(const char* path, Tables tables) {
   return tables == Tables::kPending || database.Execute(CreateRecallStatement());
 }
 
-void PutNewLedgerInPlace() {
-  unlink(paths::kLedgerJournal);  // of a ledger that was taken away: SQLite would play it back
-  std::rename(paths::kNewLedger, paths::kLedger);
+// The journal of the old one goes first: SQLite would play it back into the new one.
+bool PutNewLedgerInPlace(unsigned flags) {
+  unlink(paths::kLedgerJournal);
+  if (renameat2(AT_FDCWD, paths::kNewLedger, AT_FDCWD, paths::kLedger, flags) != 0) return false;
   util::SyncFileSystem(paths::kLedgerDirectory);
+  return true;
 }
 
 }  // namespace
 
 util::Database OpenLedger() {
   util::Database database(paths::kLedger, Missing::kFails);
+  database.WaitForLocks(kLockWaitMilliseconds);
+  return database;
+}
+
+util::Database OpenLedgerForReading() {
+  util::Database database(paths::kLedger, Missing::kFails);
+  database.KeepCacheSmall();
   database.WaitForLocks(kLockWaitMilliseconds);
   return database;
 }
@@ -90,22 +101,26 @@ void CreateInLedger(const std::string& statement) {
 }
 
 void MakeLedger(Tables tables) {
-  if (MakeTables(paths::kNewLedger, tables)) PutNewLedgerInPlace();
+  if (MakeTables(paths::kNewLedger, tables)) PutNewLedgerInPlace(RENAME_NOREPLACE);
 }
 
-bool RewriteLedger() {
-  if (!MakeTables(paths::kNewLedger, Tables::kPendingAndRecall)) return false;
+util::SqlError RewriteLedger() {
+  util::SqlError unavailable{util::Failure::kUnavailable, "no new ledger can be made"};
+  if (!MakeTables(paths::kNewLedger, Tables::kPendingAndRecall)) return unavailable;
   {
     util::Database database = OpenLedger();
-    if (!database || !database.Execute(util::Format(kAttachNew, paths::kNewLedger))) return false;
-    if (!database.Execute(util::Format(kCopyPending, kPendingTable, kPendingTable))) return false;
-    const bool hasRecalls = LookForTable(kRecallTable) == TableState::kThere;
-    if (hasRecalls && !database.Execute(util::Format(kCopyRecalls, kRecallTable, kRecallTable))) {
-      return false;
+    if (!database || !database.Execute(util::Format(kAttachNew, paths::kNewLedger)) ||
+        !database.Execute(util::Format(kCopyPending, kPendingTable, kPendingTable))) {
+      return database.Error();
+    }
+    // An older ledger may have no recall table.
+    if (!database.Execute(util::Format(kCopyRecalls, kRecallTable, kRecallTable)) &&
+        database.WhyFailed() != util::Failure::kStatement) {
+      return database.Error();
     }
   }
-  PutNewLedgerInPlace();
-  return true;
+  if (!PutNewLedgerInPlace(0)) return unavailable;
+  return {};
 }
 
 TableState LookForTable(const char* table) {
@@ -134,7 +149,8 @@ std::string InsertPending(const History_Data_Para& row) {
 }
 
 std::string InsertRecall(std::int64_t now, const char* filename) {
-  return util::Format(kInsertRecall, kRecallTable, static_cast<long long>(now), filename);
+  return CreateRecallStatement() + ";" +
+         util::Format(kInsertRecall, kRecallTable, static_cast<long long>(now), filename);
 }
 
 std::string SelectPending() {
@@ -174,7 +190,7 @@ util::SqlError DropAged(util::Database& database, const Aged& aged, bool& listed
     util::Statement rows = database.Prepare(aged.select);
     listed = static_cast<bool>(rows);
     if (!listed) return database.Error();
-    while (rows.NextRow()) names.emplace_back(rows.Text(0));
+    while (rows.NextRow()) names.emplace_back(rows.Text(0).substr(0, util::kPathBytes));
     if (rows.Failed()) return {rows.WhyFailed(), database.ErrorText()};
   }
   if (names.empty()) return {};

@@ -14,9 +14,10 @@
 inline constexpr char kPendingTable[] = "tJsonFileNames";
 inline constexpr char kRecallTable[] = "recallJsonFile";
 
-// Open the ledger: for reading, which never makes one, and for writing in a way that a power cut
-// cannot undo a commit. A connection that cannot be set so counts as not opened.
+// Open the ledger, which must be there: for a look, for a long reading, and for writing in a way
+// that a power cut cannot undo a commit. A connection that cannot be set so counts as not opened.
 util::Database OpenLedger();
+util::Database OpenLedgerForReading();
 util::Database OpenLedgerForWriting(
     util::Database::Missing missing = util::Database::Missing::kFails);
 
@@ -29,8 +30,9 @@ enum class Tables { kPending, kPendingAndRecall };
 void MakeLedger(Tables tables);
 
 // Copies every row into a new ledger, which takes the place of the old one: a damaged index is gone
-// with it. False when the rows themselves cannot be read; the ledger is as it was then.
-bool RewriteLedger();
+// with it. After a failure the ledger is as it was; only kDamaged says that its rows cannot be
+// read.
+util::SqlError RewriteLedger();
 
 // What a look for a table has found.
 enum class TableState {
@@ -44,7 +46,8 @@ TableState LookForTable(const char* table);
 std::string CreatePendingStatement();
 std::string CreateRecallStatement();
 std::string InsertPending(const History_Data_Para& row);
-std::string InsertRecall(std::int64_t now, const char* filename);
+std::string InsertRecall(std::int64_t now,
+                         const char* filename);  // into a table that may be missing
 std::string SelectPending();
 std::string Accept(const std::string& filename);
 

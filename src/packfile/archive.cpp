@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -78,7 +79,12 @@ std::ofstream DataFile::OpenText() {
   if (util::Exists(m_names.archive)) {
     m_beside = m_directory + "/new";
     RemoveDir(m_beside.c_str());  // of an attempt that a restart has ended
-    mkdir(m_beside.c_str(), kDirectoryMode);
+    if (mkdir(m_beside.c_str(), kDirectoryMode) != 0 && errno == ENOSPC) {
+      // A full card, which may still take a file. It fails the packing, and does not end the
+      // process.
+      SetWriteError(ENOSPC);
+      return std::ofstream("/dev/null");
+    }
     m_work = NamesIn(m_beside.c_str(), m_names.name, m_tellStatus);
   }
   return std::ofstream(m_work.text, std::ios::trunc);
@@ -87,11 +93,11 @@ std::ofstream DataFile::OpenText() {
 bool DataFile::Pack(AttemptFailed attemptFailed) {
   for (int attempt = 0; attempt < kPackAttempts; ++attempt) {
     sleep(kPauseSeconds);
-    const AttemptResult result =
+    AttemptResult result =
         IsTextWhole() ? TryOnce(m_work) : AttemptResult{Attempt::kFailed, m_writeError};
     if (result.outcome == Attempt::kSucceeded) {
-      KeepArchive();
-      return true;
+      if (KeepArchive()) return true;
+      result = {Attempt::kFailed, errno};
     }
     // tar's success without an archive is tried again without a word.
     if (result.outcome == Attempt::kFailed) attemptFailed(m_names.archive, result.status);
@@ -100,12 +106,13 @@ bool DataFile::Pack(AttemptFailed attemptFailed) {
   return false;
 }
 
-void DataFile::KeepArchive() {
+bool DataFile::KeepArchive() {
   util::SyncToCard(m_work.archive);
-  if (IsBeside()) std::rename(m_work.archive, m_names.archive);
+  if (IsBeside() && std::rename(m_work.archive, m_names.archive) != 0) return false;
   util::SyncToCard(m_directory.c_str());
   std::remove(m_work.text);
   if (IsBeside()) rmdir(m_beside.c_str());
+  return true;
 }
 
 void DataFile::RemoveRemains() {

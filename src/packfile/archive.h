@@ -61,8 +61,9 @@ class DataFile {
   void RemoveRemains();
 
  private:
-  // The archive is whole: brings it to the card and drops the text.
-  void KeepArchive();
+  // The archive is whole: brings it to the card under its name and drops the text. False, with
+  // errno, when it cannot take its name.
+  bool KeepArchive();
   // Whether the archive is made beside one of its name.
   bool IsBeside() const { return !m_beside.empty(); }
 

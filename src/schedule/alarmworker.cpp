@@ -18,11 +18,15 @@ namespace {
 
 constexpr unsigned kIdlePauseSeconds = 1;  // after a failure, and after a cycle without events
 
-// A reading goes back three days; no older events are kept either.
+constexpr std::time_t kDaySeconds = 86400;
+
+// A reading goes back three days, to the beginning of that day; no older events are kept either.
 void ForgetOldEvents(Alarm_Data_Struct& events, std::time_t now) {
-  std::erase_if(events, [now](const Alarm_Data_Para& event) {
-    return EventTime(event.time, now) < now - kAlarmReachSeconds;
+  const auto forgotten = std::erase_if(events, [now](const Alarm_Data_Para& event) {
+    return EventTime(event.time, now) < now - kAlarmReachSeconds - kDaySeconds;
   });
+  if (forgotten == 0) return;
+  log_Text(WARN, "%zu alarm events are given up, the card was full for days", forgotten);
 }
 
 // The new events from their databases to the ledger, behind those that a full card has kept out of

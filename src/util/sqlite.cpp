@@ -82,8 +82,13 @@ void Database::WaitForLocks(int milliseconds) {
   if (m_opened) sqlite3_busy_timeout(Get(), milliseconds);
 }
 
-void Database::MakeCommitsDurable() {
-  if (m_opened) m_opened = Execute("PRAGMA journal_mode=PERSIST");
+bool Database::MakeCommitsDurable() {
+  if (m_opened) m_opened = Execute("PRAGMA journal_mode=PERSIST;PRAGMA cache_size=-256");
+  return m_opened;
+}
+
+void Database::KeepCacheSmall() {
+  if (m_opened) Execute("PRAGMA cache_size=-256");
 }
 
 bool Database::Execute(const std::string& sql) {

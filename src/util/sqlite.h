@@ -82,10 +82,12 @@ class Database {
   // Lets statements wait up to `milliseconds` for another process's lock instead of failing at
   // once.
   void WaitForLocks(int milliseconds);
-  // Has every commit reach the disk before it counts as made. With SQLite's own setting a power cut
-  // can bring the deleted journal back, which then undoes the commit. A failure counts as a failed
-  // open.
-  void MakeCommitsDurable();
+  // Has every commit reach the disk before it counts as made, and keeps the cache small. With
+  // SQLite's own setting a power cut can bring the deleted journal back, which then undoes the
+  // commit. False, and the connection counts as not opened, when that cannot be set.
+  bool MakeCommitsDurable();
+  // Keeps the cache small: a long reading gains nothing by a large one. A favour, not more.
+  void KeepCacheSmall();
   bool Execute(const std::string& sql);
   Statement Prepare(const std::string& sql);
   // Why the open, or the latest Execute or Prepare, failed.

@@ -166,6 +166,17 @@ TEST_F(LedgerAgeing, KeepsTheFilesWhoseRowsCannotBeDeleted) {
   EXPECT_TRUE(test::Exists(test::DataFile(kJustTooOld)));
 }
 
+TEST_F(LedgerAgeing, MakesRoomAlsoWhenNoRowCanBeRecorded) {
+  test::MakePendingTable({Pending(kJustTooOld)});
+  test::WriteDataFile(kJustTooOld);
+  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and insert pass
+
+  Save({Row(kJustKept)});
+
+  EXPECT_THAT(test::LedgerRows(), IsEmpty());
+  EXPECT_FALSE(test::Exists(test::DataFile(kJustTooOld)));
+}
+
 TEST_F(LedgerAgeing, DropsNothingWhenTheTimeCannotBeTold) {
   test::MakePendingTable({Pending(kJustTooOld)});
   test::WriteDataFile(kJustTooOld);

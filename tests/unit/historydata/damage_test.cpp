@@ -45,18 +45,35 @@ void Damage() {
   test::WriteFile(paths::kLedger, "nonsense");
 }
 
-// Overwrites the first page of a table or an index of many rows.
-void DamagePageOf(const std::string& name) {
+constexpr std::size_t kPageBytes = 4096;
+
+void MakeThousandRows() {
   std::vector<std::string> rows;
   for (int i = 0; i < 1000; ++i) rows.push_back("'row" + std::to_string(i) + "',2,0");
   test::MakePendingTable(rows);
-  const std::string page =
-      test::LedgerFile()
-          .Query("select rootpage from sqlite_master where name='" + name + "'")
-          .at(0);
+}
+
+void DamagePage(std::size_t number) {
   std::string content = test::ReadFile(paths::kLedger);
-  content.replace((std::stoul(page) - 1) * 4096, 4096, 4096, 'x');
+  content.replace(number * kPageBytes, kPageBytes, kPageBytes, 'x');
   test::WriteFile(paths::kLedger, content);
+}
+
+// Overwrites the first page of a table or an index of many rows.
+void DamageRootOf(const std::string& name) {
+  MakeThousandRows();
+  const std::string query = "select rootpage from sqlite_master where name='" + name + "'";
+  DamagePage(std::stoul(test::LedgerFile().Query(query).at(0)) - 1);
+}
+
+// Overwrites the second of a table's pages with rows, by their mark 13.
+void DamageALeaf() {
+  MakeThousandRows();
+  const std::string content = test::ReadFile(paths::kLedger);
+  int leaves = 0;
+  for (std::size_t page = 1; page * kPageBytes < content.size(); ++page) {
+    if (content[page * kPageBytes] == 13 && ++leaves == 2) return DamagePage(page);
+  }
 }
 
 class DamagedLedger : public test::LedgerTest {};
@@ -99,7 +116,7 @@ INSTANTIATE_TEST_SUITE_P(
                   GetCHistoryDataInstance().Mkdirs(paths::kLedgerDirectory);
                   GetCHistoryDataInstance().CreateRecallTable();
                 }},
-        Content{"ADamagedTable", [] { DamagePageOf("tJsonFileNames"); }},
+        Content{"ADamagedTable", [] { DamageRootOf("tJsonFileNames"); }},
         Content{"ADirectory", [] { test::WriteFile(paths::kLedger + std::string("/x"), "x"); }}),
     [](const auto& test) { return test.param.name; });
 
@@ -209,8 +226,33 @@ TEST_F(DamagedLedger, IsNoLedgerThatCannotBeOpened) {
   EXPECT_THAT(test::LedgerRows(), SizeIs(1));
 }
 
+TEST_F(DamagedLedger, StaysWhileItsDamagedIndexCannotBeMended) {
+  DamageRootOf("sqlite_autoindex_tJsonFileNames_1");
+  test::FailCalls(test::Call::kSqliteOpen, 1, 2);  // the new ledger's
+
+  const int result = Save({Row(kName)});
+
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(Save({}), 0);
+  EXPECT_THAT(test::LedgerRows(), SizeIs(1001));
+}
+
+TEST_F(DamagedLedger, IsCondemnedOnceItsPendingRowsCannotBeRead) {
+  DamageALeaf();
+  std::vector<History_Data_Para> rows;
+
+  const int before = Save({Row("realdata/7/S20240307120500.tar.gz")});
+  Ledger().GetHistoryData(&rows);
+  const int after = Save({Row(kName)});
+  AwaitRemoval();
+
+  EXPECT_EQ(before, 0);
+  EXPECT_EQ(after, -1);
+  EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
+}
+
 TEST_F(DamagedLedger, IsMendedWhenOnlyItsIndexIsDamaged) {
-  DamagePageOf("sqlite_autoindex_tJsonFileNames_1");
+  DamageRootOf("sqlite_autoindex_tJsonFileNames_1");
 
   const int result = Save({Row(kName)});
 

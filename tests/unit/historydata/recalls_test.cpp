@@ -179,7 +179,7 @@ TEST_F(RecallLedger, FailsWhenItsDirectoryCannotBeMade) {
 TEST_F(RecallLedger, FailsWhenTheDatabaseCannotBeOpenedForTheRow) {
   Ledger().Mkdirs(paths::kLedgerDirectory);
   Ledger().CreateRecallTable();
-  test::FailCalls(Call::kSqliteOpen, 1, 1);  // the first is the look for the table
+  test::FailCalls(Call::kSqliteOpen);
 
   const int result = SaveRecall(kNew);
 
@@ -190,7 +190,7 @@ TEST_F(RecallLedger, FailsWhenTheDatabaseCannotBeOpenedForTheRow) {
 TEST_F(RecallLedger, KeepsTheRowWhenTheAgedOnesCannotBeListed) {
   Ledger().Mkdirs(paths::kLedgerDirectory);
   Ledger().CreateRecallTable();
-  test::FailCalls(Call::kSqlitePrepare, 1, 1);  // the first is the look for the table
+  test::FailCalls(Call::kSqlitePrepare);
 
   const int result = SaveRecall(kNew);
 

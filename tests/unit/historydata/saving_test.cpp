@@ -210,11 +210,28 @@ TEST_F(LedgerSaving, TellsTheLogOnceWhenItBeginsToFailAndWhenItSucceedsAgain) {
   Save({});
   Save({});
 
-  EXPECT_THAT(test::TextLog(),
-              ElementsAre(test::LogRecord{"WARN",
-                                          "ledger: recording fails, 1 rows are kept in "
-                                          "memory: database is locked"},
-                          test::LogRecord{"INFO", "ledger: recording and ageing succeed again"}));
+  const test::LogRecord begins = {
+      "WARN", "ledger: recording fails, 1 rows wait in memory: database is locked"};
+  const test::LogRecord ends = {"INFO", "ledger: recording and ageing succeed again"};
+  EXPECT_THAT(test::TextLog(), ElementsAre(begins, ends));
+}
+
+TEST_F(LedgerSaving, GivesUpTheOldestOfTooManyRowsInMemory) {
+  test::MakePendingTable();
+  const test::NoLockWaits noWaits;
+  std::vector<History_Data_Para> rows(10001, Row(kSecond));
+  rows.front() = Row(kFirst);
+  {
+    test::LedgerFile holder;
+    holder.Run("begin exclusive");
+    Save(rows);
+  }
+
+  Save({});
+
+  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307120000.tar.gz|2|0"));
+  EXPECT_THAT(test::TextLog(), ::testing::Contains(test::LogRecord{
+                                   "WARN", "ledger: 1 of the oldest rows in memory are given up"}));
 }
 
 }  // namespace
