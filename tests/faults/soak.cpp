@@ -13,6 +13,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "acquisition/eventwriter.h"
 #include "acquisition/historywriter.h"
@@ -88,11 +89,24 @@ class Soak : public test::SystemTest {
                  "rows,pending,log kB\n";
     m_now = On(2024, 10, 25) + 250;  // no worker is at work at this second, as a rule
     test::WriteExamplePlant();
-    test::WriteLedger({});
+    WriteFullLedger();
     StartCloud();
     m_segment.emplace(test::ExampleValues());
     test::SystemFile(m_cloud->Port()).Cloud("RecallInterval", "300").Write();
     m_service = std::make_unique<test::ServiceProcess>(m_now);
+  }
+
+  // 31 days of files, accepted long ago: from the first hour on the oldest ones go.
+  void WriteFullLedger() {
+    std::vector<test::LedgerRow> rows;
+    for (std::time_t age = kSlice; age < kAge; age += kSlice) {
+      const std::string name = test::RealDataName(m_now - age);
+      if (!m_known.insert(name).second) continue;  // of an hour that came twice
+      test::WriteFile(test::DataFilePath(name), "data");
+      m_arrived.insert(BaseOf(name));
+      rows.push_back({name, test::kRealDataType, 1});
+    }
+    test::WriteLedger(rows);
   }
 
   // One slice: events come up at its begin, now and then.
