@@ -141,14 +141,14 @@ constexpr auto kName = [](const auto& row) { return row.param.name; };
 
 INSTANTIATE_TEST_SUITE_P(LedgerLocked, CardTrouble, ::testing::ValuesIn(LedgerLocks()), kName);
 
-// Content that is none condemns the tree, with what waits in it and the file of that cycle.
+// Rows that cannot be read condemn the tree, with what waits in it and the file of that cycle.
 INSTANTIATE_TEST_SUITE_P(
     LedgerDamaged, CardTrouble,
     ::testing::Values(
         Row{"Foreign", Once([] { test::WriteFile(paths::kLedger, "the shopping list\n"); }), "23"},
         Row{"Truncated", Once([] { fs::resize_file(paths::kLedger, kPage); }), "23"},
         Row{"WithoutItsTable", Run(paths::kLedger, "drop table tJsonFileNames"), "23"},
-        Row{"InATablePage", DamagePage("table"), "123"},
+        Row{"InATablePage", DamagePage("table"), "23"},
         Row{"InAnIndexPage", DamagePage("index"), "0123"}),
     kName);
 
