@@ -118,6 +118,7 @@ TEST_P(CardTrouble, CostsWhatItMustAndNoMore) {
 
   EXPECT_EQ(Delivered(), GetParam().delivered);
   EXPECT_EQ(test::CountResults(0), 0);
+  EXPECT_EQ(test::CountResults(1), static_cast<int>(Delivered().size()));
   EXPECT_EQ(test::TextLogTimes("start Send realdata " + std::string(kDay) + "/S20240307121500"),
             std::vector<std::string>{"12:16:30"});
 }
