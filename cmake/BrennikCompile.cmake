@@ -18,7 +18,6 @@ target_compile_options(brennik_compile INTERFACE
   -Wsign-conversion
   -Wformat=2             # the log API is printf-style: its formats are checked
   -Wold-style-cast
-  -Wcast-align=strict    # ARM: no pointer may gain alignment it has not got
   -Wnon-virtual-dtor
   -Woverloaded-virtual
   -Wnull-dereference
@@ -27,6 +26,7 @@ target_compile_options(brennik_compile INTERFACE
   "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(brennik_compile INTERFACE
+    -Wcast-align=strict    # ARM: no pointer may gain alignment it has not got
     -Wlogical-op -Wduplicated-cond -Wduplicated-branches
     -Wno-restrict)         # GCC 12 sees overlaps in "text" + std::string that are none (its bug 105651)
 endif()
@@ -57,6 +57,9 @@ if(BRENNIK_SANITIZE)
     "-fsanitize=$<TARGET_PROPERTY:BRENNIK_SANITIZE>" -fno-sanitize-recover=all -fno-omit-frame-pointer
     -Wno-null-dereference) # GCC 12 warns inside its own instrumentation
   target_link_options(brennik_compile INTERFACE "-fsanitize=${BRENNIK_SANITIZE}")
+endif()
+if(BRENNIK_FUZZ)
+  target_compile_options(brennik_compile INTERFACE "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/ignored.txt")
 endif()
 if(BRENNIK_COVERAGE)
   target_compile_options(brennik_compile INTERFACE --coverage)

@@ -16,15 +16,17 @@ CHECKOUT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__fil
 BUSY_GATEWAY = f"{CHECKOUT}/build/debug/tests/faults/busy_gateway"
 FIRST_DAY = 1709740800  # 2024-03-07 00:00:00, eight hours east
 DAY_SECONDS = 86400
-BOOT_SECONDS = 20  # a gateway is back within its cycle, mostly
+BOOT_SECONDS = 20, 200  # a gateway is back within its cycle, or in the next
 VERIFY_SECONDS = 60  # in real time, for a service that hangs
 
 
 def arguments(default_number):
-    """N and SEED of the command line."""
-    number = int(sys.argv[1]) if len(sys.argv) > 1 else default_number
+    """N and SEED of the command line. An end from outside cleans up from here on."""
+    for number in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, lambda *_: sys.exit("ended from outside"))
+    count = int(sys.argv[1]) if len(sys.argv) > 1 else default_number
     seed = int(sys.argv[2]) if len(sys.argv) > 2 else 1
-    return number, seed
+    return count, seed
 
 
 def build():
@@ -83,7 +85,7 @@ class Gateway:
 
     def kill(self):
         """Ends all programs at once and reads the gateway's time at that moment."""
-        self.process.kill()
+        self.kill_programs()
         self.process.communicate()  # up to the end of the last of them
         self.read_clock()
 
@@ -100,6 +102,10 @@ class Gateway:
         pid = self.service()
         if pid != 0:
             os.kill(pid, signal.SIGKILL)
+
+    def kill_programs(self):
+        """Kills all programs at once, the service's own children among them."""
+        self.process.kill()
 
     def insert_blank(self):
         """A new card, where it is a plain directory."""
@@ -142,26 +148,30 @@ class Gateway:
         """Compares the card with what was seen, starts the service again and compares again."""
         struck_at = self.now
         self.books.take_over(seen)
-        self.books.check(self.now)
-        self.now += BOOT_SECONDS
+        self.books.check(self.now, restarted=False)
+        self.now += BOOT_SECONDS[seed % len(BOOT_SECONDS)]
         self.verify(seed)
-        self.books.check(self.now)
+        self.books.check(self.now, restarted=True)
         self.books.count_windows(struck_at)
 
     def aim(self, kinds, choose):
         """The next aim, of one of the kinds; the service starts some time after its end."""
         kind = choose.choice(kinds)
-        known = sorted(self.books.seen.rows, key=witness.stamp_of)
+        known = sorted(self.books.seen.rows, key=witness.stamp_of)  # the latest is this cycle's
         victims = []
         if not known:
             kind = choose.choice(["random", "row", "mark"])
-        self.now += choose.choice([10, 10, 200, DAY_SECONDS, choose.randrange(12 * DAY_SECONDS)])
+        off = choose.choice([10, 10, 200, DAY_SECONDS, choose.randrange(12 * DAY_SECONDS)])
+        self.now += 10 if kind == "repacking" else off
+        if kind == "repacking":
+            victims = known[-1:]
         if kind == "ageing":
             last_to_go = choose.choice(known)
+            victims = known[: known.index(last_to_go) + 1]
             too_old = witness.unix_time(witness.stamp_of(last_to_go)) + witness.FILE_AGE_SECONDS
             self.now = max(self.now, too_old + 1)
-            victims = [f"{self.card.files}/{name}" for name in known[: known.index(last_to_go) + 1]]
-        return witness.Aim(kind, choose, self.books.seen, victims)
+        paths = [f"{self.card.files}/{name}" for name in victims]
+        return witness.Aim(kind, choose, self.books.seen, paths)
 
 
 def descendants(pid):

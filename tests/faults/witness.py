@@ -13,6 +13,7 @@ import io
 import json
 import os
 import select
+import signal
 import sqlite3
 import tarfile
 import time
@@ -103,15 +104,17 @@ class Aim:
         "mark": 0.0,
         "row": 0.002,
         "packing": 0.015,
+        "repacking": 0.004,
         "ageing": 0.02,
+        "never": 0.0,
     }
 
-    def __init__(self, kind, random, old, victims=()):
+    def __init__(self, kind, random, old, victims):
         self.kind = kind
         self.count = random.randrange(1, 6)
         self.delay = random.random() * self.DELAYS[kind]
         self.old_rows, self.old_marks = len(old.rows), old.marks()
-        self.victims = victims  # paths that will go
+        self.victims = {path: version_of(path) for path in victims}  # what will go or change
         self.due = None
 
     def is_met(self, card, seen):
@@ -123,9 +126,9 @@ class Aim:
             return len(seen.rows) >= self.old_rows + self.count
         if self.kind == "packing":
             return any(has_text_file(directory) for directory in busy_directories(card, seen))
-        if self.kind == "ageing":
-            return any(not os.path.exists(path) for path in self.victims)
-        return True
+        if self.kind in ("ageing", "repacking"):
+            return any(version_of(path) != old for path, old in self.victims.items())
+        return self.kind == "random"
 
     def is_due(self, card, seen):
         if not seen.lines:
@@ -133,6 +136,14 @@ class Aim:
         if self.due is None and self.is_met(card, seen):
             self.due = time.monotonic() + self.delay
         return self.due is not None and time.monotonic() >= self.due
+
+
+def version_of(path):
+    try:
+        status = os.stat(path)
+    except OSError:
+        return None
+    return status.st_ino, status.st_size, status.st_mtime_ns
 
 
 def has_text_file(directory):
@@ -151,6 +162,7 @@ def watch(card, output, aim, old, strike, report):
     """Looks on until the aim is due, strikes, and sends what it has seen through `report`.
 
     `output` is the descriptor of what the gateway's programs say; `old` was seen before."""
+    signal.signal(signal.SIGTERM, signal.SIG_DFL)
     seen = Seen()
     seen.rows.update(old.rows)
     end = time.monotonic() + LONGEST_START_SECONDS
@@ -195,9 +207,10 @@ class Books:
         self.figures = figures  # a Counter, which several cards may share
         self.seen = Seen()
         self.faults = {}  # what was lost, in words, by figure and name
-        self.sound = {}  # documents of archives that were found whole and genuine, by name and digest
+        self.sound = {}  # documents of whole and genuine archives, by name and digest
         self.faulty = 0  # uploads that the cloud has complained of
         self.repacked = set()  # names that were packed more than once, so with other bytes
+        self.unsettled = set()  # those of them that the service has yet to put in order
         self.recorded_events = set()
         self.counted_events = set()
         self.counted_cycles = set()
@@ -214,8 +227,10 @@ class Books:
         self.seen.rows.update(seen.rows)
         self.seen.recalls |= seen.recalls
 
-    def check(self, now):
-        """Compares everything with the card as it is now, in the gateway's time."""
+    def check(self, now, restarted):
+        """Compares everything with the card as it is now, in the gateway's time. An archive
+        that was being replaced may be found cut until the service has started again."""
+        self.unsettled = set() if restarted else self.repacked
         found = Seen()
         try:
             found.read(self.card.ledger, patience=5)
@@ -241,6 +256,8 @@ class Books:
         paths = {name: f"{self.card.files}/{name}" for name in found.rows}
         paths.update((path, self.card.on_host(path)) for _, path in found.recalls)
         for name, path in paths.items():
+            if os.path.basename(name) in self.unsettled:
+                continue
             try:
                 document = self.examine(name, read_file(path))
             except Damaged as damage:
@@ -274,7 +291,7 @@ class Books:
         if name.startswith("T"):
             self.recorded_events |= events_of(document)
         original = read_file(f"{self.card.files}/{place}/{name}")
-        if original is None or original == copy:
+        if original is None or original == copy or name in self.unsettled:
             return  # what is missing has a row, or none that lasts
         try:
             self.examine(name, original)
@@ -314,8 +331,8 @@ class Books:
 
     def count_windows(self, now):
         """What the prescribed windows have cost: events taken but not in any recorded file, values
-        of cycles up to `now` without a row. To be called after the service has had a cycle's time to
-        go on with what the attack has left."""
+        of cycles up to `now` without a row. The service has had a cycle's time since its restart
+        to go on with what the attack has left."""
         lost = self.taken_events() - self.recorded_events - self.counted_events
         self.counted_events |= lost
         self.figures["events"] += len(lost)

@@ -55,7 +55,8 @@ class VirtualClock {
   VirtualClock() : m_face(MapFace()) {}
 
   std::time_t Now() const {
-    return static_cast<std::time_t>(m_face->nowMicroseconds.load() / kMicrosecondsPerSecond);
+    return static_cast<std::time_t>(m_face->nowMicroseconds.load() / kMicrosecondsPerSecond +
+                                    m_face->wallAhead.load());
   }
 
   void Sleep(std::int64_t microseconds) {

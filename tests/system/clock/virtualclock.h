@@ -7,6 +7,9 @@
 // never past the limit that the test sets. A day takes as long as its work does, and the same run
 // gives the same times. While a server of the test is silent, waiting for the network is sleep, a
 // second at a time, so that a transfer's time-out comes when it must.
+//
+// The test may set the wall clock, as an operator or a time server would: `time` then jumps, and no
+// sleep gets shorter or longer by it.
 #pragma once
 
 #include <linux/futex.h>
@@ -22,7 +25,8 @@ namespace test {
 inline constexpr char kClockFileVariable[] = "BRENNIK_TEST_CLOCK";
 
 struct ClockFace {
-  std::atomic<std::int64_t> nowMicroseconds;    // written by the process, since the epoch
+  std::atomic<std::int64_t> nowMicroseconds;  // written by the process, what sleeps are counted in
+  std::atomic<std::int64_t> wallAhead;        // written by the test: `time` minus that, seconds
   std::atomic<std::int64_t> limitMicroseconds;  // written by the test
   std::atomic<std::int64_t> restedAt;           // the limit at which all threads slept beyond it
   std::atomic<std::uint32_t> threads;           // alive in the process, the main thread included

@@ -140,8 +140,13 @@ bool ServiceProcess::RunUntil(std::time_t moment) {
 
 void ServiceProcess::LetRunUntil(std::time_t moment) {
   m_limit = moment;
-  m_face->limitMicroseconds = EndOf(moment);
+  m_face->limitMicroseconds = EndOf(moment - m_face->wallAhead);
   AnnounceChange(m_face);
+}
+
+void ServiceProcess::SetWallClock(std::time_t moment) {
+  m_face->wallAhead += moment - m_limit;
+  m_limit = moment;
 }
 
 bool ServiceProcess::AwaitRest() {
@@ -165,7 +170,8 @@ void ServiceProcess::SpeakAgain() {
 }
 
 std::time_t ServiceProcess::Now() const {
-  return static_cast<std::time_t>(m_face->nowMicroseconds.load() / kMicrosecondsPerSecond);
+  return static_cast<std::time_t>(m_face->nowMicroseconds.load() / kMicrosecondsPerSecond +
+                                  m_face->wallAhead.load());
 }
 
 std::optional<int> ServiceProcess::ExitStatus() {
