@@ -18,7 +18,7 @@ run_rows() {
   failed=$(grep -c '^\[  FAILED  \] .*)$' <<<"$output" || true)
   peak=$(awk '$1 == "peak" && $2 > most { most = $2 } END { print most + 0 }' <<<"$output")
   if [[ $failed != 0 || $passed == 0 ]]; then
-    grep -v '^peak\|^Repeating\|^Note\|^$' <<<"$output" | tail -n 100 >&2
+    grep -v '^peak\|^Repeating\|^Note\|^$' <<<"$output" | tail -n 400 >&2
     return 1
   fi
 }

@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <mutex>
 #include <new>
 #include <stdexcept>
 #include <string_view>
@@ -35,7 +36,8 @@ std::int64_t EndOf(std::time_t moment) {
   return (moment + 1) * kMicrosecondsPerSecond - 1;
 }
 
-std::atomic<std::uint32_t>* g_silences = nullptr;
+std::mutex g_faceMutex;
+ClockFace* g_face = nullptr;  // of the service that lives; guarded by g_faceMutex
 
 ClockFace* MakeFace(std::time_t start) {
   WriteFile(kClockFile, std::string(sizeof(ClockFace), '\0'));
@@ -47,7 +49,8 @@ ClockFace* MakeFace(std::time_t start) {
   face->nowMicroseconds = start * kMicrosecondsPerSecond;
   face->limitMicroseconds = EndOf(start);
   face->threads = 1;
-  g_silences = &face->silences;
+  const std::lock_guard lock(g_faceMutex);
+  g_face = face;
   return face;
 }
 
@@ -115,6 +118,8 @@ ServiceProcess::~ServiceProcess() {
     waitpid(m_pid, nullptr, 0);
   }
   CheckEnd();
+  const std::lock_guard lock(g_faceMutex);
+  g_face = nullptr;  // a server may still speak
   munmap(m_face, sizeof(ClockFace));
 }
 
@@ -155,11 +160,13 @@ bool ServiceProcess::AwaitRest() {
 }
 
 void ServiceProcess::FallSilent() {
-  ++*g_silences;
+  const std::lock_guard lock(g_faceMutex);
+  if (g_face != nullptr) ++g_face->silences;
 }
 
 void ServiceProcess::SpeakAgain() {
-  --*g_silences;
+  const std::lock_guard lock(g_faceMutex);
+  if (g_face != nullptr) --g_face->silences;
 }
 
 std::time_t ServiceProcess::Now() const {

@@ -80,7 +80,7 @@ Begin Replace(const std::string& path, const std::string& content) {
 }
 
 Begin DamagePage(const std::string& type) {
-  return [=] {
+  return Once([=] {
     const auto page =
         DatabaseFile(paths::kLedger)
             .Lines("select rootpage from sqlite_master where tbl_name='tJsonFileNames' and type='" +
@@ -88,8 +88,7 @@ Begin DamagePage(const std::string& type) {
     std::fstream file(paths::kLedger);
     file.seekp(static_cast<std::streamoff>((std::stoul(page.at(0)) - 1) * kPage));
     file << std::string(kPage, 'x');
-    return Until([] { fs::remove(paths::kLedger); });
-  };
+  });
 }
 
 Trouble ReadOnly() {

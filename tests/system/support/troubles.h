@@ -24,8 +24,7 @@ Begin Fill(const std::string& directory, std::uintmax_t roomBytes = 0);
 // Out of the way for a while, with nothing, a file, or what `make` makes in its place.
 Begin Replace(const std::string& path, const std::function<void()>& make = {});
 Begin Replace(const std::string& path, const std::string& content);
-// Rubbish over the page where the ledger's "table" or its "index" begins. It ends with the ledger
-// removed by a technician.
+// Rubbish over the page where the ledger's "table" or its "index" begins.
 Begin DamagePage(const std::string& type);
 // A read-only card. Whoever started the sandbox switches it when a file asks (tests/faults/card).
 Trouble ReadOnly();
