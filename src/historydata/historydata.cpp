@@ -143,11 +143,11 @@ CHistoryData::Visit CHistoryData::NoteFailure(const char* step, const util::SqlE
 void CHistoryData::ReplaceDamagedTree() {
   const std::lock_guard lock(m_databaseMutex);  // nobody visits the ledger while its tree moves
   unlink(paths::kLedger);
+  m_unrecorded.clear();  // their files go with the tree
   m_unmarked.clear();
   m_isDamaged = false;
-  // Where the removal of an earlier one was cut short, the tree stays, without its ledger, and with
-  // the files of the rows that wait.
-  if (std::rename(paths::kCloudTree, paths::kLostTree) == 0) m_unrecorded.clear();
+  // Where the removal of an earlier one was cut short, the tree stays, without its ledger.
+  std::rename(paths::kCloudTree, paths::kLostTree);
   int errorCode = 0;
   util::StartThread(&m_removalThread, util::DetachState::kJoinable, RemoveLostTree, nullptr,
                     &errorCode);

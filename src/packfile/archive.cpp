@@ -76,7 +76,7 @@ DataFile::DataFile(char prefix, const char* directory, const std::tm& stamp, con
       m_work(m_names) {}
 
 std::ofstream DataFile::OpenText() {
-  if (util::Exists(m_names.archive)) {
+  if (util::IsRegularFile(m_names.archive)) {
     m_beside = m_directory + "/new";
     RemoveDir(m_beside.c_str());  // of an attempt that a restart has ended
     if (mkdir(m_beside.c_str(), kDirectoryMode) != 0 && errno == ENOSPC) {
