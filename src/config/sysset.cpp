@@ -7,6 +7,7 @@
 #include <string>
 
 #include "log/log.h"
+#include "util/directory.h"
 #include "util/file.h"
 #include "util/paths.h"
 #include "util/text.h"
@@ -170,6 +171,7 @@ int CSysSet::getVersionInfo() {
     std::printf("%s is not exist\n", paths::kVersionFile);
     return -1;
   }
+  if (!util::IsRegularFile(paths::kVersionFile)) return -1;  // a named pipe would hold up the start
   const util::File file(std::fopen(paths::kVersionFile, "r"));
   if (!file) return -1;
   char line[kVersionLineBytes] = "";

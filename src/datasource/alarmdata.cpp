@@ -18,8 +18,9 @@ constexpr char kMarkTaken[] = "update event_tbl set upload=1";
 constexpr char kUntakenBetween[] =
     " where upload=0 and recorddate>='%d-%02d-%02d' and recorddate<='%d-%02d-%02d'";
 
-constexpr std::time_t kReachSeconds = 259200;  // 3 days
-constexpr int kLockWaitMilliseconds = 2000;    // the acquisition side writes while we read
+// The acquisition side writes while we read. A mark that a lock keeps out makes the events come
+// again, so the wait is long; nobody but the alarm worker waits.
+constexpr int kLockWaitMilliseconds = 20000;
 constexpr auto kFailure = static_cast<std::uint32_t>(-1);
 
 std::string EventFile(const std::tm& month) {
@@ -50,7 +51,7 @@ Alarm_Data_Para EventOf(const util::Statement& row) {
 std::uint32_t CAlarmData::GetAlarmData(std::vector<Alarm_Data_Para>* rows) {
   const std::time_t now = std::time(nullptr);
   const auto to = util::LocalTime(now);
-  const auto from = util::LocalTime(now - kReachSeconds);
+  const auto from = util::LocalTime(now - kAlarmReachSeconds);
   if (!to || !from) return 0;
 
   if (from->tm_mon != to->tm_mon && util::Exists(EventFile(*from).c_str())) {
@@ -80,6 +81,11 @@ std::uint32_t CAlarmData::GetDataFromDB(std::vector<Alarm_Data_Para>* rows, cons
   // Taken as soon as read: from here on the upload ledger answers for them.
   database.Execute(kMarkTaken + untaken);
   return 0;
+}
+
+std::time_t EventTime(std::int32_t field, std::time_t now) {
+  const auto ahead = static_cast<std::uint32_t>(field) - static_cast<std::uint32_t>(now);
+  return now + static_cast<std::int32_t>(ahead);
 }
 
 CAlarmData& GetCAlarmDataInstance() {

@@ -23,7 +23,7 @@
 #pragma pack(push, 1)
 // One alarm event.
 struct Alarm_Data_Para {
-  std::int32_t time;       // Unix time, seconds; wraps in 2038, see EventTime in packfile
+  std::int32_t time;       // Unix time, seconds; wraps in 2038, see EventTime
   std::int32_t DataId;     // point identifier, see ComposeDataId
   double threshold;        // the limit that was passed
   double triggervalue;     // the value that passed it
@@ -39,6 +39,12 @@ static_assert(offsetof(Alarm_Data_Para, triggervalue) == 16);
 static_assert(offsetof(Alarm_Data_Para, eventtype) == 24);
 static_assert(offsetof(Alarm_Data_Para, grade) == 28);
 static_assert(offsetof(Alarm_Data_Para, upflag) == 32);
+
+inline constexpr std::time_t kAlarmReachSeconds = 259200;  // a reading goes 3 days back
+
+// The time of an event, whose field keeps 32 bits only: of the times that it can stand for, the one
+// nearest to `now`.
+std::time_t EventTime(std::int32_t field, std::time_t now);
 
 // What it is for: takes the new events out of the monthly databases.
 // Threads: the alarm worker. The mutex is held for the whole of each visit to a database.

@@ -17,9 +17,6 @@ constexpr char kSelectMinutes[] =
     "select UnixTime,TriggerValue,Upload from history_%04x_tbl where dataid='%d' and "
     "UnixTime<='%d' and UnixTIme >='%d' order by UnixTime";
 
-// Where there is no index, SQLite also sorts within this much memory; a larger cache helps nobody.
-constexpr char kSmallCache[] = "PRAGMA cache_size=-256";
-
 constexpr std::uint32_t kMinuteSeconds = 60;
 constexpr std::int32_t kHandedOut = 1;       // the only `Upload` whose values count
 constexpr int kLockWaitMilliseconds = 2000;  // the acquisition side writes while we read
@@ -43,7 +40,8 @@ std::int32_t CHistoryData::GetRecallFlag(std::uint32_t dataId, const ST_SINGLE_C
   if (!util::Exists(paths::kDemandHistory)) return 0;
   util::Database database(paths::kDemandHistory);
   if (!database) return -1;
-  database.Execute(kSmallCache);  // only a favour, so without waiting for a lock
+  database
+      .KeepCacheSmall();  // where there is no index, SQLite also sorts within that; no lock waits
   database.WaitForLocks(kLockWaitMilliseconds);
   util::Statement minutes = database.Prepare(MinutesQuery(dataId, *point));
   if (!minutes) return -1;

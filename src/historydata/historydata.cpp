@@ -6,8 +6,12 @@
 #include <ctime>
 #include <mutex>
 #include <string>
+#include <utility>
 
+#include "historydata/ledgerfile.h"
+#include "log/log.h"
 #include "util/directory.h"
+#include "util/durable.h"
 #include "util/paths.h"
 #include "util/sqlite.h"
 #include "util/text.h"
@@ -16,68 +20,19 @@
 
 namespace {
 
-constexpr char kPendingTable[] = "tJsonFileNames";
-constexpr char kRecallTable[] = "recallJsonFile";
-
-constexpr char kCountTable[] =
-    "select count(*) from sqlite_master where tbl_name='%s' and type='table'";
-constexpr char kCreatePending[] =
-    "CREATE TABLE IF NOT EXISTS %s(FileName VARCHAR(32) PRIMARY KEY ASC,FileType TINYINT DEFAULT "
-    "1,Result TINYINT DEFAULT 0)";
-constexpr char kCreateRecall[] =
-    "CREATE TABLE IF NOT EXISTS %s( Createtime INTEGER,FileName VARCHAR(32))";
-constexpr char kInsertPending[] =
-    "insert into %s(filetype, filename, result) values('%d','%s','%d')";
-// The stamp begins 21 characters before the end of the name: 14 digits and ".tar.gz".
-constexpr char kSelectAged[] =
-    "select filename from %s where substr(filename,length(filename)-20, 14) <= '%s'";
-constexpr char kDeleteAged[] =
-    "delete from %s where substr(filename,length(filename)-20, 14) <= '%s'";
-constexpr char kSelectPending[] =
-    "select filetype, filename, result from %s where result=0 order by "
-    "substr(filename,length(filename)-20, 14) desc limit 20";
-constexpr char kAccept[] = "update %s set result=1 where result=0 and filename='%s'";
-constexpr char kInsertRecall[] = "insert into %s(Createtime, filename) values('%lld','%s')";
-constexpr char kSelectAgedRecalls[] = "select filename from %s where Createtime <= '%lld'";
-constexpr char kDeleteAgedRecalls[] = "delete from %s where Createtime <= '%lld'";
-
 constexpr std::time_t kFileAgeSeconds = 2678400;   // 31 days
 constexpr std::time_t kRecallAgeSeconds = 259200;  // 3 days
 constexpr int kDaysOfMonth = 31;
-constexpr int kLockWaitMilliseconds = 2000;  // spares the ledger another program's short lock
+constexpr std::size_t kMostUnrecorded = 10000;  // a month of real data every five minutes
 constexpr std::size_t kPathLimit = util::kPathBytes - 1;
 
-util::Database OpenLedger() {
-  util::Database database(paths::kLedger);
-  database.WaitForLocks(kLockWaitMilliseconds);
-  return database;
-}
+// The steps of a save that can fail for a while.
+constexpr char kRecording[] = "recording";
+constexpr char kAgeing[] = "ageing";
 
 std::string CutOffStamp() {
   const auto cutOff = util::LocalTime(std::time(nullptr) - kFileAgeSeconds);
   return cutOff ? util::Stamp(*cutOff) : "";  // an empty stamp ages nothing
-}
-
-// Unlinks the files below `directory` that the query names.
-void UnlinkAged(util::Statement& names, const char* directory) {
-  while (names.NextRow()) {
-    const std::string name(names.Text(0));
-    char path[util::kPathBytes];
-    util::PrintText(path, sizeof(path), "%s/%s", directory, name.c_str());
-    unlink(path);
-  }
-}
-
-// Drops what the two statements name. False when the files to drop cannot be listed.
-bool DropAged(util::Database& database, const std::string& select, const std::string& remove,
-              const char* directory) {
-  {
-    util::Statement names = database.Prepare(select);
-    if (!names) return false;
-    UnlinkAged(names, directory);
-  }
-  database.Execute(remove);
-  return true;
 }
 
 void* RemoveLostTree(void* /*unused*/) {
@@ -90,26 +45,17 @@ void* RemoveLostTree(void* /*unused*/) {
 std::int32_t CHistoryData::IsTableExists(const char* table) {
   if (table == nullptr) return 0;
   const std::lock_guard lock(m_databaseMutex);
-  util::Database database = OpenLedger();
-  if (!database) return -1;
-  util::Statement count = database.Prepare(util::Format(kCountTable, table));
-  if (!count) return -1;
-
-  std::int32_t tables = 0;
-  while (count.NextRow()) tables = count.Integer(0);
-  return tables >= 1 ? 0 : -1;
+  return LookForTable(table) == TableState::kThere ? 0 : -1;
 }
 
 void CHistoryData::CreateTable() {
   const std::lock_guard lock(m_databaseMutex);
-  util::Database database = OpenLedger();
-  if (database) database.Execute(util::Format(kCreatePending, kPendingTable));
+  CreateInLedger(CreatePendingStatement());
 }
 
 void CHistoryData::CreateRecallTable() {
   const std::lock_guard lock(m_databaseMutex);
-  util::Database database = OpenLedger();
-  if (database) database.Execute(util::Format(kCreateRecall, kRecallTable));
+  CreateInLedger(CreateRecallStatement());
 }
 
 std::int32_t CHistoryData::Mkdirs(const char* path) {
@@ -119,35 +65,87 @@ std::int32_t CHistoryData::Mkdirs(const char* path) {
 std::int32_t CHistoryData::SaveHistoryData(const std::vector<History_Data_Para>* rows) {
   if (rows == nullptr) return -1;
   const std::lock_guard saving(m_savingMutex);
-  const std::string cutOff = CutOffStamp();
-  const bool existed = util::Exists(paths::kLedger);
-  if (!existed) Mkdirs(paths::kLedgerDirectory);
-  if (IsTableExists(kPendingTable) != 0) {
-    if (existed) {
-      ReplaceDamagedTree();
-      return -1;
-    }
-    CreateTable();
-  }
+  for (const auto& row : *rows) m_unrecorded.push_back(InsertPending(row));
+  BoundUnrecorded();
+  const Aged aged = AgedFiles(CutOffStamp());
 
-  const std::lock_guard lock(m_databaseMutex);
-  util::Database database = OpenLedger();
-  if (!database) return -1;
-  database.Execute("BEGIN;");
-  for (const auto& row : *rows) {
-    database.Execute(
-        util::Format(kInsertPending, kPendingTable, row.filetype, row.filename, row.result));
+  if (util::IsMissing(paths::kLedger)) {
+    MakeNewLedger(Tables::kPending);
+  } else if (LookFor(kPendingTable) == TableState::kLacking) {
+    ReplaceDamagedTree();
+    return -1;
   }
-  database.Execute("COMMIT;");
-  const bool aged =
-      DropAged(database, util::Format(kSelectAged, kPendingTable, cutOff.c_str()),
-               util::Format(kDeleteAged, kPendingTable, cutOff.c_str()), paths::kDataFiles);
-  return aged ? 0 : -1;
+  const Visit visit = RecordAndAge(aged);
+  if (visit == Visit::kDamaged) ReplaceDamagedTree();
+  return visit == Visit::kDone ? 0 : -1;
+}
+
+void CHistoryData::BoundUnrecorded() {
+  if (m_unrecorded.size() <= kMostUnrecorded) return;
+  const std::size_t excess = m_unrecorded.size() - kMostUnrecorded;
+  m_unrecorded.erase(m_unrecorded.begin(),
+                     m_unrecorded.begin() + static_cast<std::ptrdiff_t>(excess));
+  log_Text(WARN, "ledger: %zu of the oldest rows in memory are given up", excess);
+}
+
+TableState CHistoryData::LookFor(const char* table) {
+  const std::lock_guard lock(m_databaseMutex);
+  return LookForTable(table);
+}
+
+void CHistoryData::MakeNewLedger(Tables tables) {
+  const std::lock_guard lock(m_databaseMutex);
+  Mkdirs(paths::kLedgerDirectory);
+  MakeLedger(tables);
+}
+
+CHistoryData::Visit CHistoryData::RecordAndAge(const Aged& aged) {
+  const std::lock_guard lock(m_databaseMutex);
+  if (!m_isDamaged) {
+    const Visit visit = TryToRecordAndAge(aged);
+    if (visit != Visit::kDamaged) return visit;
+  }
+  if (const auto error = RewriteLedger()) return NoteFailure(kRecording, error, Visit::kDone);
+  m_isDamaged = false;
+  return TryToRecordAndAge(aged);
+}
+
+CHistoryData::Visit CHistoryData::TryToRecordAndAge(const Aged& aged) {
+  util::Database database = OpenLedgerForWriting();
+  if (!database) return NoteFailure(kRecording, database.Error(), Visit::kFailed);
+  const auto recording = Record(database, m_unrecorded);
+  if (recording.why == util::Failure::kDamaged) return Visit::kDamaged;
+  if (!recording) m_unrecorded.clear();
+
+  // On a card that is too full for a row, ageing makes room.
+  bool listed = false;
+  const auto ageing = DropAged(database, aged, listed);
+  if (ageing.why == util::Failure::kDamaged) return Visit::kDamaged;
+  const Visit outcome = listed ? Visit::kDone : Visit::kFailed;
+  if (recording) return NoteFailure(kRecording, recording, outcome);
+  if (ageing) return NoteFailure(kAgeing, ageing, outcome);
+  if (std::exchange(m_failedStep, nullptr) != nullptr) {
+    log_Text(INFO, "ledger: recording and ageing succeed again");
+  }
+  return Visit::kDone;
+}
+
+CHistoryData::Visit CHistoryData::NoteFailure(const char* step, const util::SqlError& error,
+                                              Visit outcome) {
+  if (error.why == util::Failure::kDamaged) return Visit::kDamaged;
+  if (std::exchange(m_failedStep, step) != step) {
+    log_Text(WARN, "ledger: %s fails, %zu rows wait in memory: %s", step, m_unrecorded.size(),
+             error.text.c_str());
+  }
+  return outcome;
 }
 
 void CHistoryData::ReplaceDamagedTree() {
   const std::lock_guard lock(m_databaseMutex);  // nobody visits the ledger while its tree moves
   unlink(paths::kLedger);
+  m_unrecorded.clear();  // their files go with the tree
+  m_unmarked.clear();
+  m_isDamaged = false;
   // Where the removal of an earlier one was cut short, the tree stays, without its ledger.
   std::rename(paths::kCloudTree, paths::kLostTree);
   int errorCode = 0;
@@ -161,16 +159,19 @@ void CHistoryData::ReplaceDamagedTree() {
     Mkdirs(util::Format("%s/%d", paths::kRealData, day).c_str());
     Mkdirs(util::Format("%s/%d", paths::kAlarmData, day).c_str());
   }
+  util::SyncFileSystem(paths::kDataFiles);
 }
 
 std::int32_t CHistoryData::GetHistoryData(std::vector<History_Data_Para>* rows) {
   if (rows == nullptr || !util::Exists(paths::kLedger)) return -1;
   const std::lock_guard lock(m_databaseMutex);
-  // It may have gone with its tree; opening it would make an empty one, which condemns the tree.
-  if (!util::Exists(paths::kLedger)) return -1;
-  util::Database database = OpenLedger();
+  if (!m_unmarked.empty()) {
+    util::Database marks = OpenLedgerForWriting();
+    if (!marks || !MarkUnmarked(marks)) return -1;
+  }
+  util::Database database = OpenLedgerForReading();
   if (!database) return -1;
-  util::Statement pending = database.Prepare(util::Format(kSelectPending, kPendingTable));
+  util::Statement pending = database.Prepare(SelectPending());
   if (!pending) return -1;
 
   while (pending.NextRow()) {
@@ -180,37 +181,35 @@ std::int32_t CHistoryData::GetHistoryData(std::vector<History_Data_Para>* rows) 
     row.result = pending.Integer(2);
     rows->push_back(row);
   }
+  // Else nothing would be sent any more, without a word. The next save sees to it.
+  m_isDamaged = m_isDamaged || pending.WhyFailed() == util::Failure::kDamaged;
   return 0;
 }
 
 std::int32_t CHistoryData::UpdateHistoryData(const char* filename) {
   if (filename == nullptr) return -1;
   const std::lock_guard lock(m_databaseMutex);
-  if (!util::Exists(paths::kLedger)) return -1;  // opening it would make an empty one
+  if (!util::Exists(paths::kLedger)) return 0;
+  m_unmarked.push_back(Accept(filename));
   util::Database database = OpenLedger();
   if (!database) return -1;
-  database.Execute(util::Format(kAccept, kPendingTable, filename));
+  if (database.MakeCommitsDurable()) MarkUnmarked(database);
   return 0;
+}
+
+bool CHistoryData::MarkUnmarked(util::Database& database) {
+  if (Record(database, m_unmarked)) return false;
+  m_unmarked.clear();
+  return true;
 }
 
 std::int32_t CHistoryData::SaveRecallData(const char* filename) {
   if (filename == nullptr) return -1;
   const std::lock_guard saving(m_savingMutex);
-  const long long now = std::time(nullptr);
-  const long long cutOff = now - kRecallAgeSeconds;
-  if (!util::Exists(paths::kLedger)) Mkdirs(paths::kLedgerDirectory);
-  if (IsTableExists(kRecallTable) != 0) CreateRecallTable();
-
-  const std::lock_guard lock(m_databaseMutex);
-  util::Database database = OpenLedger();
-  if (!database) return -1;
-  database.Execute("BEGIN;");
-  database.Execute(util::Format(kInsertRecall, kRecallTable, now, filename));
-  database.Execute("COMMIT;");
-  const bool aged =
-      DropAged(database, util::Format(kSelectAgedRecalls, kRecallTable, cutOff),
-               util::Format(kDeleteAgedRecalls, kRecallTable, cutOff), paths::kCallData);
-  return aged ? 0 : -1;
+  const std::int64_t now = std::time(nullptr);
+  if (util::IsMissing(paths::kLedger)) MakeNewLedger(Tables::kPendingAndRecall);
+  m_unrecorded.push_back(InsertRecall(now, filename));  // makes the table where it is missing
+  return RecordAndAge(AgedRecalls(now - kRecallAgeSeconds)) == Visit::kDone ? 0 : -1;
 }
 
 CHistoryData& GetCHistoryDataInstance() {

@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "parsememory/answers.h"
@@ -29,6 +30,15 @@ static_assert(sizeof(History_Data_Para) == 136);
 static_assert(offsetof(History_Data_Para, result) == 4);
 static_assert(offsetof(History_Data_Para, filename) == 8);
 
+namespace util {
+class Database;
+struct SqlError;
+}  // namespace util
+
+struct Aged;  // these: see ledgerfile.h
+enum class Tables;
+enum class TableState;
+
 // One recalled minute value.
 #pragma pack(push, 1)
 struct ST_SINGLE_POINT_VALUE {
@@ -39,13 +49,14 @@ struct ST_SINGLE_POINT_VALUE {
 static_assert(sizeof(ST_SINGLE_POINT_VALUE) == 12);
 static_assert(offsetof(ST_SINGLE_POINT_VALUE, TriggerValue) == 4);
 
-// What it is for: the ledger's rows, the data files' ageing, the tree and its repair; and, beside
-// all this, reading the gateway's demand history.
-// Threads: any. A mutex is held for the whole of each visit to the database, from open to close;
-// another one makes a save, which is several visits, one thing.
-// Owns: the mutexes, and the thread that removes a damaged tree. No database handle is kept open.
+// The ledger's rows, the data files' ageing, the tree and its repair; and, beside all this, the
+// gateway's demand history. Any thread may call it. A mutex is held for the whole of each visit to
+// the database, from open to close; another one makes a save, which is several visits, one thing.
+// No database handle is kept open.
 //
-// Operations return 0, or -1 on failure. SQLite's failures are not logged.
+// Operations return 0, or -1 on failure. What the ledger cannot take for a while (another process
+// holds a lock, the card is full) is kept in memory and written first at the next occasion; a
+// restart forgets it. The text log tells when that begins and when it is over.
 class CHistoryData {
  public:
   CHistoryData() = default;
@@ -61,27 +72,33 @@ class CHistoryData {
   // Creates every missing directory along `path`, mode 0755. -1 for null.
   std::int32_t Mkdirs(const char* path);
 
-  // Records new files in one transaction, then drops rows and files with stamps of 31 days ago or
-  // older, accepted or not. A name that is already recorded keeps its row.
+  // Records new files in one transaction, those of earlier saves that could not be recorded first;
+  // then drops rows and files with stamps of 31 days ago or older, accepted or not. A name that is
+  // already recorded keeps its row. -1 when the ledger cannot be opened or its old rows cannot be
+  // listed; 0 also when a lock kept the rows out.
   //
-  // A ledger file without the pending table condemns the whole tree: it is moved to Cloud.lost and
-  // removed by a thread, an empty one is made, and -1 is returned without recording the rows.
+  // A ledger file whose content is damaged or lacks the pending table condemns the whole tree: it
+  // is moved to Cloud.lost and removed by a thread, an empty one is made, and -1 is returned
+  // without recording the rows. A lock, a full card and the like condemn nothing.
   std::int32_t SaveHistoryData(const std::vector<History_Data_Para>* rows);
-  // Appends the pending rows, newest stamp first, 20 at most. -1 also when there is no ledger file.
+  // Appends the pending rows, newest stamp first, 20 at most. -1 also when there is no ledger file,
+  // and while a row that was accepted cannot be marked: it would be sent again.
   std::int32_t GetHistoryData(std::vector<History_Data_Para>* rows);
-  // Marks a pending row accepted. 0 also when there is no such row; -1 when there is no ledger
-  // file.
+  // Marks a pending row accepted, now or, where the ledger does not take it, before the next rows
+  // are read. 0 also when there is no such row and when there is no ledger file; -1 when the ledger
+  // cannot be opened.
   std::int32_t UpdateHistoryData(const char* filename);
   // Records a recall file under the name as given, then drops rows of three days ago or older, and
   // the files of that name below calldata. The recall worker records full paths, which name no file
-  // there: its archives stay on the card, deliberately.
+  // there: its archives stay on the card, deliberately. Makes both tables where there is no ledger.
   std::int32_t SaveRecallData(const char* filename);
 
   // The stored minute values of a point, from the point's beginTime to its endTime, appended to
   // `values` in rising time. 1 when every minute up to endTime is there: those that the acquisition
   // side has not released (`Upload` other than 1) count as there, but give no value. 0 when a
-  // minute is missing or there is no history, with the values up to the gap appended; -1 when the
-  // history cannot be read. Nothing is logged. Recall worker; no lock.
+  // minute is missing, there is no history, or there are more than kMostRecalledValues values, with
+  // the values up to there appended; -1 when the history cannot be read. Nothing is logged. Recall
+  // worker; no lock.
   //
   // "/media/mmcblk0p1/demand_history.db", written by the acquisition side: a table
   // "history_%04x_tbl" for each device number, with dataid (the whole point identifier, as a signed
@@ -90,12 +107,33 @@ class CHistoryData {
                              std::vector<ST_SINGLE_POINT_VALUE>* values);
 
  private:
+  enum class Visit { kDone, kFailed, kDamaged };
+
+  // Gives up the oldest of too many rows.
+  void BoundUnrecorded();
+  // One visit each: a look for a table, and the making of a ledger where there is none.
+  TableState LookFor(const char* table);
+  void MakeNewLedger(Tables tables);
+  // The second half: its inserts stand in m_unrecorded, the ledger has its table.
+  // A ledger with a damaged index is made anew.
+  Visit RecordAndAge(const Aged& aged);
+  Visit TryToRecordAndAge(const Aged& aged);
+  // Marks what is due, in one transaction. False while the ledger does not take it.
+  bool MarkUnmarked(util::Database& database);
   // Moves the damaged tree aside, starts its removal, makes an empty one.
   void ReplaceDamagedTree();
+  // Tells the text log when a step of a save begins to fail, and gives the save's outcome: damage,
+  // or else `outcome`.
+  Visit NoteFailure(const char* step, const util::SqlError& error, Visit outcome);
 
-  util::Mutex m_databaseMutex;    // guards every visit to the ledger's database
-  pthread_t m_removalThread = 0;  // joinable, never joined; guarded by m_databaseMutex
-  util::Mutex m_savingMutex;      // from the look for the ledger to its rows; before the other one
+  util::Mutex m_databaseMutex;          // guards every visit to the ledger's database
+  pthread_t m_removalThread = 0;        // joinable, never joined; guarded by m_databaseMutex
+  std::vector<std::string> m_unmarked;  // marks not yet committed; guarded by m_databaseMutex
+  bool m_isDamaged = false;  // the pending rows cannot be read; guarded by m_databaseMutex
+
+  util::Mutex m_savingMutex;  // from the look for the ledger to its rows; before the other one
+  std::vector<std::string> m_unrecorded;  // inserts not yet committed; guarded by m_savingMutex
+  const char* m_failedStep = nullptr;     // null while saves succeed; guarded by m_savingMutex
 };
 
 // Removes a file or a whole directory tree. The first file that cannot be unlinked ends it, with

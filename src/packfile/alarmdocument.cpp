@@ -110,8 +110,3 @@ const char* AlarmCode(std::uint32_t dataId, std::int32_t eventType, bool upFlag)
   if (eventType == 1) return upFlag ? "10300" : "10301";
   return nullptr;
 }
-
-std::time_t EventTime(std::int32_t field, std::time_t now) {
-  const auto ahead = static_cast<std::uint32_t>(field) - static_cast<std::uint32_t>(now);
-  return now + static_cast<std::int32_t>(ahead);
-}

@@ -40,7 +40,3 @@ void WriteAlarmDocument(const char* serial, std::span<const Alarm_Data_Para> eve
 //   DI                      0                 1          10300         10301
 // The sense of upflag turns round from row to row, deliberately.
 const char* AlarmCode(std::uint32_t dataId, std::int32_t eventType, bool upFlag);
-
-// The time of an event, whose field keeps 32 bits only: of the times that it can stand for, the one
-// nearest to `now`.
-std::time_t EventTime(std::int32_t field, std::time_t now);

@@ -1,12 +1,16 @@
 #include "packfile/archive.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
+#include "historydata/historydata.h"
 #include "util/directory.h"
+#include "util/durable.h"
 #include "util/text.h"
 #include "util/timetext.h"
 
@@ -14,6 +18,7 @@ namespace {
 
 constexpr unsigned kPauseSeconds = 1;
 constexpr int kOutputBytes = 64;
+constexpr mode_t kDirectoryMode = 0755;
 
 enum class Attempt { kSucceeded, kFailed, kNoArchive };
 
@@ -36,18 +41,22 @@ AttemptResult TryOnce(const DataFileNames& names) {
   return {Attempt::kSucceeded, status};
 }
 
-}  // namespace
-
-DataFileNames NameDataFile(char prefix, const char* directory, const std::tm& stamp,
-                           const char* tellStatus) {
+DataFileNames NamesIn(const char* directory, const char* name, const char* tellStatus) {
   DataFileNames names{};
-  util::PrintText(names.name, sizeof(names.name), "%c%s", prefix, util::Stamp(stamp).c_str());
+  util::CopyText(names.name, name);
   util::PrintText(names.text, sizeof(names.text), "%s/%s.dat", directory, names.name);
   util::PrintText(names.archive, sizeof(names.archive), "%s/%s.tar.gz", directory, names.name);
   util::PrintText(names.command, sizeof(names.command),
                   "cd %s && tar -zcf %s.tar.gz %s.dat > /dev/null 2>&1;%s", directory, names.name,
                   names.name, tellStatus);
   return names;
+}
+
+}  // namespace
+
+DataFileNames NameDataFile(char prefix, const char* directory, const std::tm& stamp,
+                           const char* tellStatus) {
+  return NamesIn(directory, (prefix + util::Stamp(stamp)).c_str(), tellStatus);
 }
 
 bool RunCommand(const char* command, char* line, int n) {
@@ -60,13 +69,55 @@ bool RunCommand(const char* command, char* line, int n) {
   return true;
 }
 
-bool Compress(const DataFileNames& names, AttemptFailed attemptFailed) {
+DataFile::DataFile(char prefix, const char* directory, const std::tm& stamp, const char* tellStatus)
+    : m_directory(directory),
+      m_tellStatus(tellStatus),
+      m_names(NameDataFile(prefix, directory, stamp, tellStatus)),
+      m_work(m_names) {}
+
+std::ofstream DataFile::OpenText() {
+  if (util::IsRegularFile(m_names.archive)) {
+    m_beside = m_directory + "/new";
+    RemoveDir(m_beside.c_str());  // of an attempt that a restart has ended
+    if (mkdir(m_beside.c_str(), kDirectoryMode) != 0 && errno == ENOSPC) {
+      // A full card, which may still take a file. It fails the packing, and does not end the
+      // process.
+      SetWriteError(ENOSPC);
+      return std::ofstream("/dev/null");
+    }
+    m_work = NamesIn(m_beside.c_str(), m_names.name, m_tellStatus);
+  }
+  return std::ofstream(m_work.text, std::ios::trunc);
+}
+
+bool DataFile::Pack(AttemptFailed attemptFailed) {
   for (int attempt = 0; attempt < kPackAttempts; ++attempt) {
     sleep(kPauseSeconds);
-    const AttemptResult result = TryOnce(names);
-    if (result.outcome == Attempt::kSucceeded) return true;
+    AttemptResult result =
+        IsTextWhole() ? TryOnce(m_work) : AttemptResult{Attempt::kFailed, m_writeError};
+    if (result.outcome == Attempt::kSucceeded) {
+      if (KeepArchive()) return true;
+      result = {Attempt::kFailed, errno};
+    }
     // tar's success without an archive is tried again without a word.
-    if (result.outcome == Attempt::kFailed) attemptFailed(names.archive, result.status);
+    if (result.outcome == Attempt::kFailed) attemptFailed(m_names.archive, result.status);
   }
+  if (!IsTextWhole()) std::remove(m_work.text);
   return false;
+}
+
+bool DataFile::KeepArchive() {
+  util::SyncToCard(m_work.archive);
+  if (IsBeside() && std::rename(m_work.archive, m_names.archive) != 0) return false;
+  util::SyncToCard(m_directory.c_str());
+  std::remove(m_work.text);
+  if (IsBeside()) rmdir(m_beside.c_str());
+  return true;
+}
+
+void DataFile::RemoveRemains() {
+  if (access(m_work.archive, F_OK) == 0) std::remove(m_work.archive);
+  if (!IsBeside()) return;
+  std::rename(m_work.text, m_names.text);
+  rmdir(m_beside.c_str());
 }

@@ -3,7 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cerrno>
 #include <fstream>
 #include <span>
 
@@ -29,29 +29,26 @@ namespace {
 constexpr std::size_t kTimeMarkBytes = 23;
 constexpr unsigned kAlarmPauseMicroseconds = 50000;
 
-// Writes the document, as far as the card takes it, and closes the file.
-void WriteText(std::ofstream& ofs, const rapidjson::StringBuffer& text) {
+// Writes the document and closes the file. What the card does not take, the data file is told.
+void WriteText(std::ofstream& ofs, const rapidjson::StringBuffer& text, DataFile& file) {
+  errno = 0;
   ofs.write(text.GetString(), static_cast<std::streamsize>(text.GetSize()));
   ofs.close();
+  if (!ofs) file.SetWriteError(errno == 0 ? EIO : errno);
 }
 
-void RemoveIfThere(const char* path) {
-  if (access(path, F_OK) == 0) std::remove(path);
-}
-
-// Compresses a written alarm-data file. False leaves its text file in place.
-bool PackAlarms(const DataFileNames& names) {
-  const bool packed = Compress(names, [](const char* archive, int status) {
-    log_Text(WARN, "CreateAlarmDataJsonFile %s failed,errno %d", archive, status);
+// Compresses a written alarm-data file. False leaves its text file in place when that is whole.
+bool PackAlarms(DataFile& file) {
+  const char* archive = file.Names().archive;
+  const bool packed = file.Pack([](const char* path, int status) {
+    log_Text(WARN, "CreateAlarmDataJsonFile %s failed,errno %d", path, status);
   });
   if (!packed) {
-    RemoveIfThere(names.archive);
-    log_Text(WARN, "try %d times,but CreateAlarmDataJsonFile %s failed", kPackAttempts,
-             names.archive);
+    file.RemoveRemains();
+    log_Text(WARN, "try %d times,but CreateAlarmDataJsonFile %s failed", kPackAttempts, archive);
     return false;
   }
-  std::remove(names.text);
-  log_Text(INFO, "CreateAlarmDataJsonFile %s Success", names.archive);
+  log_Text(INFO, "CreateAlarmDataJsonFile %s Success", archive);
   return true;
 }
 
@@ -63,7 +60,8 @@ std::int32_t CPackFile::CreateRealDataJsonFile(Real_Data_Struct* values, const c
   if (!stamp) return -1;
   char timeMark[kTimeMarkBytes];
   util::CopyText(timeMark, util::TimeMark(*stamp));
-  const DataFileNames names = NameDataFile('S', dir, *stamp);
+  DataFile file('S', dir, *stamp);
+  const DataFileNames& names = file.Names();
 
   MAP_GROUP_ATTR* catalogue = nullptr;
   GetCChannelSetInstance().GetAttr(&catalogue);
@@ -74,27 +72,27 @@ std::int32_t CPackFile::CreateRealDataJsonFile(Real_Data_Struct* values, const c
     return 0;
   }
 
-  std::ofstream ofs(names.text, std::ios::trunc);
+  std::ofstream ofs = file.OpenText();
   assert(ofs.is_open());
-  WriteText(ofs, text);
+  WriteText(ofs, text, file);
 
-  const bool packed = Compress(names, [](const char* archive, int status) {
+  const bool packed = file.Pack([](const char* archive, int status) {
     log_Text(WARN, "CreateRealDataJsonFile %s failed,errno %d", archive, status);
   });
   if (!packed) {
-    RemoveIfThere(names.archive);
+    file.RemoveRemains();
     log_Text(WARN, "try %d times,but CreateRealDataJsonFile %s failed", kPackAttempts,
              names.archive);
     return -1;
   }
-  std::remove(names.text);
   files->emplace_back(names.archive);
   log_Text(INFO, "CreateRealDataJsonFile %s Success", names.archive);
   return 0;
 }
 
 std::int32_t CPackFile::CreateAlarmDataJsonFile(const Alarm_Data_Struct* events, const char* dir,
-                                                std::vector<std::string>* files) {
+                                                std::vector<std::string>* files,
+                                                Alarm_Data_Struct* unwritten) {
   AlarmCarryOver carryOver = kNothingCarriedOver;
   std::span<const Alarm_Data_Para> rest(*events);
   while (!rest.empty()) {
@@ -108,39 +106,43 @@ std::int32_t CPackFile::CreateAlarmDataJsonFile(const Alarm_Data_Struct* events,
       log_Text(WARN, "CreateAlarmDataJsonFile in %s failed, no local time", dir);
       continue;
     }
-    const DataFileNames names = NameDataFile('T', dir, *stamp);
+    DataFile file('T', dir, *stamp);
     usleep(kAlarmPauseMicroseconds);
-    std::ofstream ofs(names.text, std::ios::trunc);
+    std::ofstream ofs = file.OpenText();
     assert(ofs.is_open());
-    WriteText(ofs, text);
-    if (PackAlarms(names)) files->emplace_back(names.archive);
+    WriteText(ofs, text, file);
+    if (PackAlarms(file)) {
+      files->emplace_back(file.Names().archive);
+    } else if (!file.IsTextWhole() && unwritten != nullptr) {
+      unwritten->insert(unwritten->end(), ofThisFile.begin(), ofThisFile.end());
+    }
   }
   return 0;
 }
 
 std::int32_t CPackFile::CreateRecallDataJsonFile(const ST_CHECKCALL_ACK* request, const char* dir,
-                                                 std::string* file) {
+                                                 std::string* path) {
   const auto stamp = util::LocalTime(std::time(nullptr));
   if (!stamp) return -1;
-  const DataFileNames names = NameDataFile('R', dir, *stamp, kTellRecallStatus);
+  DataFile file('R', dir, *stamp, kTellRecallStatus);
+  const DataFileNames& names = file.Names();
   rapidjson::StringBuffer text;
   if (!WriteRecallDocument(GetCsnSetInstance().GetSn(), *request, text)) {
     log_Text(WARN, "Recall %d has more than %zu bytes or %zu values of a point,judge it send OK",
              request->id, kLargestRecallBytes, kMostRecalledValues);
-    file->clear();
+    path->clear();
     return 0;
   }
 
-  std::ofstream ofs(names.text, std::ios::trunc);
+  std::ofstream ofs = file.OpenText();
   assert(ofs.is_open());
-  WriteText(ofs, text);
+  WriteText(ofs, text, file);
 
-  const bool packed = Compress(names, [](const char* archive, int status) {
+  const bool packed = file.Pack([](const char* archive, int status) {
     log_Text(WARN, "CreateRecallDataJsonFile %s failed,errno %d", archive, status);
   });
   if (!packed) return -1;  // deliberately without a closing word; both files stay
-  std::remove(names.text);
-  *file = names.archive;
+  *path = names.archive;
   log_Text(INFO, "CreateRecallDataJsonFile %s Success", names.archive);
   return 0;
 }

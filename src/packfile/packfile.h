@@ -23,7 +23,9 @@ class CPackFile {
   // `dir`, stamped `when`. Appends the archive's full path to `files` and returns 0. When a
   // configured point has no value: an INFO line, no file, `files` unchanged, and 0 all the same.
   // -1 when the stamp cannot be formed, and after three failed compressions, with the text file
-  // left in place. A text file that cannot be opened ends the process.
+  // left in place; one that the card did not take whole counts as such a failure, and is removed. A
+  // text file that cannot be opened ends the process. An archive of the same name stays until the
+  // new one is whole.
   //
   // Takes at least 0.1 s a device, 0.5 s a channel and 1 s a compression, deliberately spread out.
   std::int32_t CreateRealDataJsonFile(Real_Data_Struct* values, const char* dir,
@@ -38,20 +40,24 @@ class CPackFile {
   // An event of an unknown point, of a type without a code or of a time that cannot be converted
   // takes over the point's name, the code or the time of the event before it in this call; before
   // the first there is none, and the text is empty. Takes at least 1.05 s a file.
+  //
+  // Where the card did not take the whole text, the events of that file are appended to `unwritten`
+  // (which may be null): nobody else will hand them out again.
   std::int32_t CreateAlarmDataJsonFile(const Alarm_Data_Struct* events, const char* dir,
-                                       std::vector<std::string>* files);
+                                       std::vector<std::string>* files,
+                                       Alarm_Data_Struct* unwritten = nullptr);
   // The alarm type code of an event, from the low bytes of its fields; lives for the whole run.
   // Empty where there is none. See AlarmCode for the table.
   const char* GetAlarmType(unsigned int dataId, unsigned char eventType, unsigned char upFlag);
 
   // Packs the minute values of every ordered point into one recall-data file in `dir`, named by the
   // current time: two calls within a second share their files. Stores the archive's full path in
-  // `file` and returns 0; an empty one, with a WARN line and nothing written, when the document is
+  // `path` and returns 0; an empty one, with a WARN line and nothing written, when the document is
   // too large ever to be sent (see WriteRecallDocument). -1, with nothing written, when the name
   // cannot be formed, and after three failed compressions, with everything left on the card. A text
   // file that cannot be opened ends the process. Recall worker.
   std::int32_t CreateRecallDataJsonFile(const ST_CHECKCALL_ACK* request, const char* dir,
-                                        std::string* file);
+                                        std::string* path);
 
   // Runs a shell command and stores the first line of its output, at most n - 1 characters and
   // terminated, in `buf`, which must hold n + 1 bytes. 0; -1 when the command cannot be started.

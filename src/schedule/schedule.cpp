@@ -9,6 +9,7 @@
 #include "log/log.h"
 #include "schedule/workers.h"
 #include "util/directory.h"
+#include "util/durable.h"
 #include "util/paths.h"
 #include "util/text.h"
 #include "util/thread.h"
@@ -34,6 +35,7 @@ void MakeTree() {
     MakeDayDirectory(paths::kAlarmData, day);
   }
   ledger.Mkdirs(paths::kLedgerDirectory);
+  util::SyncFileSystem(paths::kDataFiles);  // or the first files of a new card go with their folder
 }
 
 }  // namespace

@@ -43,8 +43,8 @@ int CreateRealDataFile(Real_Data_Struct* values, const char* dir, std::vector<st
 }
 
 int CreateAlarmDataFile(const Alarm_Data_Struct* events, const char* dir,
-                        std::vector<std::string>* files) {
-  return GetCPackFileInstance().CreateAlarmDataJsonFile(events, dir, files);
+                        std::vector<std::string>* files, Alarm_Data_Struct* unwritten) {
+  return GetCPackFileInstance().CreateAlarmDataJsonFile(events, dir, files, unwritten);
 }
 
 int CreateRecallDataFile(const ST_CHECKCALL_ACK* order, const char* dir, std::string* file) {

@@ -15,9 +15,10 @@ int CreateRealDataFile(Real_Data_Struct* values, const char* dir, std::vector<st
                        std::time_t when);
 
 // Packs alarm events into as many alarm-data files as they need
-// (CPackFile::CreateAlarmDataJsonFile): the archives' full paths are appended to `files`.
+// (CPackFile::CreateAlarmDataJsonFile): the archives' full paths are appended to `files`, the
+// events that a full card kept out to `unwritten`, which may be null.
 int CreateAlarmDataFile(const Alarm_Data_Struct* events, const char* dir,
-                        std::vector<std::string>* files);
+                        std::vector<std::string>* files, Alarm_Data_Struct* unwritten = nullptr);
 // Packs the history that the cloud ordered (CPackFile::CreateRecallDataJsonFile): the archive's
 // full path is stored in `file`, an empty one when there is too much of it.
 int CreateRecallDataFile(const ST_CHECKCALL_ACK* order, const char* dir, std::string* file);

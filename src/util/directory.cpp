@@ -35,6 +35,21 @@ bool Exists(const char* path) {
   return stat(path, &status) == 0;
 }
 
+bool IsDirectory(const char* path) {
+  struct stat status {};
+  return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool IsRegularFile(const char* path) {
+  struct stat status {};
+  return stat(path, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool IsMissing(const char* path) {
+  struct stat status {};
+  return stat(path, &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
 off_t FileSize(const char* path) {
   struct stat status {};
   return stat(path, &status) == 0 ? status.st_size : 0;

@@ -24,6 +24,10 @@ int MakeDirectories(const char* path, std::size_t pathLimit, std::size_t prefixL
 
 // Whether the path can be examined: a file or a directory stands there.
 bool Exists(const char* path);
+bool IsDirectory(const char* path);
+bool IsRegularFile(const char* path);
+// Whether certainly nothing stands there: not so when the path cannot be examined.
+bool IsMissing(const char* path);
 
 // Size in bytes, or 0 when the file cannot be examined.
 off_t FileSize(const char* path);

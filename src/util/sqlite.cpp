@@ -3,6 +3,28 @@
 #include <sqlite3.h>
 
 namespace util {
+namespace {
+
+Failure FailureOf(int result) {
+  switch (result) {
+    case SQLITE_OK:
+    case SQLITE_ROW:
+    case SQLITE_DONE:
+      return Failure::kNone;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+      return Failure::kDamaged;
+    case SQLITE_ERROR:
+    case SQLITE_CONSTRAINT:
+    case SQLITE_MISMATCH:
+    case SQLITE_TOOBIG:
+      return Failure::kStatement;
+    default:
+      return Failure::kUnavailable;
+  }
+}
+
+}  // namespace
 
 void StatementFinalizer::operator()(sqlite3_stmt* statement) const {
   sqlite3_finalize(statement);
@@ -14,7 +36,7 @@ void DatabaseCloser::operator()(sqlite3* database) const {
 
 bool Statement::NextRow() {
   const int result = sqlite3_step(m_statement.get());
-  m_failed = result != SQLITE_ROW && result != SQLITE_DONE;
+  m_failure = FailureOf(result);
   return result == SQLITE_ROW;
 }
 
@@ -46,14 +68,38 @@ const char* ErrorText(sqlite3* database) {
   return sqlite3_errmsg(database);
 }
 
-Database::Database(const char* path) {
+Database::Database(const char* path, Missing missing) {
   sqlite3* database = nullptr;
-  m_opened = sqlite3_open(path, &database) == SQLITE_OK;
+  const int result = missing == Missing::kIsMade
+                         ? sqlite3_open(path, &database)
+                         : sqlite3_open_v2(path, &database, SQLITE_OPEN_READWRITE, nullptr);
   m_database.reset(database);
+  m_opened = result == SQLITE_OK;
+  m_failure = FailureOf(result);
 }
 
 void Database::WaitForLocks(int milliseconds) {
   if (m_opened) sqlite3_busy_timeout(Get(), milliseconds);
+}
+
+bool Database::MakeCommitsDurable() {
+  if (m_opened) m_opened = Execute("PRAGMA journal_mode=PERSIST;PRAGMA cache_size=-256");
+  return m_opened;
+}
+
+void Database::KeepCacheSmall() {
+  if (m_opened) Execute("PRAGMA cache_size=-256");
+}
+
+bool Database::Execute(const std::string& sql) {
+  m_failure = FailureOf(sqlite3_exec(Get(), sql.c_str(), nullptr, nullptr, nullptr));
+  return m_failure == Failure::kNone;
+}
+
+Statement Database::Prepare(const std::string& sql) {
+  sqlite3_stmt* statement = nullptr;
+  m_failure = FailureOf(sqlite3_prepare_v2(Get(), sql.c_str(), -1, &statement, nullptr));
+  return Statement(statement);
 }
 
 }  // namespace util

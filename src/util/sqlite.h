@@ -11,6 +11,22 @@ struct sqlite3_stmt;
 
 namespace util {
 
+// Why a statement, or the opening of a database, failed.
+enum class Failure {
+  kNone,
+  kStatement,    // it does not fit what is there: a name that is taken, a column that is missing
+  kDamaged,      // the file is no database, or its content is damaged
+  kUnavailable,  // it says nothing about the content: a lock, a full card, no memory, an I/O error
+};
+
+// A failure with SQLite's own words for it.
+struct SqlError {
+  Failure why = Failure::kNone;
+  std::string text;
+
+  explicit operator bool() const { return why != Failure::kNone; }
+};
+
 struct StatementFinalizer {
   void operator()(sqlite3_stmt* statement) const;
 };
@@ -25,8 +41,9 @@ class Statement {
   explicit operator bool() const { return m_statement != nullptr; }
   // Moves to the next row; false at the end and on an error.
   bool NextRow();
-  // Whether an error, not the end, has stopped NextRow.
-  bool Failed() const { return m_failed; }
+  // Whether an error, not the end, has stopped NextRow, and which.
+  bool Failed() const { return m_failure != Failure::kNone; }
+  Failure WhyFailed() const { return m_failure; }
   // Columns of the current row, counted from 0. A NULL reads as 0 and as the empty text; the text
   // lives until the next call of NextRow.
   std::int32_t Integer(int column) const;
@@ -35,7 +52,7 @@ class Statement {
 
  private:
   std::unique_ptr<sqlite3_stmt, StatementFinalizer> m_statement;
-  bool m_failed = false;
+  Failure m_failure = Failure::kNone;
 };
 
 // On a connection that somebody else owns: runs a statement without rows (false on an error),
@@ -53,8 +70,10 @@ struct DatabaseCloser {
 // failed open.
 class Database {
  public:
-  // Opens the file, creating it when it is missing.
-  explicit Database(const char* path);
+  enum class Missing { kIsMade, kFails };
+
+  // Opens the file; `missing` says what becomes of one that is not there.
+  explicit Database(const char* path, Missing missing = Missing::kIsMade);
 
   // False when the open failed; ErrorText then says why.
   explicit operator bool() const { return m_opened; }
@@ -63,13 +82,23 @@ class Database {
   // Lets statements wait up to `milliseconds` for another process's lock instead of failing at
   // once.
   void WaitForLocks(int milliseconds);
-  bool Execute(const std::string& sql) { return util::Execute(Get(), sql.c_str()); }
-  Statement Prepare(const std::string& sql) { return util::Prepare(Get(), sql.c_str()); }
+  // Has every commit reach the disk before it counts as made, and keeps the cache small. With
+  // SQLite's own setting a power cut can bring the deleted journal back, which then undoes the
+  // commit. False, and the connection counts as not opened, when that cannot be set.
+  bool MakeCommitsDurable();
+  // Keeps the cache small: a long reading gains nothing by a large one. A favour, not more.
+  void KeepCacheSmall();
+  bool Execute(const std::string& sql);
+  Statement Prepare(const std::string& sql);
+  // Why the open, or the latest Execute or Prepare, failed.
+  Failure WhyFailed() const { return m_failure; }
   const char* ErrorText() const { return util::ErrorText(Get()); }
+  SqlError Error() const { return {m_failure, ErrorText()}; }
 
  private:
   std::unique_ptr<sqlite3, DatabaseCloser> m_database;
   bool m_opened = false;
+  Failure m_failure = Failure::kNone;
 };
 
 }  // namespace util

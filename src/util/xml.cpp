@@ -87,6 +87,8 @@ std::size_t Behind(std::string_view content, std::string_view end, std::size_t f
 
 // The place behind the passage that starts at `place`; nothing where none starts.
 std::optional<std::size_t> BehindPassage(std::string_view content, std::size_t place) {
+  const std::string_view second = content.substr(place + 1, 1);
+  if (second != "!" && second != "?") return std::nullopt;
   for (const auto& [start, end] : kPassages) {
     if (content.substr(place, start.size()) == start) {
       return Behind(content, end, place + start.size());

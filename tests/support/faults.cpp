@@ -21,6 +21,10 @@ void* __real_calloc(std::size_t count, std::size_t size);
 void* __wrap_calloc(std::size_t count, std::size_t size);
 CURL* __real_curl_easy_init();
 CURL* __wrap_curl_easy_init();
+int __real_fsync(int file);
+int __wrap_fsync(int file);
+int __real_syncfs(int file);
+int __wrap_syncfs(int file);
 std::tm* __real_localtime_r(const std::time_t* when, std::tm* out);
 std::tm* __wrap_localtime_r(const std::time_t* when, std::tm* out);
 std::FILE* __real_popen(const char* command, const char* mode);
@@ -37,6 +41,8 @@ int __wrap_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback cal
                         void* argument, char** error);
 int __real_sqlite3_open(const char* path, sqlite3** out);
 int __wrap_sqlite3_open(const char* path, sqlite3** out);
+int __real_sqlite3_open_v2(const char* path, sqlite3** out, int flags, const char* vfs);
+int __wrap_sqlite3_open_v2(const char* path, sqlite3** out, int flags, const char* vfs);
 int __real_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,
                               const char** tail);
 int __wrap_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,
@@ -58,7 +64,7 @@ struct Fault {
   std::function<void()>* action = nullptr;  // bare: calls may come after this thread's destructors
 };
 
-constexpr std::size_t kCalls = 12;
+constexpr std::size_t kCalls = 13;
 constexpr char kNoSuchDirectory[] = "/nonexistent/database";
 thread_local std::array<Fault, kCalls> t_faults;
 thread_local bool t_guardSegment = false;
@@ -125,6 +131,14 @@ CURL* __wrap_curl_easy_init() {
   return test::Fails(test::Call::kCurlEasyInit) ? nullptr : __real_curl_easy_init();
 }
 
+int __wrap_fsync(int file) {
+  return test::Fails(test::Call::kFsync) ? -1 : __real_fsync(file);
+}
+
+int __wrap_syncfs(int file) {
+  return test::Fails(test::Call::kFsync) ? -1 : __real_syncfs(file);
+}
+
 std::tm* __wrap_localtime_r(const std::time_t* when, std::tm* out) {
   return test::Fails(test::Call::kLocaltime) ? nullptr : __real_localtime_r(when, out);
 }
@@ -160,6 +174,11 @@ int __wrap_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback cal
 int __wrap_sqlite3_open(const char* path, sqlite3** out) {
   const bool fails = test::Fails(test::Call::kSqliteOpen);
   return __real_sqlite3_open(fails ? test::kNoSuchDirectory : path, out);
+}
+
+int __wrap_sqlite3_open_v2(const char* path, sqlite3** out, int flags, const char* vfs) {
+  const bool fails = test::Fails(test::Call::kSqliteOpen);
+  return __real_sqlite3_open_v2(fails ? test::kNoSuchDirectory : path, out, flags, vfs);
 }
 
 int __wrap_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,

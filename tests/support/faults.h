@@ -8,6 +8,7 @@ namespace test {
 enum class Call {
   kCalloc,
   kCurlEasyInit,
+  kFsync,  // fsync and syncfs
   kLocaltime,
   kPopen,
   kSetDetachState,  // fails with EINVAL

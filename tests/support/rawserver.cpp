@@ -49,12 +49,10 @@ std::optional<RawRequest> ReadRequest(int connection) {
   }
 }
 
-void SendAll(int connection, const std::string& bytes) {
-  std::size_t sent = 0;
-  while (sent < bytes.size()) {
-    const ssize_t count = send(connection, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-    if (count <= 0) return;
-    sent += static_cast<std::size_t>(count);
+void SendPieces(int connection, const RawServer::Pieces& pieces) {
+  for (std::size_t i = 0; i < pieces.size(); ++i) {
+    if (i > 0) std::this_thread::sleep_for(kBetweenPieces);
+    Send(connection, pieces[i]);
   }
 }
 
@@ -69,6 +67,16 @@ std::vector<std::string> RawRequest::Headers() const {
     from = to;
   }
   return lines;
+}
+
+bool Send(int connection, const std::string& bytes) {
+  std::size_t sent = 0;
+  while (sent < bytes.size()) {
+    const ssize_t count = send(connection, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    if (count <= 0) return false;
+    sent += static_cast<std::size_t>(count);
+  }
+  return true;
 }
 
 std::string HttpAnswer(int status, const std::string& body) {
@@ -105,8 +113,13 @@ RawServer& RawServer::Answer(Pieces pieces) {
 }
 
 RawServer& RawServer::AnswerApart(const std::string& path, const std::string& whole) {
+  return HandleApart(
+      path, [whole](const RawRequest& /*request*/, int connection) { Send(connection, whole); });
+}
+
+RawServer& RawServer::HandleApart(const std::string& path, Handler handler) {
   const std::lock_guard lock(m_mutex);
-  m_answersApart.emplace_back(path, whole);
+  m_handlersApart.emplace_back(path, std::move(handler));
   return *this;
 }
 
@@ -118,34 +131,35 @@ std::vector<RawRequest> RawServer::Requests() const {
 void RawServer::Serve() {
   for (;;) {
     const int connection = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-    if (connection < 0) return;
-    Exchange(connection);
-    close(connection);
+    if (connection < 0) break;
+    m_exchanges.emplace_back([this, connection] {
+      Exchange(connection);
+      close(connection);
+    });
   }
+  for (auto& exchange : m_exchanges) exchange.join();
 }
 
 void RawServer::Exchange(int connection) {
   const int noDelay = 1;
   setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &noDelay, sizeof(noDelay));
-  const auto request = ReadRequest(connection);
-  if (!request) return;
-  const Pieces pieces = Next(*request);
-  for (std::size_t i = 0; i < pieces.size(); ++i) {
-    if (i > 0) std::this_thread::sleep_for(kBetweenPieces);
-    SendAll(connection, pieces[i]);
-  }
+  if (const auto request = ReadRequest(connection)) Next (*request)(*request, connection);
 }
 
-RawServer::Pieces RawServer::Next(const RawRequest& request) {
+RawServer::Handler RawServer::Next(const RawRequest& request) {
   const std::lock_guard lock(m_mutex);
-  for (const auto& [path, answer] : m_answersApart) {
-    if (request.Line().find(path + " ") != std::string::npos) return {answer};
+  for (const auto& [path, handler] : m_handlersApart) {
+    if (request.Line().find(path + " ") != std::string::npos) return handler;
   }
   m_requests.push_back(request);
-  if (m_answers.empty()) return {HttpAnswer(500, "")};
-  Pieces pieces = std::move(m_answers.front());
-  m_answers.pop_front();
-  return pieces;
+  Pieces pieces{HttpAnswer(500, "")};
+  if (!m_answers.empty()) {
+    pieces = std::move(m_answers.front());
+    m_answers.pop_front();
+  }
+  return [pieces = std::move(pieces)](const RawRequest& /*request*/, int connection) {
+    SendPieces(connection, pieces);
+  };
 }
 
 }  // namespace test

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -22,16 +23,20 @@ struct RawRequest {
   std::vector<std::string> Headers() const;
 };
 
+// Sends all of it; false when the client is gone.
+bool Send(int connection, const std::string& bytes);
+
 // An answer with the right length: "HTTP/1.1 200 OK", the headers, the body.
 std::string HttpAnswer(int status, const std::string& body);
 
 // What it is for: takes one connection after the other on 127.0.0.1, reads one request from each,
 // sends the next answer of its list, piece by piece, and closes. An empty list of pieces closes
 // without an answer; without an answer left, every request gets HttpAnswer(500, "").
-// Threads: the test's; it answers on a thread of its own. Owns: the listening socket, the thread.
+// Threads: the test's; it answers on threads of its own. Owns: the listening socket, the threads.
 class RawServer {
  public:
   using Pieces = std::vector<std::string>;
+  using Handler = std::function<void(const RawRequest& request, int connection)>;
 
   RawServer();
   ~RawServer();
@@ -46,20 +51,23 @@ class RawServer {
   // Gives requests to this path the same answer each time; they take none of the list and are not
   // among Requests.
   RawServer& AnswerApart(const std::string& path, const std::string& whole);
+  // The same by whatever the handler does on the connection, which it need not close.
+  RawServer& HandleApart(const std::string& path, Handler handler);
   // The requests so far.
   std::vector<RawRequest> Requests() const;
 
  private:
   void Serve();
   void Exchange(int connection);
-  Pieces Next(const RawRequest& request);
+  Handler Next(const RawRequest& request);
 
   int m_listener = -1;
   std::uint16_t m_port = 0;
   mutable std::mutex m_mutex;  // guards the three below
   std::deque<Pieces> m_answers;
-  std::vector<std::pair<std::string, std::string>> m_answersApart;  // path, answer
+  std::vector<std::pair<std::string, Handler>> m_handlersApart;  // path, what is done there
   std::vector<RawRequest> m_requests;
+  std::vector<std::thread> m_exchanges;  // the listening thread's
   std::thread m_thread;
 };
 

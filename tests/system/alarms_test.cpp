@@ -178,34 +178,4 @@ TEST_F(Alarms, OfTheOldMonthAreLeftAloneFromThenOn) {
   EXPECT_EQ(test::TakenFlags(midnight - 60), (std::vector<int>{0}));
 }
 
-TEST_F(Alarms, AreTakenLaterWhenTheirDatabaseIsLocked) {
-  cloud::Simulator cloud({});
-  test::SystemFile(cloud.Port()).Write();
-  EventWriter().Append(test::AlarmEvents(At(12, 3), 1));
-  test::ServiceProcess service(At(12, 3, 10));
-  {
-    const test::EventLock lock(At(12, 3));
-    service.RunUntil(At(12, 3, 50));
-  }
-  const auto whileLocked = test::TakenFlags(At(12, 3));
-
-  service.RunUntil(At(12, 4, 0));
-
-  EXPECT_EQ(whileLocked, (std::vector<int>{0}));
-  EXPECT_EQ(test::TakenFlags(At(12, 3)), (std::vector<int>{1}));
-}
-
-TEST_F(Alarms, OfAFileThatIsNoDatabaseHarmNothing) {
-  cloud::Simulator cloud({});
-  test::SystemFile(cloud.Port()).Write();
-  test::WriteFile(EventDatabasePath(At(12, 3)), std::string(5000, 'x'));
-  const Segment segment(test::ExampleValues());
-  test::ServiceProcess service(At(12, 3, 10));
-
-  service.RunUntil(At(12, 6, 30));
-
-  EXPECT_EQ(test::CountResults(1), 1);  // the live values of 12:05:00
-  EXPECT_EQ(test::ReadFile(EventDatabasePath(At(12, 3))), std::string(5000, 'x'));
-}
-
 }  // namespace

@@ -1,9 +1,8 @@
-// The ledger damaged, foreign and locked, and its recovery.
+// The tree that a damaged ledger condemns, and what is recorded twice.
 #include <fcntl.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,7 +12,6 @@
 #include "system/support/systemtest.h"
 #include "util/file.h"
 #include "util/paths.h"
-#include "util/sqlite.h"
 
 namespace {
 
@@ -35,30 +33,13 @@ class Ledger : public test::SystemTest {
   Segment m_segment{kAnyValue};
 };
 
-struct Damage {
-  const char* name;
-  std::function<void()> make;
-};
-
-void ExecuteInLedger(const char* sql) {
-  fs::create_directories(paths::kLedgerDirectory);
-  util::Database(paths::kLedger).Execute(sql);
-}
-
-class DamagedLedger : public Ledger, public ::testing::WithParamInterface<Damage> {
- protected:
-  void SetUp() override {
-    Ledger::SetUp();
-    GetParam().make();
-  }
-};
-
 // The path of an open directory as the kernel knows it now.
 std::string PathOf(const util::Descriptor& directory) {
   return fs::read_symlink("/proc/self/fd/" + std::to_string(directory.Get())).string();
 }
 
-TEST_P(DamagedLedger, CondemnsTheTreeWhichIsMovedAsideAndRemoved) {
+TEST_F(Ledger, DamagedCondemnsTheTreeWhichIsMovedAsideAndRemoved) {
+  test::WriteFile(paths::kLedger, "the shopping list\n");
   test::WriteFile(test::DataFilePath("realdata/3/S20240303000000.tar.gz"), "an earlier file");
   const util::Descriptor tree(open(paths::kCloudTree, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   test::ServiceProcess service(At(12, 4, 30));
@@ -70,7 +51,8 @@ TEST_P(DamagedLedger, CondemnsTheTreeWhichIsMovedAsideAndRemoved) {
   EXPECT_FALSE(test::Exists(test::DataFilePath("realdata/3/S20240303000000.tar.gz")));
 }
 
-TEST_P(DamagedLedger, IsReplacedByAnEmptyTreeWithoutCallData) {
+TEST_F(Ledger, DamagedIsReplacedByAnEmptyTreeWithoutCallData) {
+  test::WriteFile(paths::kLedger, "the shopping list\n");
   test::ServiceProcess service(At(12, 4, 30));
 
   service.RunUntil(At(12, 5, 20));
@@ -85,31 +67,6 @@ TEST_P(DamagedLedger, IsReplacedByAnEmptyTreeWithoutCallData) {
   EXPECT_EQ(test::List(paths::kLedgerDirectory), std::vector<std::string>{});
 }
 
-TEST_P(DamagedLedger, IsWholeAgainInTheNextCycle) {
-  test::ServiceProcess service(At(12, 4, 30));
-
-  service.RunUntil(At(12, 11, 30));
-
-  EXPECT_EQ(test::ReadLedger(),
-            (std::vector<LedgerRow>{{"realdata/7/S20240307121000.tar.gz", 2, 1}}));
-  ASSERT_EQ(m_cloud.AcceptedUploads().size(), 1U);
-  EXPECT_EQ(m_cloud.AcceptedUploads()[0].document, test::EmptyDocument());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Ledger, DamagedLedger,
-    ::testing::Values(
-        Damage{"WithoutTables", [] { ExecuteInLedger("create table t(a); drop table t"); }},
-        Damage{"WithTheRecallTableOnly",
-               [] { ExecuteInLedger("create table recallJsonFile(Createtime, FileName)"); }},
-        Damage{"WithAViewOfTheName",
-               [] { ExecuteInLedger("create view tJsonFileNames as select 1"); }},
-        Damage{"Empty", [] { test::WriteFile(paths::kLedger, ""); }},
-        Damage{"Foreign", [] { test::WriteFile(paths::kLedger, "the shopping list\n"); }},
-        Damage{"Binary", [] { test::WriteFile(paths::kLedger, std::string(100000, '\xFF')); }},
-        Damage{"ADirectory", [] { fs::create_directories(paths::kLedger + std::string("/x/y")); }}),
-    [](const auto& row) { return row.param.name; });
-
 TEST_F(Ledger, DamagedBesideAnEarlierLostTreeIsWholeAgainInTheNextCycle) {
   test::WriteFile(paths::kLedger, "the shopping list\n");
   test::WriteFile(paths::kLostTree + std::string("/deep/inside/file"), "lost before");
@@ -118,16 +75,6 @@ TEST_F(Ledger, DamagedBesideAnEarlierLostTreeIsWholeAgainInTheNextCycle) {
   service.RunUntil(At(12, 10, 20));
 
   EXPECT_FALSE(test::Exists(paths::kLostTree));
-  EXPECT_EQ(test::ReadLedger(), (std::vector<LedgerRow>{{"realdata/7/S20240307121000.tar.gz"}}));
-}
-
-TEST_F(Ledger, RemovedWhileTheServiceRunsIsMadeAnew) {
-  test::ServiceProcess service(At(12, 4, 30));
-  service.RunUntil(At(12, 5, 20));
-  fs::remove_all(paths::kLedgerDirectory);
-
-  service.RunUntil(At(12, 10, 20));
-
   EXPECT_EQ(test::ReadLedger(), (std::vector<LedgerRow>{{"realdata/7/S20240307121000.tar.gz"}}));
 }
 
@@ -140,21 +87,6 @@ TEST_F(Ledger, KeepsTheRowOfAFileThatIsPackedAgain) {
   EXPECT_EQ(test::ReadLedger(),
             (std::vector<LedgerRow>{{"realdata/7/S20240307120500.tar.gz", 2, 1}}));
   EXPECT_TRUE(m_cloud.AcceptedUploads().empty());
-}
-
-TEST_F(Ledger, LockedForASecondLosesNoRow) {
-  test::WriteLedger({});
-  util::Database technician(paths::kLedger);
-  ASSERT_TRUE(technician.Execute("begin exclusive"));
-  test::ServiceProcess service(At(12, 4, 30));
-  service.RunUntil(At(12, 5, 1));
-  const auto whileLocked = test::Exists(test::DataFilePath("realdata/7/S20240307120500.tar.gz"));
-  ASSERT_TRUE(technician.Execute("commit"));
-
-  service.RunUntil(At(12, 5, 20));
-
-  EXPECT_TRUE(whileLocked);
-  EXPECT_EQ(test::ReadLedger(), (std::vector<LedgerRow>{{"realdata/7/S20240307120500.tar.gz"}}));
 }
 
 }  // namespace

@@ -8,8 +8,6 @@
 #include <vector>
 
 #include "cloud/simulator.h"
-#include "system/support/environment.h"
-#include "system/support/ledger.h"
 #include "system/support/logtimes.h"
 #include "system/support/plant.h"
 #include "system/support/systemtest.h"
@@ -83,54 +81,7 @@ TEST_F(Packing, ThatFailsKeepsTheText) {
   EXPECT_EQ(test::ReadFile(kText), test::EmptyDocument());
 }
 
-TEST_F(Packing, ThatFailsIsFineInTheNextCycle) {
-  BlockArchive();
-  test::ServiceProcess service(At(12, 4, 30));
-
-  service.RunUntil(At(12, 11, 20));
-
-  EXPECT_EQ(test::ReadLedger(),
-            (std::vector<test::LedgerRow>{{"realdata/7/S20240307121000.tar.gz", 2, 1}}));
-}
-
-TEST_F(Packing, SucceedsInALaterAttempt) {
-  BlockArchive();
-  test::ServiceProcess service(At(12, 4, 30));
-  service.RunUntil(At(12, 5, 1));
-  fs::remove_all(kArchive);
-
-  service.RunUntil(At(12, 5, 20));
-
-  EXPECT_EQ(test::TextLogTimes(std::string("CreateRealDataJsonFile ") + kArchive + " Success"),
-            std::vector<std::string>{"12:05:02"});
-  EXPECT_EQ(test::ReadLedger(),
-            (std::vector<test::LedgerRow>{{"realdata/7/S20240307120500.tar.gz"}}));
-  EXPECT_FALSE(test::Exists(kText));
-}
-
-TEST_F(Packing, WithoutTarFails) {
-  const test::Environment path("PATH", "/nowhere");
-  test::ServiceProcess service(At(12, 4, 30));
-
-  service.RunUntil(At(12, 5, 20));
-
-  EXPECT_EQ(
-      test::TextLogTimes(std::string("CreateRealDataJsonFile ") + kArchive + " failed,errno 127\n"),
-      (std::vector<std::string>{"12:05:01", "12:05:02", "12:05:03"}));
-}
-
 // The process does not go on where it cannot write its data.
-TEST_F(Packing, WithoutADayDirectoryStopsTheProcess) {
-  test::ServiceProcess service(At(12, 4, 30));
-  fs::remove_all(fs::path(kText).parent_path());
-  test::WriteFile(fs::path(kText).parent_path().string(), "a file");
-
-  service.RunUntil(At(12, 5, 20));
-
-  EXPECT_EQ(service.ExitStatus(), 128 + SIGABRT);
-  EXPECT_EQ(service.Now(), At(12, 5));
-}
-
 TEST_F(Packing, ThatStopsTheProcessSaysWhyOnStandardError) {
   test::ServiceProcess service(At(12, 4, 30));
   fs::create_directories(kText);

@@ -125,7 +125,7 @@ TEST_F(RealDataRoad, LeavesOnlyTheArchiveOnTheCard) {
     if (entry.is_regular_file()) files.push_back(entry.path().string());
   }
   std::sort(files.begin(), files.end());
-  EXPECT_EQ(files, (std::vector<std::string>{paths::kLedger, kPath}));
+  EXPECT_EQ(files, (std::vector<std::string>{paths::kLedger, paths::kLedgerJournal, kPath}));
 }
 
 TEST_F(RealDataRoad, RecordsThePackedFileAsPending) {

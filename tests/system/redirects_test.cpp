@@ -119,32 +119,4 @@ TEST_F(Redirects, LastUntilTheNextOne) {
   EXPECT_THAT(AddressesOf(Endpoint::kRealData), ElementsAre(kConfigured, kOther));
 }
 
-TEST_F(Redirects, ToNowhereLeaveTheFilesPending) {
-  m_cloud.Redirect("127.0.0.3");  // nobody listens there
-  test::ServiceProcess service(At(12, 3, 10));
-  service.RunUntil(At(12, 29));
-  const int pendingMeanwhile = test::CountResults(0);
-  m_cloud.Redirect(kOther);
-
-  service.RunUntil(At(12, 39));
-
-  EXPECT_EQ(pendingMeanwhile, 4);  // 12:10 to 12:25
-  EXPECT_EQ(test::CountResults(0), 0);
-}
-
-TEST_F(Redirects, AnsweredWithNonsenseChangeNothing) {
-  m_cloud.Script(
-      Endpoint::kSkipAddress,
-      {Behaviour::Nonsense(R"({"status":0,"message":"ok","data":[{}]})"),
-       Behaviour::Nonsense(R"({"status":0,"message":"ok","data":[{"realIpAddress":1}]})"),
-       Behaviour::Nonsense(R"({"status":0,"message":"ok","data":[{"realIpAddress":":8"}]})"),
-       Behaviour::Nonsense("nonsense"), Behaviour::Status(500, "no"), Behaviour::Close()});
-  test::ServiceProcess service(At(12, 3, 10));
-
-  service.RunUntil(At(13, 5));
-
-  EXPECT_THAT(AddressesOf(Endpoint::kRealData), ElementsAre(kConfigured));
-  EXPECT_EQ(test::CountResults(0), 0);
-}
-
 }  // namespace

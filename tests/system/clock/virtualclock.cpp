@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -18,6 +19,8 @@ namespace test {
 namespace {
 
 constexpr std::int64_t kMicrosecondsPerSecond = 1000000;
+constexpr int kSecondMilliseconds = 1000;
+constexpr int kLookMilliseconds = 3;  // as long as a silent server's byte may take to arrive
 
 // What it is for: a lock that the thread sanitizer does not see. A pthread mutex around every sleep
 // would look to it like an order between the service's threads, and hide the races among them.
@@ -52,7 +55,8 @@ class VirtualClock {
   VirtualClock() : m_face(MapFace()) {}
 
   std::time_t Now() const {
-    return static_cast<std::time_t>(m_face->nowMicroseconds.load() / kMicrosecondsPerSecond);
+    return static_cast<std::time_t>(m_face->nowMicroseconds.load() / kMicrosecondsPerSecond +
+                                    m_face->wallAhead.load());
   }
 
   void Sleep(std::int64_t microseconds) {
@@ -61,6 +65,28 @@ class VirtualClock {
     const auto self = m_wakings.insert(waking);
     while (m_face->nowMicroseconds.load() < waking) AwaitMove(lock);
     m_wakings.erase(self);
+  }
+
+  timespec Monotonic() const {
+    const std::int64_t now = m_face->nowMicroseconds.load();
+    return {.tv_sec = static_cast<std::time_t>(now / kMicrosecondsPerSecond),
+            .tv_nsec = static_cast<long>(now % kMicrosecondsPerSecond * 1000)};
+  }
+
+  int Poll(pollfd* files, nfds_t count, int milliseconds) {
+    for (int looked = 0;; looked += kLookMilliseconds) {
+      const int look =
+          milliseconds < 0 ? kLookMilliseconds : std::min(milliseconds, kLookMilliseconds);
+      const int ready = m_poll(files, count, look);
+      if (ready != 0 || milliseconds == 0) return ready;
+      if (m_face->silences.load() > 0) {
+        const int slept =
+            milliseconds < 0 ? kSecondMilliseconds : std::min(milliseconds, kSecondMilliseconds);
+        Sleep(std::int64_t{slept} * 1000);
+        if (milliseconds > 0) return m_poll(files, count, 0);
+      }
+      if (milliseconds > 0 && looked >= milliseconds) return 0;
+    }
   }
 
   // Waits for a mutex the way a thread sleeps: who holds it may sleep, and the time must go on.
@@ -146,6 +172,7 @@ class VirtualClock {
   ClockFace* m_face;
   int (*m_tryLock)(pthread_mutex_t*) = Next<int(pthread_mutex_t*)>("pthread_mutex_trylock");
   int (*m_unlock)(pthread_mutex_t*) = Next<int(pthread_mutex_t*)>("pthread_mutex_unlock");
+  int (*m_poll)(pollfd*, nfds_t, int) = Next<int(pollfd*, nfds_t, int)>("poll");
   UnseenLock m_lock;                      // guards the two sets and the moves of the time
   std::multiset<std::int64_t> m_wakings;  // of the threads that sleep now
   std::set<Waiter*> m_waiters;            // the threads that wait for a mutex now
@@ -200,6 +227,17 @@ unsigned sleep(unsigned seconds) {
 int usleep(useconds_t microseconds) {
   test::Clock().Sleep(microseconds);
   return 0;
+}
+
+int clock_gettime(clockid_t clock, timespec* out) noexcept {
+  static const auto real = test::Next<int(clockid_t, timespec*)>("clock_gettime");
+  if (clock != CLOCK_MONOTONIC && clock != CLOCK_MONOTONIC_RAW) return real(clock, out);
+  *out = test::Clock().Monotonic();
+  return 0;
+}
+
+int poll(pollfd* files, nfds_t count, int milliseconds) {
+  return test::Clock().Poll(files, count, milliseconds);
 }
 
 int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {

@@ -1,7 +1,6 @@
 #include "system/support/alarms.h"
 
 #include <map>
-#include <stdexcept>
 
 #include "util/json.h"
 #include "util/timetext.h"
@@ -54,10 +53,6 @@ std::vector<std::string> SentAlarmTimes(const std::vector<cloud::Exchange>& uplo
   std::vector<std::string> times;
   for (const auto& [name, ofFile] : byName) times.insert(times.end(), ofFile.begin(), ofFile.end());
   return times;
-}
-
-EventLock::EventLock(std::time_t month) : m_database(EventDatabasePath(month).c_str()) {
-  if (!m_database.Execute("begin exclusive")) throw std::runtime_error(m_database.ErrorText());
 }
 
 }  // namespace test

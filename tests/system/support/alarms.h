@@ -7,7 +7,6 @@
 
 #include "acquisition/eventwriter.h"
 #include "cloud/simulator.h"
-#include "util/sqlite.h"
 
 namespace test {
 
@@ -25,15 +24,5 @@ std::vector<cloud::Exchange> AlarmUploads(const cloud::Simulator& cloud);
 std::vector<std::string> AlarmTimes(const std::string& document);
 // The same of all files, in the order of their names.
 std::vector<std::string> SentAlarmTimes(const std::vector<cloud::Exchange>& uploads);
-
-// What it is for: another program's lock on the event database of a month.
-// Threads: the test's. Owns: the connection; the lock goes with it.
-class EventLock {
- public:
-  explicit EventLock(std::time_t month);
-
- private:
-  util::Database m_database;
-};
 
 }  // namespace test

@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <mutex>
 #include <new>
 #include <stdexcept>
 #include <string_view>
@@ -35,6 +36,9 @@ std::int64_t EndOf(std::time_t moment) {
   return (moment + 1) * kMicrosecondsPerSecond - 1;
 }
 
+std::mutex g_faceMutex;
+ClockFace* g_face = nullptr;  // of the service that lives; guarded by g_faceMutex
+
 ClockFace* MakeFace(std::time_t start) {
   WriteFile(kClockFile, std::string(sizeof(ClockFace), '\0'));
   const int file = open(kClockFile, O_RDWR | O_CLOEXEC);
@@ -45,6 +49,8 @@ ClockFace* MakeFace(std::time_t start) {
   face->nowMicroseconds = start * kMicrosecondsPerSecond;
   face->limitMicroseconds = EndOf(start);
   face->threads = 1;
+  const std::lock_guard lock(g_faceMutex);
+  g_face = face;
   return face;
 }
 
@@ -112,6 +118,8 @@ ServiceProcess::~ServiceProcess() {
     waitpid(m_pid, nullptr, 0);
   }
   CheckEnd();
+  const std::lock_guard lock(g_faceMutex);
+  g_face = nullptr;  // a server may still speak
   munmap(m_face, sizeof(ClockFace));
 }
 
@@ -132,8 +140,13 @@ bool ServiceProcess::RunUntil(std::time_t moment) {
 
 void ServiceProcess::LetRunUntil(std::time_t moment) {
   m_limit = moment;
-  m_face->limitMicroseconds = EndOf(moment);
+  m_face->limitMicroseconds = EndOf(moment - m_face->wallAhead);
   AnnounceChange(m_face);
+}
+
+void ServiceProcess::SetWallClock(std::time_t moment) {
+  m_face->wallAhead += moment - m_limit;
+  m_limit = moment;
 }
 
 bool ServiceProcess::AwaitRest() {
@@ -146,8 +159,19 @@ bool ServiceProcess::AwaitRest() {
   return false;
 }
 
+void ServiceProcess::FallSilent() {
+  const std::lock_guard lock(g_faceMutex);
+  if (g_face != nullptr) ++g_face->silences;
+}
+
+void ServiceProcess::SpeakAgain() {
+  const std::lock_guard lock(g_faceMutex);
+  if (g_face != nullptr) --g_face->silences;
+}
+
 std::time_t ServiceProcess::Now() const {
-  return static_cast<std::time_t>(m_face->nowMicroseconds.load() / kMicrosecondsPerSecond);
+  return static_cast<std::time_t>(m_face->nowMicroseconds.load() / kMicrosecondsPerSecond +
+                                  m_face->wallAhead.load());
 }
 
 std::optional<int> ServiceProcess::ExitStatus() {
@@ -162,6 +186,13 @@ bool ServiceProcess::HasEnded() {
     m_exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
   return m_exitStatus.has_value();
+}
+
+long ServiceProcess::PeakKib() const {
+  constexpr std::string_view kMark = "VmHWM:";
+  const std::string status = ReadFile("/proc/" + std::to_string(m_pid) + "/status");
+  const auto at = status.find(kMark);
+  return at == std::string::npos ? 0 : std::stol(status.substr(at + kMark.size()));
 }
 
 std::string ServiceProcess::Output() const {

@@ -29,17 +29,27 @@ class ServiceProcess {
   // rests or has ended. False, with a test failure, when it does neither within ten minutes.
   bool RunUntil(std::time_t moment);
   bool RunFor(std::time_t seconds) { return RunUntil(m_limit + seconds); }
-  // The same in two steps, for what the test does while the service works.
+  // Sets the wall clock of a service that rests. The threads that sleep do not wake any earlier or
+  // later by it; from here on moments are of the new clock.
+  void SetWallClock(std::time_t moment);
+  // RunUntil in two steps, for what the test does while the service works.
   void LetRunUntil(std::time_t moment);
   bool AwaitRest();
 
-  // The service's own time; after its end, the time at which it ended.
+  // A server of the test falls silent on one connection, or speaks again: in between, the service's
+  // waits for the network take the service's time. Threads: any.
+  static void FallSilent();
+  static void SpeakAgain();
+
+  // The service's own time, by its wall clock; after its end, the time at which it ended.
   std::time_t Now() const;
   // Threads alive, the main thread included.
   unsigned Threads() const { return m_face->threads.load(); }
   pid_t Pid() const { return m_pid; }
   // Exit status once the process has ended by itself; 128 + signal after a signal.
   std::optional<int> ExitStatus();
+  // The most memory that it has had so far.
+  long PeakKib() const;
   // What it has printed, both streams.
   std::string Output() const;
 
@@ -48,7 +58,7 @@ class ServiceProcess {
   void CheckEnd();
 
   ClockFace* m_face = nullptr;
-  std::time_t m_limit;
+  std::time_t m_limit;  // by the wall clock
   pid_t m_pid = -1;
   std::optional<int> m_exitStatus;
   bool m_statusAsked = false;

@@ -154,14 +154,27 @@ TEST_F(LedgerAgeing, RemovesAFileWhosePathHasExactly127Characters) {
   EXPECT_FALSE(test::Exists(test::DataFile(name)));
 }
 
-TEST_F(LedgerAgeing, KeepsTheRowsWhenTheyCannotBeDeleted) {
+TEST_F(LedgerAgeing, KeepsTheFilesWhoseRowsCannotBeDeleted) {
   test::MakePendingTable({Pending(kJustTooOld)});
-  test::FailCalls(Call::kSqliteExec, 1, 2);  // begin and commit pass
+  test::WriteDataFile(kJustTooOld);
+  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and commit pass
 
   const int result = Save({});
 
   EXPECT_EQ(result, 0);
   EXPECT_THAT(test::LedgerRows(), SizeIs(1));
+  EXPECT_TRUE(test::Exists(test::DataFile(kJustTooOld)));
+}
+
+TEST_F(LedgerAgeing, MakesRoomAlsoWhenNoRowCanBeRecorded) {
+  test::MakePendingTable({Pending(kJustTooOld)});
+  test::WriteDataFile(kJustTooOld);
+  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and insert pass
+
+  Save({Row(kJustKept)});
+
+  EXPECT_THAT(test::LedgerRows(), IsEmpty());
+  EXPECT_FALSE(test::Exists(test::DataFile(kJustTooOld)));
 }
 
 TEST_F(LedgerAgeing, DropsNothingWhenTheTimeCannotBeTold) {

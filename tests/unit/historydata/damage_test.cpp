@@ -45,6 +45,37 @@ void Damage() {
   test::WriteFile(paths::kLedger, "nonsense");
 }
 
+constexpr std::size_t kPageBytes = 4096;
+
+void MakeThousandRows() {
+  std::vector<std::string> rows;
+  for (int i = 0; i < 1000; ++i) rows.push_back("'row" + std::to_string(i) + "',2,0");
+  test::MakePendingTable(rows);
+}
+
+void DamagePage(std::size_t number) {
+  std::string content = test::ReadFile(paths::kLedger);
+  content.replace(number * kPageBytes, kPageBytes, kPageBytes, 'x');
+  test::WriteFile(paths::kLedger, content);
+}
+
+// Overwrites the first page of a table or an index of many rows.
+void DamageRootOf(const std::string& name) {
+  MakeThousandRows();
+  const std::string query = "select rootpage from sqlite_master where name='" + name + "'";
+  DamagePage(std::stoul(test::LedgerFile().Query(query).at(0)) - 1);
+}
+
+// Overwrites the second of a table's pages with rows, by their mark 13.
+void DamageALeaf() {
+  MakeThousandRows();
+  const std::string content = test::ReadFile(paths::kLedger);
+  int leaves = 0;
+  for (std::size_t page = 1; page * kPageBytes < content.size(); ++page) {
+    if (content[page * kPageBytes] == 13 && ++leaves == 2) return DamagePage(page);
+  }
+}
+
 class DamagedLedger : public test::LedgerTest {};
 
 struct Content {
@@ -82,9 +113,10 @@ INSTANTIATE_TEST_SUITE_P(
         Content{"AForeignDatabase", [] { test::LedgerFile().Run("create table other(a)"); }},
         Content{"RecallsAlone",
                 [] {
-                  std::string name = "R20240307120000.tar.gz";
-                  GetCHistoryDataInstance().SaveRecallData(name.data());
+                  GetCHistoryDataInstance().Mkdirs(paths::kLedgerDirectory);
+                  GetCHistoryDataInstance().CreateRecallTable();
                 }},
+        Content{"ADamagedTable", [] { DamageRootOf("tJsonFileNames"); }},
         Content{"ADirectory", [] { test::WriteFile(paths::kLedger + std::string("/x"), "x"); }}),
     [](const auto& test) { return test.param.name; });
 
@@ -176,7 +208,7 @@ TEST_F(DamagedLedger, IsNotMadeByMarkingOrListingWithoutALedgerFile) {
   std::filesystem::create_directories(paths::kLedgerDirectory);
   std::vector<History_Data_Para> rows;
 
-  EXPECT_EQ(Ledger().UpdateHistoryData(kName), -1);
+  EXPECT_EQ(Ledger().UpdateHistoryData(kName), 0);
   EXPECT_EQ(Ledger().GetHistoryData(&rows), -1);
   const int result = Save({Row(kName)});
 
@@ -184,15 +216,48 @@ TEST_F(DamagedLedger, IsNotMadeByMarkingOrListingWithoutALedgerFile) {
   EXPECT_TRUE(test::Exists(test::DataFile(kName)));
 }
 
-TEST_F(DamagedLedger, IsTakenForOneWhenItsTableCannotBeLookedFor) {
-  test::MakePendingTable({"'a',2,0"});
-  test::FailCalls(test::Call::kSqliteOpen);
+TEST_F(DamagedLedger, IsNoLedgerThatCannotBeOpened) {
+  test::MakePendingTable({"'a20240307110000.tar.gz',2,0"});
+  test::FailCalls(test::Call::kSqliteOpen, 2);
 
   const int result = Save({Row(kName)});
-  AwaitRemoval();
 
   EXPECT_EQ(result, -1);
+  EXPECT_THAT(test::LedgerRows(), SizeIs(1));
+}
+
+TEST_F(DamagedLedger, StaysWhileItsDamagedIndexCannotBeMended) {
+  DamageRootOf("sqlite_autoindex_tJsonFileNames_1");
+  test::FailCalls(test::Call::kSqliteOpen, 1, 2);  // the new ledger's
+
+  const int result = Save({Row(kName)});
+
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(Save({}), 0);
+  EXPECT_THAT(test::LedgerRows(), SizeIs(1001));
+}
+
+TEST_F(DamagedLedger, IsCondemnedOnceItsPendingRowsCannotBeRead) {
+  DamageALeaf();
+  std::vector<History_Data_Para> rows;
+
+  const int before = Save({Row("realdata/7/S20240307120500.tar.gz")});
+  Ledger().GetHistoryData(&rows);
+  const int after = Save({Row(kName)});
+  AwaitRemoval();
+
+  EXPECT_EQ(before, 0);
+  EXPECT_EQ(after, -1);
   EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
+}
+
+TEST_F(DamagedLedger, IsMendedWhenOnlyItsIndexIsDamaged) {
+  DamageRootOf("sqlite_autoindex_tJsonFileNames_1");
+
+  const int result = Save({Row(kName)});
+
+  EXPECT_EQ(result, 0);
+  EXPECT_THAT(test::LedgerRows(), SizeIs(1001));
 }
 
 TEST_F(DamagedLedger, IsNotTakenForOneWhenItIsNew) {

@@ -93,4 +93,12 @@ void WriteDataFile(const std::string& filename) {
   WriteFile(DataFile(filename), "archive");
 }
 
+void LedgerTest::SetUp() {
+  GatewayTest::SetUp();
+  std::vector<History_Data_Para> rows;
+  Save({});
+  Ledger().GetHistoryData(&rows);
+  GatewayTest::SetUp();
+}
+
 }  // namespace test

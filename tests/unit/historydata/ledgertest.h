@@ -64,9 +64,11 @@ struct LeakAllowance {
 };
 #endif
 
-// What it is for: tests of the ledger, each starting on a card without one.
+// What it is for: tests of the ledger, each starting on a card without one and with nothing that an
+// earlier test could not record or mark.
 class LedgerTest : public GatewayTest {
  protected:
+  void SetUp() override;
   static CHistoryData& Ledger() { return GetCHistoryDataInstance(); }
   static std::int32_t Save(const std::vector<History_Data_Para>& rows) {
     return Ledger().SaveHistoryData(&rows);

@@ -266,7 +266,7 @@ TEST_F(LedgerMarking, ChangesNothingForAnUnknownName) {
 
 TEST_F(LedgerMarking, IgnoresTheStatementsResult) {
   test::MakePendingTable({"'a',2,0"});
-  test::FailCalls(Call::kSqliteExec);
+  test::FailCalls(Call::kSqliteExec, 1, 1);  // the setting passes
 
   const int result = Ledger().UpdateHistoryData("a");
 
@@ -293,8 +293,26 @@ TEST_F(LedgerMarking, FailsWhenTheDatabaseCannotBeOpened) {
   EXPECT_THAT(test::LedgerRows(), ElementsAre("a|2|1"));
 }
 
-TEST_F(LedgerMarking, FailsWithoutADirectory) {
-  EXPECT_EQ(Ledger().UpdateHistoryData("a"), -1);
+TEST_F(LedgerMarking, SucceedsWithoutALedger) {
+  EXPECT_EQ(Ledger().UpdateHistoryData("a"), 0);
+}
+
+TEST_F(LedgerMarking, MarksBeforeTheNextRowsWhatALockHasKeptFromIt) {
+  test::MakePendingTable({"'a',2,0", "'b',2,0"});
+  const test::NoLockWaits noWaits;
+  std::vector<History_Data_Para> rows;
+  {
+    test::LedgerFile reader;
+    reader.Run("begin; select * from tJsonFileNames");
+    Ledger().UpdateHistoryData("a");
+
+    EXPECT_EQ(Ledger().GetHistoryData(&rows), -1);  // or the row would be sent again
+  }
+
+  EXPECT_EQ(Ledger().GetHistoryData(&rows), 0);
+
+  ASSERT_THAT(rows, SizeIs(1));
+  EXPECT_STREQ(rows[0].filename, "b");
 }
 
 TEST_F(LedgerMarking, FailsWithoutAName) {

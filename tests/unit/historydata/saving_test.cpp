@@ -176,7 +176,7 @@ TEST_F(LedgerSaving, FailsOnAPendingTableOfOtherColumnsAndKeepsTheTree) {
 
 TEST_F(LedgerSaving, RecordsTheOtherRowsWhenOneInsertFails) {
   test::MakePendingTable();
-  test::FailCalls(Call::kSqliteExec, 1, 2);  // begin and the first insert pass
+  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and the first insert pass
 
   const int result = Save({Row(kFirst), Row(kAlarm, 1), Row(kSecond)});
 
@@ -185,37 +185,53 @@ TEST_F(LedgerSaving, RecordsTheOtherRowsWhenOneInsertFails) {
                                               "realdata/7/S20240307120000.tar.gz|2|0"));
 }
 
-TEST_F(LedgerSaving, RecordsTheRowsWhenTheTransactionCannotBegin) {
+TEST_F(LedgerSaving, KeepsTheRowsOfAFailedCommitAndRecordsThemFirst) {
   test::MakePendingTable();
-  test::FailCalls(Call::kSqliteExec);
+  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and the insert pass
 
-  const int result = Save({Row(kFirst), Row(kSecond)});
+  const int failed = Save({Row(kSecond)});
 
-  EXPECT_EQ(result, 0);
-  EXPECT_THAT(test::LedgerRows(), SizeIs(2));
-}
-
-TEST_F(LedgerSaving, RecordsAllOrNothing) {
-  test::MakePendingTable();
-  test::FailCalls(Call::kSqliteExec, 1, 3);  // the commit after begin and two inserts
-
-  const int result = Save({Row(kFirst), Row(kSecond)});
-
-  EXPECT_EQ(result, 0);  // nobody looks at the commit's result
+  EXPECT_EQ(failed, 0);
   EXPECT_THAT(test::LedgerRows(), IsEmpty());
+  EXPECT_EQ(Save({Row(kFirst)}), 0);
+  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307120000.tar.gz|2|0",
+                                              "realdata/7/S20240307115500.tar.gz|2|0"));
 }
 
-TEST_F(LedgerSaving, TakesNoFailureOfSqliteToTheLogs) {
+TEST_F(LedgerSaving, TellsTheLogOnceWhenItBeginsToFailAndWhenItSucceedsAgain) {
   test::MakePendingTable();
-  test::FailCalls(Call::kSqliteExec, 4);
-  Save({Row(kFirst), Row(kSecond)});
-  test::FailCalls(Call::kSqlitePrepare, 1, 1);
-  Save({Row(kFirst)});
-  test::FailCalls(Call::kSqliteOpen, 1, 1);
-  Save({Row(kFirst)});
+  const test::NoLockWaits noWaits;
+  {
+    test::LedgerFile holder;
+    holder.Run("begin exclusive");
+    Save({Row(kFirst)});
+    Save({Row(kSecond)});
+  }
+  Save({});
+  Save({});
 
-  EXPECT_THAT(test::TextLog(), IsEmpty());
-  EXPECT_THAT(test::DatabaseLog(), IsEmpty());
+  const test::LogRecord begins = {
+      "WARN", "ledger: recording fails, 1 rows wait in memory: database is locked"};
+  const test::LogRecord ends = {"INFO", "ledger: recording and ageing succeed again"};
+  EXPECT_THAT(test::TextLog(), ElementsAre(begins, ends));
+}
+
+TEST_F(LedgerSaving, GivesUpTheOldestOfTooManyRowsInMemory) {
+  test::MakePendingTable();
+  const test::NoLockWaits noWaits;
+  std::vector<History_Data_Para> rows(10001, Row(kSecond));
+  rows.front() = Row(kFirst);
+  {
+    test::LedgerFile holder;
+    holder.Run("begin exclusive");
+    Save(rows);
+  }
+
+  Save({});
+
+  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307120000.tar.gz|2|0"));
+  EXPECT_THAT(test::TextLog(), ::testing::Contains(test::LogRecord{
+                                   "WARN", "ledger: 1 of the oldest rows in memory are given up"}));
 }
 
 }  // namespace

@@ -181,11 +181,46 @@ TEST_P(LockedLedger, RecordsARecall) {
   EXPECT_THAT(test::RecallRows(), SizeIs(1));
 }
 
+TEST_P(LockedLedger, KeepsTheTreeAndRecordsTheRowAtTheNextSaveWhenTheLockLasts) {
+  test::MakePendingTable({"'a20240307110000.tar.gz',2,0"});
+  const test::NoLockWaits noWaits;
+  {
+    test::LedgerFile holder;
+    holder.Run(GetParam().statements);
+    Save({Row("b20240307110001.tar.gz")});
+  }
+
+  const int result = Save({});
+
+  EXPECT_EQ(result, 0);
+  EXPECT_THAT(test::LedgerRows(),
+              ElementsAre("a20240307110000.tar.gz|2|0", "b20240307110001.tar.gz|2|0"));
+}
+
 INSTANTIATE_TEST_SUITE_P(Locks, LockedLedger,
                          ::testing::Values(Lock{"Read", "begin; select * from tJsonFileNames"},
                                            Lock{"Write", "begin immediate"},
                                            Lock{"Exclusive", "begin exclusive"}),
                          [](const auto& test) { return test.param.name; });
+
+// A journal that stays after the commit: no power cut can bring back a deleted one.
+TEST_F(SharedLedger, KeepsItsJournalAfterEveryWritingVisit) {
+  std::vector<bool> kept;
+  const auto visit = [&](const auto& write) {
+    std::filesystem::remove(paths::kLedgerJournal);
+    write();
+    kept.push_back(test::Exists(paths::kLedgerJournal));
+  };
+  Ledger().Mkdirs(paths::kLedgerDirectory);
+
+  visit([] { Ledger().CreateTable(); });
+  visit([] { Ledger().CreateRecallTable(); });
+  visit([] { Save({Row("a20240307110000.tar.gz")}); });
+  visit([] { Ledger().UpdateHistoryData("a20240307110000.tar.gz"); });
+  visit([] { Ledger().SaveRecallData("R20240307120000.tar.gz"); });
+
+  EXPECT_THAT(kept, ::testing::Each(true));
+}
 
 // One visit to the database and a call in the middle of it.
 struct Visit {

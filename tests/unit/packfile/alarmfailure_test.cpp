@@ -1,5 +1,6 @@
 // Alarm-data files that cannot be made: what is told, what is left, and what becomes of the others.
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -124,6 +125,22 @@ TEST_F(AlarmFileInTrouble, ThatIsLostDoesNotHoldUpTheNext) {
   EXPECT_THAT(test::TextLog(), ElementsAre(Succeeded(AlarmArchive(0)), Failed(AlarmArchive(1), 0),
                                            Failed(AlarmArchive(1), 0), Failed(AlarmArchive(1), 0),
                                            GaveUp(AlarmArchive(1)), Succeeded(AlarmArchive(4))));
+}
+
+TEST_F(AlarmFileInTrouble, HandsBackTheEventsOfATextThatTheCardDidNotTakeWhole) {
+  const std::string text = AlarmPath("T20240307120001.dat");
+  ASSERT_EQ(symlink("/dev/full", text.c_str()), 0);
+  const Alarm_Data_Struct events = AlarmEvents(41);
+  std::vector<std::string> files;
+  Alarm_Data_Struct unwritten;
+
+  GetCPackFileInstance().CreateAlarmDataJsonFile(&events, kAlarms, &files, &unwritten);
+
+  EXPECT_THAT(files, ElementsAre(AlarmArchive(0), AlarmArchive(4)));
+  ASSERT_THAT(unwritten, ::testing::SizeIs(20));
+  EXPECT_EQ(unwritten.front().DataId, events[20].DataId);
+  EXPECT_EQ(unwritten.back().DataId, events[39].DataId);
+  EXPECT_FALSE(test::Exists(text));
 }
 
 TEST_F(AlarmFileInTrouble, ThatIsLostLendsToTheNextAllTheSame) {

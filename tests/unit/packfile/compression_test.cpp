@@ -1,5 +1,8 @@
 // The compression with the system's tar: three attempts, and what is left after the third.
 #include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include <cstdlib>
 #include <string>
@@ -17,6 +20,7 @@ using test::LogRecord;
 using test::Packed;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 namespace {
 
@@ -169,15 +173,50 @@ TEST_F(Compression, SucceedsAtTheThirdAttemptToStartTheShell) {
   EXPECT_THAT(test::TextLog(), ElementsAre(Failed(0), Failed(0), Succeeded()));
 }
 
-// A whole archive of that name from an earlier call does not count for one whose shell fails.
-TEST_F(Compression, RemovesAnOlderArchiveWhenItGivesUp) {
+TEST_F(Compression, KeepsAnOlderArchiveAndTheTextWhenItGivesUp) {
   test::WriteFile(test::kArchive, "older");
   test::FailCalls(Call::kPopen, 3);
 
   const Packed packed = Pack({});
 
   EXPECT_EQ(packed.result, -1);
-  EXPECT_FALSE(test::Exists(test::kArchive));
+  EXPECT_EQ(test::ReadFile(test::kArchive), "older");
+  EXPECT_EQ(test::ReadFile(test::kText), kDocument);
+  EXPECT_THAT(test::List(test::kDirectory), SizeIs(2));
+}
+
+TEST_F(Compression, KeepsAnOlderArchiveUntilTheNewOneIsWhole) {
+  test::WriteFile(test::kArchive, "older");
+  test::WriteFile(std::string(test::kDirectory) + "/new/S20240307120000.tar.gz", "half");
+  test::ReplaceTar("cp " + std::string(test::kArchive) + " /tmp/seen; real_tar \"$@\"");
+
+  const Packed packed = Pack({});
+
+  EXPECT_EQ(packed.result, 0);
+  EXPECT_EQ(test::ReadFile("/tmp/seen"), "older");
+  EXPECT_EQ(test::Unpack(test::kArchive), kDocument);
+  EXPECT_THAT(test::List(test::kDirectory), ElementsAre("S20240307120000.tar.gz"));
+}
+
+TEST_F(Compression, BringsTheArchiveToTheCardBeforeItsTextGoes) {
+  bool textIsThere = false;
+  test::AtNextCall(Call::kFsync, [&] { textIsThere = test::Exists(test::kText); });
+
+  Pack({});
+
+  EXPECT_TRUE(textIsThere);
+}
+
+TEST_F(Compression, RefusesATextThatTheCardDidNotTakeWhole) {
+  ASSERT_EQ(symlink("/dev/full", test::kText), 0);
+
+  const Packed packed = Pack({});
+
+  EXPECT_EQ(packed.result, -1);
+  EXPECT_THAT(test::List(test::kDirectory), IsEmpty());
+  EXPECT_THAT(test::Pauses(), ElementsAre(kBeforeAnAttempt, kBeforeAnAttempt, kBeforeAnAttempt));
+  EXPECT_THAT(test::TextLog(),
+              ElementsAre(Failed(ENOSPC), Failed(ENOSPC), Failed(ENOSPC), GaveUp()));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The recall-data file: its names, its messages, its pauses, and what is left of one that cannot be
 // compressed.
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -226,6 +227,15 @@ TEST_F(RecallFile, ReportsStatusZeroWhenTheShellCannotBeStarted) {
 
   EXPECT_EQ(PackRecall(), -1);
   EXPECT_THAT(test::TextLog(), ElementsAre(Failed(0), Failed(0), Failed(0)));
+}
+
+TEST_F(RecallFile, IsNotMadeOfATextThatTheCardDidNotTakeWhole) {
+  ASSERT_EQ(symlink("/dev/full", kText), 0);
+
+  EXPECT_EQ(PackRecall(), -1);
+
+  EXPECT_FALSE(fs::is_symlink(kText));
+  EXPECT_THAT(test::TextLog(), ElementsAre(Failed(28), Failed(28), Failed(28)));
 }
 
 TEST_F(RecallFile, LeavesAnOlderArchiveWhenItGivesUp) {

@@ -247,6 +247,28 @@ TEST_F(AlarmWorker, RecordsOnlyTheFilesThatWereMade) {
   EXPECT_THAT(test::DatabaseLog(), IsEmpty()) << "a lost file is no failure of the builder";
 }
 
+TEST_F(AlarmWorker, PacksTheEventsThatAFullCardKeptOutInTheNextCycle) {
+  EventDatabase(2024, 3).Add();
+  fs::create_symlink("/dev/full", std::string(kAlarms) + "/7/T20240307120030.dat");
+
+  RunToPause(HandleRealAlarm, m_interval, 9);
+
+  EXPECT_THAT(ReadLedger(), ElementsAre(Pair("alarmdata/7/T20240307120100.tar.gz", "1 0")));
+}
+
+TEST_F(AlarmWorker, GivesUpKeptEventsOfMoreThanFourDaysAgo) {
+  EventDatabase(2024, 3).Add({.date = "2024-03-05", .clock = "00:00:05"});
+  test::SetTime(LocalTimeOf(2024, 3, 8, 23, 59, 20));
+  fs::create_symlink("/dev/full", std::string(kAlarms) + "/8/T20240308235930.dat");
+  fs::create_symlink("/dev/full", std::string(kAlarms) + "/9/T20240309000000.dat");
+
+  RunToPause(HandleRealAlarm, m_interval, 14);
+
+  EXPECT_THAT(ReadLedger(), IsEmpty());
+  EXPECT_THAT(test::TextLog("WARN"),
+              ::testing::Contains("1 alarm events are given up, the card was full for days"));
+}
+
 TEST_F(AlarmWorker, MakesALedgerWithoutARowWhenTheOnlyFileIsLost) {
   EventDatabase(2024, 3).Add();
   test::FailCalls(test::Call::kPopen, 3);

@@ -70,6 +70,17 @@ TEST_F(Schedule, RefusesANullPointer) {
   EXPECT_THAT(test::ThreadsMade(), IsEmpty());
 }
 
+TEST_F(Schedule, BringsTheTreeToTheCard) {
+  bool treeIsThere = false;
+  test::AtNextCall(test::Call::kFsync,
+                   [&] { treeIsThere = test::Exists(paths::kLedgerDirectory); });
+  Interval_Info intervals = kAllOff;
+
+  CSchedule().Init(&intervals);
+
+  EXPECT_TRUE(treeIsThere);
+}
+
 TEST_F(Schedule, MakesExactlyThisTree) {
   std::set<std::string> expected{"Cloud",
                                  "Cloud/DB",

@@ -13,12 +13,12 @@ std::uint32_t RealGetAlarmData(CAlarmData* self, std::vector<Alarm_Data_Para>* r
     "__real__ZN10CAlarmData12GetAlarmDataEPSt6vectorI15Alarm_Data_ParaSaIS1_EE");
 std::uint32_t TappedGetAlarmData(CAlarmData* self, std::vector<Alarm_Data_Para>* rows) __asm__(
     "__wrap__ZN10CAlarmData12GetAlarmDataEPSt6vectorI15Alarm_Data_ParaSaIS1_EE");
-int RealCreateAlarmDataFile(const Alarm_Data_Struct* events, const char* dir, std::vector<std::string>* files) __asm__(
+int RealCreateAlarmDataFile(const Alarm_Data_Struct* events, const char* dir, std::vector<std::string>* files, Alarm_Data_Struct* unwritten) __asm__(
     "__real__Z19CreateAlarmDataFilePKSt6vectorI15Alarm_Data_ParaSaIS0_EEPKcPS_INSt7__cxx11"
-    "12basic_stringIcSt11char_traitsIcESaIcEEESaISC_EE");
-int TappedCreateAlarmDataFile(const Alarm_Data_Struct* events, const char* dir, std::vector<std::string>* files) __asm__(
+    "12basic_stringIcSt11char_traitsIcESaIcEEESaISC_EEPS2_");
+int TappedCreateAlarmDataFile(const Alarm_Data_Struct* events, const char* dir, std::vector<std::string>* files, Alarm_Data_Struct* unwritten) __asm__(
     "__wrap__Z19CreateAlarmDataFilePKSt6vectorI15Alarm_Data_ParaSaIS0_EEPKcPS_INSt7__cxx11"
-    "12basic_stringIcSt11char_traitsIcESaIcEEESaISC_EE");
+    "12basic_stringIcSt11char_traitsIcESaIcEEESaISC_EEPS2_");
 int RealSyncHeartBeat() __asm__("__real__Z13SyncHeartBeatv");
 int TappedSyncHeartBeat() __asm__("__wrap__Z13SyncHeartBeatv");
 
@@ -43,9 +43,9 @@ std::uint32_t TappedGetAlarmData(CAlarmData* self, std::vector<Alarm_Data_Para>*
 }
 
 int TappedCreateAlarmDataFile(const Alarm_Data_Struct* events, const char* dir,
-                              std::vector<std::string>* files) {
+                              std::vector<std::string>* files, Alarm_Data_Struct* unwritten) {
   if (Fails(test::Step::kPackEvents)) return -1;
-  return RealCreateAlarmDataFile(events, dir, files);
+  return RealCreateAlarmDataFile(events, dir, files, unwritten);
 }
 
 int TappedSyncHeartBeat() {

@@ -93,6 +93,12 @@ void WorkerTest::SetUp() {
   GatewayTest::SetUp();
   LoadConfiguration(m_cloud.Port());
   MakeTree();
+  // What an earlier test could not record or mark goes with a ledger of its own.
+  const std::vector<History_Data_Para> none;
+  std::vector<History_Data_Para> rows;
+  GetCHistoryDataInstance().SaveHistoryData(&none);
+  GetCHistoryDataInstance().GetHistoryData(&rows);
+  Empty(paths::kLedgerDirectory);
   DiscardLogs();
   ForgetPauses();
 }

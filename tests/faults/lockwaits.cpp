@@ -1,0 +1,26 @@
+// Preloaded before the virtual clock: SQLite's waits for another process's lock last real time.
+//
+// The witness and the acquisition side hold their locks in real time. A wait that the virtual clock
+// leaps over would end before they have let go, as it never does on a gateway.
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <ctime>
+
+namespace {
+
+bool IsSqlite(const void* address) {
+  Dl_info info{};
+  return dladdr(address, &info) != 0 && std::strstr(info.dli_fname, "libsqlite3") != nullptr;
+}
+
+}  // namespace
+
+extern "C" int usleep(useconds_t microseconds) {
+  static auto* const clock = reinterpret_cast<int (*)(useconds_t)>(dlsym(RTLD_NEXT, "usleep"));
+  if (!IsSqlite(__builtin_return_address(0))) return clock(microseconds);
+  const timespec wait{static_cast<std::time_t>(microseconds / 1000000),
+                      static_cast<long>(microseconds % 1000000 * 1000)};
+  return nanosleep(&wait, nullptr);
+}

@@ -1,0 +1,363 @@
+// The wall clock steps, and the calendar turns: all five workers go on, and no file is lost by it.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "acquisition/eventwriter.h"
+#include "cloud/simulator.h"
+#include "system/support/alarms.h"
+#include "system/support/environment.h"
+#include "system/support/ledger.h"
+#include "system/support/plant.h"
+#include "system/support/systemtest.h"
+#include "util/paths.h"
+#include "util/text.h"
+#include "util/timetext.h"
+
+namespace {
+
+using cloud::Endpoint;
+using Names = std::set<std::string>;
+
+constexpr std::time_t kMinute = 60;
+constexpr std::time_t kHour = 3600;
+constexpr std::time_t kDay = 86400;
+constexpr std::time_t kAge = 31 * kDay;
+constexpr int kLookSeconds = 15;  // between two looks at the workers
+constexpr int kWorkSeconds = 5;   // that a cycle itself may take
+constexpr char kEightEast[] = "CST-8";
+constexpr char kSavingDaylight[] = "CET-1CEST,M3.5.0,M10.5.0/3";
+
+enum Worker { kRealData, kAlarms, kHeart, kUpload, kRecall, kWorkers };
+constexpr const char* kWorkerNames[] = {"real data", "alarms", "heartbeat", "upload", "recall"};
+constexpr std::time_t kIntervals[] = {300, 30, 600, 60, 300};
+// After a step the real-data worker may have to wait for half its interval: the nearest boundary.
+constexpr std::time_t kMostBetweenSigns[] = {450, 30, 600, 60, 300};
+
+std::time_t Midnight(int year, int month, int day) {
+  std::tm date{};
+  date.tm_year = year - 1900;
+  date.tm_mon = month - 1;
+  date.tm_mday = day;
+  date.tm_isdst = -1;
+  return std::mktime(&date);
+}
+
+std::string StampOf(const std::string& name) {
+  return name.substr(name.size() - 21, 14);
+}
+
+// What it is for: a gateway that lives under a clock that is set, watched at every look for a sign
+// of life of each worker, for files that are made and for files that are aged.
+class Life {
+ public:
+  explicit Life(std::time_t start) : m_wall(start) {
+    // Files of earlier days: due, due within the run, and young.
+    for (const std::time_t age : {kAge + kHour, kAge - kHour / 3, kAge - kDay, kDay}) {
+      m_rows.insert(test::RealDataName(start - age));
+    }
+    std::vector<test::LedgerRow> rows;
+    for (const auto& name : m_rows) {
+      test::WriteFile(test::DataFilePath(name), "data");
+      rows.push_back({name, test::kRealDataType, 1});
+    }
+    test::WriteLedger(rows);
+    Look();
+    m_replaced = 0;
+    m_produced.clear();
+    test::SystemFile(m_cloud.Port()).Cloud("RecallInterval", "300").Write();
+    m_service.emplace(start);
+  }
+
+  void RunUntil(std::time_t wall) {
+    while (m_wall < wall) {
+      const std::time_t seconds = std::min<std::time_t>(kLookSeconds, wall - m_wall);
+      m_wall += seconds;
+      m_lived += seconds;
+      m_service->RunUntil(m_wall);
+      Look();
+    }
+  }
+  void RunFor(std::time_t seconds) { RunUntil(m_wall + seconds); }
+  void SetWallClock(std::time_t wall) {
+    m_service->SetWallClock(wall);
+    m_wall = wall;
+  }
+  // An event comes up now; the alarm worker must take it.
+  void RaiseAlarm() {
+    EventWriter().Append(test::AlarmEvents(m_wall, 1));
+    m_alarmRaised = true;
+  }
+
+  // Lets everything arrive that is on its way, and counts it up.
+  void Finish() {
+    RunUntil(m_wall - m_wall % kIntervals[kHeart] + kIntervals[kHeart] + 250);
+    EXPECT_EQ(m_pending, 0);
+    CheckProduced();
+    CheckRows();
+  }
+
+  std::time_t Wall() const { return m_wall; }
+  std::time_t Lived() const { return m_lived; }
+  std::size_t Produced() const { return m_produced.size(); }
+  int Replaced() const { return m_replaced; }
+  int AgedUnsent() const { return m_agedUnsent; }
+  std::time_t Longest(int worker) const { return m_longest[worker]; }
+
+ private:
+  static std::string Stamp(std::time_t when) { return util::Stamp(*util::LocalTime(when)); }
+
+  void Look() {
+    LookForArchives();
+    LookForAged();
+    LookForExchanges(Endpoint::kSkipAddress, kHeart);
+    LookForExchanges(Endpoint::kRecallCheck, kRecall);
+    LookForExchanges(Endpoint::kRealData, kUpload);
+    LookForExchanges(Endpoint::kAlarmData, kUpload);
+    if (!m_alarmRaised) m_lastSign[kAlarms] = m_lived;
+    if (m_pending == 0) m_lastSign[kUpload] = m_lived;
+    for (int worker = 0; worker < kWorkers; ++worker) {
+      const std::time_t silence = m_lived - m_lastSign[worker];
+      m_longest[worker] = std::max(m_longest[worker], silence);
+      EXPECT_LE(silence, kMostBetweenSigns[worker] + kWorkSeconds + kLookSeconds)
+          << kWorkerNames[worker] << " stalls at " << Stamp(m_wall);
+    }
+  }
+
+  // Every file that was made is recorded and has arrived, or was due before.
+  void CheckProduced() {
+    Names accepted;
+    for (const auto& upload : m_cloud.AcceptedUploads()) accepted.insert(upload.fileName);
+    for (const auto& name : m_produced) {
+      const bool aged = m_aged.contains(name);
+      EXPECT_TRUE(m_rows.contains(name) || aged) << name << " is not recorded";
+      const bool arrived = accepted.contains(name.substr(name.rfind('/') + 1));
+      EXPECT_TRUE(arrived || aged) << name << " has not arrived";
+      if (!arrived) ++m_agedUnsent;
+    }
+  }
+
+  // What was due has gone, and what is recorded is there.
+  void CheckRows() {
+    const std::string due = Stamp(m_wall - kMostBetweenSigns[kRealData] - kWorkSeconds - kAge);
+    for (const auto& name : m_rows) {
+      EXPECT_GT(StampOf(name), due) << name << " is not aged";
+      EXPECT_TRUE(test::Exists(test::DataFilePath(name))) << name;
+    }
+  }
+
+  void LookForArchives() {
+    const std::filesystem::path root = paths::kDataFiles;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+      const std::string name = entry.path().lexically_relative(root);
+      if (!name.ends_with(".tar.gz")) continue;
+      auto& written = m_written[name];
+      if (written == entry.last_write_time()) continue;
+      written = entry.last_write_time();
+      if (!m_produced.insert(name).second && m_rows.contains(name)) ++m_replaced;
+      m_aged.erase(name);
+      const bool alarms = name.starts_with("alarmdata/");
+      if (alarms) m_alarmRaised = false;
+      m_lastSign[alarms ? kAlarms : kRealData] = m_lived;
+    }
+  }
+
+  // A row that has gone was due by the clock in force, and its file is gone with it.
+  void LookForAged() {
+    Names now;
+    m_pending = 0;
+    for (const auto& row : test::ReadLedger()) {
+      now.insert(row.name);
+      m_pending += row.result == 0;
+    }
+    for (const auto& name : m_rows) {
+      if (now.contains(name)) continue;
+      EXPECT_LE(StampOf(name), Stamp(m_wall - kAge)) << name << " went at " << Stamp(m_wall);
+      EXPECT_FALSE(test::Exists(test::DataFilePath(name))) << name;
+      m_aged.insert(name);
+      m_lastSign[kRealData] = m_lived;  // it saves: perhaps a file that was due at once
+    }
+    m_rows = now;
+  }
+
+  void LookForExchanges(Endpoint endpoint, Worker worker) {
+    auto& seen = m_exchanges[endpoint];
+    while (m_cloud.AwaitAccepted(endpoint, seen + 1, std::chrono::milliseconds(0))) {
+      ++seen;
+      m_lastSign[worker] = m_lived;
+    }
+  }
+
+  cloud::Simulator m_cloud{{.serialNumber = test::kSerialNumber}};
+  Segment m_segment{{{0x01030001, 12.5}}};
+  std::optional<test::ServiceProcess> m_service;
+  std::time_t m_wall;
+  std::time_t m_lived = 0;  // in the time that sleeps are counted in
+  bool m_alarmRaised = false;
+  std::time_t m_lastSign[kWorkers] = {};
+  std::time_t m_longest[kWorkers] = {};
+  std::map<Endpoint, std::size_t> m_exchanges;
+  std::map<std::string, std::filesystem::file_time_type> m_written;
+  Names m_produced;
+  Names m_rows;
+  Names m_aged;
+  int m_pending = 0;
+  int m_replaced = 0;    // made once more under a name that was recorded
+  int m_agedUnsent = 0;  // due by the clock before the upload worker's turn
+};
+
+class ClockSteps : public test::SystemTest {
+ protected:
+  void SetUp() override {
+    SystemTest::SetUp();
+    test::WriteEmptyPlant();
+  }
+};
+
+constexpr std::time_t kTo1970 = 9 * kHour + 7 * kMinute + 17;  // of 1970 there, in the morning
+constexpr std::time_t kTo2038 = 2147483648 + kDay;             // beyond 32 bits
+
+struct Step {
+  const char* name;
+  std::time_t by = 0;                // how far the clock is set
+  std::time_t to = 0;                // or whereto
+  int replaced = 0;                  // files whose stamp comes once more
+  std::time_t lived = 30 * kMinute;  // afterwards
+};
+
+class ClockStep : public ClockSteps,
+                  public ::testing::WithParamInterface<std::tuple<Step, bool>> {};
+
+TEST_P(ClockStep, StallsNoWorkerAndLosesNoFile) {
+  const auto& [step, withinCycles] = GetParam();
+  Life life(At(12, 0));
+  life.RaiseAlarm();
+  // At 12:30:00 all of them work: the second in which a file is compressed is not over.
+  life.RunUntil(withinCycles ? At(12, 30) : At(12, 27, 17));
+
+  life.SetWallClock(step.to != 0 ? step.to : life.Wall() + step.by);
+  life.RaiseAlarm();
+  life.RunFor(step.lived);
+  life.Finish();
+
+  const int lastStampComesAgain = withinCycles && step.replaced > 0 ? 1 : 0;
+  EXPECT_EQ(life.Replaced(), step.replaced + lastStampComesAgain);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Steps, ClockStep,
+    ::testing::Combine(::testing::Values(Step{"ASecondForward", 1}, Step{"ASecondBack", -1},
+                                         Step{"AnHourForward", kHour},
+                                         Step{"AnHourBack", -kHour, 0, 6, 70 * kMinute},
+                                         Step{"ADayForward", kDay}, Step{"ADayBack", -kDay},
+                                         Step{"To1970", 0, kTo1970}, Step{"To2038", 0, kTo2038}),
+                       ::testing::Bool()),
+    [](const auto& row) {
+      return std::string(std::get<0>(row.param).name) +
+             (std::get<1>(row.param) ? "WithinCycles" : "BetweenCycles");
+    });
+
+struct Turn {
+  const char* name;
+  const char* zone;
+  int year;
+  int month;
+  int day;  // lived through from 23:40 before
+  int hours = 1;
+  int replaced = 0;
+};
+
+class CalendarTurn : public ClockSteps, public ::testing::WithParamInterface<Turn> {};
+
+TEST_P(CalendarTurn, StallsNoWorkerAndLosesNoFile) {
+  const Turn& turn = GetParam();
+  const test::Environment zone("TZ", turn.zone);
+  tzset();
+  Life life(Midnight(turn.year, turn.month, turn.day) - 20 * kMinute);
+
+  for (int hour = 0; hour < turn.hours; ++hour) {
+    life.RaiseAlarm();
+    life.RunFor(kHour + kIntervals[kAlarms]);
+  }
+  life.Finish();
+
+  EXPECT_EQ(life.Replaced(), turn.replaced);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Turns, CalendarTurn,
+    ::testing::Values(Turn{"SummerTimeBegins", kSavingDaylight, 2024, 3, 31, 3},
+                      Turn{"SummerTimeEnds", kSavingDaylight, 2024, 10, 27, 5, 12},
+                      Turn{"ALeapDayBegins", kEightEast, 2024, 2, 29},
+                      Turn{"ALeapDayEnds", kEightEast, 2024, 3, 1},
+                      Turn{"AMonthEnds", kEightEast, 2024, 5, 1},
+                      Turn{"AYearEnds", kEightEast, 2025, 1, 1}),
+    [](const auto& row) { return row.param.name; });
+
+// A number that the environment may hold.
+int Number(const char* variable, int otherwise) {
+  const char* text = std::getenv(variable);
+  return text == nullptr ? otherwise : util::Decimal(text);
+}
+
+// Where the clock may be set to from `wall`: near, or back to where it should be, or far away.
+std::time_t Elsewhere(std::time_t wall, std::time_t right, std::mt19937& random) {
+  const std::time_t choices[] = {wall + 1,    wall - 1,        wall + kHour, wall - kHour,
+                                 wall + kDay, wall - kDay,     right,        right,
+                                 right + 7,   kTo1970 + kHour, kTo2038};
+  return std::max(choices[random() % std::size(choices)], kDay);
+}
+
+// One step every half hour on average, over twelve hours; then the clock is set right.
+void LiveThroughRandomSteps(std::mt19937& random, Life& life) {
+  constexpr int kSteps = 24;
+  const std::time_t start = life.Wall();
+  for (int step = 0; step < kSteps; ++step) {
+    life.RunFor(kMinute + static_cast<std::time_t>(random() % kHour));
+    const std::time_t toBoundary = kIntervals[kRealData] - life.Wall() % kIntervals[kRealData];
+    if (random() % 2 == 0) life.RunFor(toBoundary);  // within cycles
+    const std::time_t right = start + life.Lived();
+    life.SetWallClock(step + 1 == kSteps ? right : Elsewhere(life.Wall(), right, random));
+    life.RaiseAlarm();
+  }
+  life.RunFor(kHour);
+  life.Finish();
+}
+
+TEST_F(ClockSteps, AtRandomStallNoWorkerAndLoseNoFile) {
+  const int sequences = Number("BRENNIK_CLOCK_SEQUENCES", 1);
+  std::mt19937 random(static_cast<unsigned>(Number("BRENNIK_CLOCK_SEED", 1)));
+  std::time_t lived = 0;
+  std::size_t produced = 0;
+  int replaced = 0;
+  int agedUnsent = 0;
+  std::time_t longest[kWorkers] = {};
+  for (int sequence = 0; sequence < sequences && !HasFailure(); ++sequence) {
+    SetUp();
+    Life life(At(12, 0));
+    LiveThroughRandomSteps(random, life);
+    lived += life.Lived();
+    produced += life.Produced();
+    replaced += life.Replaced();
+    agedUnsent += life.AgedUnsent();
+    for (int worker = 0; worker < kWorkers; ++worker) {
+      longest[worker] = std::max(longest[worker], life.Longest(worker));
+    }
+  }
+  std::printf(
+      "%d random sequences over %.1f days: %zu files produced, %d of them aged before their turn, "
+      "%d replaced under a repeated stamp; longest silence, looked at every %d s:",
+      sequences, static_cast<double>(lived) / kDay, produced, agedUnsent, replaced, kLookSeconds);
+  for (int worker = 0; worker < kWorkers; ++worker) {
+    std::printf(" %s %ld s", kWorkerNames[worker], static_cast<long>(longest[worker]));
+  }
+  std::printf("\n");
+}
+
+}  // namespace
