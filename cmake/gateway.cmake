@@ -1,5 +1,5 @@
-# The gateway: 32-bit ARM with hardware floating point, glibc, Debian 12's libraries. Headers and
-# libraries come from a folder that scripts/gateway-sysroot makes, here and now if it is missing.
+# The gateway: 32-bit ARM with hardware floating point, glibc, the libraries of this machine's
+# Debian release. scripts/gateway-sysroot makes the folder with their headers, if it is missing.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)

@@ -1,75 +1,44 @@
 #!/usr/bin/env bash
-# Looks at the program that goes onto the gateway, one property a function.
-#   tests/binary_test.sh PROGRAM NAME…  runs the named tests; ctest runs them one by one
+# Looks at the program that is made for the gateway.
+#   tests/binary_test.sh PROGRAM SQLITE-LIBRARY
 # READELF and STRIP name the tools for the program's processor.
 set -euo pipefail
+source "$(dirname -- "${BASH_SOURCE[0]}")/../scripts/functions"
 
-readonly program=$1
+readonly program=$1 most_bytes=$((400 * 1024))
 readonly readelf=${READELF:-readelf} strip=${STRIP:-strip}
-readonly kMostBytes=$((400 * 1024))
 
-fail() {
-  printf 'FAILED: %s\n' "$*" >&2
-  exit 1
-}
+has() { grep --quiet --extended-regexp -- "$1" <<<"$2" || fail "nothing like '$1' in: $2"; }
 
-expect_line() { grep --quiet --extended-regexp -- "$1" <<<"$2" || fail "nothing like '$1' in: $2"; }
-expect_no_line() { if grep --extended-regexp -- "$1" <<<"$2" >&2; then fail "the above is like '$1'"; fi; }
+header=$("$readelf" --file-header "$program")
+has 'Class: +ELF32' "$header"
+has 'Machine: +ARM' "$header"
+has 'Flags: .*hard-float ABI' "$header"
+has 'Type: +DYN \(Position-Independent Executable file\)' "$header"
 
-# What the program calls of the libraries, as name@VERSION.
-calls() { "$readelf" --wide --dyn-syms "$program" | awk '{ print $8 }'; }
+layout=$("$readelf" --wide --program-headers --dynamic "$program")
+has 'GNU_RELRO' "$layout"
+has 'BIND_NOW' "$layout"
+has 'GNU_STACK .* RW +0x' "$layout"
 
-RunsOn32BitArmWithHardwareFloatingPoint() {
-  header=$("$readelf" --file-header "$program")
+calls=$("$readelf" --wide --dyn-syms "$program" | awk '{ print $8 }')
+has '^__stack_chk_fail@' "$calls"
+has '^__vsnprintf_chk@' "$calls"
+# Time has 64 bits: of the C library's two kinds of calls only these know the time after January 2038.
+for call in time64 localtime64_r mktime64; do has "^__$call@" "$calls"; done
+if grep --extended-regexp '^(time|localtime_r|localtime|mktime|stat|fstat|lstat)@' <<<"$calls"; then
+  fail "these calls count time in 32 bits"
+fi
 
-  expect_line 'Class: +ELF32' "$header"
-  expect_line 'Machine: +ARM' "$header"
-  expect_line 'Flags: .*hard-float ABI' "$header"
-}
-
-IsLoadedAtAnAddressOfItsOwnEveryTime() {
-  expect_line 'Type: +DYN \(Position-Independent Executable file\)' "$("$readelf" --file-header "$program")"
-}
-
-HasNothingWritableToJumpThrough() {
-  layout=$("$readelf" --wide --program-headers --dynamic "$program")
-
-  expect_line 'GNU_RELRO' "$layout"
-  expect_line 'BIND_NOW' "$layout"
-  expect_line 'GNU_STACK .* RW +0x' "$layout"
-}
-
-WatchesItsStackAndItsCopies() {
-  called=$(calls)
-
-  expect_line '^__stack_chk_fail@' "$called"
-  expect_line '^__vsnprintf_chk@' "$called"
-}
-
-# Of both kinds the C library has, only those that know the time after January 2038.
-CountsTimeIn64Bits() {
-  called=$(calls)
-
-  for call in time64 localtime64_r mktime64; do expect_line "^__$call@" "$called"; done
-  expect_no_line '^(time|localtime_r|localtime|mktime|stat|fstat|lstat)@' "$called"
-}
-
-# What libraries with 32-bit time ask about files is answered by the program itself.
-AnswersItsLibrariesAboutFiles() {
+# A library with 32-bit time calls stat64. The program brings one that knows the time after January 2038.
+if "$readelf" --wide --dyn-syms "$2" | grep --quiet ' stat64@'; then
   defined=$("$readelf" --wide --dyn-syms "$program" | awk '$4 == "FUNC" && $5 == "GLOBAL" && $7 != "UND" { print $8 }')
+  for call in stat64 lstat64 fstat64; do has "^$call\$" "$defined"; done
+fi
 
-  for call in stat64 lstat64 fstat64; do expect_line "^$call\$" "$defined"; done
-}
-
-IsSmallerThan400KiB() {
-  stripped=$(mktemp)
-  trap 'rm -f -- "$stripped"' EXIT
-
-  "$strip" -o "$stripped" "$program"
-
-  bytes=$(stat --format %s "$stripped")
-  [[ $bytes -lt $kMostBytes ]] || fail "$bytes bytes"
-  echo "$bytes bytes"
-}
-
-for test in "${@:2}"; do "$test"; done
+stripped=$(mktemp)
+trap 'rm -f -- "$stripped"' EXIT
+"$strip" -o "$stripped" "$program"
+bytes=$(stat --format %s "$stripped")
+[[ $bytes -lt $most_bytes ]] || fail "$bytes bytes, $most_bytes are too many"
+echo "$bytes bytes"
