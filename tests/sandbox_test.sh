@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# shellcheck disable=SC2016 # expanded inside
 # Tests scripts/sandbox: that what runs inside is alone, and that it leaves nothing behind.
 #   tests/sandbox_test.sh [NAME…]   runs the named tests, or all of them
 set -euo pipefail
@@ -74,8 +75,9 @@ KeepsTheTreesOnRequestAndFindsThemAgain() {
   export BRENNIK_SANDBOX_KEEP=$scratch/kept
   "$sandbox" bash -c 'echo config >/tessel/sys.xml; echo ledger >/media/mmcblk0p1/CloudDB.db; echo log >/tmp/log.txt'
 
-  expect_equal 'config ledger log' "$(echo "$(<"$scratch/kept/tessel/sys.xml")" \
-    "$("$sandbox" cat /media/mmcblk0p1/CloudDB.db)" "$(<"$scratch/kept/tmp/log.txt")")"
+  expect_equal config "$(<"$scratch/kept/tessel/sys.xml")"
+  expect_equal log "$(<"$scratch/kept/tmp/log.txt")"
+  expect_equal ledger "$("$sandbox" cat /media/mmcblk0p1/CloudDB.db)"
 }
 
 WritesToTheOneDirectoryThatIsNamed() {
@@ -106,7 +108,7 @@ AsksNoProxy() {
 }
 
 EndsEverythingInsideWhenItIsStopped() {
-  local mark=sandbox-test-$$ pid
+  local mark=sandbox-test-$$ pid name
   "$sandbox" bash -c "(exec -a $mark-child sleep 600) & exec -a $mark sleep 600" &
   pid=$!
   wait_for 10 runs "$mark"
@@ -115,7 +117,7 @@ EndsEverythingInsideWhenItIsStopped() {
   kill -TERM "$pid"
   wait "$pid" || true
 
-  wait_for 10 is_gone "$mark" && wait_for 10 is_gone "$mark-child" || fail 'a process inside goes on'
+  for name in "$mark" "$mark-child"; do wait_for 10 is_gone "$name" || fail "$name goes on"; done
 }
 
 EndsWhatTheCommandLeavesRunning() {
