@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2034,SC2154 # names that are shared with scripts/gateway-vm
-# The scenarios that scripts/gateway-vm plays on the emulated gateway, and what must come of each.
-# Sourced by it. A scenario's own half, on the gateway, stands in root/usr/lib/gateway/scenario.
+# The scenarios of scripts/gateway-vm, which reads this file in, and what must hold after each. The half of a
+# scenario that runs on the gateway stands in root/usr/lib/gateway/scenario.
 
 readonly partition_bytes=1048576 # where the card's partition begins
 limit_seconds=240       # of this machine, for one boot
@@ -8,7 +8,7 @@ readonly date_of_checks=2027-03-10
 
 failures=0
 
-# Prints whether a command holds: expect WORDS COMMAND…
+# expect TEXT COMMAND…: prints whether the command succeeds
 expect() {
   local words=$1
   shift
@@ -22,7 +22,7 @@ expect() {
 
 host_seconds() { awk -v now="$EPOCHREALTIME" -v then="$begin" 'BEGIN { printf "%.1f", now - then }'; }
 
-# Tells what the first upload took of this machine's time, too.
+# Adds the time of this machine to the line about the first upload.
 time_first_upload() {
   local line
   while IFS= read -r line; do
@@ -31,8 +31,8 @@ time_first_upload() {
   done
 }
 
-# Boots the gateway into a scenario and waits for its end. The lines stay in $lines afterwards:
-# play SCENARIO KERNEL-SETTINGS OPTION…
+# play SCENARIO KERNEL-SETTINGS OPTION…: boots the gateway into a scenario and waits for its end. The file
+# $lines holds the lines of the console afterwards.
 play() {
   local name=$1 settings=$2 begin=$EPOCHREALTIME status=0
   shift 2
@@ -44,14 +44,14 @@ play() {
   expect "$name went through" said "scenario $name: done"
 }
 
-# The same, by the emulator's clock: play_fast SCENARIO KERNEL-SETTINGS [DATE [TIME]].
+# play_fast SCENARIO KERNEL-SETTINGS [DATE [TIME]]: the same with the emulator's clock
 play_fast() { play "$1" "$2" "${emulated_clock[@]}" -rtc "base=${3:-$date_of_checks}T${4:-02:04:30},clock=vm"; }
 
 said() { grep --quiet --extended-regexp -e "$1" "$lines"; }
 never_said() { ! said "$1"; }
 times_said() { grep --count --extended-regexp -e "$1" "$lines" || true; }
 
-# Unpacks the card, switched off, into $run/card.
+# Copies the files of the card to $run/card. The gateway is off.
 read_card() {
   rm -rf -- "$run/card"
   mkdir -- "$run/card"
@@ -64,7 +64,7 @@ card_is_sound() { e2fsck -f -n "$run/card.img?offset=$partition_bytes" >"$run/e2
 rows() { sqlite3 -readonly "$ledger" "select $1"; }
 holds() { [[ $(rows "$1") == 1 ]]; }
 
-# Every file that the ledger names is on the card and holds a document of the gateway's, of that day.
+# archives_are_whole DATE: every file in the ledger is on the card and holds a document of this gateway and day
 archives_are_whole() {
   local name document count=0
   while IFS= read -r name; do
@@ -78,7 +78,7 @@ archives_are_whole() {
 
 document_of() { tar -xzOf "$run/card/Cloud/JsonFiles/$1"; }
 
-# The one recall that was answered holds a text.
+# recall_holds TEXT: the file of the one recall contains the text
 recall_holds() {
   local name
   name=$(rows "substr(FileName, instr(FileName, 'calldata/')) from recallJsonFile")
@@ -87,14 +87,14 @@ recall_holds() {
 
 no_complaints() { never_said '\[cloud .*(faulty|refused|unknown|bad)'; }
 
-# What every delivery leaves behind: expect_delivery YEAR-MONTH-DAY WHAT-A-RECALL-HOLDS.
+# expect_delivery DATE TEXT: what must hold after a delivery; the recall contains the text
 expect_delivery() {
   local day=$1 recalled=$2
   read_card
   expect "live values accepted" said 'realdata S'"${day//-/}"'[0-9]{6}\.tar\.gz .*, 429 points: accepted$'
   expect "an alarm accepted" said 'alarmdata T'"${day//-/}"'[0-9]{6}\.tar\.gz .*: accepted$'
   expect "a recall accepted" said 'calldata R'"${day//-/}"'[0-9]{6}\.tar\.gz .*, 3 points, order 7: accepted$'
-  expect "the cloud had nothing to complain of" no_complaints
+  expect "the cloud found no fault" no_complaints
   expect "the ledger holds accepted live values of that day" \
     holds "count(*) > 0 from tJsonFileNames where Result = 1 and FileType = 2 and FileName like 'realdata/%/S${day//-/}%'"
   expect "the ledger holds accepted alarms of that day" \
@@ -111,7 +111,7 @@ check_delivery() {
   expect_delivery "$date_of_checks" '"flag":1,"values":[{"timeMark":"'"$date_of_checks"
 }
 
-# Minutes of after January 2038 are not found in the history, as docs/interfaces.md says.
+# The service does not find minutes after January 2038 in the history, see docs/interfaces.md.
 check_year-2038() {
   play_fast year-2038 "" 2038-02-01
   expect_delivery 2038-02-01 '"flag":0,"values":[]'
@@ -143,7 +143,7 @@ check_card-pulled() {
   expect "the card's file system is sound" card_is_sound
 }
 
-# Names, one a line, are all in a file's lines.
+# The files of standard input were all uploaded.
 all_uploaded() { while IFS= read -r name; do grep --quiet "${name##*/} .*: accepted\$" "$lines" || return 1; done; }
 none_uploaded() { while IFS= read -r name; do ! grep --quiet "${name##*/}" "$lines" || return 1; done; }
 
@@ -161,7 +161,7 @@ check_reboot() {
   expect "what was accepted has not been sent again" none_uploaded <<<"$accepted"
   expect "all of it is accepted in the ledger" \
     test "$(printf '%s\n%s\n' "$accepted" "$pending" | sort)" == "$(rows "FileName from tJsonFileNames where Result = 1" | grep -F -f <(printf '%s\n%s\n' "$accepted" "$pending") | sort)"
-  expect "files of after the reboot are accepted, too" \
+  expect "files that were made after the reboot are accepted" \
     holds "count(*) > 0 from tJsonFileNames where Result = 1 and FileName > 'realdata/10/S${date_of_checks//-/}1030'"
   expect "every archive is whole" archives_are_whole "$date_of_checks"
   expect "the card's file system is sound" card_is_sound
@@ -170,10 +170,10 @@ check_reboot() {
 check_read-only() {
   play_fast read-only ""
   expect "the service ends when it cannot write a data file, and says so" said "Assertion .ofs.is_open\(\). failed"
-  expect "init starts it again as long as that lasts" said 'read-only: the service is there'
+  expect "init starts it again until then" said 'read-only: the service is there'
   expect "nothing on the card changes or is lost" said 'read-only: files and ledger are as they were'
   expect "with the card writable again, it stays" said 'writable again: still the same process'
-  expect "every row of before is still there" said 'writable again: every row of before is there'
+  expect "every earlier row is still there" said 'writable again: every row of before is there'
   expect "new files are accepted" said 'scenario read-only: done'
   read_card
   expect "every archive is whole" archives_are_whole "$date_of_checks"
@@ -184,11 +184,11 @@ readonly private_limit_kib=3072
 readonly growth_limit_kib=64
 readonly program_limit_bytes=409600
 
-# A number of the table that the scenario prints: kib_of KIND COLUMN.
+# kib_of KIND COLUMN: a number of the table that the scenario prints
 kib_of() { awk -v kind="$1" -v column="$2" '$3 == kind { for (i = 4; i < NF; i += 2) if ($i == column) print $(i + 1) }' "$lines"; }
 
-# What the service has written to is its own: anonymous memory. Pages of program and libraries that
-# nobody else happens to map count as private, too, but the kernel can drop them at any time.
+# Private memory is anonymous memory: the pages that the service has written to. The kernel also counts clean pages of
+# files as private if no other process maps them, but it can drop them at any time.
 check_memory() {
   local package anonymous private
   play_fast memory ""
@@ -210,8 +210,7 @@ check_memory() {
     test "$(stat -c %s "$run/brennik")" -lt "$program_limit_bytes"
 }
 
-# In real time, on both cores: a test's patience follows the gateway's clock, and the service's time
-# is the tests' own.
+# The gateway runs in real time and with two processors, because the tests' time limits are in real time.
 check_tests() {
   local passed failed wanted
   limit_seconds=5400
