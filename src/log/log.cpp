@@ -19,14 +19,17 @@ std::atomic<std::uint8_t>& DebugSwitch() {
   return debug;
 }
 
-bool IsDropped(int level) {
-  return level == DEBUG && DebugSwitch() == 0;
-}
+template <typename Store, std::size_t kMessageBytes>
+__attribute__((format(printf, 2, 0))) void Report(int level, const char* format,
+                                                  va_list arguments) {
+  const bool isDebugging = DebugSwitch() != 0;
+  if (level == DEBUG && !isDebugging) return;
+  char message[kMessageBytes];
+  std::vsnprintf(message, sizeof(message), format, arguments);
 
-// Echoes the message while debugging; says whether it is to be stored.
-bool EchoAndDecide(int level, const char* message) {
-  if (DebugSwitch() != 0) std::fprintf(stderr, "%s\n", message);
-  return level != DEBUG;
+  if (isDebugging) std::fprintf(stderr, "%s\n", message);
+  if (level == DEBUG) return;
+  Singleton<Store>::Instance().InsertLog(LogLevelToString(level), message);
 }
 
 }  // namespace
@@ -45,27 +48,17 @@ unsigned int log_init(int debug) {
 }
 
 unsigned int log_Text(int level, const char* format, ...) {
-  if (IsDropped(level)) return 1;
-  char message[kTextMessageBytes];
   va_list arguments;
   va_start(arguments, format);
-  std::vsnprintf(message, sizeof(message), format, arguments);
+  Report<CLogTxt, kTextMessageBytes>(level, format, arguments);
   va_end(arguments);
-
-  if (!EchoAndDecide(level, message)) return 1;
-  Singleton<CLogTxt>::Instance().InsertLog(LogLevelToString(level), message);
   return 1;
 }
 
 unsigned int log_DB(int level, const char* format, ...) {
-  if (IsDropped(level)) return 1;
-  char message[kDatabaseMessageBytes];
   va_list arguments;
   va_start(arguments, format);
-  std::vsnprintf(message, sizeof(message), format, arguments);
+  Report<CLogDatabase, kDatabaseMessageBytes>(level, format, arguments);
   va_end(arguments);
-
-  if (!EchoAndDecide(level, message)) return 1;
-  Singleton<CLogDatabase>::Instance().InsertLog(LogLevelToString(level), message);
   return 1;
 }

@@ -1,21 +1,16 @@
 #include "log/logdatabase.h"
 
-#include <sched.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <mutex>
 
-#include "log/recordbatch.h"
 #include "util/directory.h"
 #include "util/paths.h"
 #include "util/sqlite.h"
 #include "util/text.h"
-#include "util/thread.h"
-#include "util/timetext.h"
 
 namespace {
 
@@ -28,21 +23,20 @@ constexpr char kInsert[] =
     "VALUES(\"%s\",\"%s\",\"%s\",\"%s\")";
 
 constexpr int kDefaultMaxRows = 10000;
-constexpr unsigned kCycleSeconds = 5;
-constexpr std::size_t kMessageLimitBytes = 255;  // one less than the field: 254 characters
 constexpr std::size_t kStatementBytes = 255;
 constexpr std::size_t kInsertBytes = 1024;
 constexpr int kInsertAttempts = 20;
 constexpr unsigned kRetryPauseMicroseconds = 200000;
-constexpr mode_t kOwnerSearchOnly = 0100;  // deliberate: normally the text log made it with 0755
+constexpr mode_t kOwnerSearchOnly = 0100;  // deliberate; normally the text log has made it, 0755
 
-// A record is inserted as it stands: a double quote inside it breaks the statement and loses it.
+// The message goes into the statement as it is: a double quote breaks the statement, and the record
+// is lost.
 void InsertRecord(util::Database& database, const ST_LOG_NODE& node) {
   char sql[kInsertBytes];
   util::PrintText(sql, sizeof(sql), kInsert, node.date, node.time, node.logType, node.desc);
   for (int attempt = 1; !database.Execute(sql); ++attempt) {
-    // Deliberate: SQLite's own text has no trailing blank, only messages that carry one are tried
-    // again.
+    // Deliberate: SQLite's own text has no blank at the end, so only a message that contains one is
+    // tried again.
     if (std::strstr(database.ErrorText(), "database is locked ") == nullptr) return;
     if (attempt == kInsertAttempts) return;
     usleep(kRetryPauseMicroseconds);
@@ -52,17 +46,11 @@ void InsertRecord(util::Database& database, const ST_LOG_NODE& node) {
 }  // namespace
 
 CLogDatabase::CLogDatabase() {
-  int errorCode = 0;
-  util::StartThread(&m_recordThread, util::DetachState::kDetached, RecordThread, this, &errorCode);
+  StartRecordThread();
 }
 
 CLogDatabase::~CLogDatabase() {
-  // A batch under way comes to its end, unless it has locked itself out for good; then nobody else
-  // is left at the queue. The batches need not have ended then: the next one waits at the queue.
-  while (!RecordBatch<CLogDatabase>::TryEnd() && !m_queueMutex.IsAbandoned()) sched_yield();
-  std::unique_lock lock(m_queueMutex, std::defer_lock);
-  if (!m_queueMutex.IsAbandoned()) lock.lock();
-  m_queue.clear();
+  EndRecords();
 }
 
 int CLogDatabase::Init() {
@@ -74,26 +62,14 @@ void CLogDatabase::LogMaxItemSet(int max) {
   m_maxRows = max;
 }
 
-void CLogDatabase::InsertLog(const char* logType, const char* message) {
-  ST_LOG_NODE node{};
-  const auto now = util::LocalTime(std::time(nullptr)).value_or(std::tm{});
-  util::CopyText(node.date, util::DateText(now));
-  util::CopyText(node.time, util::ClockText(now));
-  util::CopyText(node.logType, logType);
-  util::CopyText(node.desc, kMessageLimitBytes, message);
-
-  const std::lock_guard lock(m_queueMutex);
-  m_queue.push_back(node);
-}
-
 int CLogDatabase::WriteLog(std::list<ST_LOG_NODE>* queue) {
   std::unique_lock queueLock(m_queueMutex);  // held to the end: callers of log_DB wait
   if (queue->empty()) return -1;
 
   const bool exists = util::Exists(paths::kLogDatabase) || LogTableCreate(paths::kLogDatabase) == 0;
   if (exists && InsertRecords(queue)) return 0;
-  // Deliberate: a log database that cannot be made or opened leaves the queue locked, and every
-  // later caller of log_DB waiting.
+  // Deliberate: if the log database cannot be made or opened, the queue stays locked and every
+  // later caller of log_DB waits for good.
   m_queueMutex.Abandon();
   queueLock.release();
   return -1;
@@ -111,14 +87,6 @@ bool CLogDatabase::InsertRecords(std::list<ST_LOG_NODE>* queue) {
   for (; !queue->empty(); queue->pop_front()) InsertRecord(database, queue->front());
   database.Execute("COMMIT TRANSACTION;");
   return true;
-}
-
-void* CLogDatabase::RecordThread(void* self) {
-  auto* store = static_cast<CLogDatabase*>(self);
-  for (;; sleep(kCycleSeconds)) {
-    const RecordBatch<CLogDatabase> batch;
-    if (batch) store->WriteLog(&store->m_queue);
-  }
 }
 
 int CLogDatabase::LogTableCreate(const char* path) {

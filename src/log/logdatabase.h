@@ -1,17 +1,15 @@
-// The log database: /tmp/CloudLog/Cloudlog.db, one table `log_tbl`, its oldest rows pruned.
+// The log database: /tmp/CloudLog/Cloudlog.db with one table, `log_tbl`. The oldest rows are
+// deleted when it is full.
 //
 // Columns: Pid (row number, the smallest is the oldest), RecordDate, RecordTime, log_Type,
 // log_Desc.
 #pragma once
 
-#include <pthread.h>
-
 #include <atomic>
 #include <cstddef>
 #include <list>
 
-#include "log/singleton.h"
-#include "util/mutex.h"
+#include "log/logstore.h"
 
 struct sqlite3;
 
@@ -27,11 +25,10 @@ static_assert(offsetof(ST_LOG_NODE, time) == 12);
 static_assert(offsetof(ST_LOG_NODE, logType) == 24);
 static_assert(offsetof(ST_LOG_NODE, desc) == 36);
 
-// What it is for: takes the records of log_DB and inserts them, one transaction every 5 s.
-// Threads: any for InsertLog; the record thread for the rest. Lock order: queue, then database.
-// Owns: the queue and the detached record thread, which runs for the life of the process. No
-// database handle is kept open.
-class CLogDatabase : public Singleton<CLogDatabase> {
+// Takes the records of log_DB and inserts them every 5 s, in one transaction. Any thread may call
+// InsertLog, only the record thread the rest. It locks the queue first, then the database, and
+// keeps no database open.
+class CLogDatabase : public LogStore<CLogDatabase, ST_LOG_NODE, &ST_LOG_NODE::desc> {
  public:
   ~CLogDatabase() override;
 
@@ -39,20 +36,17 @@ class CLogDatabase : public Singleton<CLogDatabase> {
   int Init();
   // Sets the maximum number of rows.
   void LogMaxItemSet(int max);
-  // Queues a record with the time of the call; the message is cut at 254 characters.
-  void InsertLog(const char* logType, const char* message);
-  // Prunes the table and drains `queue` into it. Returns 0 when it wrote; -1 when the queue was
-  // empty, or when the database could not be made or opened: then the queue stays locked for good.
+  // Deletes the oldest rows to make room for `queue`, inserts its records and empties it. Returns 0
+  // when it wrote, -1 when the queue was empty or the database could not be made or opened. In the
+  // last case the records stay queued, and the queue stays locked for good.
   int WriteLog(std::list<ST_LOG_NODE>* queue);
-  // The entry of the record thread, given the store: writes, sleeps 5 s, for ever.
-  static void* RecordThread(void* self);
   // Creates the log directory and, at `path`, the database with its table, unless the log database
-  // is there. Returns 0 on success or when it is there, -1 on failure.
+  // exists. Returns 0 if it exists now, -1 on failure.
   int LogTableCreate(const char* path);
-  // Number of rows of `table`; -1 when it cannot be counted, with SQLite's words on standard
+  // Number of rows of `table`. -1 if they cannot be counted; SQLite's message then goes to standard
   // output.
   int GetTableSize(sqlite3* db, const char* table);
-  // Deletes the oldest rows so that `incoming` more stay within `max`; a failure is told on
+  // Deletes the oldest rows so that `incoming` more stay within `max`. A failure is reported on
   // standard output.
   void CheckSizeAndClear(sqlite3* db, const char* table, int max, int incoming);
 
@@ -60,12 +54,9 @@ class CLogDatabase : public Singleton<CLogDatabase> {
   friend class Singleton<CLogDatabase>;
   CLogDatabase();
 
-  // Prunes the table and moves the queue into it. False when the database cannot be opened.
+  // Makes room in the table and moves the queue into it. False when the database cannot be opened.
   bool InsertRecords(std::list<ST_LOG_NODE>* queue);
 
-  pthread_t m_recordThread = 0;  // 0: could not be started, and messages pile up unwritten
-  util::Mutex m_queueMutex;      // guards m_queue
-  util::Mutex m_databaseMutex;   // guards opening and changing the database file
-  std::list<ST_LOG_NODE> m_queue;
+  util::Mutex m_databaseMutex;  // guards opening and changing the database file
   std::atomic<int> m_maxRows{0};
 };

@@ -1,7 +1,6 @@
 #include "log/logtxt.h"
 
 #include <fcntl.h>
-#include <sched.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -9,27 +8,21 @@
 #include <cstring>
 #include <ctime>
 #include <mutex>
-#include <optional>
 #include <string>
 
-#include "log/recordbatch.h"
 #include "util/directory.h"
 #include "util/file.h"
 #include "util/paths.h"
 #include "util/text.h"
-#include "util/thread.h"
 #include "util/timetext.h"
 
 namespace {
 
-constexpr unsigned kCycleSeconds = 5;
-constexpr std::size_t kMessageLimitBytes = 2047;  // one less than the field: 2,046 characters
 constexpr std::size_t kRecordBytes = 2048;
 constexpr std::size_t kFileNameBytes = 64;
 constexpr std::size_t kDirectoryPathLimit = 126;
 constexpr std::size_t kDirectoryPrefixLimit = 63;
-constexpr mode_t kOwnerReadOnly =
-    0400;  // deliberate: only a privileged process can reopen the file
+constexpr mode_t kOwnerReadOnly = 0400;  // deliberate: only a privileged process can reopen it
 
 std::string TodaysFile() {
   const auto now = util::LocalTime(std::time(nullptr)).value_or(std::tm{});
@@ -68,31 +61,16 @@ DayFiles ScanDayFiles() {
 }  // namespace
 
 CLogTxt::CLogTxt() {
-  int errorCode = 0;
-  util::StartThread(&m_recordThread, util::DetachState::kDetached, RecordThread, this, &errorCode);
+  StartRecordThread();
 }
 
 CLogTxt::~CLogTxt() {
-  while (!RecordBatch<CLogTxt>::TryEnd()) sched_yield();  // a batch under way comes to its end
-  const std::lock_guard lock(m_queueMutex);
-  m_queue.clear();
+  EndRecords();
 }
 
 int CLogTxt::Init() {
   CreateDirectory(paths::kLogDirectory);
   return 0;
-}
-
-void CLogTxt::InsertLog(const char* logType, const char* message) {
-  ST_TXT_LOG_NODE node{};
-  const auto now = util::LocalTime(std::time(nullptr)).value_or(std::tm{});
-  util::CopyText(node.date, util::DateText(now));
-  util::CopyText(node.time, util::ClockText(now));
-  util::CopyText(node.logType, logType);
-  util::CopyText(node.message, kMessageLimitBytes, message);
-
-  const std::lock_guard lock(m_queueMutex);
-  m_queue.push_back(node);
 }
 
 int CLogTxt::WriteLog(std::list<ST_TXT_LOG_NODE>* queue) {
@@ -113,14 +91,6 @@ int CLogTxt::WriteLog(std::list<ST_TXT_LOG_NODE>* queue) {
   file.Close();
   CheckSizeAndClear();
   return 0;
-}
-
-void* CLogTxt::RecordThread(void* self) {
-  auto* store = static_cast<CLogTxt*>(self);
-  for (;; sleep(kCycleSeconds)) {
-    const RecordBatch<CLogTxt> batch;
-    if (batch) store->WriteLog(&store->m_queue);
-  }
 }
 
 void CLogTxt::CheckSizeAndClear() {

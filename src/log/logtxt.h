@@ -6,13 +6,10 @@
 // The directory is volatile: the retention only bounds the space used while the gateway runs.
 #pragma once
 
-#include <pthread.h>
-
 #include <cstddef>
 #include <list>
 
-#include "log/singleton.h"
-#include "util/mutex.h"
+#include "log/logstore.h"
 
 // One queued record.
 struct ST_TXT_LOG_NODE {
@@ -26,31 +23,27 @@ static_assert(offsetof(ST_TXT_LOG_NODE, time) == 12);
 static_assert(offsetof(ST_TXT_LOG_NODE, logType) == 24);
 static_assert(offsetof(ST_TXT_LOG_NODE, message) == 36);
 
-// What it is for: takes the records of log_Text and appends them to today's file every 5 s.
-// Threads: any for InsertLog; the record thread for the rest. Lock order: queue, then file.
-// Owns: the queue and the detached record thread, which runs for the life of the process.
-class CLogTxt : public Singleton<CLogTxt> {
+// Takes the records of log_Text and appends them to today's file every 5 s. Any thread may call
+// InsertLog, only the record thread the rest. It locks the queue first, then the files, and keeps
+// no file open.
+class CLogTxt : public LogStore<CLogTxt, ST_TXT_LOG_NODE, &ST_TXT_LOG_NODE::message> {
  public:
   ~CLogTxt() override;
 
   // Creates the log directory. Returns 0.
   int Init();
-  // Queues a record with the time of the call; the message is cut at 2,046 characters.
-  void InsertLog(const char* logType, const char* message);
-  // Drains `queue` into today's file and applies the retention. Returns 0 when it wrote; -1 when
-  // the queue was empty or the file could not be opened, which is told on standard output and
-  // leaves the records queued for the next cycle. A symbolic link in the file's place cannot: in
-  // /tmp anybody may have laid it.
+  // Writes `queue` to the end of today's file, empties it and applies the retention. Returns 0 when
+  // it wrote, -1 when the queue was empty or the file could not be opened. A file that cannot be
+  // opened is reported on standard output, and the records stay queued for the next cycle. A
+  // symbolic link in the file's place is not followed: in /tmp anybody may have put it there.
   int WriteLog(std::list<ST_TXT_LOG_NODE>* queue);
-  // The entry of the record thread, given the store: writes, sleeps 5 s, for ever.
-  static void* RecordThread(void* self);
-  // The retention: when more than five day files are there, removes the one with the smallest
-  // number. The number is month x 100 + day, so in January the files of December count as newer
-  // than January's own.
+  // The retention: if there are more than five day files, removes the one with the smallest number.
+  // The number is month x 100 + day, so in January the files of December count as newer than
+  // January's own.
   void CheckSizeAndClear();
   // Writes the path of the day file with the smallest number into the `size` bytes at `path` and
-  // returns the count of day files: 0 (nothing written) without any, -1 when the directory cannot
-  // be opened.
+  // returns the number of day files. 0: there is none; -1: the directory cannot be opened. Nothing
+  // is written then.
   int GetFirstLogTxt(char* path, unsigned char size);
   // Creates every missing directory along `path`. Returns 0; -1 on failure or for a null path.
   int CreateDirectory(const char* path);
@@ -60,8 +53,5 @@ class CLogTxt : public Singleton<CLogTxt> {
   CLogTxt();
 
   int m_maxFiles = 5;
-  pthread_t m_recordThread = 0;  // 0: could not be started, and messages pile up unwritten
-  util::Mutex m_queueMutex;      // guards m_queue
-  util::Mutex m_fileMutex;       // guards the log directory and its files
-  std::list<ST_TXT_LOG_NODE> m_queue;
+  util::Mutex m_fileMutex;  // guards the log directory and its files
 };

@@ -1,12 +1,12 @@
-// The border between a store's record thread and the end of the process, which it outlives.
+// The batches that a record thread writes, and how they end with the process.
 #pragma once
 
 #include <atomic>
 
-// What it is for: one batch of a store's record thread. The store's destructor ends the batches;
-// the thread, which runs on while the process ends, then keeps away from what is left of the store.
-// Threads: the record thread for objects; the ending one for TryEnd. Owns: no lock, and nothing
-// that is ever destroyed, so it may be asked after the store is gone.
+// One batch of a store's record thread, which makes an object for as long as the batch lasts. The
+// thread still runs while the process ends: the store's destructor calls TryEnd, and from then on
+// no batch begins and the thread leaves the store alone. The state is never destroyed, so the
+// thread may ask for it after the store is gone.
 template <typename Store>
 class RecordBatch {
  public:

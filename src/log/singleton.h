@@ -1,8 +1,8 @@
 // The base of the two log stores: one object of a class for the whole process.
 #pragma once
 
-// What it is for: gives T a single instance, built on first use and destroyed at process exit.
-// Threads: any; the construction happens once, whoever comes first.
+// Gives T a single instance, built on first use and destroyed at process exit. Any thread may ask
+// for it; the first one builds it.
 template <typename T>
 class Singleton {
  public:

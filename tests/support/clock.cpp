@@ -8,12 +8,6 @@
 
 #include "support/threads.h"
 
-extern "C" {
-std::time_t __wrap_time(std::time_t* out);
-unsigned __wrap_sleep(unsigned seconds);
-int __wrap_usleep(useconds_t microseconds);
-}
-
 namespace test {
 namespace {
 
@@ -25,7 +19,7 @@ struct ClockState {
 };
 
 ClockState& State() {
-  static auto* state = new ClockState;  // outlives the threads that are parked at exit
+  static auto* state = new ClockState;  // never destroyed: parked threads use it at exit
   return *state;
 }
 
@@ -83,7 +77,7 @@ void OnPause(std::function<void(Pause)> hook) {
 }
 
 void EndAtPause(int n) {
-  // Every pause calls a copy of the hook; they count together.
+  // Every pause calls a copy of the hook; the copies share the count.
   const auto left = std::make_shared<int>(n);
   OnPause([left](Pause) {
     if (--*left == 0) throw WorkerEnded{};
@@ -91,6 +85,8 @@ void EndAtPause(int n) {
 }
 
 }  // namespace test
+
+extern "C" {
 
 std::time_t __wrap_time(std::time_t* out) {
   const std::lock_guard lock(test::State().mutex);
@@ -108,3 +104,5 @@ int __wrap_usleep(useconds_t microseconds) {
   test::TakePause(std::chrono::microseconds(microseconds));
   return 0;
 }
+
+}  // extern "C"

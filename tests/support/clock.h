@@ -1,6 +1,6 @@
-// The tests' clock: `time`, `sleep` and `usleep` of the code under test. On the test's own thread a
-// pause is recorded, moves the time by its length and returns at once. On any other thread a pause
-// parks the thread until the test resumes or ends it (threads.h).
+// The tests' clock: it replaces `time`, `sleep` and `usleep` for the code under test. On the test's
+// own thread a pause is recorded, moves the time by its length and returns at once. On any other
+// thread a pause parks the thread until the test resumes or ends it (threads.h).
 #pragma once
 
 #include <chrono>
@@ -14,15 +14,15 @@ using Pause = std::chrono::microseconds;
 
 // Sets the time. Every test starts at 2024-03-07 12:00:00 in the test's time zone (GatewayTest).
 void SetTime(std::time_t now);
-// The time of a broken-down local time, months from 1.
+// The Unix time of a local time; `month` counts from 1.
 std::time_t LocalTimeOf(int year, int month, int day, int hour = 0, int minute = 0, int second = 0);
 
 // The pauses of the test's thread since the last ForgetPauses, in order.
 std::vector<Pause> Pauses();
 void ForgetPauses();
 
-// Called after every pause of the test's thread, when the time has moved. It may throw, which
-// leaves the code under test: the way out of an endless worker. An empty function removes the hook.
+// Sets a hook that is called after every pause of the test's thread, when the time has moved. An
+// empty function removes it. The hook may throw to leave an endless worker.
 void OnPause(std::function<void(Pause)> hook);
 
 // Thrown by a hook to end a worker.

@@ -8,34 +8,32 @@ namespace {
 
 constexpr char kHead[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
-}  // namespace
-
+// Text as it must stand in an attribute.
 std::string Escape(const std::string& text) {
   std::string escaped;
   for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      default:
-        escaped += c;
+    if (c == '&') {
+      escaped += "&amp;";
+    } else if (c == '<') {
+      escaped += "&lt;";
+    } else if (c == '"') {
+      escaped += "&quot;";
+    } else {
+      escaped += c;
     }
   }
   return escaped;
 }
 
+// An element with attributes and finished content.
 std::string Element(const std::string& name, const Attributes& attributes,
-                    const std::string& content) {
+                    const std::string& content = "") {
   std::string text = "<" + name;
   for (const auto& [key, value] : attributes) text += " " + key + "=\"" + Escape(value) + "\"";
   return text + ">" + content + "</" + name + ">\n";
 }
+
+}  // namespace
 
 SysXml& SysXml::Cloud(const std::string& attribute, const std::string& value) {
   m_cloud.emplace_back(attribute, value);

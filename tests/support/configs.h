@@ -1,4 +1,4 @@
-// Builders of the configuration files, each written to the place where the service looks for it.
+// Builders of the configuration files. Each is written to the path where the service reads it.
 #pragma once
 
 #include <string>
@@ -9,20 +9,14 @@ namespace test {
 
 using Attributes = std::vector<std::pair<std::string, std::string>>;
 
-// Text as it must stand in an XML attribute or element.
-std::string Escape(const std::string& text);
-// One element with attributes and finished content.
-std::string Element(const std::string& name, const Attributes& attributes,
-                    const std::string& content = "");
-
 // sys.xml: `SysXml().Cloud("cloudip", "127.0.0.1").Cloud("port", "8080").Write()`.
 class SysXml {
  public:
   SysXml& Cloud(const std::string& attribute, const std::string& value);
   SysXml& Https(const std::string& attribute, const std::string& value);
-  // An element inside `Info`.
+  // Adds an element to `Info`.
   SysXml& Info(const std::string& element, const Attributes& attributes);
-  // Without the `cloud` element.
+  // Leaves out the `cloud` element.
   SysXml& WithoutCloud();
   std::string Text() const;
   void Write() const;
@@ -34,10 +28,10 @@ class SysXml {
   bool m_hasCloud = true;
 };
 
-// sn.xml with a model and a serial number.
+// Writes sn.xml with a model and a serial number.
 void WriteSnXml(const std::string& model, const std::string& serial);
 
-// One device-definition file: `DeviceFile("pump").Node("AI", 1, "Level", "m").Write()` stands at
+// A device-definition file: `DeviceFile("pump").Node("AI", 1, "Level", "m").Write()` writes
 // /tessel/Config/devices/pump.xml.
 class DeviceFile {
  public:
@@ -56,7 +50,7 @@ class DeviceFile {
 class ChannelTemplate {
  public:
   ChannelTemplate& Channel(int number);
-  // A device on the latest channel.
+  // Adds a device to the latest channel.
   ChannelTemplate& Device(int slaveId, const std::string& definitionFile,
                           const Attributes& more = {});
   void Write() const;

@@ -6,7 +6,7 @@
 namespace test {
 namespace {
 
-constexpr int kLockWaitMilliseconds = 20'000;  // a deadline for a broken test
+constexpr int kLockWaitMilliseconds = 20'000;  // longer than any test holds a lock
 
 [[noreturn]] void Fail(const std::string& sql, const util::Database& database) {
   throw std::runtime_error(sql + ": " + database.ErrorText());

@@ -1,4 +1,4 @@
-// A SQLite file of the SD card as a program beside the service sees it.
+// A SQLite file of the SD card, as another program than the service uses it.
 #pragma once
 
 #include <string>
@@ -8,19 +8,19 @@
 
 namespace test {
 
-// What it is for: a connection of the test's own. Threads: one at a time; a lock that it takes may
-// be let go of by another. Owns: the connection.
+// A connection of the test's own, open as long as the object lives. Threads may use it one after
+// the other: one may take a lock and another release it.
 class DatabaseFile {
  public:
-  // Opens the file, made when missing. Throws std::runtime_error when it cannot be.
+  // Opens the file and creates it if it is missing. Throws std::runtime_error on failure.
   explicit DatabaseFile(std::string path);
 
   const std::string& Path() const { return m_path; }
-  // Runs statements; throws std::runtime_error with SQLite's words when one fails.
+  // Runs statements. Throws std::runtime_error with SQLite's message when one fails.
   void Run(const std::string& sql);
-  // The same; false when one fails, at once where somebody else's lock is in the way.
+  // Runs statements without waiting for another connection's lock. False when one fails.
   bool Try(const std::string& sql);
-  // The first column of each row, as text; throws like Run.
+  // The first column of each row, as text. Throws like Run.
   std::vector<std::string> Lines(const std::string& query);
 
  private:

@@ -1,5 +1,5 @@
-// A program of the gateway that runs on an emulated processor starts others of its kind through the
-// emulator, too: this machine's kernel cannot. The linker sends `execv` here.
+// A test that starts its own program again calls `execv`, which the linker replaces by this. On an
+// emulated processor the new program must be started through the emulator, too.
 #include <unistd.h>
 
 #include <cstdlib>

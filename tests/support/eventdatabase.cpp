@@ -14,7 +14,7 @@ constexpr char kInsert[] =
     "INSERT INTO event_tbl(RecordDate,RecordTime,DataId,threshold,triggervalue,eventtype,grade,"
     "upflag,upload) VALUES(";
 
-// %.17g gives a double back as it was.
+// %.17g keeps every bit of a double.
 std::string ValuesOf(const Event& event) {
   return util::Format("'%s','%s',%d,%.17g,%.17g,%d,%d,%d,%d", event.date.c_str(),
                       event.clock.c_str(), static_cast<std::int32_t>(event.dataId), event.threshold,

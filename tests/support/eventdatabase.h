@@ -1,4 +1,4 @@
-// Builder of the alarm-event databases, as the acquisition side leaves them on the SD card.
+// Builder of the alarm-event databases, which the acquisition side writes to the SD card.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace test {
 
-// One row of event_tbl, its values as they stand in the file.
+// One row of event_tbl.
 struct Event {
   std::string date = "2024-03-07";    // RecordDate
   std::string clock = "11:00:00";     // RecordTime
@@ -25,11 +25,10 @@ struct Event {
 // "/media/mmcblk0p1/202403_event.db"
 std::string EventDatabasePathOf(int year, int month);
 
-// What it is for: one month's file: `EventDatabase(2024, 3).Add({.clock = "10:15:00"})`.
-// Threads, Owns: see DatabaseFile.
+// The file of one month: `EventDatabase(2024, 3).Add({.clock = "10:15:00"})`.
 class EventDatabase : public DatabaseFile {
  public:
-  // Makes the file with its table where they are missing.
+  // Creates the file and its table if they are missing.
   EventDatabase(int year, int month);
 
   // Appends one event, or all of them in one transaction.
@@ -38,7 +37,7 @@ class EventDatabase : public DatabaseFile {
   // Appends a row of finished SQL values: date, clock, identifier, threshold, value, type, grade,
   // upflag, upload.
   EventDatabase& AddValues(const std::string& values);
-  // `upload` of each row in the order of their recording.
+  // `upload` of each row, in the order of recording.
   std::vector<std::string> Uploads();
 };
 

@@ -6,6 +6,7 @@
 #include <sqlite3.h>
 #include <sys/mman.h>
 #include <sys/shm.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -16,57 +17,17 @@
 #include <memory>
 #include <utility>
 
-extern "C" {
-void* __real_calloc(std::size_t count, std::size_t size);
-void* __wrap_calloc(std::size_t count, std::size_t size);
-CURL* __real_curl_easy_init();
-CURL* __wrap_curl_easy_init();
-int __real_fsync(int file);
-int __wrap_fsync(int file);
-int __real_syncfs(int file);
-int __wrap_syncfs(int file);
-std::tm* __real_localtime_r(const std::time_t* when, std::tm* out);
-std::tm* __wrap_localtime_r(const std::time_t* when, std::tm* out);
-std::FILE* __real_popen(const char* command, const char* mode);
-std::FILE* __wrap_popen(const char* command, const char* mode);
-int __real_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state);
-int __wrap_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state);
-void* __real_shmat(int id, const void* address, int flags);
-void* __wrap_shmat(int id, const void* address, int flags);
-int __real_sqlite3_busy_timeout(sqlite3* database, int milliseconds);
-int __wrap_sqlite3_busy_timeout(sqlite3* database, int milliseconds);
-int __real_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
-                        void* argument, char** error);
-int __wrap_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
-                        void* argument, char** error);
-int __real_sqlite3_open(const char* path, sqlite3** out);
-int __wrap_sqlite3_open(const char* path, sqlite3** out);
-int __real_sqlite3_open_v2(const char* path, sqlite3** out, int flags, const char* vfs);
-int __wrap_sqlite3_open_v2(const char* path, sqlite3** out, int flags, const char* vfs);
-int __real_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,
-                              const char** tail);
-int __wrap_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,
-                              const char** tail);
-int __real_sqlite3_step(sqlite3_stmt* statement);
-int __wrap_sqlite3_step(sqlite3_stmt* statement);
-xmlNodePtr __real_xmlDocGetRootElement(const xmlDoc* document);
-xmlNodePtr __wrap_xmlDocGetRootElement(const xmlDoc* document);
-int __real_unlink(const char* path);
-int __wrap_unlink(const char* path);
-}
-
 namespace test {
 namespace {
 
 struct Fault {
   int skipped = 0;
   int count = 0;
-  std::function<void()>* action = nullptr;  // bare: calls may come after this thread's destructors
+  std::function<void()>* action = nullptr;  // no owner: a call may come after thread_local ends
 };
 
-constexpr std::size_t kCalls = 13;
 constexpr char kNoSuchDirectory[] = "/nonexistent/database";
-thread_local std::array<Fault, kCalls> t_faults;
+thread_local std::array<Fault, static_cast<std::size_t>(Call::kCount)> t_faults;
 thread_local bool t_guardSegment = false;
 thread_local bool t_noLockWaits = false;
 
@@ -83,7 +44,7 @@ bool Fails(Call call) {
   return true;
 }
 
-// A place for the segment with at least one untouchable page behind it, which stays reserved; null
+// An address for the segment with at least one reserved, inaccessible page behind the segment; null
 // when there is none.
 void* GuardedPlace(int id) {
   shmid_ds status{};
@@ -123,37 +84,57 @@ void AtNextCall(Call call, std::function<void()> action) {
 
 }  // namespace test
 
+using test::Call;
+using test::Fails;
+
+extern "C" {
+
+void* __real_calloc(std::size_t count, std::size_t size);
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-  return test::Fails(test::Call::kCalloc) ? nullptr : __real_calloc(count, size);
+  return Fails(Call::kCalloc) ? nullptr : __real_calloc(count, size);
 }
 
+CURL* __real_curl_easy_init();
 CURL* __wrap_curl_easy_init() {
-  return test::Fails(test::Call::kCurlEasyInit) ? nullptr : __real_curl_easy_init();
+  return Fails(Call::kCurlEasyInit) ? nullptr : __real_curl_easy_init();
 }
 
+int __real_fsync(int file);
 int __wrap_fsync(int file) {
-  return test::Fails(test::Call::kFsync) ? -1 : __real_fsync(file);
+  return Fails(Call::kFsync) ? -1 : __real_fsync(file);
 }
 
+int __real_syncfs(int file);
 int __wrap_syncfs(int file) {
-  return test::Fails(test::Call::kFsync) ? -1 : __real_syncfs(file);
+  return Fails(Call::kFsync) ? -1 : __real_syncfs(file);
 }
 
+std::tm* __real_localtime_r(const std::time_t* when, std::tm* out);
 std::tm* __wrap_localtime_r(const std::time_t* when, std::tm* out) {
-  return test::Fails(test::Call::kLocaltime) ? nullptr : __real_localtime_r(when, out);
+  return Fails(Call::kLocaltime) ? nullptr : __real_localtime_r(when, out);
 }
 
+int __real_mkdir(const char* path, mode_t mode);
+int __wrap_mkdir(const char* path, mode_t mode) {
+  if (!Fails(Call::kMkdir)) return __real_mkdir(path, mode);
+  errno = ENOSPC;
+  return -1;
+}
+
+std::FILE* __real_popen(const char* command, const char* mode);
 std::FILE* __wrap_popen(const char* command, const char* mode) {
-  return test::Fails(test::Call::kPopen) ? nullptr : __real_popen(command, mode);
+  return Fails(Call::kPopen) ? nullptr : __real_popen(command, mode);
 }
 
+int __real_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state);
 int __wrap_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state) {
-  if (test::Fails(test::Call::kSetDetachState)) return EINVAL;
+  if (Fails(Call::kSetDetachState)) return EINVAL;
   return __real_pthread_attr_setdetachstate(attributes, state);
 }
 
+void* __real_shmat(int id, const void* address, int flags);
 void* __wrap_shmat(int id, const void* address, int flags) {
-  if (test::Fails(test::Call::kShmat)) {
+  if (Fails(Call::kShmat)) {
     errno = ENOMEM;
     return reinterpret_cast<void*>(-1);
   }
@@ -161,46 +142,56 @@ void* __wrap_shmat(int id, const void* address, int flags) {
   return __real_shmat(id, test::GuardedPlace(id), flags | SHM_REMAP);
 }
 
+int __real_sqlite3_busy_timeout(sqlite3* database, int milliseconds);
 int __wrap_sqlite3_busy_timeout(sqlite3* database, int milliseconds) {
   return __real_sqlite3_busy_timeout(database, test::t_noLockWaits ? 0 : milliseconds);
 }
 
+int __real_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
+                        void* argument, char** error);
 int __wrap_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
                         void* argument, char** error) {
-  if (test::Fails(test::Call::kSqliteExec)) return SQLITE_ERROR;
+  if (Fails(Call::kSqliteExec)) return SQLITE_ERROR;
   return __real_sqlite3_exec(database, sql, callback, argument, error);
 }
 
+int __real_sqlite3_open(const char* path, sqlite3** out);
 int __wrap_sqlite3_open(const char* path, sqlite3** out) {
-  const bool fails = test::Fails(test::Call::kSqliteOpen);
-  return __real_sqlite3_open(fails ? test::kNoSuchDirectory : path, out);
+  return __real_sqlite3_open(Fails(Call::kSqliteOpen) ? test::kNoSuchDirectory : path, out);
 }
 
+int __real_sqlite3_open_v2(const char* path, sqlite3** out, int flags, const char* vfs);
 int __wrap_sqlite3_open_v2(const char* path, sqlite3** out, int flags, const char* vfs) {
-  const bool fails = test::Fails(test::Call::kSqliteOpen);
-  return __real_sqlite3_open_v2(fails ? test::kNoSuchDirectory : path, out, flags, vfs);
+  const char* opened = Fails(Call::kSqliteOpen) ? test::kNoSuchDirectory : path;
+  return __real_sqlite3_open_v2(opened, out, flags, vfs);
 }
 
+int __real_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,
+                              const char** tail);
 int __wrap_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,
                               const char** tail) {
-  if (!test::Fails(test::Call::kSqlitePrepare)) {
+  if (!Fails(Call::kSqlitePrepare)) {
     return __real_sqlite3_prepare_v2(database, sql, bytes, out, tail);
   }
   *out = nullptr;
   return SQLITE_ERROR;
 }
 
+int __real_sqlite3_step(sqlite3_stmt* statement);
 int __wrap_sqlite3_step(sqlite3_stmt* statement) {
-  if (test::Fails(test::Call::kSqliteStep)) return SQLITE_IOERR;
-  return __real_sqlite3_step(statement);
+  return Fails(Call::kSqliteStep) ? SQLITE_IOERR : __real_sqlite3_step(statement);
 }
 
+int __real_unlink(const char* path);
 int __wrap_unlink(const char* path) {
-  if (!test::Fails(test::Call::kUnlink)) return __real_unlink(path);
+  if (!Fails(Call::kUnlink)) return __real_unlink(path);
   errno = EPERM;
   return -1;
 }
 
+xmlNodePtr __real_xmlDocGetRootElement(const xmlDoc* document);
 xmlNodePtr __wrap_xmlDocGetRootElement(const xmlDoc* document) {
-  return test::Fails(test::Call::kXmlRoot) ? nullptr : __real_xmlDocGetRootElement(document);
+  return Fails(Call::kXmlRoot) ? nullptr : __real_xmlDocGetRootElement(document);
 }
+
+}  // extern "C"

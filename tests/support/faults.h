@@ -1,4 +1,4 @@
-// Calls of the code under test that fail on demand, on the thread that asked for it.
+// Calls of the code under test that fail when the test wants it, on the test's own thread.
 #pragma once
 
 #include <functional>
@@ -10,6 +10,7 @@ enum class Call {
   kCurlEasyInit,
   kFsync,  // fsync and syncfs
   kLocaltime,
+  kMkdir,  // fails with ENOSPC
   kPopen,
   kSetDetachState,  // fails with EINVAL
   kShmat,
@@ -19,17 +20,17 @@ enum class Call {
   kSqliteStep,     // fails with SQLITE_IOERR
   kUnlink,         // fails with EPERM
   kXmlRoot,        // xmlDocGetRootElement finds no root
+  kCount,          // no call
 };
 
 // Lets the next `skipped` such calls through and makes `count` after them fail.
 void FailCalls(Call call, int count = 1, int skipped = 0);
 
-// Runs the action at the next such call, before it is made.
+// Runs the action at the next such call, before the call is made.
 void AtNextCall(Call call, std::function<void()> action);
 
-// What it is for: a lock that outlasts every patience, without a test having to wait for it. While
-// one lives, the waits for others' locks that its thread allows SQLite last no time.
-// Threads: the one that made it. Owns: nothing.
+// While one lives, SQLite does not wait for locks on this thread: a call that meets another
+// connection's lock fails at once, as it would after its longest wait.
 class NoLockWaits {
  public:
   NoLockWaits();
@@ -38,8 +39,8 @@ class NoLockWaits {
   NoLockWaits& operator=(const NoLockWaits&) = delete;
 };
 
-// Makes the next shmat of a whole number of pages attach its segment right below a page that nobody
-// may touch, so that reading past the segment's end ends the process.
+// Makes the next shmat attach its segment right below an inaccessible page. The segment must have a
+// whole number of pages; reading past its end then ends the process.
 void GuardNextSegment();
 
 }  // namespace test

@@ -1,4 +1,4 @@
-// Files of the gateway's places, written and read whole.
+// Whole files and directories of the gateway.
 #pragma once
 
 #include <string>
@@ -7,14 +7,15 @@
 
 namespace test {
 
-// Whole files, directories made as needed. Reading a missing file gives the empty text.
+// Writes the whole file and creates its directories.
 void WriteFile(const std::string& path, std::string_view content);
+// The whole file; the empty text if it is missing.
 std::string ReadFile(const std::string& path);
+// Whether there is anything at the path. A symbolic link is not followed.
 bool Exists(const std::string& path);
-// Names in a directory, sorted, without "." and "..".
+// The names in a directory, sorted, without "." and "..".
 std::vector<std::string> List(const std::string& directory);
-
-// Removes what is in a directory, but not the directory; nothing when it does not exist.
+// Removes everything in a directory, but not the directory. The directory may be missing.
 void Empty(const std::string& directory);
 
 }  // namespace test

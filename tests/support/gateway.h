@@ -1,5 +1,4 @@
-// The gateway's own places, private to the test through scripts/sandbox: the configuration, the SD
-// card, the logs.
+// The gateway's own paths (configuration, SD card, logs), which scripts/sandbox makes private.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,12 +7,12 @@
 
 namespace test {
 
-// What it is for: every test that touches the gateway's places. It refuses to run outside the
-// sandbox; before each test the places are empty, the card is in, the clock stands at
-// 2024-03-07 12:00:00 in a zone eight hours east, no pause is recorded and no hook is set.
+// The base of every test that uses the gateway's paths. It refuses to run outside the sandbox.
+// Before each test the paths are empty, the card is in, the clock shows 2024-03-07 12:00:00 in a
+// zone eight hours east, no pause is recorded and no hook is set.
 class GatewayTest : public ::testing::Test {
  protected:
-  GatewayTest();  // the zone is set before a test's own members reckon in it
+  GatewayTest();  // sets the zone before a test's members need it
   void SetUp() override;
   void TearDown() override;
 };

@@ -14,7 +14,7 @@ constexpr char kCreate[] =
 constexpr char kInsert[] =
     "INSERT INTO history_%04x_tbl(dataid,UnixTime,TriggerValue,Upload) VALUES(%s)";
 
-// %.17g gives a double back as it was.
+// %.17g keeps every bit of a double.
 std::string ValuesOf(const Minute& minute) {
   return util::Format("%d,%lld,%.17g,%d", static_cast<std::int32_t>(minute.dataId),
                       static_cast<long long>(minute.time), minute.value, minute.upload);

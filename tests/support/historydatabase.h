@@ -1,4 +1,4 @@
-// Builder of the demand-history database, as the acquisition side leaves it on the SD card.
+// Builder of the demand-history database, which the acquisition side writes to the SD card.
 #pragma once
 
 #include <cstdint>
@@ -19,16 +19,15 @@ struct Minute {
   int upload = 1;                     // 1: released
 };
 
-// What it is for: the minutes of any points: `HistoryDatabase().Add({.time = noon, .value = 1.5})`.
-// Threads, Owns: see DatabaseFile.
+// The minutes of any points: `HistoryDatabase().Add({.time = noon, .value = 1.5})`.
 class HistoryDatabase : public DatabaseFile {
  public:
-  // Makes the file where it is missing.
+  // Creates the file if it is missing.
   HistoryDatabase();
 
-  // The point's device's table where it is missing: "history_0103_tbl".
+  // Creates the table of the point's device if it is missing: "history_0103_tbl".
   HistoryDatabase& Table(std::uint32_t dataId);
-  // Appends a row to its table.
+  // Appends a row; creates its table if it is missing.
   HistoryDatabase& Add(const Minute& minute);
   // Appends a released row for every minute from `first` to `last`, both included, valued 0, 1, 2…
   HistoryDatabase& Series(std::uint32_t dataId, std::time_t first, std::time_t last);

@@ -2,6 +2,7 @@
 
 #include <ostream>
 #include <sstream>
+#include <string_view>
 
 #include "support/files.h"
 #include "util/paths.h"
@@ -10,35 +11,24 @@
 namespace test {
 namespace {
 
-constexpr char kLevelMark[] = " logType:";
-
-// A record's head: "YYYY-MM-DD hh:mm:ss logType:LEVEL".
-bool IsHead(const std::string& line) {
-  constexpr std::size_t kMarkAt = 19;
-  return line.size() > kMarkAt && line.compare(kMarkAt, sizeof(kLevelMark) - 1, kLevelMark) == 0;
-}
-
-// The message of a record without its one-blank indent and the line end that closes the record.
-std::string Message(std::string body) {
-  if (!body.empty() && body.front() == ' ') body.erase(0, 1);
-  if (!body.empty() && body.back() == '\n') body.pop_back();
-  return body;
-}
-
+// The records of a day file. A head is "YYYY-MM-DD hh:mm:ss logType:LEVEL"; the message follows
+// after a blank, up to the line end before the next head.
 std::vector<LogRecord> ParseTextLog(const std::string& text) {
+  constexpr std::string_view kMark = " logType:";
+  constexpr std::size_t kMarkAt = 19;
   std::vector<LogRecord> records;
   std::istringstream lines(text);
-  std::string body;
   for (std::string line; std::getline(lines, line);) {
-    if (IsHead(line)) {
-      if (!records.empty()) records.back().message = Message(body);
-      records.push_back({line.substr(line.find(kLevelMark) + sizeof(kLevelMark) - 1), ""});
-      body.clear();
-    } else {
-      body += line + "\n";
+    if (line.find(kMark) == kMarkAt) {
+      records.push_back({line.substr(kMarkAt + kMark.size()), ""});
+    } else if (!records.empty()) {
+      records.back().message += line + "\n";
     }
   }
-  if (!records.empty()) records.back().message = Message(body);
+  for (auto& [level, message] : records) {
+    if (message.starts_with(' ')) message.erase(0, 1);
+    if (message.ends_with('\n')) message.pop_back();
+  }
   return records;
 }
 

@@ -1,4 +1,4 @@
-// What stands in the log files.
+// The records in the log files.
 #pragma once
 
 #include <iosfwd>
@@ -9,17 +9,17 @@ namespace test {
 
 struct LogRecord {
   std::string level;    // "INFO", "WARN", …
-  std::string message;  // as the store keeps it
+  std::string message;  // as stored
 
   bool operator==(const LogRecord&) const = default;
 };
-// How a test that fails shows a record.
+// Shows a record in the message of a failed test.
 void PrintTo(const LogRecord& record, std::ostream* out);
 
-// All records of the day files, in the order of their names, and of the log database.
+// All records of the day files, in the order of their names; all records of the log database.
 std::vector<LogRecord> ReadTextLog();
 std::vector<LogRecord> ReadDatabaseLog();
-// Only the messages of one level.
+// The messages of one level.
 std::vector<std::string> OfLevel(const std::vector<LogRecord>& records, const std::string& level);
 
 }  // namespace test

@@ -33,7 +33,7 @@ std::size_t ContentLength(const std::string& head) {
   return std::strtoul(head.c_str() + at + sizeof(kName) - 1, nullptr, 10);
 }
 
-// Nothing when the client hung up before its request was complete.
+// Nothing when the client closes the connection before its request is complete.
 std::optional<RawRequest> ReadRequest(int connection) {
   std::string received;
   char part[16384];
@@ -90,14 +90,14 @@ RawServer::RawServer() : m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 
   auto* generic = reinterpret_cast<sockaddr*>(&address);
   if (bind(m_listener, generic, length) != 0 || listen(m_listener, 8) != 0 ||
       getsockname(m_listener, generic, &length) != 0) {
-    throw std::runtime_error("no loopback port to be had");
+    throw std::runtime_error("no free port on the loopback");
   }
   m_port = ntohs(address.sin_port);
   m_thread = std::thread([this] { Serve(); });
 }
 
 RawServer::~RawServer() {
-  shutdown(m_listener, SHUT_RDWR);  // wakes the thread out of accept
+  shutdown(m_listener, SHUT_RDWR);  // ends the accept in Serve
   m_thread.join();
   close(m_listener);
 }

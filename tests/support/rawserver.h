@@ -1,4 +1,4 @@
-// A server on the loopback that sends exactly the bytes it is told to: the cloud at its worst.
+// A server on the loopback that sends exactly the bytes that a test chooses: a misbehaving cloud.
 #pragma once
 
 #include <cstdint>
@@ -14,25 +14,23 @@ namespace test {
 
 // One request as it came over the wire.
 struct RawRequest {
-  std::string head;  // request line and headers, up to and without the empty line
+  std::string head;  // request line and headers, without the empty line
   std::string body;
 
-  // The request line.
   std::string Line() const { return head.substr(0, head.find("\r\n")); }
-  // The header lines, in order of arrival.
+  // The header lines in order of arrival.
   std::vector<std::string> Headers() const;
 };
 
-// Sends all of it; false when the client is gone.
+// Sends all bytes. False when the client has closed the connection.
 bool Send(int connection, const std::string& bytes);
 
-// An answer with the right length: "HTTP/1.1 200 OK", the headers, the body.
+// A correct answer: status line, headers with the right length, body.
 std::string HttpAnswer(int status, const std::string& body);
 
-// What it is for: takes one connection after the other on 127.0.0.1, reads one request from each,
-// sends the next answer of its list, piece by piece, and closes. An empty list of pieces closes
-// without an answer; without an answer left, every request gets HttpAnswer(500, "").
-// Threads: the test's; it answers on threads of its own. Owns: the listening socket, the threads.
+// Accepts connections on 127.0.0.1, reads one request from each, sends the next answer of its list
+// and closes. An answer without pieces closes at once; when the list is empty, the answer is
+// HttpAnswer(500, ""). Only the test's thread may call it; it answers on threads of its own.
 class RawServer {
  public:
   using Pieces = std::vector<std::string>;
@@ -45,15 +43,14 @@ class RawServer {
 
   std::uint16_t Port() const { return m_port; }
   std::string Url(const std::string& path) const;
-  // Appends an answer; the pieces go out one by one, far enough apart to arrive one by one.
+  // Appends an answer. Its pieces are sent so far apart that they arrive one by one.
   RawServer& Answer(Pieces pieces);
   RawServer& Answer(const std::string& whole) { return Answer(Pieces{whole}); }
-  // Gives requests to this path the same answer each time; they take none of the list and are not
-  // among Requests.
+  // Gives every request to this path the same answer. These requests use no answer of the list, and
+  // Requests does not return them.
   RawServer& AnswerApart(const std::string& path, const std::string& whole);
-  // The same by whatever the handler does on the connection, which it need not close.
+  // Lets the handler answer on the connection, which it need not close. Otherwise as AnswerApart.
   RawServer& HandleApart(const std::string& path, Handler handler);
-  // The requests so far.
   std::vector<RawRequest> Requests() const;
 
  private:
@@ -63,11 +60,11 @@ class RawServer {
 
   int m_listener = -1;
   std::uint16_t m_port = 0;
-  mutable std::mutex m_mutex;  // guards the three below
+  mutable std::mutex m_mutex;  // guards the next three
   std::deque<Pieces> m_answers;
-  std::vector<std::pair<std::string, Handler>> m_handlersApart;  // path, what is done there
+  std::vector<std::pair<std::string, Handler>> m_handlersApart;  // path, handler
   std::vector<RawRequest> m_requests;
-  std::vector<std::thread> m_exchanges;  // the listening thread's
+  std::vector<std::thread> m_exchanges;  // used by m_thread only
   std::thread m_thread;
 };
 

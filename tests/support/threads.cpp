@@ -10,17 +10,10 @@
 #include <mutex>
 #include <utility>
 
-extern "C" {
-int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                          test::ThreadEntry entry, void* argument);
-int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                          test::ThreadEntry entry, void* argument);
-}
-
 namespace test {
 namespace {
 
-constexpr std::chrono::seconds kPatience{20};  // a deadline for a broken test, never waited for
+constexpr std::chrono::seconds kPatience{20};  // a deadline; a sound test never takes as long
 
 enum class Order { kWait, kResume, kEnd };
 
@@ -39,7 +32,7 @@ struct ThreadsState {
 };
 
 ThreadsState& State() {
-  static auto* state = new ThreadsState;  // outlives the threads that are parked at exit
+  static auto* state = new ThreadsState;  // never destroyed: parked threads use it at exit
   return *state;
 }
 
@@ -82,7 +75,8 @@ void Remember(const pthread_attr_t* attributes) {
   State().latest = {stackBytes, detachState == PTHREAD_CREATE_DETACHED};
 }
 
-// Others may have made threads meanwhile, or the test forgotten this one.
+// Looks the thread up: others may have been created meanwhile, and ForgetThreads may have been
+// called.
 void RememberId(ThreadEntry entry, void* argument, pthread_t id) {
   for (auto& thread : State().made) {
     if (thread.entry == entry && thread.argument == argument && thread.id == 0) thread.id = id;
@@ -148,6 +142,10 @@ void ParkThisThread() {
 
 }  // namespace test
 
+extern "C" {
+
+int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                          test::ThreadEntry entry, void* argument);
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           test::ThreadEntry entry, void* argument) {
   {
@@ -159,9 +157,11 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
   auto start = std::make_unique<test::Start>(test::Start{entry, argument});
   const int result = __real_pthread_create(thread, attributes, test::Run, start.get());
   if (result != 0) return result;
-  static_cast<void>(start.release());  // the thread's own now
+  static_cast<void>(start.release());  // Run owns it now
   const std::lock_guard lock(test::State().mutex);
   test::RememberId(entry, argument, *thread);
   if (attributes != nullptr) test::State().latest.id = *thread;
   return 0;
 }
+
+}  // extern "C"

@@ -1,5 +1,5 @@
-// The threads of the code under test. Each pauses only in `sleep` and `usleep`, where it is parked:
-// the test resumes it for as long as it takes to come to its next pause, or ends it there.
+// The threads of the code under test. Each is parked whenever it calls `sleep` or `usleep`. The
+// test resumes it, and it runs to its next pause, or ends it.
 #pragma once
 
 #include <pthread.h>
@@ -10,7 +10,7 @@ namespace test {
 
 using ThreadEntry = void* (*)(void*);
 
-// Waits until `count` threads with that entry are parked; false when they are not after 20 s.
+// Waits until `count` threads with that entry are parked. False when they are not after 20 s.
 [[nodiscard]] bool AwaitParked(ThreadEntry entry, int count);
 // Number of threads with that entry parked now.
 int ParkedThreads(ThreadEntry entry);
@@ -22,28 +22,27 @@ void EndThreads(ThreadEntry entry);
 // Makes the next creation of a thread fail with EAGAIN.
 void FailNextThread();
 
-// Stack size, in bytes, and detach state with which the latest thread was created, and that thread:
-// 0 when its creation failed.
+// How the latest thread was created.
 struct ThreadMaking {
   unsigned long stackBytes;
   bool detached;
-  pthread_t id = 0;
+  pthread_t id = 0;  // 0: the creation failed
 };
 ThreadMaking LatestThread();
 
-// The entries of all threads that were to be created since the last ForgetThreads, in order; one
-// whose creation failed too.
+// The entries of the threads since the last ForgetThreads, in order of creation. Failed creations
+// count, too.
 std::vector<ThreadEntry> ThreadsMade();
-// The same threads with what they were given: the argument, and the id, 0 when there is none.
+// The same threads with their arguments and ids.
 struct ThreadMade {
   ThreadEntry entry;
   void* argument;
-  pthread_t id;
+  pthread_t id;  // 0: the creation failed
 };
 std::vector<ThreadMade> ThreadsMadeInFull();
 void ForgetThreads();
 
-// Parks the calling thread (clock.cpp).
+// Parks the calling thread. For clock.cpp.
 void ParkThisThread();
 
 }  // namespace test

@@ -1,186 +1,94 @@
-// The log database's bound: how many rows there are, and which ones go.
+// The log database's limit: how many rows it keeps, and which ones go.
 #include <gmock/gmock.h>
 
 #include <string>
+#include <vector>
 
-#include "databasefixture.h"
+#include "fixture.h"
 #include "log/log.h"
+#include "util/sqlite.h"
 
 namespace {
 
-using test::kLogDatabasePath;
-using test::Node;
+using test::kLogDatabase;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
-// Rows "old 1", "old 2", … with these numbers.
-std::string OldRows(int first, int last) {
-  return "with recursive n(i) as (select " + std::to_string(first) +
-         " union all select i + 1 from n where i < " + std::to_string(last) +
-         ") insert into log_tbl select i, '2024-03-05', '00:00:00', 'INFO', 'old ' || i from n";
+// Inserts rows with the numbers from `first` to `last`, their numbers as messages.
+std::string Rows(int first, int last) {
+  return util::Format(
+      "with recursive n(i) as (select %d union all select i + 1 from n where i < %d) insert into "
+      "log_tbl select i, '2024-03-05', '00:00:00', 'INFO', i from n;",
+      first, last);
 }
 
-class LogDatabaseSize : public test::LogDatabaseTest {
- protected:
-  // Writes a batch of that many messages, and gives what it printed.
-  std::string WriteNew(int count) {
-    queue.clear();
-    for (int i = 1; i <= count; ++i) queue.push_back(Node("new " + std::to_string(i)));
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(Write(), 0);
-    return testing::internal::GetCapturedStdout();
-  }
-};
+class LogDatabaseSize : public test::LogDatabaseTest {};
 
-TEST_F(LogDatabaseSize, MakesRoomForThreeRecordsInAFullTable) {
-  Prepare(OldRows(1, 10'000));
+TEST_F(LogDatabaseSize, StaysAt10000Rows) {
+  EXPECT_EQ(store.Init(), 0);
+  store.LogMaxItemSet(1);
+  log_init(0);
+  Prepare(Rows(1, 10'000));
 
-  WriteNew(3);
+  Write({"a", "b", "c"});
 
-  EXPECT_THAT(Column("select count(*) from log_tbl"), ElementsAre("10000"));
-  EXPECT_THAT(Column("select min(Pid) from log_tbl"), ElementsAre("4"));
+  EXPECT_THAT(Column("select count(*) || ' from ' || min(Pid) from log_tbl"),
+              ElementsAre("10000 from 4"));
   EXPECT_THAT(Column("select log_Desc from log_tbl where Pid > 10000 order by Pid"),
-              ElementsAre("new 1", "new 2", "new 3"));
+              ElementsAre("a", "b", "c"));
 }
 
-TEST_F(LogDatabaseSize, DeletesNothingWhileTheBatchFits) {
-  Prepare(OldRows(1, 9'997));
-
-  WriteNew(3);
-
-  EXPECT_THAT(Column("select count(*) from log_tbl"), ElementsAre("10000"));
-  EXPECT_THAT(Column("select min(Pid) from log_tbl"), ElementsAre("1"));
-}
-
-TEST_F(LogDatabaseSize, DeletesTheSmallestNumbersWhereverTheyStand) {
-  store.LogMaxItemSet(4);
-  Prepare(OldRows(20, 21) + ";" + OldRows(5, 6));
-
-  WriteNew(1);
-
-  EXPECT_THAT(Messages(), ElementsAre("old 6", "old 20", "old 21", "new 1"));
-}
-
-TEST_F(LogDatabaseSize, InsertsTheWholeOfABatchThatIsLargerThanTheLimit) {
+TEST_F(LogDatabaseSize, TakesTheWholeOfABatchThatIsLargerThanTheLimit) {
   store.LogMaxItemSet(2);
-  Prepare(OldRows(1, 2));
+  Prepare(Rows(1, 2));
 
-  WriteNew(3);
+  Write({"a", "b", "c"});
 
-  EXPECT_THAT(Messages(), ElementsAre("new 1", "new 2", "new 3"));
+  EXPECT_THAT(Messages(), ElementsAre("a", "b", "c"));
 }
 
-TEST_F(LogDatabaseSize, ShrinksATableThatIsLargerThanTheLimit) {
-  store.LogMaxItemSet(3);
-  Prepare(OldRows(1, 10));
+TEST_F(LogDatabaseSize, DeletesTheSmallestNumbersForWhatIsComing) {
+  const struct {
+    int max;
+    int incoming;
+    std::vector<std::string> left;
+  } rows[] = {
+      {5, 1, {"5", "6", "20", "21"}},
+      {4, 1, {"6", "20", "21"}},
+      {2, 1, {"21"}},
+      {3, 100, {}},
+  };
 
-  WriteNew(1);
-
-  EXPECT_THAT(Messages(), ElementsAre("old 9", "old 10", "new 1"));
+  for (const auto& row : rows) {
+    Prepare("delete from log_tbl;" + Rows(20, 21) + Rows(5, 6));
+    util::Database database(kLogDatabase);
+    store.CheckSizeAndClear(database.Get(), "log_tbl", row.max, row.incoming);
+    EXPECT_EQ(Messages(), row.left) << row.max << ' ' << row.incoming;
+  }
 }
 
 TEST_F(LogDatabaseSize, SaysThatRowsCannotBeDeletedAndGoesOn) {
   store.LogMaxItemSet(1);
-  Prepare(OldRows(1, 1) +
-          "; create trigger t before delete on log_tbl begin select raise(abort, 'kept'); end");
+  Prepare(Rows(1, 1) +
+          "create trigger t before delete on log_tbl begin select raise(abort, 'kept'); end");
+  testing::internal::CaptureStdout();
 
-  const auto printed = WriteNew(1);
+  EXPECT_EQ(Write({"a"}), 0);
 
-  EXPECT_EQ(printed, "Delete Date from log_tbl failed. kept");
-  EXPECT_THAT(Messages(), ElementsAre("old 1", "new 1"));
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Delete Date from log_tbl failed. kept");
+  EXPECT_THAT(Messages(), ElementsAre("1", "a"));
 }
 
-TEST_F(LogDatabaseSize, HasTheLimitThatInitSets) {
-  store.LogMaxItemSet(1);
-
-  const int result = store.Init();
-
-  EXPECT_EQ(result, 0);
-  Prepare(OldRows(1, 10'000));
-  WriteNew(1);
-  EXPECT_THAT(Column("select count(*) from log_tbl"), ElementsAre("10000"));
-}
-
-TEST_F(LogDatabaseSize, HasItsOwnLimitOnceTheLogHasStarted) {
-  store.LogMaxItemSet(1);
-  log_init(0);
-
-  WriteNew(3);
-  WriteNew(1);
-
-  EXPECT_THAT(Messages(), ElementsAre("new 1", "new 2", "new 3", "new 1"));
-}
-
-class LogTable : public test::LogDatabaseTest {
- protected:
-  void SetUp() override {
-    LogDatabaseTest::SetUp();
-    Prepare(OldRows(1, 10) + "; create table other(Pid integer primary key)");
-  }
-  // What checking and clearing that table left of it.
-  std::string Clear(const char* table, int max, int incoming) {
-    util::Database database(kLogDatabasePath);
-    testing::internal::CaptureStdout();
-    store.CheckSizeAndClear(database.Get(), table, max, incoming);
-    return testing::internal::GetCapturedStdout();
-  }
-};
-
-TEST_F(LogTable, HasASize) {
-  const util::Database database(kLogDatabasePath);
+TEST_F(LogDatabaseSize, CountsRowsAndReportsAMissingTable) {
+  Prepare(Rows(1, 10) + "create table other(a)");
+  const util::Database database(kLogDatabase);
+  testing::internal::CaptureStdout();
 
   EXPECT_EQ(store.GetTableSize(database.Get(), "log_tbl"), 10);
   EXPECT_EQ(store.GetTableSize(database.Get(), "other"), 0);
-}
-
-TEST_F(LogTable, HasNoSizeWhenItIsMissing) {
-  const util::Database database(kLogDatabasePath);
-  testing::internal::CaptureStdout();
-
-  const int size = store.GetTableSize(database.Get(), "nowhere");
-
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "SQL error: no such table: nowhere\n");
-  EXPECT_EQ(size, -1);
-}
-
-TEST_F(LogTable, SurvivesANameOfAnyLength) {
-  const util::Database database(kLogDatabasePath);
-  const std::string name(1000, 'x');
-  testing::internal::CaptureStdout();
-
-  const int size = store.GetTableSize(database.Get(), name.c_str());
+  EXPECT_EQ(store.GetTableSize(database.Get(), std::string(1000, 'x').c_str()), -1);
 
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "SQL error: no such table: " + std::string(254 - 21, 'x') + "\n");
-  EXPECT_EQ(size, -1);
-}
-
-TEST_F(LogTable, LosesItsOldestRowsForWhatIsComing) {
-  const auto printed = Clear("log_tbl", 8, 1);
-
-  EXPECT_EQ(printed, "");
-  EXPECT_THAT(Column("select Pid from log_tbl order by Pid"),
-              ElementsAre("4", "5", "6", "7", "8", "9", "10"));
-}
-
-TEST_F(LogTable, LosesNothingAtItsLimit) {
-  Clear("log_tbl", 11, 1);
-
-  EXPECT_EQ(Messages().size(), 10U);
-}
-
-TEST_F(LogTable, LosesAllRowsWhenMoreIsComingThanItMayHold) {
-  Clear("log_tbl", 5, 100);
-
-  EXPECT_THAT(Messages(), IsEmpty());
-}
-
-TEST_F(LogTable, SaysWhyItCannotBeCleared) {
-  const auto printed = Clear("nowhere", 1, 100);
-
-  EXPECT_EQ(printed,
-            "SQL error: no such table: nowhere\n"
-            "Delete Date from nowhere failed. no such table: nowhere");
 }
 
 }  // namespace

@@ -1,0 +1,210 @@
+// The stores from the first message to the end of the process, and the log database that cannot be
+// opened: its queue stays locked for good, deliberately, and the process goes on without it. Every
+// check runs in a process of its own.
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "fixture.h"
+#include "log/log.h"
+#include "support/clock.h"
+#include "support/faults.h"
+#include "support/logfiles.h"
+#include "support/threads.h"
+
+// NOLINTBEGIN(*-reserved-identifier,cert-dcl*): the linker's own names
+extern "C" {
+int __real_sched_yield();
+int __wrap_sched_yield();
+}
+
+namespace {
+
+using test::ThreadEntry;
+using ::testing::ElementsAre;
+
+constexpr std::size_t kTwoMebibytes = 0x200000;
+constexpr unsigned kPatienceSeconds = 30;  // a deadline for a broken process, never waited for
+
+const auto kRight = ::testing::ExitedWithCode(EXIT_SUCCESS);
+
+// Ends the process as it ends in the field, with the destructors of the stores.
+[[noreturn]] void EndWith(bool isRight) {
+  alarm(kPatienceSeconds);
+  std::exit(isRight ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
+std::promise<void> g_reached;
+std::promise<void> g_ending;
+std::atomic<bool> g_isEndAwaited = false;
+
+// Runs a record thread that stops in `call`, does `hook` once the end of the process waits for its
+// batch, and goes on. Returns when the thread has come to the call.
+template <typename Store>
+void HoldBatchUntilTheEnd(test::Call call, void (*hook)()) {
+  std::thread([call, hook] {
+    test::AtNextCall(call, [hook] {
+      g_reached.set_value();
+      g_ending.get_future().wait();
+      hook();
+    });
+    Store::RecordThread(&Store::Instance());
+  }).detach();
+  g_reached.get_future().wait();
+  g_isEndAwaited = true;
+}
+
+// Nothing is known of the stores yet.
+class LogProcess : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_NE(std::getenv("BRENNIK_SANDBOX"), nullptr) << "run this through scripts/sandbox";
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    test::Empty("/tmp/CloudLog");
+  }
+};
+
+TEST_F(LogProcess, MakesAStoreAtItsFirstMessage) {
+  const auto check = [](auto write, ThreadEntry thread) {
+    write(DEBUG, "dropped");
+    if (!test::ThreadsMade().empty()) return false;
+    write(INFO, "first");
+    const auto making = test::LatestThread();
+    return test::ThreadsMade() == std::vector<ThreadEntry>{thread} && making.detached &&
+           making.stackBytes == kTwoMebibytes && test::AwaitParked(thread, 1);
+  };
+
+  EXPECT_EXIT(EndWith(check(log_Text, CLogTxt::RecordThread)), kRight, "");
+  EXPECT_EXIT(EndWith(check(log_DB, CLogDatabase::RecordThread)), kRight, "");
+}
+
+TEST_F(LogProcess, TakesMessagesSilentlyWithoutAThread) {
+  const auto check = [](auto write) {
+    std::filesystem::remove("/tmp/CloudLog");
+    test::FailNextThread();
+    testing::internal::CaptureStdout();
+    return write(INFO, "first") == 1 && write(INFO, "second") == 1 &&
+           test::ThreadsMade().size() == 1 && !test::Exists("/tmp/CloudLog") &&
+           testing::internal::GetCapturedStdout().empty();
+  };
+
+  EXPECT_EXIT(EndWith(check(log_Text)), kRight, "^$");
+  EXPECT_EXIT(EndWith(check(log_DB)), kRight, "^$");
+}
+
+TEST_F(LogProcess, MakesTheDatabaseStoreFirstAndDiscardsUnwrittenMessagesAtTheEnd) {
+  const auto check = [] {
+    log_init(0);
+    const std::vector<ThreadEntry> both{CLogDatabase::RecordThread, CLogTxt::RecordThread};
+    if (test::ThreadsMade() != both) return false;
+    for (const auto thread : both) {
+      if (!test::AwaitParked(thread, 1)) return false;
+    }
+    log_Text(INFO, "unwritten");
+    log_DB(INFO, "unwritten");
+    return true;
+  };
+
+  EXPECT_EXIT(EndWith(check()), kRight, "");
+
+  EXPECT_TRUE(test::List("/tmp/CloudLog").empty());
+}
+
+// The retention comes last in a batch, when the queue is free again.
+TEST_F(LogProcess, EndsOnlyAfterABatchThatIsUnderWay) {
+  const auto check = [] {
+    test::SetTime(test::LocalTimeOf(2024, 11, 30, 12));
+    for (int day = 1; day < 30; ++day) {
+      test::WriteFile(util::Format("/tmp/CloudLog/11%02d_log.txt", day), "");
+    }
+    log_init(0);
+    if (!test::AwaitParked(CLogTxt::RecordThread, 1)) return false;
+    log_Text(INFO, "first");
+    log_Text(INFO, "second");
+    HoldBatchUntilTheEnd<CLogTxt>(test::Call::kUnlink, [] {});
+    return true;
+  };
+
+  EXPECT_EXIT(EndWith(check()), kRight, "");
+
+  EXPECT_THAT(test::OfLevel(test::ReadTextLog(), "INFO"), ElementsAre("first", "second"));
+  EXPECT_FALSE(test::Exists("/tmp/CloudLog/1101_log.txt"));
+}
+
+void PlaceFileForTheDirectory() {
+  test::WriteFile("/tmp/CloudLog", "in the way");
+}
+
+void PlaceDirectoryForTheDatabase() {
+  std::filesystem::create_directories(test::kLogDatabase);
+}
+
+class Lockout : public test::LogDatabaseTest {
+ protected:
+  void SetUp() override {
+    LogDatabaseTest::SetUp();
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+  }
+};
+
+TEST_F(Lockout, KeepsTheRecordsAndReportsWhatCannotBeOpened) {
+  const auto check = [this](void (*place)(), const std::string& printed) {
+    place();
+    testing::internal::CaptureStdout();
+    const int result = Write({"first", "second"});
+    return testing::internal::GetCapturedStdout() == printed && result == -1 && queue.size() == 2;
+  };
+
+  EXPECT_EXIT(EndWith(check(PlaceFileForTheDirectory, "")), kRight, "");
+  EXPECT_EXIT(EndWith(check(PlaceDirectoryForTheDatabase,
+                            "Open database(/tmp/CloudLog/Cloudlog.db) failed: unable to open "
+                            "database file\n")),
+              kRight, "");
+}
+
+TEST_F(Lockout, HoldsLaterCallersAndItsOwnThreadForGoodButNotTheTextLog) {
+  const auto check = [](void (*place)()) {
+    place();
+    log_DB(INFO, "message");
+    test::ResumeThreads(CLogDatabase::RecordThread);
+    if (!test::AwaitParked(CLogDatabase::RecordThread, 1)) return false;
+    std::filesystem::remove_all("/tmp/CloudLog");
+    test::ResumeThreads(CLogDatabase::RecordThread);
+    const test::Caller first([] { log_DB(INFO, "next"); });
+    const test::Caller second([] { log_DB(ERROR, "next but one"); });
+    if (!first.Waits() || !second.Waits() || test::Exists("/tmp/CloudLog")) return false;
+    log_Text(INFO, "next");
+    test::ResumeThreads(CLogTxt::RecordThread);
+    return test::AwaitParked(CLogTxt::RecordThread, 1) && !test::ReadTextLog().empty() &&
+           test::ParkedThreads(CLogDatabase::RecordThread) == 0;
+  };
+
+  EXPECT_EXIT(EndWith(check(PlaceFileForTheDirectory)), kRight, "");
+  EXPECT_EXIT(EndWith(check(PlaceDirectoryForTheDatabase)), kRight, "");
+}
+
+TEST_F(Lockout, LetsTheProcessEndThatIsAboutToRunIntoIt) {
+  const auto check = [] {
+    log_DB(INFO, "message");
+    HoldBatchUntilTheEnd<CLogDatabase>(test::Call::kSqliteOpen, PlaceDirectoryForTheDatabase);
+    return true;
+  };
+
+  EXPECT_EXIT(EndWith(check()), kRight, "");
+}
+
+}  // namespace
+
+// A store that waits for its batch at the end of the process calls this again and again.
+int __wrap_sched_yield() {
+  if (g_isEndAwaited.exchange(false)) g_ending.set_value();
+  return __real_sched_yield();
+}
+// NOLINTEND(*-reserved-identifier,cert-dcl*)
