@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "datasource/realdata.h"
 #include "historydata/datatree.h"
 #include "historydata/ledgerfile.h"
 #include "log/log.h"
@@ -207,6 +208,13 @@ std::int32_t CHistoryData::SaveRecallData(const char* filename) {
   if (util::IsMissing(paths::kLedger)) MakeNewLedger(Tables::kPendingAndRecall);
   m_unrecorded.push_back(InsertRecall(now, filename));  // makes the table where it is missing
   return RecordAndAge(AgedRecalls(now - kRecallAgeSeconds)) == Visit::kDone ? 0 : -1;
+}
+
+std::int32_t CHistoryData::GetRecallFlag(std::uint32_t dataId, const ST_SINGLE_CALL_POINT* point,
+                                         std::vector<ST_SINGLE_POINT_VALUE>* values) {
+  const auto device = static_cast<std::uint16_t>(dataId >> 16);
+  const std::uint32_t lastLiveTime = GetCRealDataInstance().GetOldTime(device);
+  return static_cast<std::int32_t>(ReadMinutes(dataId, *point, lastLiveTime, *values));
 }
 
 CHistoryData& GetCHistoryDataInstance() {

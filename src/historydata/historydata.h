@@ -14,7 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "parsememory/answers.h"
+#include "datasource/demandhistory.h"
+#include "records/recallorder.h"
 #include "util/mutex.h"
 
 inline constexpr std::int32_t kAlarmDataFile = 1;  // ledger file type; also the schema's default
@@ -38,16 +39,6 @@ struct SqlError;
 struct Aged;  // these: see ledgerfile.h
 enum class Tables;
 enum class TableState;
-
-// One recalled minute value.
-#pragma pack(push, 1)
-struct ST_SINGLE_POINT_VALUE {
-  std::uint32_t UnixTime;  // of the minute
-  double TriggerValue;     // the point's value
-};
-#pragma pack(pop)
-static_assert(sizeof(ST_SINGLE_POINT_VALUE) == 12);
-static_assert(offsetof(ST_SINGLE_POINT_VALUE, TriggerValue) == 4);
 
 // The ledger's rows, the data files' ageing, the tree and its repair; and, beside all this, the
 // gateway's demand history. Any thread may call it. A mutex is held for the whole of each visit to

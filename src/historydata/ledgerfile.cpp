@@ -45,8 +45,6 @@ constexpr char kCopyPending[] =
 constexpr char kCopyRecalls[] =
     "insert into fresh.%s(Createtime,FileName) select Createtime,FileName from main.%s where true";
 
-constexpr int kLockWaitMilliseconds = 2000;  // spares the ledger another program's short lock
-
 TableState AfterFailure(util::Failure failure) {
   return failure == util::Failure::kUnavailable ? TableState::kUnknown : TableState::kLacking;
 }
@@ -77,20 +75,20 @@ bool PutNewLedgerInPlace(unsigned flags) {
 
 util::Database OpenLedger() {
   util::Database database(paths::kLedger, Missing::kFails);
-  database.WaitForLocks(kLockWaitMilliseconds);
+  database.WaitForLocks(util::kLockWaitMilliseconds);
   return database;
 }
 
 util::Database OpenLedgerForReading() {
   util::Database database(paths::kLedger, Missing::kFails);
   database.KeepCacheSmall();
-  database.WaitForLocks(kLockWaitMilliseconds);
+  database.WaitForLocks(util::kLockWaitMilliseconds);
   return database;
 }
 
 util::Database OpenLedgerForWriting(Missing missing) {
   util::Database database(paths::kLedger, missing);
-  database.WaitForLocks(kLockWaitMilliseconds);
+  database.WaitForLocks(util::kLockWaitMilliseconds);
   database.MakeCommitsDurable();
   return database;
 }
