@@ -10,7 +10,7 @@ import pathlib
 import re
 import sys
 
-FLOORS = ['util', 'log', 'config orders', 'datasource packmemory parsememory http', 'historydata', 'packfile',
+FLOORS = ['util records', 'log', 'config', 'datasource packmemory parsememory http', 'historydata', 'packfile',
           'service', 'schedule', 'main']
 GATEWAY_PATH = re.compile(r'/tessel|/media/mmcblk0p1|/tmp/CloudLog|/dev/mmcblk0p1')
 FOREIGN = re.compile(r'(curl/)?curl\.h|sqlite3(ext)?\.h|libxml/.*')

@@ -39,6 +39,9 @@ class NoLockWaits {
   NoLockWaits& operator=(const NoLockWaits&) = delete;
 };
 
+// The wait for the locks of others, in milliseconds, that this thread set last at SQLite.
+int LatestLockWait();
+
 // Makes the next shmat attach its segment right below an inaccessible page. The segment must have a
 // whole number of pages; reading past its end then ends the process.
 void GuardNextSegment();
