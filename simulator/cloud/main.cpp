@@ -1,4 +1,4 @@
-// The cloud on a desk, as a program.
+// The simulated cloud as a program.
 #include <unistd.h>
 
 #include <csignal>

@@ -8,7 +8,6 @@
 #include <stdexcept>
 
 #include "cloud/listener.h"
-#include "cloud/orderoption.h"
 
 namespace cloud {
 
@@ -72,7 +71,7 @@ std::string Address(const char* option, const std::string& text) {
                               "' is not a loopback address (127.0.0.0/8)");
 }
 
-// The part before the port, which gateways drop.
+// The part before the port; gateways ignore the port.
 std::string HostOf(const std::string& text) {
   return text.substr(0, text.find(':'));
 }
@@ -167,23 +166,23 @@ std::string HelpText() {
   std::string text =
       "cloud-simulator: a cloud for one gateway, on this machine's loopback.\n"
       "\n"
-      "It checks every request as a strict cloud would, answers it, keeps what is uploaded, and\n"
-      "prints one line an exchange. It ends on Ctrl-C, on SIGTERM, or after --exit-after uploads.\n"
+      "It checks every request, answers it, keeps what is uploaded, and prints a line for each\n"
+      "exchange. It ends on Ctrl-C, on SIGTERM, or after --exit-after uploads.\n"
       "\n"
       "  --address ADDRESS     listen on this loopback address (127.0.0.1)\n"
       "  --port PORT           listen on this port; 0 takes any free one (8080)\n"
       "  --prefix PATH         path before every endpoint, the gateway's \"Dir\" (empty)\n"
       "  --sn SERIAL           the only serial number that is served (any)\n"
-      "  --uploads FOLDER      keep uploads in FOLDER/realdata, alarmdata and calldata, those not\n"
-      "                        accepted in FOLDER/refused/... (not kept)\n"
-      "  --redirect ADDRESS    at every address check, send the gateway's data traffic to this\n"
-      "                        loopback address, with or without :PORT, and listen there too "
-      "(none)\n"
+      "  --uploads FOLDER      keep accepted uploads in FOLDER/realdata, alarmdata and calldata,\n"
+      "                        others in FOLDER/refused/... (nothing is kept)\n"
+      "  --redirect ADDRESS    redirect the gateway to this loopback address, with or without "
+      ":PORT,\n"
+      "                        and listen there too (no redirect)\n"
       "  --order ORDER         order history at the recall checks, see below; may be repeated\n"
       "  --exit-after N        end with status 0 after N accepted uploads\n"
       "  --help                this text\n"
       "\n"
-      "What an endpoint is to do instead of answering normally:\n";
+      "What an endpoint does instead of answering normally:\n";
   for (const EndpointFacts& facts : kEndpointFacts) {
     text += std::string("  --") + facts.name + " BEHAVIOURS";
     text += std::string(std::string("skip-address").size() - std::strlen(facts.name) + 1, ' ');

@@ -8,7 +8,7 @@
 
 namespace cloud {
 
-// What it is for: what the command line asks for.
+// What the command line asks for.
 struct ProgramOptions {
   Settings settings;
   std::size_t exitAfter = 0;  // accepted uploads after which the program ends; 0: never

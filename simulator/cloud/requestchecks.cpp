@@ -9,7 +9,7 @@
 #include "cloud/archive.h"
 #include "cloud/documents.h"
 #include "cloud/fault.h"
-#include "cloud/textforms.h"
+#include "cloud/members.h"
 
 namespace cloud {
 
