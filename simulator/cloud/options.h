@@ -16,7 +16,7 @@ struct ProgramOptions {
 };
 
 // Reads the command line. Throws std::invalid_argument with a line that says what is wrong.
-ProgramOptions ParseOptions(int argumentCount, char* const* arguments);
+ProgramOptions ParseOptions(int argc, char* const* argv);
 
 // The text of --help.
 std::string HelpText();
