@@ -51,7 +51,6 @@ std::optional<Request> Connection::Receive() {
   if (headLength == 0) return Request();
 
   Request request = ReadHead(std::string_view(m_received).substr(0, headLength));
-  if (!request.Values("Expect").empty()) SendBytes("HTTP/1.1 100 Continue\r\n\r\n");
   const std::size_t length = std::min(request.ContentLength().value_or(0), kBodyLimitBytes);
   while (m_received.size() - headLength < length && ReceiveMore()) {
   }

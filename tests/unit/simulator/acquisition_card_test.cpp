@@ -66,35 +66,6 @@ TEST_F(Card, HoldsEventsInATableOfTheirMonth) {
               ElementsAre("2024-02-29 23:59:59"));
 }
 
-TEST_F(Card, GivesBackTheEventsOfAMonth) {
-  EventWriter writer;
-  EXPECT_FALSE(writer.Rows(kNoon));
-  EXPECT_THAT(test::List("/media/mmcblk0p1"), IsEmpty());
-  writer.Append({{.time = kNoon,
-                  .dataId = 0xFFFF0401,
-                  .threshold = 0.5,
-                  .triggerValue = 2,
-                  .type = 7,
-                  .grade = 10,
-                  .upFlag = 3}});
-  util::Database(kMarchEvents).Execute("UPDATE event_tbl SET upload=1");
-
-  const auto rows = writer.Rows(kNoon + kDay);
-
-  ASSERT_TRUE(rows);
-  ASSERT_THAT(*rows, SizeIs(1));
-  const EventRow& row = rows->front();
-  EXPECT_EQ(row.id, 1);
-  EXPECT_EQ(row.date + " " + row.time, "2024-03-07 12:00:00");
-  EXPECT_EQ(row.dataId, 0xFFFF0401U);
-  EXPECT_EQ(row.threshold, 0.5);
-  EXPECT_EQ(row.triggerValue, 2);
-  EXPECT_EQ(row.type, 7);
-  EXPECT_EQ(row.grade, 10);
-  EXPECT_EQ(row.upFlag, 3);
-  EXPECT_EQ(row.upload, 1);
-}
-
 TEST_F(Card, HoldsHistoryInATableOfItsDevice) {
   HistoryWriter writer;
 
@@ -268,26 +239,6 @@ TEST_F(Card, GetsTheHistoryOfEveryMinuteOnce) {
     EXPECT_EQ(minutes[static_cast<std::size_t>(i)], std::to_string(i - 69) + ".0");
   }
   EXPECT_EQ(minutes.back(), "2881.0");
-}
-
-TEST_F(Card, GetsLaterWhatCouldNotBeRecorded) {
-  test::WriteFile(std::string(kMarchEvents) + "/in-the-way", "");
-  test::WriteFile(std::string(kHistoryPath) + "/in-the-way", "");
-  Recorder recorder(BusyPlant(), {.eventInterval = 60, .burst = 2}, kNoon);
-  recorder.Follow(kNoon + 60);
-  const std::string trouble = recorder.Trouble();
-  const std::size_t due = recorder.EventsDue();
-
-  std::filesystem::remove_all(kMarchEvents);
-  std::filesystem::remove_all(kHistoryPath);
-  recorder.Follow(kNoon + 61);
-
-  EXPECT_NE(trouble, "");
-  EXPECT_EQ(due, 3U);
-  EXPECT_EQ(recorder.Trouble(), "");
-  EXPECT_EQ(recorder.EventsDue(), 0U);
-  EXPECT_THAT(Recorded(), SizeIs(3));
-  EXPECT_THAT(Lines(kHistoryPath, "SELECT Pid FROM history_0103_tbl"), SizeIs(60));
 }
 
 }  // namespace

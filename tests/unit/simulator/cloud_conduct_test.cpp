@@ -164,16 +164,6 @@ TEST(CloudSimulator, StopsAtOnceDuringAStallAndAnUnfinishedRequest) {
   EXPECT_THAT(simulator.AcceptedUploads(), SizeIs(1));
 }
 
-TEST(CloudSimulator, FreesItsPortAtTheEnd) {
-  std::optional<Simulator> first(std::in_place, cloud::Settings{.secondAddress = kSecond});
-  const int port = first->Port();
-  Ask(port, Login());
-
-  first.reset();
-
-  EXPECT_NO_THROW(const Simulator second({.port = port, .secondAddress = kSecond}));
-}
-
 TEST(CloudSimulator, RedirectsAtTheAddressCheckFromNowOn) {
   Simulator simulator({.redirect = "127.0.0.2:8080"});
   const std::string redirected = Ask(simulator.Port(), AddressCheck()).body;

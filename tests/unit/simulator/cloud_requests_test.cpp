@@ -91,30 +91,6 @@ TEST(CloudSimulator, TakesARequestThatArrivesInPieces) {
   EXPECT_EQ(client.Receive().body, R"({"status":0,"message":"ok"})");
 }
 
-TEST(CloudSimulator, TakesABodyOfAThousandKilobytes) {
-  const std::string body(1048576, 'x');
-  const Simulator simulator({});
-
-  Ask(simulator.Port(), test::JsonRequest("/eqpapi/EqpSkipAddress", body));
-
-  ASSERT_THAT(simulator.Exchanges(), SizeIs(1));
-  EXPECT_EQ(simulator.Exchanges()[0].request.body, body);
-}
-
-TEST(CloudSimulator, LetsAClientSendABodyThatItAnnounces) {
-  const Simulator simulator({});
-  const std::string request = Replaced(Login(), "Host:", "Expect: 100-continue\r\nHost:");
-  const std::size_t head = request.find("\r\n\r\n") + 4;
-  const test::CloudClient client(simulator.Port());
-
-  client.Send(request.substr(0, head));
-  const std::string first = client.ReceiveSome();
-  client.Send(request.substr(head));
-
-  EXPECT_EQ(first, "HTTP/1.1 100 Continue\r\n\r\n");
-  EXPECT_THAT(client.Receive().body, StartsWith(R"({"status":0)"));
-}
-
 // Returns what the cloud finds wrong with a request. Checks that it is answered with status 1.
 std::string FaultOf(const std::string& request) {
   const Simulator simulator({.serialNumber = "S1"});
@@ -251,18 +227,6 @@ TEST(CloudSimulator, AnswersAStrayRequestWithAnHttpError) {
   }
 }
 
-TEST(CloudSimulator, RecordsAClientThatGoesInTheMiddleButNotOneThatSaysNothing) {
-  Simulator simulator({});
-  { const test::CloudClient silent(simulator.Port()); }
-  { test::CloudClient(simulator.Port()).Send("POST /eqpapi/EqpAuthorize HTTP/1.1\r\nHost: "); }
-
-  ASSERT_TRUE(simulator.AwaitExchanges(1, std::chrono::seconds(10)));
-
-  simulator.Stop();
-  ASSERT_THAT(simulator.Exchanges(), SizeIs(1));
-  EXPECT_FALSE(simulator.Exchanges()[0].fault.empty());
-}
-
 TEST(CloudSimulator, PutsFaultyUploadsAside) {
   test::Empty(kUploads);
   const Simulator simulator({.uploadFolder = kUploads});
@@ -273,14 +237,6 @@ TEST(CloudSimulator, PutsFaultyUploadsAside) {
   EXPECT_THAT(test::List(std::string(kUploads) + "/realdata"), IsEmpty());
   EXPECT_THAT(test::List(std::string(kUploads) + "/refused/realdata"), ElementsAre(kRealFile));
   EXPECT_FALSE(test::Exists(std::string(kUploads) + "/escaped"));
-}
-
-TEST(CloudSimulator, RefusesWhatItCannotKeep) {
-  const Simulator simulator({.uploadFolder = kUploads});
-  std::filesystem::remove_all(std::string(kUploads) + "/realdata");
-
-  EXPECT_THAT(Ask(simulator.Port(), RealUpload()).body, StartsWith(R"({"status":1)"));
-  EXPECT_THAT(simulator.AcceptedUploads(), IsEmpty());
 }
 
 TEST(CloudSimulator, ServesEightGatewaysAtOnce) {

@@ -14,7 +14,6 @@
 #include "config/sysset.h"
 #include "support/gateway.h"
 #include "util/paths.h"
-#include "util/xml.h"
 
 namespace {
 
@@ -45,22 +44,6 @@ TEST_F(ExamplePlant, HasFourChannelsTwelveDevicesAndPointsOfEveryType) {
   EXPECT_THAT(channels, SizeIs(4));
   EXPECT_THAT(types, SizeIs(5));
   EXPECT_THAT(m_plant.points, SizeIs(::testing::Ge(380)));
-}
-
-TEST_F(ExamplePlant, GivesEachNodeOfEachDeviceAnIdentifierOfItsOwn) {
-  std::size_t nodes = 0;
-  for (const auto& [number, device] : m_plant.devices) {
-    const auto document = util::XmlDocument::Read(device.definition.c_str());
-    ASSERT_TRUE(document) << device.definition;
-    for (const auto& property : document.Root()->Children()) {
-      for (const auto& type : property.Children()) {
-        EXPECT_EQ(type.Attribute("Num").value_or(""), std::to_string(type.Children().size()));
-        nodes += type.Children().size();
-      }
-    }
-  }
-
-  EXPECT_EQ(m_plant.points.size(), nodes);
 }
 
 TEST_F(ExamplePlant, HasTheSamePointsForTheServiceAsForTheAcquisitionSide) {

@@ -1,17 +1,15 @@
-// One run of a simulator program, with its output in files.
+// One run of a simulator program.
 #pragma once
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <csignal>
-#include <filesystem>
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "support/files.h"
 
@@ -28,43 +26,32 @@ bool Await(Condition happened) {
   return true;
 }
 
-// Starts the program; kills it with the object when it still runs.
+// Starts a program with the arguments as a shell takes them; kills it with the object.
 class ProgramRun {
  public:
-  ProgramRun(const char* program, std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), program);
-    std::vector<char*> argv;
-    argv.reserve(arguments.size() + 1);
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    std::filesystem::remove(kOutput);  // an earlier run's is not waited for
-
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    constexpr int kCreate = O_WRONLY | O_CREAT | O_TRUNC;
-    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, kOutput, kCreate, 0600);
-    posix_spawn_file_actions_addopen(&files, STDERR_FILENO, kErrors, kCreate, 0600);
-    if (posix_spawn(&m_pid, argv[0], &files, nullptr, argv.data(), environ) != 0) m_pid = -1;
-    posix_spawn_file_actions_destroy(&files);
-  }
+  ProgramRun(const std::string& program, const std::string& arguments)
+      : m_output(
+            popen(("echo $$; exec " + program + " " + arguments + " 2>" + kErrors).c_str(), "r")),
+        m_pid(std::atoi(ReadLine().c_str())) {}
   ~ProgramRun() {
-    if (m_pid > 0) End(SIGKILL);
+    if (m_output != nullptr) End(SIGKILL);
   }
   ProgramRun(const ProgramRun&) = delete;
   ProgramRun& operator=(const ProgramRun&) = delete;
 
-  // Waits until it has printed a whole line: then it is ready.
-  static bool IsReady() {
-    return Await([] { return Output().ends_with('\n'); });
+  // The next line that it prints, waited for; empty when it has ended.
+  std::string ReadLine() {
+    std::array<char, 4096> line{};
+    return fgets(line.data(), line.size(), m_output) != nullptr ? line.data() : "";
   }
-  static std::string Output() { return ReadFile(kOutput); }
   static std::string Errors() { return ReadFile(kErrors); }
 
   // Waits for its end; the exit status, or 128 + the signal that ended it.
   int Wait() {
-    int status = -1;
-    waitpid(m_pid, &status, 0);
-    m_pid = -1;
+    while (!ReadLine().empty()) {
+    }
+    const int status = pclose(m_output);
+    m_output = nullptr;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
   int End(int signal) {
@@ -73,10 +60,10 @@ class ProgramRun {
   }
 
  private:
-  static constexpr char kOutput[] = "/tmp/program-output";
   static constexpr char kErrors[] = "/tmp/program-errors";
 
-  pid_t m_pid = -1;
+  FILE* m_output;
+  pid_t m_pid;
 };
 
 }  // namespace test
