@@ -3,10 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <cmath>
-#include <set>
-
 #include "acquisition/alarms.h"
 #include "acquisition/signals.h"
 #include "acquisition_fixture.h"
@@ -20,7 +16,6 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::Field;
-using ::testing::Ge;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -55,29 +50,6 @@ TEST_F(PlantReading, FindsEveryPointWithItsTypeNameAndUnit) {
   EXPECT_THAT(plant->unreadableDefinitions, IsEmpty());
 }
 
-TEST_F(PlantReading, CarriesOmittedAttributesOverAndPassesOverStrangers) {
-  const std::string kind = "/tessel/Config/devices/kind.xml";
-  test::WriteFile(test::kTemplatePath, R"(<ChannelConfig><Remark><Dev SlaveId="1"/></Remark>
-    <Channel No="7"><Dev Name=")" + kind + R"(" Protocol="P" Desc="First" SlaveId="9"/></Channel>
-    <Channel><Note/><Dev SlaveId="10"/><Dev Desc="Third" SlaveId="11"/></Channel></ChannelConfig>)");
-  test::WriteFile(kind, R"(<DevConfig><Remark><AI><Node Id="9"/></AI></Remark><NodeProperty>
-    <XX><Node Id="8"/></XX><AI><Note Id="7"/><Node Id="1" Name=")" +
-                            std::string(127, 'n') +
-                            R"(" EUUnits="m"/><Node EUUnits="kg"/></AI><DI><Node Id="2"/></DI>
-    </NodeProperty></DevConfig>)");
-
-  const auto plant = ReadPlant(test::kTemplatePath);
-
-  ASSERT_TRUE(plant);
-  ASSERT_THAT(plant->devices, SizeIs(3));
-  EXPECT_EQ(plant->devices.at(0x070A).protocol, "P");
-  EXPECT_EQ(plant->devices.at(0x070A).description, "First");
-  EXPECT_EQ(plant->devices.at(0x070B).description, "Third");
-  EXPECT_THAT(plant->points, SizeIs(6));
-  EXPECT_EQ(plant->points.at(0x07090001).unit, "kg");
-  EXPECT_EQ(plant->points.at(0x070B0102).name, std::string(126, 'n'));
-}
-
 // Written down once, so that a change of the signals is seen.
 TEST(Signals, DependOnPointAndTimeAlone) {
   EXPECT_DOUBLE_EQ(SignalValue(0x01030001, kNoon), 58.343);
@@ -96,21 +68,6 @@ std::vector<AlarmEvent> AlarmsOfAnHour(const Plant& plant) {
     alarms.insert(alarms.end(), events.begin(), events.end());
   }
   return alarms;
-}
-
-TEST(Alarms, TellOfEveryFlipOfADigitalInput) {
-  const auto alarms = AlarmsOfAnHour(PlantOf(Points(PointType::kDi, 20)));
-
-  EXPECT_THAT(alarms, SizeIs(Ge(20U * 12U)));  // each flips every 300 s at least
-  for (const AlarmEvent& alarm : alarms) {
-    const double now = SignalValue(alarm.dataId, alarm.time);
-    EXPECT_NE(now, SignalValue(alarm.dataId, alarm.time - 1));
-    EXPECT_EQ(alarm.triggerValue, now);
-    EXPECT_EQ(alarm.upFlag, now == 1 ? 1 : 0);
-    EXPECT_EQ(alarm.threshold, 1);
-    EXPECT_EQ(alarm.type, kAboveLimit);
-    EXPECT_THAT(alarm.grade, ::testing::AllOf(Ge(1), ::testing::Le(3)));
-  }
 }
 
 TEST(Alarms, TellWhenAnAnalogInputPassesALimit) {

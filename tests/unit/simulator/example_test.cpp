@@ -10,7 +10,6 @@
 
 #include "acquisition/plant.h"
 #include "config/channelset.h"
-#include "config/snset.h"
 #include "config/sysset.h"
 #include "support/gateway.h"
 #include "util/paths.h"
@@ -80,19 +79,6 @@ TEST_F(ExamplePlant, SwitchesTheServiceOnWithTheIntervalsThatAreWritten) {
   EXPECT_EQ(cloud.CheckFailInv, 30);
   EXPECT_EQ(cloud.RecallInv, 60);
   EXPECT_STREQ(cloud.filetype, "json");
-}
-
-TEST_F(ExamplePlant, DescribesTheSiteAndIdentifiesTheGateway) {
-  CSysSet settings;
-  CsnSet identity;
-
-  ASSERT_EQ(settings.Open(paths::kSystemFile), 0);
-  ASSERT_EQ(identity.Open(paths::kIdentityFile), 0);
-
-  EXPECT_STREQ(settings.GetGateWayAttr()->stationName, "青河泵站 Qinghe Pumping Station");
-  EXPECT_STREQ(settings.GetGateWayAttr()->version, "V2.4.1\n");
-  EXPECT_EQ(identity.GetModel(), 1);
-  EXPECT_STREQ(identity.GetSn(), "TS20240117");
 }
 
 }  // namespace
