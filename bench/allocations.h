@@ -1,4 +1,4 @@
-// Counts the heap allocations of the code under measure.
+// Counts the heap allocations of the measured code.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// A plant of any size: points spread over channels and devices as the gateway numbers them.
+// A plant of any size. Its points are spread over channels and devices.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 #include "config/channelrecords.h"
 #include "packfile/records.h"
 
-// DataIds of `points` points, 100 a device and 10 devices a channel, in rising order.
+// DataIds of `points` points, 100 per device and 10 devices per channel, in rising order.
 std::vector<std::uint32_t> PlantPoints(std::size_t points);
 // The catalogue and the values of those points.
 MAP_GROUP_ATTR PlantCatalogue(const std::vector<std::uint32_t>& points);

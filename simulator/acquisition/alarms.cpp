@@ -23,15 +23,15 @@ bool Beyond(double value, double threshold, Limit limit) {
   return limit == Limit::kHigh ? value > threshold : value < threshold;
 }
 
-// What it is for: what one analogue input does from one second to the next.
+// What one analogue input does from one second to the next.
 struct Step {
   std::uint32_t dataId = 0;
-  std::int64_t unixSeconds = 0;  // the second second
+  std::int64_t unixSeconds = 0;  // of `value`
   double before = 0;
   double value = 0;
 };
 
-// Appends the event of one limit, if the step is one from without to within or back, as asked for.
+// Appends the event of one limit when the step passes it: outwards when `raised`, else inwards.
 void TakeLimit(const Step& step, Limit limit, bool raised, std::vector<AlarmEvent>& events) {
   const AlarmLimits limits = AlarmLimitsOf(step.dataId);
   const double threshold = limit == Limit::kHigh ? limits.high : limits.low;

@@ -7,8 +7,7 @@
 
 namespace {
 
-// What it is for: handing one value to one parameter of a statement.
-// Threads: one. Owns: nothing.
+// Gives one value to one parameter of a statement.
 class Binder {
  public:
   Binder(sqlite3_stmt* statement, int parameter) : m_statement(statement), m_parameter(parameter) {}
@@ -19,7 +18,7 @@ class Binder {
   int operator()(double value) const {
     return sqlite3_bind_double(m_statement, m_parameter, value);
   }
-  // Not copied: the text outlives the step that follows.
+  // Not copied: the text lives until the statement has run.
   int operator()(const std::string& value) const {
     return sqlite3_bind_text(m_statement, m_parameter, value.data(), static_cast<int>(value.size()),
                              nullptr);
@@ -76,7 +75,7 @@ std::string Record(const std::string& path, std::chrono::milliseconds patience,
   util::Database database(path.c_str());
   if (!database) return Trouble(path, database.ErrorText());
   database.WaitForLocks(static_cast<int>(patience.count()));
-  // The right to write is asked for first: asked for after a read, it could not be waited for.
+  // The lock for writing is taken first. SQLite would not wait for it after a read.
   if (database.Execute("BEGIN IMMEDIATE") && write(database.Get()) && database.Execute("COMMIT")) {
     return {};
   }

@@ -1,5 +1,5 @@
-// Owns the way into the databases of the SD card: one short transaction at a time, with patience
-// for the locks of the programs that use the same file.
+// Owns the access to the databases of the SD card: one short transaction at a time, which waits for
+// the locks of other programs.
 #pragma once
 
 #include <chrono>
@@ -18,13 +18,13 @@ inline constexpr std::chrono::milliseconds kLockPatience{5000};
 // One value of a row.
 using CardValue = std::variant<std::int64_t, double, std::string>;
 
-// A point identifier as the databases hold it: read as a signed number of 32 bits.
+// A point identifier as the databases hold it: as a signed number of 32 bits.
 inline std::int64_t StoredId(std::uint32_t dataId) {
   return static_cast<std::int32_t>(dataId);
 }
 
-// What it is for: one prepared statement, run once a row or read row by row.
-// Threads: the one that prepared it. Owns: the statement, finalised with the object.
+// One prepared statement, run once for each row or read row by row. One thread uses it. It holds
+// the SQLite statement.
 class CardStatement {
  public:
   // A statement that cannot be prepared fails when it is used.
@@ -47,10 +47,9 @@ class CardStatement {
   bool m_failed = false;
 };
 
-// Lets `write` fill one transaction on the database at `path`, which is made when it is missing.
-// Everything is recorded, then the result is empty, or nothing is, because `write` has returned
-// false, the locks of others have outlasted `patience`, or SQLite has failed: then the result says
-// why.
+// Lets `write` fill one transaction on the database at `path`; a missing file is made. Returns an
+// empty text when everything is recorded. Nothing is recorded when `write` returns false, when the
+// locks of others outlast `patience`, or when SQLite fails; then the result says why.
 std::string Record(const std::string& path, std::chrono::milliseconds patience,
                    const std::function<bool(sqlite3*)>& write);
 

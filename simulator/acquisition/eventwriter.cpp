@@ -39,7 +39,7 @@ bool Insert(sqlite3* database, std::span<const AlarmEvent> events) {
   return true;
 }
 
-// How many events, from the front, belong into the first one's file.
+// How many events, from the front, belong into the file of the first one.
 std::size_t SameMonth(std::span<const AlarmEvent> events, const std::string& path) {
   std::size_t count = 1;
   while (count < events.size() && EventDatabasePath(events[count].time) == path) ++count;

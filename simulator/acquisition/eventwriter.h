@@ -1,7 +1,7 @@
-// Owns the monthly alarm-event databases of the SD card as their writer sees them.
+// Owns the writing of the monthly alarm-event databases on the SD card.
 //
-// One file for each month of local time, one table event_tbl, one row for each event. Another
-// program takes the events: it sets `upload` to 1 in the rows that it has read.
+// There is one file for each month of local time, with one table event_tbl and one row for each
+// event. The program that takes the events sets `upload` to 1 in the rows that it has read.
 #pragma once
 
 #include <chrono>
@@ -13,11 +13,11 @@
 #include "acquisition/carddatabase.h"
 
 enum EventType : std::int32_t {
-  kAboveLimit = 0,  // the value has to do with the upper limit; also every event of a DI point
-  kBelowLimit = 1,  // the value has to do with the lower limit
+  kAboveLimit = 0,  // of the upper limit; also every event of a DI point
+  kBelowLimit = 1,  // of the lower limit
 };
 
-// What it is for: one alarm event, before it is written.
+// One alarm event, before it is written.
 struct AlarmEvent {
   std::int64_t time = 0;            // Unix seconds; recorded as local date and time
   std::uint32_t dataId = 0;         // point identifier
@@ -30,7 +30,7 @@ struct AlarmEvent {
   bool operator==(const AlarmEvent&) const = default;
 };
 
-// What it is for: one row of event_tbl, as it stands in the file.
+// One row of event_tbl, as it stands in the file.
 struct EventRow {
   std::int64_t id = 0;       // of the row: rises from 1 on
   std::string date;          // RecordDate, "YYYY-MM-DD"
@@ -48,25 +48,24 @@ struct EventRow {
 // "/media/mmcblk0p1/202403_event.db".
 std::string EventDatabasePath(std::int64_t unixSeconds);
 
-// What it is for: recording events, each in the file of its own month; files and tables are made
-// when they are missing. Tests write
+// Records events, each in the file of its own month, and makes missing files and tables:
 // `EventWriter().Append({{.time = now, .dataId = 0x01031123, .threshold = 1, .triggerValue = 1}})`.
-// Threads: one at a time. Owns: nothing; no file stays open between two calls.
+// One thread at a time may call it. No file stays open between two calls.
 class EventWriter {
  public:
   // Each transaction waits up to `patience` for the locks of other programs.
   explicit EventWriter(std::chrono::milliseconds patience = kLockPatience) : m_patience(patience) {}
 
-  // Records the events in their order, each run of events of one month in one transaction, not yet
-  // taken. Returns how many have been recorded, from the front. The others are not in any file, and
-  // Trouble says why: append them again.
+  // Records the events in their order, with `upload` 0. Events of one month that follow each other
+  // make one transaction. Returns how many have been recorded, from the front. The others are in no
+  // file, and Trouble says why; append them again.
   std::size_t Append(const std::vector<AlarmEvent>& events);
 
   // Why the latest Append has not recorded everything; empty when it has.
   const std::string& Trouble() const { return m_trouble; }
 
-  // All rows of the month that a Unix time falls into, in the order in which they were recorded.
-  // Nothing when there is no file, or locks last longer than the patience.
+  // All rows of the month that a Unix time falls into, in the order of recording. Nothing when
+  // there is no file, or when locks last longer than the patience.
   std::optional<std::vector<EventRow>> Rows(std::int64_t unixSeconds) const;
 
  private:

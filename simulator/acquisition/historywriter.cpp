@@ -9,19 +9,19 @@
 
 namespace {
 
-// All take the table's name, as often as it stands in them.
+// The formats take the table's name for each %s.
 constexpr char kCreateTable[] =
     "CREATE TABLE IF NOT EXISTS %s("
     "Pid INTEGER PRIMARY KEY, dataid INTEGER NOT NULL, UnixTime INTEGER NOT NULL, "
     "TriggerValue REAL, Upload INTEGER DEFAULT 1);"
     "CREATE INDEX IF NOT EXISTS %s_idx ON %s(dataid,UnixTime)";
 constexpr char kSelectNewest[] = "SELECT IFNULL(MAX(Pid),0) FROM %s";
-// The row, unless there is one of its point and time with a Pid up to ?5.
+// Inserts the row, unless its point has one at that time with a Pid up to ?5.
 constexpr char kInsert[] =
     "INSERT INTO %s(dataid,UnixTime,TriggerValue,Upload) SELECT ?1,?2,?3,?4 WHERE NOT EXISTS("
     "SELECT 1 FROM %s WHERE dataid=?1 AND UnixTime=?2 AND Pid<=?5)";
 
-// The table's name and the point.
+// Takes the table's name and the point.
 constexpr char kSelect[] =
     "SELECT dataid,UnixTime,TriggerValue,Upload FROM %s WHERE dataid=%lld ORDER BY UnixTime,Pid";
 

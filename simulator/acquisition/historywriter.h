@@ -1,5 +1,5 @@
-// Owns the demand-history database of the SD card as its writer sees it: the value of every point
-// at every minute, one table for each device.
+// Owns the writing of the demand-history database on the SD card: the value of every point at every
+// minute, in one table for each device.
 #pragma once
 
 #include <chrono>
@@ -12,7 +12,7 @@
 
 inline constexpr std::int64_t kMinuteSeconds = 60;
 
-// What it is for: one row of a history table.
+// One row of a history table.
 struct HistoryRow {
   std::uint32_t dataId = 0;   // point identifier; its upper half chooses the table
   std::int64_t unixTime = 0;  // Unix seconds; whole minutes in a healthy series
@@ -22,19 +22,19 @@ struct HistoryRow {
   bool operator==(const HistoryRow&) const = default;
 };
 
-// What it is for: what is wrong with a series of minutes. Each member is the distance, in minutes,
-// of the minutes concerned, which are those whose number since 1970 it divides; 0 means none.
+// What is wrong with a series of minutes. A member N concerns the minutes whose number since 1970
+// is a multiple of N; 0 means none.
 struct HistoryFaults {
   std::int64_t gap = 0;          // the minute has no row
-  std::int64_t offMinute = 0;    // there is a further row kOffMinuteSeconds before the minute
+  std::int64_t offMinute = 0;    // there is one more row kOffMinuteSeconds before the minute
   std::int64_t duplicate = 0;    // the minute's row stands twice
   std::int64_t notUploaded = 0;  // the minute's row has `upload` 0
 };
 
 inline constexpr std::int64_t kOffMinuteSeconds = 30;
 
-// The rows of the points for every whole minute from Unix time `first` to `last`, both included,
-// with the values of signals.h, in time order.
+// The rows of the points for every whole minute from Unix time `first` to `last`, both included, in
+// the order of time, with the values of signals.h.
 std::vector<HistoryRow> HistoryRows(const std::vector<std::uint32_t>& dataIds, std::int64_t first,
                                     std::int64_t last, const HistoryFaults& faults = {});
 
@@ -42,26 +42,26 @@ std::vector<HistoryRow> HistoryRows(const std::vector<std::uint32_t>& dataIds, s
 std::string HistoryDatabasePath();
 std::string HistoryTable(std::uint32_t dataId);
 
-// What it is for: recording minute values. The file and its tables are made when they are missing.
-// Tests write `HistoryWriter().Append(HistoryRows({0x01030001}, from, to))`.
-// Threads: one at a time. Owns: nothing; the file does not stay open between two calls.
+// Records minute values, and makes the file and its tables when they are missing:
+// `HistoryWriter().Append(HistoryRows({0x01030001}, from, to))`. One thread at a time may call it.
+// The file does not stay open between two calls.
 class HistoryWriter {
  public:
   // Each transaction waits up to `patience` for the locks of other programs.
   explicit HistoryWriter(std::chrono::milliseconds patience = kLockPatience)
       : m_patience(patience) {}
 
-  // Records the rows as they are, in their order, in one transaction. False when it could not be:
-  // then none of them is there, and Trouble says why.
+  // Records the rows in their order, in one transaction. False when that fails: then none of them
+  // is recorded, and Trouble says why.
   bool Append(const std::vector<HistoryRow>& rows);
-  // The same without the rows whose point already had a row at that time before the call.
+  // The same, but leaves out a row when its point had a row at that time before the call.
   bool AppendMissing(const std::vector<HistoryRow>& rows);
 
   // Why the latest append has recorded nothing; empty when it has recorded everything.
   const std::string& Trouble() const { return m_trouble; }
 
-  // All rows of a point, in time order, rows of one time in the order in which they were recorded.
-  // Nothing when there is no file or no table, or locks last longer than the patience.
+  // All rows of a point in the order of time, rows of one time in the order of recording. Nothing
+  // when there is no file or no table, or when locks last longer than the patience.
   std::optional<std::vector<HistoryRow>> Rows(std::uint32_t dataId) const;
 
  private:

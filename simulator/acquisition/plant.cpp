@@ -26,9 +26,7 @@ std::optional<PointType> TypeNamed(std::string_view name) {
   return std::nullopt;
 }
 
-// What it is for: the walk over one definition file. `m_point` is the working record that carries
-// what a Node element leaves out.
-// Threads: one. Owns: nothing.
+// Reads one definition file. `m_point` keeps the values that the next Node element may omit.
 class DefinitionReader {
  public:
   DefinitionReader(const PlantDevice& device, Plant& plant) : m_device(device), m_plant(plant) {}
@@ -82,7 +80,7 @@ void TakeDeviceAttribute(const util::XmlAttribute& attribute, PlantDevice& devic
   if (attribute.name == "SlaveId") device.slave = Byte(attribute.value);
 }
 
-// `device` is the working record of the whole template: what an element omits stays as it was.
+// `device` keeps the values that the next Dev element of the template may omit.
 void ReadChannel(const util::XmlElement& channel, PlantDevice& device, Plant& plant) {
   if (const auto number = channel.Attribute("No")) device.channel = Byte(*number);
   for (const util::XmlElement& element : channel.Children()) {

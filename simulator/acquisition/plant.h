@@ -1,6 +1,6 @@
-// Owns the simulator's own reading of the plant: which points the acquisition side polls, taken
-// from the channel template and the device-definition files that it names. It shares no code with
-// the service's catalogue, so that a mistake in either shows as a difference.
+// Owns the simulator's own reading of the plant: the points that the acquisition side polls, from
+// the channel template and its device-definition files. It shares no code with the service's
+// catalogue, so that a mistake in one of them shows as a difference.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,7 @@ inline constexpr int kPointTypes = 5;
 // The name that the device-definition files use: AI, DI, ACC, DO or AO.
 std::string_view PointTypeName(PointType type);
 
-// What it is for: one sample point.
+// One sample point.
 struct PlantPoint {
   std::uint32_t dataId = 0;  // identifier in the segment, see DataIdOf
   PointType type = PointType::kAi;
@@ -25,7 +25,7 @@ struct PlantPoint {
   std::string unit;  // engineering unit, at most 126 bytes, UTF-8; may be empty
 };
 
-// What it is for: one field device.
+// One field device.
 struct PlantDevice {
   std::string definition;   // path of its definition file, at most 126 bytes
   std::string protocol;     // at most 126 bytes
@@ -34,7 +34,7 @@ struct PlantDevice {
   std::uint8_t slave = 0;  // bus address on the channel
 };
 
-// What it is for: everything that the acquisition side polls.
+// Everything that the acquisition side polls.
 struct Plant {
   std::map<std::uint32_t, PlantPoint> points;      // by DataId
   std::map<std::uint16_t, PlantDevice> devices;    // by (channel << 8) | slave
@@ -46,12 +46,12 @@ struct Plant {
 std::uint32_t DataIdOf(std::uint8_t channel, std::uint8_t slave, PointType type,
                        std::uint16_t node);
 
-// The type that an identifier carries in its bits 11-8; nothing when they name no type.
+// The type in bits 11-8 of an identifier; nothing when they name no type.
 std::optional<PointType> TypeOf(std::uint32_t dataId);
 
 // Reads the template and every definition file that it names. An attribute that a Dev element omits
-// keeps the value of the Dev element before it, in the whole template; one that a Node element
-// omits keeps that of the Node before it, within the definition file. Of two points with one DataId
-// the later one stays. Nothing when the template cannot be read or its root is not ChannelConfig; a
-// definition file that cannot be read leaves its device without points and is listed.
+// keeps the value of the Dev element before it, in the whole template. An attribute that a Node
+// element omits keeps the value of the Node before it, within the definition file. Of two points
+// with one DataId the later one stays. Returns nothing when the template cannot be read or its root
+// is not ChannelConfig. A definition file that cannot be read is listed; its device has no points.
 std::optional<Plant> ReadPlant(const char* templatePath);

@@ -9,9 +9,9 @@
 namespace {
 
 constexpr std::int64_t kDaySeconds = 86'400;
-// What one transaction takes when many minutes are due: short enough for others to get their turn.
+// Minutes in one transaction when many are due. It must be short, for others use the file too.
 constexpr std::int64_t kMinutesAtOnce = 60;
-// The segment must not wait for the card longer than this; what is not recorded stays due.
+// The values of the segment must not wait longer than this for the card.
 constexpr std::chrono::milliseconds kPatience{2000};
 
 std::int64_t NextMultiple(std::int64_t after, std::int64_t interval) {
@@ -63,8 +63,7 @@ void Recorder::RecordHistory(std::int64_t now) {
   if (!m_plan.history) return;
   while (m_nextMinute <= now) {
     const std::int64_t end = std::min(now + 1, m_nextMinute + kMinutesAtOnce * kMinuteSeconds);
-    if (!m_history.AppendMissing(
-            HistoryRows(m_dataIds, m_nextMinute, end - 1, m_plan.historyFaults))) {
+    if (!m_history.AppendMissing(HistoryRows(m_dataIds, m_nextMinute, end - 1))) {
       return;
     }
     m_nextMinute = NextMultiple(end - 1, kMinuteSeconds);

@@ -1,5 +1,5 @@
-// Owns what the simulated acquisition side records on the SD card as time goes by: alarm events now
-// and then, and the history of every point.
+// Owns what the simulated acquisition side records on the SD card as time goes by: alarm events and
+// the history of every point.
 #pragma once
 
 #include <cstddef>
@@ -11,25 +11,23 @@
 #include "acquisition/historywriter.h"
 #include "acquisition/plant.h"
 
-// What it is for: what is to be recorded.
+// What is to be recorded.
 struct RecordingPlan {
   std::int64_t eventInterval = 60;  // seconds; 0: no events but the burst
   std::int64_t burst = 0;           // events at the start
-  bool history = true;              // a row a minute and point
+  bool history = true;              // a row for each minute and point
   std::int64_t historyMinutes = 0;  // minutes before the start that are filled in
-  HistoryFaults historyFaults = {};
 };
 
-// What it is for: following the clock and recording what is due. The times of everything recorded
-// come from the plan and the clock alone, so a late or an interrupted recorder writes the same
-// rows.
+// Follows the clock and records what is due:
 //   events   at every multiple of the interval the latest event since the multiple before, if the
-//            plant has had one; in a burst the latest events up to the start, of at most a day
-//   history  every whole minute; minutes that are there already are left alone
-// What cannot be recorded, for instance because another program holds a lock, stays due. A clock
-// that goes back is waited for; one that is set by more than a day, either way, is followed without
-// filling in the time between.
-// Threads: one. Owns: the plant; no file stays open between two calls.
+//            plant has had one; in a burst the latest events of the day before the start
+//   history  every whole minute that has no row yet
+// Times come from the plan and the clock alone, so a late or interrupted recorder writes the same
+// rows. What cannot be recorded, for instance because another program holds a lock, stays due. When
+// the clock goes back, the recorder waits until it is past the old time. When the clock is set by
+// more than a day, the recorder follows and does not fill in the time between. One thread uses it.
+// No file stays open between two calls.
 class Recorder {
  public:
   // Starts at Unix time `now`; nothing is written before Follow.
@@ -40,7 +38,7 @@ class Recorder {
   // Records everything that is due at a Unix time.
   void Follow(std::int64_t now);
 
-  // How many events wait to be recorded: at first the burst, after Follow those that have failed.
+  // How many events wait to be recorded: the burst at first, those that failed after Follow.
   std::size_t EventsDue() const { return m_eventsDue.size(); }
   // Why something stays due; empty when nothing does.
   std::string Trouble() const;

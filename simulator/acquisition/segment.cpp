@@ -24,7 +24,7 @@ constexpr std::size_t kRecordWords = sizeof(PointRecord) / kWordBytes;
 
 constexpr unsigned kShownKey = kSegmentKey;  // as messages print it
 
-// The service attaches for reading and writing, whoever it runs as.
+// The service attaches for reading and writing, as any user.
 constexpr int kAccess = 0666;
 
 [[noreturn]] void Fail(const char* action) {
@@ -33,14 +33,14 @@ constexpr int kAccess = 0666;
                                         kShownKey, std::generic_category().message(error).c_str()));
 }
 
-// What it is for: a segment that stood under the key before ours.
+// A segment that stood under the key before ours.
 struct Existing {
   int id = -1;
   std::size_t bytes = 0;
 };
 
-// Nothing when no segment stands under the key. Throws when somebody is attached to the one that
-// does: its writer is still alive.
+// Nothing when there is no segment under the key. Throws when somebody is attached to it: then its
+// writer is still alive.
 std::optional<Existing> FindStale() {
   const int id = shmget(kSegmentKey, 0, 0);
   if (id < 0 && errno == ENOENT) return std::nullopt;
@@ -94,7 +94,7 @@ Segment::Segment(const std::vector<SegmentPoint>& points, const SegmentShape& sh
                  StaleSegment stale)
     : m_bytes(BytesFor(points, shape)), m_id(MakeSegment(m_bytes, stale)), m_words(Attach()) {
   Write(points);
-  // The count comes last: a reader that is early sees an empty table, not unwritten records.
+  // The count comes last: an early reader sees an empty table, not unwritten records.
   if (m_bytes < kCountBytes) return;
   m_words[0] = shape.count.value_or(static_cast<std::uint32_t>(points.size()));
 }

@@ -1,5 +1,5 @@
-// Owns the live-value segment as its writer sees it: the System V shared memory through which the
-// acquisition side hands the current value of every point to the rest of the gateway.
+// Owns the writing of the live-value segment: the System V shared memory through which the
+// acquisition side gives the current value of every point to the rest of the gateway.
 //
 // Layout, little-endian: a 32-bit record count, then that many records of 24 bytes. There is no
 // lock between writer and readers: a reader may copy a record while it is being rewritten.
@@ -29,34 +29,33 @@ static_assert(offsetof(PointRecord, quality) == 4);
 static_assert(offsetof(PointRecord, value) == 8);
 static_assert(offsetof(PointRecord, stamp) == 16);
 
-// What it is for: what is to stand in one record.
+// What is to stand in one record.
 struct SegmentPoint {
   std::uint32_t dataId = 0;
   double value = 0;
 };
 
-// What it is for: a segment that does not fit its records. Each member replaces what would follow
-// from the number of points; records that do not fit whole are written as far as they fit.
+// A segment that does not fit its records. Each member replaces what the number of points would
+// give. Records that do not fit are written as far as they fit.
 struct SegmentShape {
   std::optional<std::uint32_t> count = std::nullopt;  // the count word
   std::optional<std::size_t> bytes = std::nullopt;    // the segment's size, at least 1
 };
 
-// What to do about a segment that an earlier writer left under the key, with nobody attached.
+// What to do with a segment that an earlier writer has left under the key and nobody uses.
 enum class StaleSegment {
-  kTakeOver,  // write into it when it has the right size, refuse otherwise
+  kTakeOver,  // write into it when it has the right size, else throw
   kReplace,   // remove it and start a new one
 };
 
 struct SegmentDetacher {
   void operator()(volatile std::uint32_t* words) const;
 };
-// An attached segment, seen as the 32-bit words it consists of.
+// An attached segment as 32-bit words.
 using SegmentWords = std::unique_ptr<volatile std::uint32_t[], SegmentDetacher>;
 
-// What it is for: the system's number of a segment of ours.
-// Threads: the one that holds it. Owns: the segment, which is removed with the object; its memory
-// stays for those still attached.
+// The system's number of a segment of ours. It removes the segment with the object; the memory
+// stays for those who are still attached.
 class SegmentId {
  public:
   explicit SegmentId(int id) : m_id(id) {}
@@ -70,15 +69,14 @@ class SegmentId {
   int m_id;
 };
 
-// What it is for: the segment under kSegmentKey, there as long as the object is; tests write
-// `Segment segment({{0x01031123, 12.5}});`.
-// Threads: one at a time. Other processes and other attachments read without asking.
-// Owns: the segment and one attachment to it; both go with the object.
+// The segment under kSegmentKey: `Segment segment({{0x01031123, 12.5}});`. One thread at a time may
+// call it; others read the memory without a lock. It holds the segment and one attachment to it,
+// and removes both with the object.
 class Segment {
  public:
   // Makes the segment and writes the points into it, in their order. Throws std::runtime_error with
-  // a readable reason when a segment is in use under the key, when a stale one stands in the way,
-  // or when the system gives none; then none of ours is left behind.
+  // a readable reason when a segment under the key is in use, when a stale one is in the way, or
+  // when the system gives none. Then it leaves no segment behind.
   explicit Segment(const std::vector<SegmentPoint>& points, const SegmentShape& shape = {},
                    StaleSegment stale = StaleSegment::kTakeOver);
   ~Segment() = default;
@@ -96,8 +94,8 @@ class Segment {
   // A further attachment to the same memory, at an address of its own; it may outlive the object.
   SegmentWords Attach() const;
 
-  // Makes sure that no segment stands under the key. Throws std::runtime_error when one does,
-  // unless it is stale and `stale` says to remove it.
+  // Makes sure that there is no segment under the key. Throws std::runtime_error when there is one,
+  // unless it is stale and `stale` says to replace it.
   static void RequireNone(StaleSegment stale);
 
  private:
@@ -107,7 +105,7 @@ class Segment {
 };
 
 // Stores one record word by word, in ascending order, as far as it lies within the first `bytes` of
-// the segment at `words`. The value's two halves are stored apart: whoever reads in between gets a
-// torn value.
+// the segment at `words`. The two halves of a value are stored one after the other: a reader in
+// between gets a torn value.
 void StoreRecord(const SegmentWords& words, std::size_t bytes, std::size_t index,
                  const PointRecord& record);

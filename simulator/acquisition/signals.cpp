@@ -11,8 +11,7 @@ namespace {
 constexpr std::int64_t kCountersStart = 1704067200;  // 2024-01-01 00:00:00 UTC
 constexpr double kResolution = 1000;                 // steps in one unit: three decimals
 
-// What it is for: the traits of one point, drawn from its identifier alone.
-// Threads: any. Owns: nothing.
+// Numbers that are drawn from the identifier of a point alone.
 class Traits {
  public:
   explicit Traits(std::uint32_t dataId) : m_dataId(dataId) {}
@@ -40,8 +39,7 @@ double OnGrid(double value) {
   return std::round(value * kResolution) / kResolution;
 }
 
-// How many whole periods have passed since 1970, and how far into the next one the time is; also
-// right for times before 1970.
+// How many whole periods have passed since 1970; also right for times before 1970.
 std::int64_t PeriodsPassed(std::int64_t seconds, std::int64_t period) {
   const std::int64_t quotient = seconds / period;
   return seconds % period < 0 ? quotient - 1 : quotient;
@@ -77,7 +75,7 @@ double Counter(std::uint32_t dataId, std::int64_t seconds) {
   return OnGrid(start + elapsed * thousandthsPerSecond / kResolution);
 }
 
-// Commands and setpoints are moved by the control room, at intervals of its own.
+// The control room changes commands and setpoints at regular intervals.
 std::int64_t MovesMade(std::uint32_t dataId, std::int64_t seconds) {
   const Traits traits(dataId);
   const std::int64_t period = traits.Draw(kPeriod, 900, 3600);

@@ -6,7 +6,7 @@
 
 namespace {
 
-// What it is for: the two generations of values that take turns.
+// The two generations of values that take turns.
 struct Generations {
   std::int64_t second = 0;
   std::array<std::vector<SegmentPoint>, 2> points;

@@ -1,4 +1,4 @@
-// Owns the stand-in for a writer that never pauses: values are torn for whoever reads them.
+// Owns a writer that never pauses, so that readers of the segment get torn values.
 #pragma once
 
 #include <atomic>
@@ -12,14 +12,13 @@
 // The points that are to stand in the segment at a Unix time, always the same ones in one order.
 using PointsAt = std::function<std::vector<SegmentPoint>(std::int64_t unixSeconds)>;
 
-// What it is for: rewriting every record of a segment as fast as it goes, in turn with the values
-// of the current second and of the next. A reader finds records of both, and values whose two
-// halves come from different ones. Threads: one makes and destroys it; while it lives nobody else
-// writes the segment. Owns: the thread that writes, and an attachment of its own for it.
+// Rewrites every record of a segment as fast as it can, in turn with the values of the current
+// second and of the next one. A reader finds records of both, and values whose two halves come from
+// different ones. While it lives, nobody else may write the segment. It holds its writing thread
+// and an attachment of its own.
 class TornWriter {
  public:
-  // Starts writing; `pointsAt` is called on the writing thread, whenever a second
-  // begins.
+  // Starts writing. The writing thread calls `pointsAt` whenever a second begins.
   TornWriter(const Segment& segment, PointsAt pointsAt);
   ~TornWriter() = default;
   TornWriter(const TornWriter&) = delete;

@@ -25,28 +25,28 @@ inline constexpr char kPlainType[] = "text/plain";
 // How an answer goes over the wire.
 enum class Delivery {
   kWhole,   // at once
-  kPieces,  // the second half of the body a while after the first
-  kCut,     // without the second half of the body, which the head promises
-  kNone,    // not at all: the connection is just closed
+  kPieces,  // the second half of the body comes a while after the first
+  kCut,     // the connection is closed before the second half of the body
+  kNone,    // no answer: the connection is closed
 };
 
-// What it is for: what goes back to the gateway, and how.
+// One answer to the gateway.
 struct Answer {
   int httpStatus = kHttpOk;
   std::string body;
   const char* contentType = kJsonType;
   Delivery delivery = Delivery::kWhole;
-  std::chrono::milliseconds stall{0};  // waited before the answer, or its second piece, is sent
+  std::chrono::milliseconds stall{0};  // pause before the answer, or before its second piece
 };
 
-// What it is for: what stands in "data" besides a login's element.
+// The elements of "data", other than a login's.
 struct EnvelopeData {
   std::string redirect{};             // the address check's "realIpAddress"; empty: no element
   std::vector<RecallOrder> orders{};  // the recall check's elements
 };
 
-// The envelope that answers a request to `endpoint`: an upload's has no "data", a login's carries
-// one element with "seqStatus" equal to `status`, the others' what `data` says.
+// The envelope that answers a request to `endpoint`. An upload's has no "data". A login's has one
+// element with "seqStatus" equal to `status`. The others have what `data` says.
 std::string Envelope(Endpoint endpoint, int status, std::string_view message,
                      const EnvelopeData& data = {});
 

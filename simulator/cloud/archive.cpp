@@ -37,7 +37,7 @@ Reader Open(const std::string& bytes) {
   return reader;
 }
 
-// The next member, or null behind the last one.
+// The next member, or null after the last one.
 archive_entry* NextMember(archive* reader) {
   archive_entry* member = nullptr;
   const int result = archive_read_next_header(reader, &member);

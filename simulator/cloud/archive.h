@@ -5,7 +5,7 @@
 
 namespace cloud {
 
-// What it is for: what a data file's archive holds.
+// The one member of a data file's archive.
 struct ArchiveContent {
   std::string memberName;
   std::string text;  // the member's bytes

@@ -10,24 +10,25 @@
 namespace cloud {
 
 const char kBehaviourHelp[] =
-    "  BEHAVIOURS is a list, consumed one item an exchange; after its end all is normal again:\n"
+    "  BEHAVIOURS is a list. Each exchange uses one item. After the last one the endpoint answers\n"
+    "  normally again:\n"
     "    ITEM[*COUNT][,ITEM[*COUNT]...]      e.g. refuse*2   ok*2,refuse   http:500:'busy'\n"
-    "  with the items\n"
+    "  Items:\n"
     "    ok                  answer normally\n"
     "    refuse              answer with status 1 (a login: seqStatus 1)\n"
     "    http:CODE[:'TEXT']  answer with this HTTP status (200 to 599) and body\n"
     "    nonsense[:'TEXT']   answer HTTP 200 with this text as the body\n"
     "    stall:SECONDS       wait (up to 600 s, e.g. 0.5), then answer normally\n"
-    "    pieces[:SECONDS]    answer normally, the second half of the body 0.2 s or so long later\n"
-    "    cut                 close the connection behind half of the answer's body\n"
+    "    pieces[:SECONDS]    answer normally, but send the second half of the body later (0.2 s)\n"
+    "    cut                 close the connection after half of the answer's body\n"
     "    close               close the connection without an answer\n"
-    "  TEXT stands between single or double quotes; the same quote twice inside means itself.\n";
+    "  TEXT stands between single or double quotes. Inside, write the same quote twice.\n";
 
 namespace {
 
 constexpr char kDefaultNonsense[] = "<html>this is not the answer that you expect</html>";
 constexpr std::chrono::milliseconds kDefaultPause{200};
-constexpr int kLowestHttpStatus = 200;  // a client takes 1xx for the prelude of another answer
+constexpr int kLowestHttpStatus = 200;  // after a 1xx a client waits for another answer
 constexpr int kHighestHttpStatus = 599;
 constexpr std::size_t kCountLimit = 10000;
 

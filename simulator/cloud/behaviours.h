@@ -17,7 +17,7 @@ namespace cloud {
 inline constexpr std::chrono::seconds kStallLimit{600};
 
 enum class Action {
-  kNormal,    // as a sound or a faulty request deserves
+  kNormal,    // a sound request is accepted, a faulty one is refused
   kRefuse,    // the envelope with status 1 (a login's with seqStatus 1)
   kStatus,    // a given HTTP status with a given body
   kNonsense,  // HTTP 200 with a given text as the body
@@ -27,8 +27,8 @@ enum class Action {
   kClose,     // no answer: the connection is closed
 };
 
-// What it is for: the cloud's conduct in one exchange. Made by the functions, which read like the
-// option's words: Behaviour::Stall(5s).
+// What the cloud does in one exchange. The functions make one and read like the words of the
+// options: Behaviour::Stall(5s).
 struct Behaviour {
   Action action = Action::kNormal;
   int httpStatus = 0;                  // kStatus: 200 to 599
@@ -52,11 +52,10 @@ struct Behaviour {
 // std::invalid_argument with a line that says what is wrong with it.
 std::vector<Behaviour> ParseBehaviours(std::string_view list);
 
-// The list's grammar, in lines for a help text.
+// The grammar of the list, in lines for a help text.
 extern const char kBehaviourHelp[];
 
-// What it is for: what is left to do, endpoint by endpoint.
-// Threads: any. Owns: the queues, guarded by m_mutex.
+// Holds the behaviours that each endpoint still has to show. Every thread may call it.
 class Script {
  public:
   void Append(Endpoint endpoint, const std::vector<Behaviour>& behaviours);

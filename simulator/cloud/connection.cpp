@@ -5,34 +5,60 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
-
-#include "cloud/request.h"
+#include <chrono>
 
 namespace cloud {
 
 namespace {
 
 constexpr std::chrono::seconds kReadTimeout{10};
-constexpr std::chrono::seconds kWriteTimeout{5};
+constexpr std::chrono::milliseconds kWriteTimeout{5000};
 constexpr std::chrono::seconds kFinishTimeout{1};
 constexpr std::size_t kChunkBytes = std::size_t{16} * 1024;
-constexpr std::size_t kReceivedLimitBytes = std::size_t{4} * 1024 * 1024;
+constexpr std::size_t kHeadLimitBytes = std::size_t{64} * 1024;
+
+// Statuses that have no phrase here are sent without one, which HTTP allows.
+const char* Phrase(int httpStatus) {
+  switch (httpStatus) {
+    case kHttpOk:
+      return "OK";
+    case kHttpBadRequest:
+      return "Bad Request";
+    case kHttpNotFound:
+      return "Not Found";
+    case kHttpMethodNotAllowed:
+      return "Method Not Allowed";
+    default:
+      return "";
+  }
+}
+
+std::string HeadOf(const Answer& answer) {
+  std::string head = "HTTP/1.1 " + std::to_string(answer.httpStatus) + " " +
+                     Phrase(answer.httpStatus) + "\r\nConnection: close\r\n";
+  if (answer.httpStatus == kHttpMethodNotAllowed) head += "Allow: POST\r\n";
+  if (!answer.body.empty()) head += std::string("Content-Type: ") + answer.contentType + "\r\n";
+  return head + "Content-Length: " + std::to_string(answer.body.size()) + "\r\n\r\n";
+}
 
 }  // namespace
 
-std::ptrdiff_t Connection::Read(char* bytes, std::size_t size) {
-  while (m_received.size() - m_given < size && Receive()) {
+std::optional<Request> Connection::Receive() {
+  while (HeadLength(m_received) == 0 && m_received.size() < kHeadLimitBytes && ReceiveMore()) {
   }
-  const std::size_t count = std::min(size, m_received.size() - m_given);
-  std::memcpy(bytes, m_received.data() + m_given, count);
-  m_given += count;
-  return static_cast<std::ptrdiff_t>(count);
+  if (m_received.empty()) return std::nullopt;
+  const std::size_t headLength = HeadLength(m_received);
+  if (headLength == 0) return Request();
+
+  Request request = ReadHead(std::string_view(m_received).substr(0, headLength));
+  const std::size_t length = std::min(request.ContentLength().value_or(0), kBodyLimitBytes);
+  while (m_received.size() - headLength < length && ReceiveMore()) {
+  }
+  request.body = m_received.substr(headLength, length);
+  return request;
 }
 
-bool Connection::Receive() {
-  Send();  // a peer may be waiting for "100 Continue"
-  if (m_received.size() > kReceivedLimitBytes) return false;
+bool Connection::ReceiveMore() {
   if (!m_stop.WaitFor(m_socket, POLLIN, kReadTimeout)) return false;
   std::array<char, kChunkBytes> chunk{};
   const ssize_t got = recv(m_socket, chunk.data(), chunk.size(), MSG_DONTWAIT);
@@ -41,29 +67,34 @@ bool Connection::Receive() {
   return true;
 }
 
-void Connection::Send() {
-  std::string_view rest = m_gathered;
-  while (!rest.empty()) {
-    pollfd writable{m_socket, POLLOUT, 0};
-    if (poll(&writable, 1, static_cast<int>(std::chrono::milliseconds(kWriteTimeout).count())) <=
-        0) {
-      break;
-    }
-    const ssize_t sent = send(m_socket, rest.data(), rest.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
-    if (sent <= 0) break;
-    rest.remove_prefix(static_cast<std::size_t>(sent));
+void Connection::Send(const Answer& answer) {
+  if (answer.delivery == Delivery::kNone) return;
+  const bool halved = answer.delivery != Delivery::kWhole;
+  const std::string bytes = HeadOf(answer) + answer.body;
+  const std::size_t secondHalf = answer.body.size() - answer.body.size() / 2;
+  const std::size_t first = halved ? bytes.size() - secondHalf : 0;
+
+  SendBytes(std::string_view(bytes).substr(0, first));
+  if (answer.delivery != Delivery::kCut) {
+    if (answer.stall.count() > 0 && !m_stop.Pause(answer.stall)) return;
+    SendBytes(std::string_view(bytes).substr(first));
   }
-  m_gathered.clear();
+  Finish();
 }
 
-std::string Connection::TakeSecondHalf() {
-  const std::size_t head = HeadLength(m_gathered);
-  const std::size_t firstHalf = head + (m_gathered.size() - head) / 2;
-  std::string secondHalf = m_gathered.substr(firstHalf);
-  m_gathered.resize(firstHalf);
-  return secondHalf;
+// Sends also while the server stops.
+void Connection::SendBytes(std::string_view bytes) {
+  while (!bytes.empty()) {
+    pollfd writable{m_socket, POLLOUT, 0};
+    if (poll(&writable, 1, static_cast<int>(kWriteTimeout.count())) <= 0) return;
+    const ssize_t sent = send(m_socket, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (sent <= 0) return;
+    bytes.remove_prefix(static_cast<std::size_t>(sent));
+  }
 }
 
+// Ends the sending side, then waits up to a second for the peer to end too. Without the wait, a
+// byte in flight would make the kernel reset the connection before the peer has read the answer.
 void Connection::Finish() {
   using Clock = std::chrono::steady_clock;
   shutdown(m_socket, SHUT_WR);

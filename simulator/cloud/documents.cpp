@@ -10,7 +10,6 @@
 
 #include "cloud/fault.h"
 #include "cloud/members.h"
-#include "cloud/textforms.h"
 
 namespace cloud {
 
@@ -93,13 +92,13 @@ std::size_t CheckDevice(const Value& device, const std::string& place, Devices* 
 
 void CheckAlarmType(Members* members) {
   const std::string_view type = members->Text("alarmType");
-  // An event without a type code of its own, first in its file, carries an empty text.
+  // The first event of a file may have no type code: its text is empty.
   const bool known =
       type.empty() || std::find(kAlarmTypes.begin(), kAlarmTypes.end(), type) != kAlarmTypes.end();
   if (!known) ThrowAt(members->PlaceOf("alarmType"), "is no alarm type code");
 }
 
-// Padded to four digits: a longer one has no zero in front.
+// Grades are padded to four digits; a longer one does not begin with a zero.
 void CheckAlarmGrade(Members* members) {
   const std::string_view grade = members->Text("alarmGrade");
   if (!IsUpperHex(grade, kPointIdDigits, kGradeDigitsAtMost) ||
@@ -191,7 +190,7 @@ void CheckRecallData(Members* members, DocumentFacts* facts) {
   facts->recall = std::move(recall);
 }
 
-void CheckBehindSerialNumber(Endpoint endpoint, Members* members, DocumentFacts* facts) {
+void CheckAfterSerialNumber(Endpoint endpoint, Members* members, DocumentFacts* facts) {
   switch (endpoint) {
     case Endpoint::kAuthorize:
       members->Number("applyType", 0, 0);
@@ -211,7 +210,7 @@ void CheckBehindSerialNumber(Endpoint endpoint, Members* members, DocumentFacts*
 }  // namespace
 
 DocumentFacts CheckDocument(Endpoint endpoint, const std::string& text) {
-  // Iterative: no depth of nesting may exhaust the thread's stack.
+  // Iterative, so that no depth of nesting exhausts the thread's stack.
   rapidjson::Document document;
   document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
   if (document.HasParseError()) {
@@ -220,7 +219,7 @@ DocumentFacts CheckDocument(Endpoint endpoint, const std::string& text) {
   Members members(document, "");
   DocumentFacts facts;
   facts.serialNumber = members.Text("sn");
-  CheckBehindSerialNumber(endpoint, &members, &facts);
+  CheckAfterSerialNumber(endpoint, &members, &facts);
   members.End();
   return facts;
 }

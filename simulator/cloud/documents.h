@@ -1,5 +1,5 @@
-// Owns the checks of every JSON document that a gateway sends: two request bodies and the three
-// data files. The forms are those of the gateway, to the order of the keys:
+// Owns the checks of every JSON document that a gateway sends: two request bodies and three data
+// files. The order of the keys is checked too:
 //
 //   login          {"sn":"…","applyType":0}
 //   recall check   {"sn":"…"}
@@ -22,7 +22,7 @@
 
 namespace cloud {
 
-// What it is for: one value of recall data, as written.
+// One value of recall data, as written.
 struct TimedValue {
   std::string timeMark;
   std::string value;
@@ -30,7 +30,7 @@ struct TimedValue {
   bool operator==(const TimedValue&) const = default;
 };
 
-// What it is for: one point of recall data.
+// One point of recall data.
 struct RecalledPoint {
   std::int64_t groupId = 0;
   std::int64_t eqpId = 0;
@@ -41,7 +41,7 @@ struct RecalledPoint {
   bool operator==(const RecalledPoint&) const = default;
 };
 
-// What it is for: recall data.
+// The content of a recall data file.
 struct RecallData {
   std::int32_t id = 0;  // the order that they answer
   std::vector<RecalledPoint> points;
@@ -49,7 +49,7 @@ struct RecallData {
   bool operator==(const RecallData&) const = default;
 };
 
-// What it is for: what a sound document says.
+// What a sound document says.
 struct DocumentFacts {
   std::string serialNumber;
   std::size_t devices = 0;  // different ones
@@ -57,8 +57,8 @@ struct DocumentFacts {
   std::optional<RecallData> recall{};
 };
 
-// Checks the document that belongs to `endpoint` (not the address check, which carries none).
-// Throws a Fault that names the place when anything is not as above.
+// Checks the document that belongs to `endpoint`; the address check has none. Throws a Fault that
+// names the place of the first thing that is not as above.
 DocumentFacts CheckDocument(Endpoint endpoint, const std::string& text);
 
 }  // namespace cloud

@@ -11,7 +11,7 @@ enum class Endpoint { kAuthorize, kSkipAddress, kRecallCheck, kRealData, kAlarmD
 
 inline constexpr std::size_t kEndpoints = 6;
 
-// What it is for: one endpoint's data sheet.
+// One endpoint.
 struct EndpointFacts {
   Endpoint endpoint;
   const char* path;  // on the wire, after the configured prefix

@@ -5,8 +5,8 @@
 
 namespace cloud {
 
-// What it is for: something in a request that is not as it should be; the text says what, in the
-// words of the answer's "message". Thrown by the checks, caught where the answer is made.
+// Says what is wrong with a request, in the words of the answer's "message". The checks throw it;
+// it is caught where the answer is made.
 class Fault : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

@@ -5,15 +5,45 @@
 #include <mutex>
 #include <ostream>
 
+#include "util/timetext.h"
+
 namespace cloud {
 
 namespace {
+
+std::string Clock(std::time_t when) {
+  const auto time = util::LocalTime(when);
+  return time ? util::ClockText(*time) : "--:--:--";
+}
+
+std::string WhatArrived(const Exchange& exchange) {
+  if (!exchange.endpoint) return exchange.request.method + " " + exchange.request.target;
+  const EndpointFacts& facts = Facts(*exchange.endpoint);
+  std::string text = facts.name;
+  if (!facts.IsUpload()) {
+    return exchange.serialNumber.empty() ? text : text + " sn " + exchange.serialNumber;
+  }
+  if (!exchange.fileName.empty()) text += " " + exchange.fileName;
+  text += " " + std::to_string(exchange.archive.size()) + " bytes";
+  text += ", " + std::to_string(exchange.devices) + " devices";
+  text += ", " + std::to_string(exchange.points) + " points";
+  return exchange.recall ? text + ", order " + std::to_string(exchange.recall->id) : text;
+}
 
 bool IsAcceptedUpload(const Exchange& exchange) {
   return exchange.accepted && exchange.endpoint && Facts(*exchange.endpoint).IsUpload();
 }
 
 }  // namespace
+
+std::string ToLine(const Exchange& exchange) {
+  std::string line = Clock(exchange.time) + " ";
+  if (exchange.onSecondAddress) line += "at " + exchange.address + " ";
+  line += WhatArrived(exchange) + ": " + exchange.verdict;
+  const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; };
+  std::replace_if(line.begin(), line.end(), isControl, '?');
+  return line;
+}
 
 std::size_t Journal::Record(const Exchange& exchange) {
   const std::lock_guard lock(m_mutex);
@@ -40,10 +70,6 @@ std::vector<Exchange> Journal::AcceptedUploads() const {
   std::copy_if(m_exchanges.begin(), m_exchanges.end(), std::back_inserter(uploads),
                IsAcceptedUpload);
   return uploads;
-}
-
-bool Journal::AwaitUploads(std::size_t count, std::chrono::milliseconds timeout) const {
-  return Await([&] { return m_uploadCount >= count; }, timeout);
 }
 
 bool Journal::AwaitExchanges(std::size_t count, std::chrono::milliseconds timeout) const {

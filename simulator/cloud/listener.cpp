@@ -4,8 +4,10 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <stdexcept>
@@ -15,9 +17,16 @@ namespace cloud {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
+int Left(Clock::time_point deadline) {
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+  return left.count() > 0 ? static_cast<int>(left.count()) : 0;
+}
+
 constexpr int kBacklog = 64;
 constexpr std::chrono::milliseconds kEndless{-1};
-constexpr std::chrono::milliseconds kAfterFailure{20};  // no descriptor left: others must end first
+constexpr std::chrono::milliseconds kAfterFailure{20};  // while no descriptor is left
 
 bool ReadAddress(const std::string& text, in_addr* address) {
   return inet_pton(AF_INET, text.c_str(), address) == 1;
@@ -39,6 +48,32 @@ void SetOption(int socket, int level, int option) {
 }
 
 }  // namespace
+
+StopSignal::StopSignal() : m_event(eventfd(0, EFD_CLOEXEC)) {
+  if (!m_event) throw std::system_error(errno, std::generic_category(), "eventfd");
+}
+
+void StopSignal::Raise() {
+  eventfd_write(m_event.Get(), 1);
+}
+
+bool StopSignal::Pause(std::chrono::milliseconds pause) const {
+  constexpr int kNoDescriptor = -1;  // poll passes over it
+  WaitFor(kNoDescriptor, 0, pause);
+  pollfd stop{m_event.Get(), POLLIN, 0};
+  return poll(&stop, 1, 0) == 0;
+}
+
+bool StopSignal::WaitFor(int descriptor, short events, std::chrono::milliseconds timeout) const {
+  const bool endless = timeout.count() < 0;
+  const Clock::time_point deadline = Clock::now() + timeout;
+  for (;;) {
+    std::array<pollfd, 2> waited{{{m_event.Get(), POLLIN, 0}, {descriptor, events, 0}}};
+    const int ready = poll(waited.data(), waited.size(), endless ? -1 : Left(deadline));
+    if (ready < 0 && errno == EINTR) continue;
+    return ready > 0 && waited[0].revents == 0;
+  }
+}
 
 bool IsLoopback(const std::string& address) {
   constexpr std::uint32_t kLoopbackNet = 127;

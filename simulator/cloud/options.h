@@ -8,7 +8,7 @@
 
 namespace cloud {
 
-// What it is for: what the command line asks for.
+// What the command line asks for.
 struct ProgramOptions {
   Settings settings;
   std::size_t exitAfter = 0;  // accepted uploads after which the program ends; 0: never
@@ -16,7 +16,7 @@ struct ProgramOptions {
 };
 
 // Reads the command line. Throws std::invalid_argument with a line that says what is wrong.
-ProgramOptions ParseOptions(int argumentCount, char* const* arguments);
+ProgramOptions ParseOptions(int argc, char* const* argv);
 
 // The text of --help.
 std::string HelpText();

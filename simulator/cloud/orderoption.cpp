@@ -1,5 +1,3 @@
-#include "cloud/orderoption.h"
-
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
@@ -8,22 +6,23 @@
 #include <stdexcept>
 #include <string>
 
-#include "cloud/textforms.h"
+#include "cloud/members.h"
+#include "cloud/orders.h"
 
 namespace cloud {
 
 const char kOrderHelp[] =
-    "  ORDER is a recall of history, answered at every recall check until its data are accepted:\n"
+    "  ORDER is a recall of history. Every recall check gets it until its data are accepted:\n"
     "    [SERIAL#]ID:DEVICE[;DEVICE...][*N][+K]\n"
-    "  with DEVICE\n"
+    "  DEVICE is\n"
     "    GROUP/EQP:POINT[,POINT...]@BEGIN..END\n"
     "  e.g. '7:1/3:1123,00AB@2024-03-01 10:00:00..2024-03-01 10:30:00'\n"
-    "    SERIAL     the gateway that is meant (whoever asks); other gateways see the order too\n"
+    "    SERIAL     serial number of the gateway (the one that asks)\n"
     "    ID         sequence number of the order\n"
     "    GROUP/EQP  channel number and device address, decimal\n"
     "    POINT      lower half of the point's DataId, up to four hexadecimal digits\n"
-    "    N          stand in the answers to N checks, accepted or not\n"
-    "    K          let K checks pass first\n";
+    "    N          give the order in N answers, even after its data are accepted\n"
+    "    K          answer K checks without the order first\n";
 
 namespace {
 
@@ -48,7 +47,7 @@ class Reader {
       order.repeats = Number(rest.substr(star + 1), 1, kCheckLimit, "count after '*'");
       rest = rest.substr(0, star);
     }
-    std::string_view head = Until(':', &rest, "has no ':' behind its number");
+    std::string_view head = Until(':', &rest, "has no ':' after its number");
     if (const std::size_t hash = head.find('#'); hash != std::string_view::npos) {
       order.serialNumber = head.substr(0, hash);
       head.remove_prefix(hash + 1);

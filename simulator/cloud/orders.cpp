@@ -39,7 +39,7 @@ std::time_t Time(const std::string& timeMark) {
   return util::UnixTime(util::ReadTimeMark(timeMark.c_str()));
 }
 
-// Gateways move a begin or an end within a minute to the next whole one.
+// A gateway moves a begin or an end inside a minute to the next whole minute.
 std::time_t WholeMinute(const std::string& timeMark) {
   constexpr std::time_t kMinuteSeconds = 60;
   return (Time(timeMark) + kMinuteSeconds - 1) / kMinuteSeconds * kMinuteSeconds;
@@ -104,7 +104,7 @@ void OrderBook::Check(const std::string& serialNumber, const RecallData& recall)
   for (const Entry& entry : m_entries) {
     if (!entry.IsMeantBy(serialNumber, recall)) continue;
     difference = Difference(entry.order, recall);
-    if (!difference) return;  // an "id" may have been given more than once
+    if (!difference) return;  // the same "id" may have been ordered more than once
   }
   if (difference) throw Fault(*difference);
 }

@@ -1,6 +1,7 @@
 #include "cloud/requestchecks.h"
 
 #include <array>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -8,7 +9,7 @@
 #include "cloud/archive.h"
 #include "cloud/documents.h"
 #include "cloud/fault.h"
-#include "cloud/textforms.h"
+#include "cloud/members.h"
 
 namespace cloud {
 
@@ -37,8 +38,6 @@ constexpr std::array<ExpectedHeader, 5> kUploadHeaders{{
      "multipart/form-data;charset=UTF-8;boundary=--WebKitFormBoundaryslLU7UmlAp48QHln"},
 }};
 
-constexpr std::string_view kFormOpening = "----WebKitFormBoundaryslLU7UmlAp48QHln\r\n";
-constexpr std::string_view kFormClosing = "\r\n----WebKitFormBoundaryslLU7UmlAp48QHln--\r\n";
 constexpr std::string_view kArchiveEnding = ".tar.gz";
 
 std::string TheOnlyValue(const Request& request, const std::string& name) {
@@ -70,17 +69,12 @@ void CheckLength(const Request& request) {
   }
 }
 
-void CheckForm(const Request& request) {
-  if (!request.framed || !request.body.starts_with(kFormOpening) ||
-      !request.body.ends_with(kFormClosing)) {
-    throw Fault("the body is not framed by the boundary that Content-Type names");
-  }
-  if (request.parts.size() != 1) throw Fault("the form does not have exactly one field");
-  const FormPart& part = request.parts[0];
-  if (part.name != "licence") throw Fault("the form has no field \"licence\"");
-  if (part.fileName.empty()) throw Fault("field \"licence\" has no file name");
-  if (part.contentType != "application/octet-stream") {
-    throw Fault("field \"licence\" is \"" + part.contentType +
+void CheckForm(const std::optional<FormFile>& file) {
+  if (!file) throw Fault("the body is not one part framed by the boundary of Content-Type");
+  if (file->field != "licence") throw Fault("the form has no field \"licence\"");
+  if (file->fileName.empty()) throw Fault("field \"licence\" has no file name");
+  if (file->contentType != "application/octet-stream") {
+    throw Fault("field \"licence\" is \"" + file->contentType +
                 "\", expected \"application/octet-stream\"");
   }
 }
@@ -115,14 +109,14 @@ void CheckContent(const EndpointFacts& facts, const std::string& serialNumber, E
 }
 
 void CheckUpload(const EndpointFacts& facts, const std::string& serialNumber, Exchange* exchange) {
-  const Request& request = exchange->request;
-  if (!request.parts.empty()) {
-    exchange->fileName = request.parts[0].fileName;
-    exchange->archive = request.parts[0].content;
+  const std::optional<FormFile> file = ReadForm(exchange->request.body);
+  if (file) {
+    exchange->fileName = file->fileName;
+    exchange->archive = file->content;
   }
-  CheckHeaders(request, kUploadHeaders);
-  CheckLength(request);
-  CheckForm(request);
+  CheckHeaders(exchange->request, kUploadHeaders);
+  CheckLength(exchange->request);
+  CheckForm(file);
   OpenArchive(facts, exchange);
   CheckContent(facts, serialNumber, exchange);
 }

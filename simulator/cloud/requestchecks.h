@@ -4,14 +4,14 @@
 #include <string>
 
 #include "cloud/endpoints.h"
-#include "cloud/exchange.h"
+#include "cloud/journal.h"
 
 namespace cloud {
 
-// Checks `exchange->request` from the outside in: HTTP version, the gateway's headers, the length,
-// then for an upload the form, the file name and the archive, then the document and its serial
-// number (any when `serialNumber` is empty). Fills the exchange as far as it gets and leaves the
-// first thing that is wrong in `exchange->fault`; empty when nothing is.
+// Checks `exchange->request` from the outside in: HTTP version, the gateway's headers, the length;
+// for an upload the form, the file name and the archive; then the document and its serial number
+// (an empty `serialNumber` allows any). Fills the exchange up to the first thing that is wrong, and
+// puts that into `exchange->fault`. The fault is empty when the request is sound.
 void CheckRequest(const EndpointFacts& facts, const std::string& serialNumber, Exchange* exchange);
 
 }  // namespace cloud

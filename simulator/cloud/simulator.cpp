@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "cloud/connection.h"
-#include "cloud/conversation.h"
 #include "cloud/fault.h"
 #include "cloud/requestchecks.h"
 #include "util/text.h"
@@ -100,7 +99,6 @@ Simulator::Simulator(Settings settings)
   for (const auto& [endpoint, behaviours] : m_settings.scripts) Script(endpoint, behaviours);
   Announce(m_settings.address);  // both before a thread prints, too
   if (m_secondListener) Announce(m_settings.secondAddress);
-  PrepareLibrary();
   Start(m_listener, m_settings.address);
   if (m_secondListener) Start(*m_secondListener, m_settings.secondAddress);
 }
@@ -128,12 +126,10 @@ void Simulator::Redirect(const std::string& realIpAddress) {
 }
 
 void Simulator::Serve(const Listener& listener, const std::string& address) {
-  const auto respond = [&](const Request& request) { return Respond(request, address); };
-  for (;;) {
-    const util::Descriptor socket = listener.Accept(m_stop);
-    if (!socket) return;
+  while (const util::Descriptor socket = listener.Accept(m_stop)) {
     Connection connection(socket.Get(), m_stop);
-    Converse(&connection, m_stop, respond);
+    const std::optional<Request> request = connection.Receive();
+    if (request) connection.Send(Respond(*request, address));
   }
 }
 

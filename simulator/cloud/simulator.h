@@ -1,5 +1,5 @@
-// Owns the cloud on a desk: an HTTP server on a loopback address that behaves to the gateway as a
-// strict cloud would, keeps what it receives, and can be told to misbehave.
+// Owns the simulated cloud: a strict HTTP server on a loopback address that checks and keeps what a
+// gateway sends, and can be told to misbehave.
 #pragma once
 
 #include <chrono>
@@ -14,17 +14,15 @@
 #include <vector>
 
 #include "cloud/behaviours.h"
-#include "cloud/exchange.h"
 #include "cloud/journal.h"
 #include "cloud/listener.h"
 #include "cloud/orders.h"
-#include "cloud/stopsignal.h"
 #include "cloud/uploadstore.h"
 #include "util/mutex.h"
 
 namespace cloud {
 
-// What it is for: how the simulator is set up. The defaults suit a test.
+// How the simulator is set up. The defaults suit a test.
 struct Settings {
   std::string address = "127.0.0.1";  // a loopback address
   int port = 0;                       // 0: any free one
@@ -32,7 +30,7 @@ struct Settings {
   std::string prefix{};               // the gateway's "Dir": empty, or like "/cloud"
   std::string serialNumber{};         // expected of every document; empty: any
   std::string uploadFolder{};         // where uploads are kept; empty: nowhere
-  std::ostream* lines = nullptr;      // gets "listening on …", then a line an exchange
+  std::ostream* lines = nullptr;      // gets "listening on …", then a line for each exchange
   // What endpoints are told to do from the start, see Simulator::Script.
   std::vector<std::pair<Endpoint, std::vector<Behaviour>>> scripts{};
   std::string redirect{};             // from the start, see Simulator::Redirect
@@ -42,11 +40,10 @@ struct Settings {
   std::function<void(std::size_t)> onAcceptedUpload{};
 };
 
-// What it is for: the cloud side of system tests and of the demonstration run. Up to eight
-// connections are served at a time on each address, one exchange each. An exchange is recorded
-// before its answer is sent: who has the answer finds the record.
-// Threads: any; Stop from one only. Owns: the listening sockets, the server threads, the records,
-// the orders, m_redirect guarded by m_redirectMutex.
+// The cloud side of system tests and of the demonstration run. It serves up to eight connections at
+// a time on each address, one exchange each, and records an exchange before it sends the answer.
+// Every thread may call it; only one may call Stop. It holds the listening sockets and the server
+// threads.
 class Simulator {
  public:
   // Starts serving. Throws as Listener and UploadStore do when that is impossible.
@@ -57,38 +54,34 @@ class Simulator {
 
   // The same on both addresses.
   int Port() const { return m_listener.Port(); }
-  // Ends all waits and stalls, lets answers under way go out, and returns when no thread is left.
-  // The records stay.
+  // Ends all waits and stalls, finishes the answers that are being sent, and returns when no thread
+  // is left. The records stay.
   void Stop();
 
-  // Appends to what the endpoint does in its next exchanges; afterwards it is normal again. Only
-  // POST requests to the endpoint count as exchanges here.
+  // Appends to what the endpoint does in its next exchanges; then it answers normally again. Only
+  // POST requests to the endpoint use up a behaviour.
   void Script(Endpoint endpoint, const std::vector<Behaviour>& behaviours) {
     m_script.Append(endpoint, behaviours);
   }
 
-  // Orders history: the order stands in the answer to every sound recall check until data with its
-  // "id" are accepted, or in as many answers as it says. Several may stand at a time.
+  // Orders history. The order stands in the answer to every sound recall check until data with its
+  // "id" are accepted, or in as many answers as it says. Several orders may stand at a time.
   void Order(const RecallOrder& order) { m_orders.Add(order); }
   // How many orders will stand in an answer, now or later.
   std::size_t StandingOrders() const { return m_orders.Standing(); }
-  // From now on every sound address check is answered with this "realIpAddress", "127.0.0.2:8080"
-  // or without a port; with an empty text with none. Where it leads is the caller's business:
-  // requests are served on both addresses alike.
+  // Answers every sound address check from now on with this "realIpAddress", "127.0.0.2:8080" or
+  // without a port. An empty text ends the redirect. Both addresses serve all requests.
   void Redirect(const std::string& realIpAddress);
 
-  // Copies of the records, oldest first; the second of accepted uploads only.
+  // Copies of the records, oldest first; the second gives accepted uploads only.
   std::vector<Exchange> Exchanges() const { return m_journal.Exchanges(); }
   std::vector<Exchange> AcceptedUploads() const { return m_journal.AcceptedUploads(); }
-  // Wait, on the monotonic clock, until `count` uploads have been accepted, or exchanges recorded,
-  // since the start; false when `timeout` has passed first.
-  bool AwaitUploads(std::size_t count, std::chrono::milliseconds timeout) const {
-    return m_journal.AwaitUploads(count, timeout);
-  }
+  // Waits, on the monotonic clock, until `count` exchanges have been recorded since the start.
+  // False when `timeout` has passed first.
   bool AwaitExchanges(std::size_t count, std::chrono::milliseconds timeout) const {
     return m_journal.AwaitExchanges(count, timeout);
   }
-  // The same for exchanges of one endpoint that were accepted.
+  // The same for accepted exchanges of one endpoint.
   bool AwaitAccepted(Endpoint endpoint, std::size_t count,
                      std::chrono::milliseconds timeout) const {
     return m_journal.AwaitAccepted(endpoint, count, timeout);

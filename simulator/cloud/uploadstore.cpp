@@ -42,7 +42,7 @@ void UploadStore::Keep(bool accepted, Exchange* exchange) {
   if (!accepted) folder += std::string(kRefusedFolder) + "/";
   folder += Facts(*exchange->endpoint).name;
   const std::string path = folder + "/" + exchange->fileName;
-  const std::string unfinished = path + ".part";  // who watches the folder sees whole files only
+  const std::string unfinished = path + ".part";  // others see whole files only
 
   const std::lock_guard lock(m_mutex);
   std::error_code error;

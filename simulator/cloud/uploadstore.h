@@ -5,26 +5,25 @@
 
 #include <string>
 
-#include "cloud/exchange.h"
+#include "cloud/journal.h"
 #include "util/mutex.h"
 
 namespace cloud {
 
-// What it is for: keeping the archives' bytes. Threads: any. Owns: nothing but the folder's name.
+// Keeps the bytes of uploaded archives. Every thread may call it.
 class UploadStore {
  public:
   // Creates the folder and those inside it; an empty name keeps nothing. Throws
   // std::filesystem::filesystem_error when a folder cannot be made.
   explicit UploadStore(std::string folder);
 
-  // Keeps the exchange's archive under its file name, in place of one of the same name, and fills
+  // Writes the exchange's archive under its file name, replaces one of the same name, and fills
   // `keptAs`. A name that is no bare file name is not kept. Throws Fault when it cannot be written.
   void Keep(bool accepted, Exchange* exchange);
 
  private:
   std::string m_folder;
-  util::Mutex
-      m_mutex;  // one file is written at a time, so that one name is never written twice at once
+  util::Mutex m_mutex;  // guards the files: one is written at a time
 };
 
 }  // namespace cloud

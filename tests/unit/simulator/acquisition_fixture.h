@@ -1,116 +1,91 @@
-// The live-value segment seen from outside, and a small plant to publish; for the tests of the
-// simulated acquisition side. The layout is spelled out here once more, on purpose.
+// The live-value segment and the card's databases seen from outside, and plants to publish.
+// Layouts, paths and tables are spelled out here once more, on purpose.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <sys/ipc.h>
 #include <sys/shm.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <optional>
-#include <thread>
-#include <utility>
+#include <map>
+#include <string>
 #include <vector>
 
+#include "acquisition/plant.h"
 #include "support/configs.h"
 #include "support/files.h"
+#include "util/sqlite.h"
 
 namespace test {
 
 inline constexpr key_t kRawKey = 0x10903;
 inline constexpr char kTemplatePath[] = "/tessel/Config/Channel-template.xml";
+inline constexpr char kMarchEvents[] = "/media/mmcblk0p1/202403_event.db";
+inline constexpr char kHistoryPath[] = "/media/mmcblk0p1/demand_history.db";
+inline constexpr std::int64_t kNoon = 1709784000;  // 2024-03-07 12:00 local time
 
-struct RawRecord {
-  std::uint32_t dataId = 0;
-  std::uint32_t quality = 0;
-  double value = 0;
-  std::int64_t stamp = 0;
-};
-
-// What it is for: a copy of the segment's bytes. Threads: any. Owns: the copy.
-class RawSegment {
- public:
-  explicit RawSegment(std::vector<unsigned char> bytes) : m_bytes(std::move(bytes)) {}
-
-  // Nothing when there is no segment.
-  static std::optional<RawSegment> Read() {
-    const int id = shmget(kRawKey, 0, 0);
-    if (id < 0) return std::nullopt;
-    shmid_ds status{};
-    if (shmctl(id, IPC_STAT, &status) != 0) return std::nullopt;
-    const void* const address = shmat(id, nullptr, SHM_RDONLY);
-    if (reinterpret_cast<std::intptr_t>(address) == -1) return std::nullopt;
-    std::vector<unsigned char> bytes(status.shm_segsz);
-    std::memcpy(bytes.data(), address, bytes.size());
-    shmdt(address);
-    return RawSegment(std::move(bytes));
-  }
-
-  std::size_t Size() const { return m_bytes.size(); }
-  std::uint32_t Count() const { return At<std::uint32_t>(0); }
-  RawRecord Record(std::size_t index) const {
-    const std::size_t start = 4 + 24 * index;
-    return {At<std::uint32_t>(start), At<std::uint32_t>(start + 4), At<double>(start + 8),
-            At<std::int64_t>(start + 16)};
-  }
-  // As many records as lie within the segment, whatever the count word says.
-  std::vector<RawRecord> Records() const {
-    std::vector<RawRecord> records;
-    for (std::size_t i = 0; 4 + 24 * (i + 1) <= m_bytes.size(); ++i) records.push_back(Record(i));
-    return records;
-  }
-
- private:
-  template <typename T>
-  T At(std::size_t offset) const {
-    T value{};
-    EXPECT_LE(offset + sizeof(T), m_bytes.size());
-    if (offset + sizeof(T) <= m_bytes.size()) std::memcpy(&value, &m_bytes[offset], sizeof(T));
-    return value;
-  }
-
-  std::vector<unsigned char> m_bytes;
-};
-
-// Overwrites the value of one record, as the segment's own writer would not. False without a
-// segment.
-inline bool SpoilValue(std::size_t index, double value) {
+// The segment's bytes; empty when there is no segment.
+inline std::string RawSegment() {
   const int id = shmget(kRawKey, 0, 0);
-  void* const address = id < 0 ? nullptr : shmat(id, nullptr, 0);
-  if (address == nullptr || reinterpret_cast<std::intptr_t>(address) == -1) return false;
-  std::memcpy(static_cast<char*>(address) + 4 + 24 * index + 8, &value, sizeof(value));
+  if (id < 0) return {};
+  shmid_ds status{};
+  shmctl(id, IPC_STAT, &status);
+  const void* const address = shmat(id, nullptr, SHM_RDONLY);
+  std::string bytes(static_cast<const char*>(address), status.shm_segsz);
   shmdt(address);
-  return true;
+  return bytes;
 }
 
-// A segment as a writer that was killed leaves it behind: nobody is attached.
-inline void LeaveStaleSegment(std::size_t bytes) {
-  ASSERT_GE(shmget(kRawKey, bytes, IPC_CREAT | IPC_EXCL | 0666), 0);
+// What stands at an offset of those bytes.
+template <typename T>
+T At(const std::string& bytes, std::size_t offset) {
+  T value{};
+  EXPECT_LE(offset + sizeof(T), bytes.size());
+  if (offset + sizeof(T) <= bytes.size()) std::memcpy(&value, &bytes[offset], sizeof(T));
+  return value;
 }
 
-// Returns once `happened` is true; false when that takes longer than ten seconds.
-template <typename Condition>
-bool Await(Condition happened) {
-  const std::time_t deadline = std::time(nullptr) + 10;
-  while (!happened()) {
-    if (std::time(nullptr) > deadline) return false;
-    std::this_thread::yield();
+// The first column of each row of a query; nothing when it cannot be run.
+inline std::vector<std::string> Lines(const std::string& path, const std::string& query) {
+  std::vector<std::string> lines;
+  if (!Exists(path)) return lines;
+  util::Database database(path.c_str());
+  util::Statement rows = database.Prepare(query);
+  while (rows && rows.NextRow()) lines.emplace_back(rows.Text(0));
+  return lines;
+}
+
+// A plant of these points, whose types their identifiers tell.
+inline Plant PlantOf(const std::vector<std::uint32_t>& dataIds) {
+  Plant plant;
+  for (const std::uint32_t dataId : dataIds) {
+    PlantPoint& point = plant.points[dataId];
+    point.dataId = dataId;
+    point.type = TypeOf(dataId).value_or(PointType::kAi);
   }
-  return true;
+  return plant;
 }
 
-// What it is for: every test around the simulated acquisition side. It refuses to run outside the
-// sandbox; each test starts without configuration, on an empty card, and ends without a segment.
+// `count` points of one type on device 0x0103.
+inline std::vector<std::uint32_t> Points(PointType type, std::uint16_t count) {
+  std::vector<std::uint32_t> points;
+  for (std::uint16_t node = 1; node <= count; ++node) points.push_back(DataIdOf(1, 3, type, node));
+  return points;
+}
+
+// Runs inside the sandbox only. Each test starts without configuration, on an empty card, eight
+// hours east of Greenwich, and starts and ends without a segment.
 class AcquisitionTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_NE(std::getenv("BRENNIK_SANDBOX"), nullptr) << "run this through scripts/sandbox";
     Empty("/tessel");
     Empty("/media/mmcblk0p1");
+    setenv("TZ", "CST-8", 1);
+    tzset();
     RemoveSegment();
   }
   void TearDown() override { RemoveSegment(); }
@@ -135,9 +110,5 @@ class AcquisitionTest : public ::testing::Test {
     if (id >= 0) shmctl(id, IPC_RMID, nullptr);
   }
 };
-
-// The points of that plant, in ascending order.
-inline const std::vector<std::uint32_t> kSmallPlantPoints = {0x01030001, 0x01030002, 0x01030205,
-                                                             0x01031123, 0x02040301, 0x0204B401};
 
 }  // namespace test

@@ -1,222 +1,127 @@
+// The live-value segment as its writer leaves it, and torn values.
 #include "acquisition/segment.h"
 
 #include <gmock/gmock.h>
 
+#include <bit>
+#include <set>
 #include <stdexcept>
 
+#include "acquisition/tornwriter.h"
 #include "acquisition_fixture.h"
+#include "programrun.h"
 
 namespace {
 
-using ::testing::HasSubstr;
-using ::testing::ThrowsMessage;
+using LiveSegment = test::AcquisitionTest;
+using test::At;
+using test::RawSegment;
 
-using SegmentWriting = test::AcquisitionTest;
-using StaleSegmentHandling = test::AcquisitionTest;
-
-TEST_F(SegmentWriting, PutsCountAndRecordsWhereReadersLookForThem) {
+TEST_F(LiveSegment, HoldsCountAndRecordsWhereReadersLookForThem) {
   const std::time_t before = std::time(nullptr);
   const Segment segment({{0x01031123, 12.5}, {0x020CB401, -0.25}});
-  const std::time_t after = std::time(nullptr);
 
-  const auto raw = test::RawSegment::Read();
+  const std::string raw = RawSegment();
 
-  ASSERT_TRUE(raw);
-  EXPECT_EQ(raw->Size(), 4U + 2 * 24U);
-  EXPECT_EQ(raw->Count(), 2U);
-  EXPECT_EQ(raw->Record(0).dataId, 0x01031123U);
-  EXPECT_EQ(raw->Record(0).quality, 0xC0U);
-  EXPECT_EQ(raw->Record(0).value, 12.5);
-  EXPECT_GE(raw->Record(0).stamp, before);
-  EXPECT_LE(raw->Record(0).stamp, after);
-  EXPECT_EQ(raw->Record(1).dataId, 0x020CB401U);
-  EXPECT_EQ(raw->Record(1).value, -0.25);
+  ASSERT_EQ(raw.size(), 4U + 2 * 24U);
+  EXPECT_EQ(At<std::uint32_t>(raw, 0), 2U);
+  EXPECT_EQ(At<std::uint32_t>(raw, 4), 0x01031123U);
+  EXPECT_EQ(At<std::uint32_t>(raw, 8), 0xC0U);
+  EXPECT_EQ(At<double>(raw, 12), 12.5);
+  EXPECT_GE(At<std::int64_t>(raw, 20), before);
+  EXPECT_LE(At<std::int64_t>(raw, 20), std::time(nullptr));
+  EXPECT_EQ(At<std::uint32_t>(raw, 28), 0x020CB401U);
+  EXPECT_EQ(At<double>(raw, 36), -0.25);
 }
 
-TEST_F(SegmentWriting, TakesASinglePoint) {
-  const Segment segment({{0x01031123, 12.5}});
-
-  const auto raw = test::RawSegment::Read();
-
-  ASSERT_TRUE(raw);
-  EXPECT_EQ(raw->Count(), 1U);
-  EXPECT_EQ(raw->Record(0).value, 12.5);
-}
-
-TEST_F(SegmentWriting, HoldsOnlyTheCountWordWithoutPoints) {
-  const Segment segment({});
-
-  const auto raw = test::RawSegment::Read();
-
-  ASSERT_TRUE(raw);
-  EXPECT_EQ(raw->Size(), 4U);
-  EXPECT_EQ(raw->Count(), 0U);
-}
-
-TEST_F(SegmentWriting, RemovesTheSegmentWithTheObject) {
-  { const Segment segment({{1, 1}}); }
-
-  EXPECT_FALSE(test::RawSegment::Read());
-}
-
-TEST_F(SegmentWriting, LeavesTheMemoryToThoseStillAttached) {
-  std::optional<Segment> segment(std::in_place, std::vector<SegmentPoint>{{7, 1}});
-  const SegmentWords words = segment->Attach();
-
-  segment.reset();
-
-  EXPECT_EQ(words[0], 1U);
-  EXPECT_EQ(words[1], 7U);
-}
-
-TEST_F(SegmentWriting, RewritesRecordsInPlace) {
-  Segment segment({{1, 1}, {2, 2}});
-
-  segment.Write({{1, 10}, {2, 20}});
-
-  const auto raw = test::RawSegment::Read();
-  ASSERT_TRUE(raw);
-  EXPECT_EQ(raw->Count(), 2U);
-  EXPECT_EQ(raw->Record(0).value, 10);
-  EXPECT_EQ(raw->Record(1).value, 20);
-}
-
-TEST_F(SegmentWriting, WritesNothingPastItsEnd) {
-  Segment segment({{1, 1}});
-
-  segment.Write({{1, 10}, {2, 20}});
-
-  const SegmentWords words = segment.Attach();  // a whole page, of which 28 bytes are the segment's
-  for (std::size_t i = 7; i < 14; ++i) EXPECT_EQ(words[i], 0U) << i;
-}
-
-TEST_F(SegmentWriting, SetsTheFirstRecordOfAPoint) {
+TEST_F(LiveSegment, IsRewrittenInPlaceAndNotPastItsEnd) {
   Segment segment({{1, 1}, {2, 2}, {2, 3}});
+  const SegmentWords words = segment.Attach();
 
+  segment.Write({{1, 10}, {2, 20}, {2, 30}, {3, 40}});
   const bool found = segment.Set(2, 50);
 
+  const std::string raw = RawSegment();
   EXPECT_TRUE(found);
-  const auto raw = test::RawSegment::Read();
-  ASSERT_TRUE(raw);
-  EXPECT_EQ(raw->Record(0).value, 1);
-  EXPECT_EQ(raw->Record(1).value, 50);
-  EXPECT_EQ(raw->Record(2).value, 3);
+  EXPECT_EQ(At<std::uint32_t>(raw, 0), 3U);
+  EXPECT_EQ(At<double>(raw, 12), 10);
+  EXPECT_EQ(At<double>(raw, 36), 50);
+  EXPECT_EQ(At<double>(raw, 60), 30);
+  EXPECT_EQ(words[19], 0U);  // the first word of a fourth record
+  EXPECT_FALSE(segment.Set(4, 50));
 }
 
-TEST_F(SegmentWriting, SetsNothingForAPointThatIsNotThere) {
-  Segment segment({{1, 1}});
-
-  EXPECT_FALSE(segment.Set(2, 50));
+TEST_F(LiveSegment, TakesAnyShape) {
+  {
+    const Segment liar({{1, 1}}, {.count = 0xFFFFFFFF});
+    EXPECT_EQ(RawSegment().size(), 28U);
+    EXPECT_EQ(At<std::uint32_t>(RawSegment(), 0), 0xFFFFFFFFU);
+  }
+  {
+    const Segment cut({{1, 1}, {2, 2}}, {.bytes = 4 + 24 + 8});
+    EXPECT_EQ(RawSegment().size(), 36U);
+    EXPECT_EQ(cut.Attach()[7], 2U);  // the identifier of the record that is cut
+    EXPECT_EQ(cut.Attach()[9], 0U);  // its value does not fit
+  }
+  {
+    const Segment tiny({{1, 1}}, {.bytes = 3});
+    EXPECT_EQ(RawSegment().size(), 3U);
+    EXPECT_EQ(tiny.Attach()[0], 0U);
+  }
+  EXPECT_EQ(RawSegment(), "");  // it goes with the object
 }
 
-TEST_F(SegmentWriting, PromisesWhateverCountIsAskedFor) {
-  const Segment segment({{1, 1}}, {.count = 0xFFFFFFFF});
-
-  const auto raw = test::RawSegment::Read();
-
-  ASSERT_TRUE(raw);
-  EXPECT_EQ(raw->Size(), 28U);
-  EXPECT_EQ(raw->Count(), 0xFFFFFFFFU);
-  EXPECT_EQ(raw->Record(0).dataId, 1U);
-}
-
-TEST_F(SegmentWriting, CutsTheLastRecordAtTheSizeAskedFor) {
-  const Segment segment({{1, 1}, {2, 2}}, {.bytes = 4 + 24 + 8});
-
-  const auto raw = test::RawSegment::Read();
-
-  ASSERT_TRUE(raw);
-  EXPECT_EQ(raw->Size(), 36U);
-  EXPECT_EQ(raw->Count(), 2U);
-  EXPECT_EQ(raw->Record(0).value, 1);
-  const SegmentWords words = segment.Attach();
-  EXPECT_EQ(words[7], 2U);  // the identifier of the record that is cut
-  EXPECT_EQ(words[9], 0U);  // its value does not fit
-}
-
-TEST_F(SegmentWriting, WritesNoCountIntoASegmentTooSmallForIt) {
-  const Segment segment({{1, 1}}, {.bytes = 3});
-
-  const auto raw = test::RawSegment::Read();
-
-  ASSERT_TRUE(raw);
-  EXPECT_EQ(raw->Size(), 3U);
-  const SegmentWords words = segment.Attach();
-  EXPECT_EQ(words[0], 0U);
-}
-
-TEST_F(StaleSegmentHandling, RefusesASegmentWhoseWriterLives) {
+TEST_F(LiveSegment, RefusesTheKeyWhileAnotherWriterLives) {
   const Segment first({{1, 1}});
 
-  EXPECT_THAT(
-      [] {
-        const Segment second({{1, 1}}, {}, StaleSegment::kReplace);
-      },
-      ThrowsMessage<std::runtime_error>(HasSubstr("segment under key 0x10903 is in use")));
-  const auto raw = test::RawSegment::Read();
-  ASSERT_TRUE(raw);
-  EXPECT_EQ(raw->Count(), 1U);
+  EXPECT_THROW(Segment({{1, 1}}, {}, StaleSegment::kReplace), std::runtime_error);
+  EXPECT_THROW(Segment::RequireNone(StaleSegment::kReplace), std::runtime_error);
+  EXPECT_EQ(RawSegment().size(), 28U);
 }
 
-TEST_F(StaleSegmentHandling, TakesOverAStaleSegmentOfTheRightSize) {
-  test::LeaveStaleSegment(28);
-  const int stale = shmget(test::kRawKey, 0, 0);
+TEST_F(LiveSegment, TakesOverOrReplacesAStaleOne) {
+  const int stale = shmget(test::kRawKey, 52, IPC_CREAT | IPC_EXCL | 0666);
+  ASSERT_GE(stale, 0);
 
-  const Segment segment({{1, 5}});
-
-  EXPECT_EQ(shmget(test::kRawKey, 0, 0), stale);
-  const auto raw = test::RawSegment::Read();
-  ASSERT_TRUE(raw);
-  EXPECT_EQ(raw->Record(0).value, 5);
+  EXPECT_THROW(Segment({{1, 1}}), std::runtime_error);
+  EXPECT_THROW(Segment::RequireNone(StaleSegment::kTakeOver), std::runtime_error);
+  {
+    const Segment same({{1, 1}, {2, 2}});
+    EXPECT_EQ(shmget(test::kRawKey, 0, 0), stale);
+  }
+  ASSERT_GE(shmget(test::kRawKey, 52, IPC_CREAT | IPC_EXCL | 0666), 0);
+  const Segment other({{1, 1}}, {}, StaleSegment::kReplace);
+  EXPECT_EQ(RawSegment().size(), 28U);
 }
 
-TEST_F(StaleSegmentHandling, RefusesAStaleSegmentOfAnotherSize) {
-  test::LeaveStaleSegment(52);
-
-  EXPECT_THAT(
-      [] {
-        const Segment segment({{1, 1}});
-      },
-      ThrowsMessage<std::runtime_error>(
-          "a segment of 52 bytes stands under key 0x10903, where one of 28 is needed"));
-  EXPECT_TRUE(test::RawSegment::Read());
+// Two generations of one value that share neither half of their bits.
+std::vector<SegmentPoint> Alternating(std::int64_t unixSeconds) {
+  return {
+      {1, std::bit_cast<double>(unixSeconds % 2 == 0 ? 0x4028111111111111U : 0x4029222222222222U)}};
 }
 
-TEST_F(StaleSegmentHandling, ReplacesAStaleSegmentWhenAskedTo) {
-  test::LeaveStaleSegment(52);
+TEST_F(LiveSegment, IsRewrittenWithTwoGenerationsOfValuesByTurns) {
+  const Segment segment(Alternating(0), {.count = 9});
+  const SegmentWords words = segment.Attach();
+  std::set<std::uint32_t> lower;
+  std::set<std::uint32_t> upper;
+  {
+    const TornWriter writer(segment, Alternating);
+    EXPECT_TRUE(test::Await([&] {
+      for (int look = 0; look < 1000; ++look) {
+        lower.insert(std::uint32_t{words[3]});
+        upper.insert(std::uint32_t{words[4]});
+      }
+      return writer.Rounds() > 1000 && lower.size() > 1 && upper.size() > 1;
+    }));
+  }
+  words[3] = 0;
 
-  const Segment segment({{1, 5}}, {}, StaleSegment::kReplace);
-
-  const auto raw = test::RawSegment::Read();
-  ASSERT_TRUE(raw);
-  EXPECT_EQ(raw->Size(), 28U);
-  EXPECT_EQ(raw->Record(0).value, 5);
-}
-
-TEST_F(StaleSegmentHandling, SaysWhenTheSystemGivesNoSegment) {
-  EXPECT_THAT([] { const Segment segment({}, {.bytes = 0}); },
-              ThrowsMessage<std::runtime_error>(
-                  "cannot create the segment under key 0x10903: Invalid argument"));
-}
-
-TEST_F(StaleSegmentHandling, FindsNothingWhereNoneIsWanted) {
-  EXPECT_NO_THROW(Segment::RequireNone(StaleSegment::kTakeOver));
-}
-
-TEST_F(StaleSegmentHandling, RefusesAStaleSegmentWhereNoneIsWanted) {
-  test::LeaveStaleSegment(52);
-
-  EXPECT_THAT([] { Segment::RequireNone(StaleSegment::kTakeOver); },
-              ThrowsMessage<std::runtime_error>(
-                  "a segment of 52 bytes stands under key 0x10903, where none is wanted"));
-}
-
-TEST_F(StaleSegmentHandling, RemovesAStaleSegmentWhereNoneIsWantedWhenAskedTo) {
-  test::LeaveStaleSegment(52);
-
-  Segment::RequireNone(StaleSegment::kReplace);
-
-  EXPECT_FALSE(test::RawSegment::Read());
+  EXPECT_EQ(lower, (std::set<std::uint32_t>{0x11111111, 0x22222222}));
+  EXPECT_EQ(upper, (std::set<std::uint32_t>{0x40281111, 0x40292222}));
+  EXPECT_EQ(words[0], 9U);
+  EXPECT_EQ(words[1], 1U);
+  for (int look = 0; look < 100'000; ++look) ASSERT_EQ(words[3], 0U);  // nobody writes any more
 }
 
 }  // namespace

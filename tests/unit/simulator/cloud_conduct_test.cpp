@@ -1,342 +1,227 @@
-// The cloud told to misbehave, and its end.
+// The cloud does what it is told: misbehaves by a script, redirects, prints its lines, and stops.
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <cstring>
-#include <thread>
+#include <chrono>
+#include <optional>
+#include <ostream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "cloud/simulator.h"
 #include "cloudclient.h"
-#include "support/files.h"
 
 namespace {
 
 using cloud::Behaviour;
 using cloud::Endpoint;
+using cloud::Simulator;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
-using test::CloudRequest;
+using test::AddressCheck;
+using test::Ask;
+using test::Login;
 using test::RealUpload;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using ::testing::HasSubstr;
 using ::testing::SizeIs;
 
 using Clock = std::chrono::steady_clock;
 
 constexpr char kAccepted[] = R"({"status":0,"message":"ok"})";
-constexpr char kRefused[] = R"({"status":1,"message":"refused"})";
-constexpr seconds kLongEnough{10};
+constexpr char kFirstHalf[] = R"({"status":0,")";
+constexpr char kSecondHalf[] = R"(message":"ok"})";
+constexpr char kSecond[] = "127.0.0.2";
 
-CloudRequest Login() {
-  return CloudRequest::Json("/eqpapi/EqpAuthorize", R"({"sn":"S1","applyType":0})");
+// A behaviour, as an item of the command line, and what it makes of the answer to an upload.
+struct Conduct {
+  const char* name;
+  const char* item;
+  Behaviour behaviour;
+  const char* statusLine;
+  const char* body;
+  bool accepted;
+};
+
+void PrintTo(const Conduct& row, std::ostream* out) {
+  *out << row.item;
 }
 
-std::vector<std::string> Verdicts(const cloud::Simulator& simulator) {
-  const std::vector<cloud::Exchange> exchanges = simulator.Exchanges();
-  std::vector<std::string> verdicts(exchanges.size());
-  std::transform(exchanges.begin(), exchanges.end(), verdicts.begin(),
-                 [](const cloud::Exchange& exchange) { return exchange.verdict; });
-  return verdicts;
-}
+class CloudBehaviour : public ::testing::TestWithParam<Conduct> {};
 
-TEST(CloudConduct, RefusesALoginTwiceAndGrantsItThen) {
-  cloud::Simulator simulator({});
-  simulator.Script(Endpoint::kAuthorize, {Behaviour::Refuse(), Behaviour::Refuse()});
-
-  const std::string first = Ask(simulator.Port(), Login()).body;
-  const std::string second = Ask(simulator.Port(), Login()).body;
-  const std::string third = Ask(simulator.Port(), Login()).body;
-
-  EXPECT_EQ(first, R"({"status":1,"message":"refused","data":[{"seqStatus":1}]})");
-  EXPECT_EQ(second, first);
-  EXPECT_EQ(third, R"({"status":0,"message":"ok","data":[{"seqStatus":0}]})");
-}
-
-TEST(CloudConduct, LetsTheThirdOfFourUploadsFail) {
-  cloud::Simulator simulator({});
-  simulator.Script(Endpoint::kRealData,
-                   {Behaviour::Normal(), Behaviour::Normal(), Behaviour::Refuse()});
-
-  std::vector<std::string> answers(4);
-  for (std::string& answer : answers) answer = Ask(simulator.Port(), RealUpload()).body;
-
-  EXPECT_THAT(answers, ElementsAre(kAccepted, kAccepted, kRefused, kAccepted));
-  EXPECT_THAT(simulator.AcceptedUploads(), SizeIs(3));
-  EXPECT_THAT(Verdicts(simulator), ElementsAre("accepted", "accepted", "refused", "accepted"));
-}
-
-TEST(CloudConduct, FollowsTheScriptOfTheSettingsFromTheStart) {
-  const cloud::Simulator simulator({.scripts = {{Endpoint::kRealData, {Behaviour::Refuse()}}}});
-
-  EXPECT_EQ(Ask(simulator.Port(), RealUpload()).body, kRefused);
-}
-
-TEST(CloudConduct, CountsOnlyPostsToTheEndpointItself) {
-  cloud::Simulator simulator({});
-  simulator.Script(Endpoint::kRealData, {Behaviour::Refuse()});
-
-  Ask(simulator.Port(), Login());
-  Ask(simulator.Port(), RealUpload().Method("GET"));
-
-  EXPECT_EQ(Ask(simulator.Port(), RealUpload()).body, kRefused);
-}
-
-TEST(CloudConduct, PutsRefusedUploadsAside) {
-  const test::TemporaryFolder folder;
-  cloud::Simulator simulator({.uploadFolder = folder.Path()});
-  simulator.Script(Endpoint::kRealData, {Behaviour::Refuse()});
-
-  Ask(simulator.Port(), RealUpload());
-
-  EXPECT_THAT(test::List(folder.Path() + "/realdata"), IsEmpty());
-  EXPECT_THAT(test::List(folder.Path() + "/refused/realdata"),
-              ElementsAre("S20240301100000.tar.gz"));
-}
-
-TEST(CloudConduct, AnswersWithAnyHttpStatusAndBody) {
-  cloud::Simulator simulator({});
-  simulator.Script(Endpoint::kRealData, {Behaviour::Status(500, kAccepted)});
+TEST_P(CloudBehaviour, ShapesTheAnswer) {
+  const Conduct& row = GetParam();
+  EXPECT_THAT(cloud::ParseBehaviours(row.item), ElementsAre(row.behaviour));
+  Simulator simulator({});
+  simulator.Script(Endpoint::kRealData, {row.behaviour});
 
   const test::CloudAnswer answer = Ask(simulator.Port(), RealUpload());
 
-  EXPECT_EQ(answer.StatusLine(), "HTTP/1.1 500 Internal Server Error");
-  EXPECT_EQ(answer.body, kAccepted);
-  EXPECT_THAT(simulator.AcceptedUploads(), IsEmpty());
-  EXPECT_THAT(Verdicts(simulator), ElementsAre("answered HTTP 500"));
+  EXPECT_EQ(answer.StatusLine(), row.statusLine);
+  EXPECT_EQ(answer.body, row.body);
+  EXPECT_EQ(simulator.Exchanges().at(0).accepted, row.accepted);
 }
 
-TEST(CloudConduct, AnswersWithAStatusAndNoBody) {
-  cloud::Simulator simulator({});
-  simulator.Script(Endpoint::kAuthorize, {Behaviour::Status(204), Behaviour::Status(404)});
+constexpr char kOk[] = "HTTP/1.1 200 OK";
 
-  EXPECT_EQ(Ask(simulator.Port(), Login()).StatusLine(), "HTTP/1.1 204 No Content");
-  const test::CloudAnswer second = Ask(simulator.Port(), Login());
-  EXPECT_EQ(second.StatusLine(), "HTTP/1.1 404 Not Found");
-  EXPECT_EQ(second.body, "");
+INSTANTIATE_TEST_SUITE_P(
+    Rows, CloudBehaviour,
+    ::testing::Values(
+        Conduct{"Ok", "ok", Behaviour::Normal(), kOk, kAccepted, true},
+        Conduct{"Refuse", "refuse", Behaviour::Refuse(), kOk, R"({"status":1,"message":"refused"})",
+                false},
+        Conduct{"Status", "http:204", Behaviour::Status(204), "HTTP/1.1 204 ", "", false},
+        Conduct{"StatusAndBody", R"(http:500:'{"status":0,"message":"ok"}')",
+                Behaviour::Status(500, kAccepted), "HTTP/1.1 500 ", kAccepted, false},
+        Conduct{"Nonsense", "nonsense:'a,b*2:c'", Behaviour::Nonsense("a,b*2:c"), kOk, "a,b*2:c",
+                false},
+        Conduct{"QuotesInAText", R"(nonsense:"it's ""so""")", Behaviour::Nonsense(R"(it's "so")"),
+                kOk, R"(it's "so")", false},
+        Conduct{"Stall", "stall:0.05", Behaviour::Stall(milliseconds(50)), kOk, kAccepted, true},
+        Conduct{"Pieces", "pieces:0.05", Behaviour::Pieces(milliseconds(50)), kOk, kAccepted, true},
+        Conduct{"Cut", "cut", Behaviour::Cut(), kOk, kFirstHalf, false},
+        Conduct{"Close", "close", Behaviour::Close(), "", "", false}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(CloudBehaviours, ReadsAListInOrderWithItsCounts) {
+  EXPECT_THAT(cloud::ParseBehaviours("ok*2,refuse,close*2"),
+              ElementsAre(Behaviour::Normal(), Behaviour::Normal(), Behaviour::Refuse(),
+                          Behaviour::Close(), Behaviour::Close()));
+  EXPECT_THAT(cloud::ParseBehaviours("ok*10000"), SizeIs(10000));
+  EXPECT_EQ(cloud::ParseBehaviours("pieces").at(0).stall, milliseconds(200));
+  EXPECT_NE(cloud::ParseBehaviours("nonsense").at(0).text, "");
 }
 
-TEST(CloudConduct, AnswersNonsense) {
-  cloud::Simulator simulator({});
-  simulator.Script(Endpoint::kSkipAddress, {Behaviour::Nonsense("{{{")});
-
-  const test::CloudAnswer answer =
-      Ask(simulator.Port(), CloudRequest::Json("/eqpapi/EqpSkipAddress", ""));
-
-  EXPECT_EQ(answer.StatusLine(), "HTTP/1.1 200 OK");
-  EXPECT_EQ(answer.body, "{{{");
-  EXPECT_THAT(Verdicts(simulator), ElementsAre("answered nonsense"));
+TEST(CloudBehaviours, RefusesListsThatMakeNoSense) {
+  for (const char* list :
+       {"",         "ok,accept",     "ok,",         "ok*0",     "ok*,ok",
+        "ok*10001", "ok*10000,ok",   "http",        "http:199", "http:600",
+        "http:5x0", "http:500:busy", "nonsense:'a", "stall",    "stall:600.1",
+        "stall:-1", "stall:nan",     "pieces:601",  "cut:1",    "nonsense:'a'b"}) {
+    EXPECT_THROW(cloud::ParseBehaviours(list), std::invalid_argument) << list;
+  }
 }
 
-TEST(CloudConduct, ClosesWithoutAnAnswer) {
-  cloud::Simulator simulator({});
+TEST(CloudScript, IsUsedUpInOrderForEachEndpointAlone) {
+  Simulator simulator({.scripts = {{Endpoint::kAuthorize, {Behaviour::Refuse()}}}});
+  simulator.Script(Endpoint::kAuthorize, {Behaviour::Status(503)});
   simulator.Script(Endpoint::kRealData, {Behaviour::Close()});
+  std::vector<std::string> answers;
 
-  const test::CloudAnswer answer = Ask(simulator.Port(), RealUpload());
+  Ask(simulator.Port(), AddressCheck());
+  Ask(simulator.Port(), test::Replaced(Login(), "POST", "GET"));
+  for (int i = 0; i < 3; ++i) answers.push_back(Ask(simulator.Port(), Login()).body);
 
-  EXPECT_EQ(answer, test::CloudAnswer());
-  EXPECT_THAT(Verdicts(simulator), ElementsAre("closed without an answer"));
+  EXPECT_THAT(answers, ElementsAre(R"({"status":1,"message":"refused","data":[{"seqStatus":1}]})",
+                                   "", R"({"status":0,"message":"ok","data":[{"seqStatus":0}]})"));
 }
 
-TEST(CloudConduct, CutsTheBodyOfAnAnswerInHalfAndAcceptsNothing) {
-  cloud::Simulator simulator({});
-  simulator.Script(Endpoint::kRealData, {Behaviour::Cut()});
-
-  const test::CloudAnswer answer = Ask(simulator.Port(), RealUpload());
-
-  EXPECT_NE(answer.head.find("Content-Length: " + std::to_string(std::strlen(kAccepted))),
-            std::string::npos);
-  EXPECT_EQ(answer.body, std::string(kAccepted).substr(0, std::strlen(kAccepted) / 2));
-  EXPECT_THAT(simulator.AcceptedUploads(), IsEmpty());
-  EXPECT_THAT(Verdicts(simulator), ElementsAre("cut short"));
-}
-
-TEST(CloudConduct, SendsTheSecondHalfOfABodyLater) {
-  constexpr milliseconds kPause{300};
-  cloud::Simulator simulator({});
-  simulator.Script(Endpoint::kRealData, {Behaviour::Pieces(kPause)});
-  const test::CloudClient client(simulator.Port());
+TEST(CloudSimulator, HoldsAStalledAnswerBackAndServesOthersMeanwhile) {
+  Simulator simulator({});
+  simulator.Script(Endpoint::kRealData, {Behaviour::Stall(milliseconds(300))});
+  const test::CloudClient stalled(simulator.Port());
   const Clock::time_point start = Clock::now();
-  client.Send(RealUpload().Bytes());
+  stalled.Send(RealUpload());
+  ASSERT_TRUE(simulator.AwaitExchanges(1, seconds(10)));
+
+  EXPECT_EQ(Ask(simulator.Port(), RealUpload()).body, kAccepted);
+  EXPECT_EQ(stalled.Receive().body, kAccepted);
+  EXPECT_GE(Clock::now() - start, milliseconds(300));
+}
+
+TEST(CloudSimulator, SendsTheSecondPieceLater) {
+  Simulator simulator({});
+  simulator.Script(Endpoint::kRealData, {Behaviour::Pieces(milliseconds(300))});
+  const test::CloudClient client(simulator.Port());
+  client.Send(RealUpload());
 
   const std::string first = client.ReceiveSome();
   const Clock::time_point between = Clock::now();
   const std::string second = client.Receive().head;
 
-  EXPECT_LT(between - start, kPause);
-  EXPECT_GE(Clock::now() - start, kPause);
-  EXPECT_TRUE(first.ends_with(std::string(kAccepted).substr(0, std::strlen(kAccepted) / 2)));
-  EXPECT_EQ(second, std::string(kAccepted).substr(std::strlen(kAccepted) / 2));
-  EXPECT_THAT(simulator.AcceptedUploads(), SizeIs(1));
-  EXPECT_THAT(Verdicts(simulator), ElementsAre("accepted in two pieces, 0.3 s apart"));
+  EXPECT_TRUE(first.ends_with(kFirstHalf)) << first;
+  EXPECT_EQ(second, kSecondHalf);
+  EXPECT_GE(Clock::now() - between, milliseconds(200));
 }
 
-// What it is for: an endpoint and a sound request to it.
-struct SoundRequest {
-  Endpoint endpoint;
-  CloudRequest request;
-};
-
-void PrintTo(const SoundRequest& row, std::ostream* out) {
-  *out << cloud::Facts(row.endpoint).name;
-}
-
-class CloudEndpoints : public ::testing::TestWithParam<SoundRequest> {};
-
-TEST_P(CloudEndpoints, AreRefusedAndFailedSeparately) {
-  const auto& [endpoint, request] = GetParam();
-  cloud::Simulator simulator({});
-  simulator.Script(endpoint, {Behaviour::Refuse(), Behaviour::Status(503), Behaviour::Close(),
-                              Behaviour::Nonsense("?"), Behaviour::Cut(), Behaviour::Normal()});
-  for (const cloud::EndpointFacts& other : cloud::kEndpointFacts) {
-    if (other.endpoint != endpoint) simulator.Script(other.endpoint, {Behaviour::Status(418)});
-  }
-
-  for (int i = 0; i < 6; ++i) Ask(simulator.Port(), request);
-
-  EXPECT_THAT(Verdicts(simulator),
-              ElementsAre("refused", "answered HTTP 503", "closed without an answer",
-                          "answered nonsense", "cut short", "accepted"));
-}
-
-CloudRequest UploadOf(const char* path, const std::string& stem, const std::string& document) {
-  return CloudRequest::Upload(path, stem + ".tar.gz", test::TarGz({{stem + ".dat", document}}));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, CloudEndpoints,
-    ::testing::Values(SoundRequest{Endpoint::kAuthorize, Login()},
-                      SoundRequest{Endpoint::kSkipAddress, test::AddressCheck()},
-                      SoundRequest{Endpoint::kRecallCheck, test::RecallCheck()},
-                      SoundRequest{Endpoint::kRealData, RealUpload()},
-                      SoundRequest{Endpoint::kAlarmData,
-                                   UploadOf("/eqpapi/EqpUploadAlarmDataInfo", "T20240301100000",
-                                            test::AlarmDocument())},
-                      SoundRequest{Endpoint::kCallData, test::RecallUpload()}));
-
-TEST(CloudConduct, StallsAndThenAnswersAsNormal) {
-  constexpr milliseconds kStall{300};
-  cloud::Simulator simulator({});
-  simulator.Script(Endpoint::kRealData, {Behaviour::Stall(kStall)});
-  const Clock::time_point start = Clock::now();
-
-  const std::string answer = Ask(simulator.Port(), RealUpload()).body;
-
-  EXPECT_EQ(answer, kAccepted);
-  EXPECT_GE(Clock::now() - start, kStall);
-  EXPECT_THAT(Verdicts(simulator), ElementsAre("accepted after 0.3 s"));
-}
-
-TEST(CloudConduct, ServesOthersWhileOneIsStalled) {
-  cloud::Simulator simulator({});
-  simulator.Script(Endpoint::kRealData, {Behaviour::Stall(seconds(600))});
-  const test::CloudClient stalled(simulator.Port());
-  stalled.Send(RealUpload().Bytes());
-  ASSERT_TRUE(simulator.AwaitExchanges(1, kLongEnough));
-
-  EXPECT_EQ(Ask(simulator.Port(), RealUpload()).body, kAccepted);
-}
-
-TEST(CloudConduct, EndsAStallWithoutAnAnswerWhenItStops) {
-  cloud::Simulator simulator({});
-  simulator.Script(Endpoint::kRealData, {Behaviour::Stall(seconds(600))});
-  const test::CloudClient client(simulator.Port());
-  client.Send(RealUpload().Bytes());
-  ASSERT_TRUE(simulator.AwaitExchanges(1, kLongEnough));
-  const Clock::time_point start = Clock::now();
-
-  simulator.Stop();
-
-  EXPECT_LT(Clock::now() - start, seconds(2));
-  EXPECT_EQ(client.Receive(), test::CloudAnswer());
-}
-
-TEST(CloudEnd, DoesNotWaitForAnUnfinishedRequest) {
-  cloud::Simulator simulator({});
-  const test::CloudClient client(simulator.Port());
-  client.Send("POST /eqpapi/EqpAuthorize HTTP/1.1\r\n");
-  const Clock::time_point start = Clock::now();
-
-  simulator.Stop();
-
-  EXPECT_LT(Clock::now() - start, seconds(2));
-}
-
-TEST(CloudEnd, LeavesTheRecordsAndNoListener) {
-  cloud::Simulator simulator({});
-  Ask(simulator.Port(), RealUpload());
+TEST(CloudSimulator, StopsAtOnceDuringAStallAndAnUnfinishedRequest) {
+  Simulator simulator({});
   const int port = simulator.Port();
+  simulator.Script(Endpoint::kRealData, {Behaviour::Stall(seconds(600))});
+  const test::CloudClient stalled(port);
+  stalled.Send(RealUpload());
+  const test::CloudClient unfinished(port);
+  unfinished.Send("POST /eqp");
+  ASSERT_TRUE(simulator.AwaitExchanges(1, seconds(10)));
+  const Clock::time_point start = Clock::now();
 
   simulator.Stop();
   simulator.Stop();
 
+  EXPECT_LT(Clock::now() - start, seconds(5));
+  EXPECT_EQ(stalled.Receive().head, "");
   EXPECT_THAT(simulator.AcceptedUploads(), SizeIs(1));
-  EXPECT_EQ(simulator.Port(), port);
 }
 
-TEST(CloudEnd, FreesThePort) {
-  int port = 0;
-  {
-    const cloud::Simulator first({});
-    port = first.Port();
-    Ask(port, RealUpload());
-  }
+TEST(CloudSimulator, RedirectsAtTheAddressCheckFromNowOn) {
+  Simulator simulator({.redirect = "127.0.0.2:8080"});
+  const std::string redirected = Ask(simulator.Port(), AddressCheck()).body;
+  const std::string other = Ask(simulator.Port(), test::RecallCheck()).body;
+  const std::string faulty =
+      Ask(simulator.Port(), test::JsonRequest("/eqpapi/EqpSkipAddress", "x")).body;
 
-  const cloud::Simulator second({.port = port});
+  simulator.Redirect("");
 
-  EXPECT_EQ(second.Port(), port);
-  EXPECT_EQ(Ask(port, RealUpload()).body, kAccepted);
+  EXPECT_EQ(redirected,
+            R"({"status":0,"message":"ok","data":[{"realIpAddress":"127.0.0.2:8080"}]})");
+  EXPECT_EQ(simulator.Exchanges().at(0).redirect, "127.0.0.2:8080");
+  EXPECT_EQ(other, R"({"status":0,"message":"ok","data":[]})");
+  EXPECT_THAT(faulty, HasSubstr(R"("data":[])"));
+  EXPECT_EQ(Ask(simulator.Port(), AddressCheck()).body, other);
 }
 
-TEST(CloudStart, FailsOnAPortInUse) {
-  const cloud::Simulator first({});
+TEST(CloudSimulator, ServesItsSecondAddressOnTheSamePort) {
+  const Simulator simulator({.secondAddress = kSecond});
 
-  EXPECT_THAT([&] { const cloud::Simulator second({.port = first.Port()}); },
-              ::testing::ThrowsMessage<std::system_error>(
-                  "cannot listen on 127.0.0.1:" + std::to_string(first.Port()) +
-                  ": Address already in use"));
+  Ask(simulator.Port(), RealUpload());
+  EXPECT_EQ(Ask(simulator.Port(), RealUpload(), kSecond).body, kAccepted);
+
+  const auto exchanges = simulator.Exchanges();
+  ASSERT_THAT(exchanges, SizeIs(2));
+  EXPECT_EQ(exchanges[0].address, "127.0.0.1");
+  EXPECT_EQ(exchanges[1].address, kSecond);
 }
 
-TEST(CloudStart, ServesOnOtherLoopbackAddressesToo) {
-  const cloud::Simulator first({});
+// Scripts read these lines.
+TEST(CloudSimulator, PrintsALineForEachExchange) {
+  std::ostringstream printed;
+  Simulator simulator(
+      {.secondAddress = kSecond, .lines = &printed, .redirect = kSecond, .orders = {{.id = 7}}});
+  simulator.Script(Endpoint::kAuthorize, {Behaviour::Status(500)});
 
-  EXPECT_NO_THROW(const cloud::Simulator second({.address = "127.0.0.2", .port = first.Port()}));
-}
+  Ask(simulator.Port(), Login());
+  Ask(simulator.Port(), AddressCheck());
+  Ask(simulator.Port(), test::RecallCheck("\\u001bS1"), kSecond);
+  Ask(simulator.Port(), RealUpload());
+  Ask(simulator.Port(), test::RecallUpload());
+  Ask(simulator.Port(), "GET /other HTTP/1.1\r\n\r\n");
+  simulator.Stop();
 
-class CloudAddresses : public ::testing::TestWithParam<const char*> {};
-
-TEST_P(CloudAddresses, OutsideTheLoopbackAreRefused) {
-  EXPECT_THROW(const cloud::Simulator simulator({.address = GetParam()}), std::invalid_argument);
-}
-
-INSTANTIATE_TEST_SUITE_P(Rows, CloudAddresses,
-                         ::testing::Values("0.0.0.0", "192.168.1.100", "128.0.0.1", "::1",
-                                           "localhost", "127.0.0.1x", ""));
-
-TEST(CloudStart, FailsWithoutAFolderForUploads) {
-  EXPECT_THROW(const cloud::Simulator simulator({.uploadFolder = "/dev/null/uploads"}),
-               std::filesystem::filesystem_error);
-}
-
-TEST(CloudConcurrency, EightGatewaysUploadAtOnce) {
-  constexpr int kGateways = 8;
-  constexpr int kUploads = 10;
-  const test::TemporaryFolder folder;
-  const cloud::Simulator simulator({.uploadFolder = folder.Path()});
-  std::vector<std::thread> gateways;
-  gateways.reserve(kGateways);
-
-  for (int gateway = 0; gateway < kGateways; ++gateway) {
-    gateways.emplace_back([&simulator, gateway] {
-      for (int i = 0; i < kUploads; ++i) {
-        Ask(simulator.Port(),
-            RealUpload("202403011000" + std::to_string(gateway) + std::to_string(i)));
-      }
-    });
-  }
-  for (std::thread& gateway : gateways) gateway.join();
-
-  EXPECT_THAT(simulator.AcceptedUploads(), SizeIs(kGateways * kUploads));
-  EXPECT_THAT(test::List(folder.Path() + "/realdata"), SizeIs(kGateways * kUploads));
+  const std::string port = std::to_string(simulator.Port());
+  EXPECT_THAT(
+      printed.str(),
+      ::testing::MatchesRegex(
+          "listening on 127\\.0\\.0\\.1:" + port + "\nlistening on 127\\.0\\.0\\.2:" + port + "\n" +
+          "..:..:.. authorize sn S1: answered HTTP 500\n"
+          "..:..:.. skip-address: accepted, redirected to 127\\.0\\.0\\.2\n"
+          "..:..:.. at 127\\.0\\.0\\.2 recall-check sn .S1: accepted, ordered 7\n"
+          "..:..:.. realdata S20240301100000\\.tar\\.gz [0-9]+ bytes, 2 devices, "
+          "2 points: accepted\n"
+          "..:..:.. calldata R20240301100000\\.tar\\.gz [0-9]+ bytes, 2 devices, "
+          "2 points, order 7: faulty: .*\n"
+          "..:..:.. GET /other: HTTP 404, there is no such path\n"));
+  EXPECT_EQ(printed.str().find('\x1b'), std::string::npos);
 }
 
 }  // namespace

@@ -1,178 +1,34 @@
 #include "cloudclient.h"
 
-#include <archive.h>
-#include <archive_entry.h>
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <stdexcept>
+
+#include "support/files.h"
 
 namespace test {
 
 namespace {
 
-constexpr char kLength[] = "Content-Length:";
+std::string Post(const std::string& path, const std::string& accept, const std::string& type,
+                 const std::string& body) {
+  return "POST " + path +
+         " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: Keep-Alive\r\nAccept: " + accept +
+         "\r\nAccept-Encoding: gzip, deflate,sdch\r\nAccept-Language: zh-CN,zh;q=0.8\r\n" +
+         "Content-Type:" + type + "boundary=--WebKitFormBoundaryslLU7UmlAp48QHln\r\n" +
+         "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
 
-struct ArchiveFreer {
-  void operator()(archive* writer) const { archive_write_free(writer); }
-};
-struct EntryFreer {
-  void operator()(archive_entry* entry) const { archive_entry_free(entry); }
-};
-using Entry = std::unique_ptr<archive_entry, EntryFreer>;
-
-// What it is for: writing an archive into memory.
-class ArchiveWriter {
- public:
-  explicit ArchiveWriter(bool compressed) : m_archive(archive_write_new()) {
-    if (compressed) archive_write_add_filter_gzip(m_archive.get());
-    archive_write_set_format_ustar(m_archive.get());
-    archive_write_open_memory(m_archive.get(), m_bytes.data(), m_bytes.size(), &m_used);
-  }
-
-  void Add(const std::string& name, const std::string& content) {
-    const Entry entry = MakeEntry(name, AE_IFREG);
-    archive_entry_set_size(entry.get(), static_cast<la_int64_t>(content.size()));
-    archive_write_header(m_archive.get(), entry.get());
-    archive_write_data(m_archive.get(), content.data(), content.size());
-  }
-  void AddLink(const std::string& name) {
-    const Entry entry = MakeEntry(name, AE_IFLNK);
-    archive_entry_set_symlink(entry.get(), "elsewhere");
-    archive_write_header(m_archive.get(), entry.get());
-  }
-  std::string Bytes() {
-    archive_write_close(m_archive.get());
-    return m_bytes.substr(0, m_used);
-  }
-
- private:
-  static Entry MakeEntry(const std::string& name, unsigned type) {
-    constexpr int kMode = 0644;
-    Entry entry(archive_entry_new());
-    archive_entry_set_pathname(entry.get(), name.c_str());
-    archive_entry_set_filetype(entry.get(), type);
-    archive_entry_set_perm(entry.get(), kMode);
-    return entry;
-  }
-
-  static constexpr std::size_t kRoomBytes = 1000000;
-  std::string m_bytes = std::string(kRoomBytes, '\0');
-  std::size_t m_used = 0;
-  std::unique_ptr<archive, ArchiveFreer> m_archive;
-};
-
-std::string Archive(const Members& members, bool compressed) {
-  ArchiveWriter writer(compressed);
-  for (const auto& [name, content] : members) writer.Add(name, content);
-  return writer.Bytes();
+std::string UploadOf(const std::string& path, const std::string& stem, const std::string& text) {
+  return Upload(path, Form(stem + ".tar.gz", Archive(stem + ".dat", text)));
 }
 
 }  // namespace
-
-CloudRequest CloudRequest::Json(std::string target, std::string body) {
-  CloudRequest request;
-  request.m_target = std::move(target);
-  request.m_body = std::move(body);
-  request.m_headers = {
-      {"Host:", " 127.0.0.1"},
-      {"Connection:", " Keep-Alive"},
-      {"Accept:", " application/json,text/javascript, */*; q=0.01"},
-      {"Accept-Encoding:", " gzip, deflate,sdch"},
-      {"Accept-Language:", " zh-CN,zh;q=0.8"},
-      {"Content-Type:",
-       "application/json; charset=UTF-8;boundary=--WebKitFormBoundaryslLU7UmlAp48QHln"},
-      {kLength, ""},
-  };
-  return request;
-}
-
-CloudRequest CloudRequest::Upload(std::string target, const std::string& fileName,
-                                  const std::string& archive) {
-  CloudRequest request = Json(std::move(target), UploadForm::Of(fileName, archive).Text());
-  request.With("Accept", " */*; q=0.01");
-  request.With("Content-Type",
-               "multipart/form-data;charset=UTF-8;boundary=--WebKitFormBoundaryslLU7UmlAp48QHln");
-  return request;
-}
-
-CloudRequest& CloudRequest::Method(std::string method) {
-  m_method = std::move(method);
-  return *this;
-}
-
-CloudRequest& CloudRequest::Version(std::string version) {
-  m_version = std::move(version);
-  return *this;
-}
-
-CloudRequest& CloudRequest::Body(std::string body) {
-  m_body = std::move(body);
-  return *this;
-}
-
-CloudRequest& CloudRequest::With(const std::string& name, const std::string& value) {
-  for (auto& [header, text] : m_headers) {
-    if (header == name + ":") text = value;
-  }
-  return *this;
-}
-
-CloudRequest& CloudRequest::Without(const std::string& name) {
-  std::erase_if(m_headers, [&](const auto& header) { return header.first == name + ":"; });
-  return *this;
-}
-
-CloudRequest& CloudRequest::Also(const std::string& name, const std::string& value) {
-  m_headers.emplace_back(name + ":", value);
-  return *this;
-}
-
-std::string CloudRequest::Head() const {
-  std::string head = m_method + " " + m_target + " " + m_version + "\r\n";
-  for (const auto& [name, value] : m_headers) {
-    const bool lengthIsOpen = name == kLength && value.empty();
-    head += name + (lengthIsOpen ? " " + std::to_string(m_body.size()) : value) + "\r\n";
-  }
-  return head + "\r\n";
-}
-
-UploadForm UploadForm::Of(const std::string& fileName, const std::string& archive) {
-  UploadForm form;
-  form.disposition = "form-data;name=\"licence\";filename=\"" + fileName + "\"";
-  form.content = archive;
-  return form;
-}
-
-std::string UploadForm::Part() const {
-  return "--" + boundary + "\r\nContent-Disposition:" + disposition + "\r\nContent-Type:" + type +
-         "\r\n\r\n" + content + "\r\n";
-}
-
-std::string UploadForm::Text() const {
-  return Part() + "--" + boundary + "--\r\n";
-}
-
-std::string TarGz(const Members& members) {
-  return Archive(members, true);
-}
-
-std::string PlainTar(const Members& members) {
-  return Archive(members, false);
-}
-
-std::string TarGzWithLink(const std::string& name) {
-  ArchiveWriter writer(true);
-  writer.AddLink(name);
-  return writer.Bytes();
-}
 
 std::string RealDocument() {
   return R"({"sn":"S1","data":[)"
@@ -196,29 +52,60 @@ std::string RecallDocument() {
          R"({"groupId":300,"eqpId":3,"pointId":"00AB","flag":0,"values":[]}]})";
 }
 
-CloudRequest AddressCheck() {
-  return CloudRequest::Json("/eqpapi/EqpSkipAddress", "");
-}
-
-CloudRequest RecallCheck(const std::string& serialNumber) {
-  return CloudRequest::Json("/eqpapi/EqpDataIfRecall", R"({"sn":")" + serialNumber + "\"}");
-}
-
-CloudRequest RecallUpload(const std::string& document) {
-  return CloudRequest::Upload("/eqpapi/EqpDataRecall", "R20240301100000.tar.gz",
-                              TarGz({{"R20240301100000.dat", document}}));
-}
-
-CloudRequest RealUpload(const std::string& stamp, const std::string& document) {
-  const std::string stem = "S" + stamp;
-  return CloudRequest::Upload("/eqpapi/EqpUploadDataInfo", stem + ".tar.gz",
-                              TarGz({{stem + ".dat", document}}));
-}
-
 std::string Replaced(std::string text, std::string_view from, std::string_view to) {
   const std::size_t at = text.find(from);
   if (at == std::string::npos) throw std::logic_error("nothing to replace in " + text);
   return text.replace(at, from.size(), to);
+}
+
+std::string Archive(const std::string& name, const std::string& text, const std::string& command) {
+  const std::string folder = "/tmp/archive";
+  Empty(folder);
+  WriteFile(folder + "/" + name, text);
+  if (std::system(("cd " + folder + " && " + command).c_str()) != 0) {
+    throw std::runtime_error("cannot run " + command);
+  }
+  return ReadFile(folder + "/out");
+}
+
+std::string JsonRequest(const std::string& path, const std::string& body) {
+  return Post(path, "application/json,text/javascript, */*; q=0.01",
+              "application/json; charset=UTF-8;", body);
+}
+
+std::string Login(const std::string& body) {
+  return JsonRequest("/eqpapi/EqpAuthorize", body);
+}
+
+std::string AddressCheck() {
+  return JsonRequest("/eqpapi/EqpSkipAddress", "");
+}
+
+std::string RecallCheck(const std::string& serialNumber) {
+  return JsonRequest("/eqpapi/EqpDataIfRecall", R"({"sn":")" + serialNumber + "\"}");
+}
+
+std::string Form(const std::string& fileName, const std::string& content) {
+  return "----WebKitFormBoundaryslLU7UmlAp48QHln\r\nContent-Disposition:form-data;name=\"licence\";"
+         "filename=\"" +
+         fileName + "\"\r\nContent-Type:application/octet-stream\r\n\r\n" + content +
+         "\r\n----WebKitFormBoundaryslLU7UmlAp48QHln--\r\n";
+}
+
+std::string Upload(const std::string& path, const std::string& form) {
+  return Post(path, "*/*; q=0.01", "multipart/form-data;charset=UTF-8;", form);
+}
+
+std::string RealUpload(const std::string& stamp, const std::string& document) {
+  return UploadOf("/eqpapi/EqpUploadDataInfo", "S" + stamp, document);
+}
+
+std::string AlarmUpload() {
+  return UploadOf("/eqpapi/EqpUploadAlarmDataInfo", "T20240301100000", AlarmDocument());
+}
+
+std::string RecallUpload(const std::string& document) {
+  return UploadOf("/eqpapi/EqpDataRecall", "R20240301100000", document);
 }
 
 CloudClient::CloudClient(int port, const char* numericAddress)
@@ -240,7 +127,7 @@ CloudClient::~CloudClient() {
 void CloudClient::Send(std::string_view bytes) const {
   while (!bytes.empty()) {
     const ssize_t sent = send(m_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (sent <= 0) return;  // a server may close early: what it answers is under test
+    if (sent <= 0) return;  // a server may close early: the test looks at its answer
     bytes.remove_prefix(static_cast<std::size_t>(sent));
   }
 }
@@ -258,26 +145,17 @@ std::string CloudClient::ReceiveSome() const {
 }
 
 CloudAnswer CloudClient::Receive() const {
-  constexpr std::size_t kChunkBytes = 4096;
-  std::array<char, kChunkBytes> chunk{};
   std::string text;
-  ssize_t got = 0;
-  while ((got = recv(m_socket, chunk.data(), chunk.size(), 0)) > 0) {
-    text.append(chunk.data(), static_cast<std::size_t>(got));
-  }
+  for (std::string some = ReceiveSome(); !some.empty(); some = ReceiveSome()) text += some;
   const std::size_t end = text.find("\r\n\r\n");
   if (end == std::string::npos) return {text, ""};
   return {text.substr(0, end), text.substr(end + 4)};
 }
 
-CloudAnswer Ask(int port, const CloudRequest& request, const char* address) {
+CloudAnswer Ask(int port, const std::string& request, const char* address) {
   const CloudClient client(port, address);
-  client.Send(request.Bytes());
+  client.Send(request);
   return client.Receive();
-}
-
-TemporaryFolder::TemporaryFolder() : m_path("/tmp/cloud-test-XXXXXX") {
-  if (mkdtemp(m_path.data()) == nullptr) throw std::runtime_error("cannot make " + m_path);
 }
 
 }  // namespace test
