@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "historydata/datatree.h"
 #include "historydata/ledgerfile.h"
 #include "log/log.h"
 #include "util/directory.h"
@@ -22,8 +23,7 @@ namespace {
 
 constexpr std::time_t kFileAgeSeconds = 2678400;   // 31 days
 constexpr std::time_t kRecallAgeSeconds = 259200;  // 3 days
-constexpr int kDaysOfMonth = 31;
-constexpr std::size_t kMostUnrecorded = 10000;  // a month of real data every five minutes
+constexpr std::size_t kMostUnrecorded = 10000;     // a month of real data every five minutes
 constexpr std::size_t kPathLimit = util::kPathBytes - 1;
 
 // The steps of a save that can fail for a while.
@@ -155,10 +155,7 @@ void CHistoryData::ReplaceDamagedTree() {
   // The calldata directory is deliberately left out; the next start makes it.
   Mkdirs(paths::kLedgerDirectory);
   Mkdirs(paths::kDataFiles);
-  for (int day = 1; day <= kDaysOfMonth; ++day) {
-    Mkdirs(util::Format("%s/%d", paths::kRealData, day).c_str());
-    Mkdirs(util::Format("%s/%d", paths::kAlarmData, day).c_str());
-  }
+  MakeDayDirectories();
   util::SyncFileSystem(paths::kDataFiles);
 }
 
