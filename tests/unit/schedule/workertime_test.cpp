@@ -3,62 +3,90 @@
 
 #include <gmock/gmock.h>
 
-#include "support/clock.h"
-#include "support/faults.h"
-#include "support/gateway.h"
+#include "schedule/workers.h"
+#include "workerfixture.h"
 
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 namespace {
 
-using test::LocalTimeOf;
+using std::chrono::seconds;
 using test::Pause;
 
-struct Boundary {
-  const char* name;
-  std::time_t now;
-  std::int32_t interval;
-  int pause;
-};
+class WorkerTime : public test::GatewayTest {};
 
-void PrintTo(const Boundary& boundary, std::ostream* out) {
-  *out << boundary.now << " s, every " << boundary.interval << " s";
+TEST_F(WorkerTime, SleepsToTheNextMultipleOfTheInterval) {
+  const struct {
+    std::time_t now;
+    std::int32_t interval;
+    int pause;
+  } rows[] = {{1200, 300, 300},
+              {1201, 300, 299},
+              {1199, 300, 1},
+              {1350, 300, 150},
+              {1200, 1, 1},
+              {1000, 7, 1},
+              {86400 * 5 + 1, 86400, 86399},
+              {0x80000001, 600, 600 - 0x80000001 % 600}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::to_string(row.now) + " s, every " + std::to_string(row.interval) + " s");
+    test::SetTime(row.now);
+    test::ForgetPauses();
+
+    SleepToBoundary(row.interval);
+
+    EXPECT_THAT(test::Pauses(), ElementsAre(Pause(seconds(row.pause))));
+  }
 }
 
-class NextBoundary : public test::GatewayTest, public ::testing::WithParamInterface<Boundary> {};
+TEST_F(WorkerTime, TakesTheBoundaryBehindWhenThatIsTheNearest) {
+  const struct {
+    std::time_t now;
+    std::int32_t interval;
+    std::time_t boundary;
+  } rows[] = {{1200, 300, 1200}, {1201, 300, 1200}, {1349, 300, 1200},
+              {1200, 1, 1200},   {610, 61, 610},    {640, 61, 610}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::to_string(row.now) + " s, every " + std::to_string(row.interval) + " s");
+    test::SetTime(row.now);
 
-TEST_P(NextBoundary, IsAMultipleOfTheIntervalCountedFromTheEpoch) {
-  test::SetTime(GetParam().now);
-
-  SleepToBoundary(GetParam().interval);
-
-  EXPECT_THAT(test::Pauses(), ElementsAre(Pause(std::chrono::seconds(GetParam().pause))));
+    EXPECT_EQ(AwaitNearestBoundary(row.interval), row.boundary);
+    EXPECT_THAT(test::Pauses(), IsEmpty());
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Times, NextBoundary,
-    ::testing::Values(Boundary{"OnIt", 1200, 300, 300}, Boundary{"JustBehindIt", 1201, 300, 299},
-                      Boundary{"JustBeforeIt", 1199, 300, 1}, Boundary{"Midway", 1350, 300, 150},
-                      Boundary{"EverySecond", 1200, 1, 1}, Boundary{"Odd", 1000, 7, 1},
-                      Boundary{"AWholeDay", 86400 * 5 + 1, 86400, 86399},
-                      Boundary{"Behind2038", 0x80000001, 600, 600 - 0x80000001 % 600},
-                      Boundary{"LongestInterval", 1, 32767, 32766}),
-    [](const auto& test) { return test.param.name; });
+TEST_F(WorkerTime, SleepsToTheBoundaryAheadWhenThatIsTheNearestOrAsNear) {
+  const struct {
+    std::time_t now;
+    std::int32_t interval;
+    int pause;
+    std::time_t boundary;
+  } rows[] = {
+      {1350, 300, 150, 1500}, {1351, 300, 149, 1500}, {1499, 300, 1, 1500}, {641, 61, 30, 671}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::to_string(row.now) + " s, every " + std::to_string(row.interval) + " s");
+    test::SetTime(row.now);
+    test::ForgetPauses();
 
-class DayDirectory : public test::GatewayTest {};
-
-TEST_F(DayDirectory, IsTheDayOfTheMonthInLocalTime) {
-  EXPECT_EQ(DayOfMonth(LocalTimeOf(2024, 3, 7, 0, 0, 0)), 7);
-  EXPECT_EQ(DayOfMonth(LocalTimeOf(2024, 3, 7, 23, 59, 59)), 7);
-  EXPECT_EQ(DayOfMonth(LocalTimeOf(2024, 2, 29, 12)), 29);
-  EXPECT_EQ(DayOfMonth(LocalTimeOf(2024, 12, 31, 23, 59, 59)), 31);
-  EXPECT_EQ(DayOfMonth(LocalTimeOf(2025, 1, 1)), 1);
+    EXPECT_EQ(AwaitNearestBoundary(row.interval), row.boundary);
+    EXPECT_THAT(test::Pauses(), ElementsAre(Pause(seconds(row.pause))));
+  }
 }
 
-TEST_F(DayDirectory, IsZeroForATimeThatIsNone) {
-  test::FailCalls(test::Call::kLocaltime);
+class EveryWorker : public test::WorkerTest, public ::testing::WithParamInterface<test::Worker> {};
 
-  EXPECT_EQ(DayOfMonth(LocalTimeOf(2024, 3, 7)), 0);
+TEST_P(EveryWorker, ReadsItsIntervalAgainInEveryCycle) {
+  m_cloud.Answer(test::Granted());
+  std::int32_t interval = 60;
+
+  test::RunThroughRests(GetParam(), interval, {[&] { interval = 36000; }, [] {}});
+
+  EXPECT_GT(test::Pauses().back(), std::chrono::hours(9));
 }
+
+INSTANTIATE_TEST_SUITE_P(Workers, EveryWorker,
+                         ::testing::Values(HandleRealData, HandleRealAlarm, HandleHeart, HandleFail,
+                                           HandleRecall));
 
 }  // namespace
