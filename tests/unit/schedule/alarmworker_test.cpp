@@ -33,15 +33,6 @@ class AlarmWorker : public test::WorkerTest {
   std::int32_t m_interval = 30;
 };
 
-TEST_F(AlarmWorker, SleepsToABoundaryBeforeItLooks) {
-  EventDatabase events(2024, 3);
-  events.Add();
-
-  RunToRest(HandleRealAlarm, m_interval, 1);
-
-  EXPECT_THAT(events.Uploads(), ElementsAre("0"));
-}
-
 TEST_F(AlarmWorker, RecordsEveryFileOfItsEvents) {
   EventDatabase(2024, 3).AddAll(std::vector<Event>(21));
 
@@ -101,7 +92,7 @@ TEST_F(AlarmWorker, GivesUpKeptEventsOfMoreThanFourDaysAgo) {
               Contains("1 alarm events are given up, the card was full for days"));
 }
 
-TEST_F(AlarmWorker, PausesOneSecondWithoutEvents) {
+TEST_F(AlarmWorker, SleepsToABoundaryAndPausesOneSecondWithoutEvents) {
   RunToRest(HandleRealAlarm, m_interval, 3);
 
   EXPECT_EQ(test::PausesText(), "20 1 29 1 29");

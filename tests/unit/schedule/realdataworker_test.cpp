@@ -28,7 +28,7 @@ class RealDataWorker : public test::WorkerTest {
   std::int32_t m_interval = 300;
 };
 
-TEST_F(RealDataWorker, StampsAndRecordsItsFileByTheBoundaryAhead) {
+TEST_F(RealDataWorker, WaitsForTheBoundaryAheadAndFilesByItsDay) {
   test::SetTime(test::LocalTimeOf(2024, 3, 7, 23, 57, 40));
 
   RunToRest(HandleRealData, m_interval, 2);
@@ -38,13 +38,7 @@ TEST_F(RealDataWorker, StampsAndRecordsItsFileByTheBoundaryAhead) {
               ElementsAre("S20240308000000.tar.gz"));
 }
 
-TEST_F(RealDataWorker, StampsAndRecordsItsFileByTheBoundaryBehind) {
-  RunToRest(HandleRealData, m_interval, 1);
-
-  EXPECT_THAT(ReadLedger(), ElementsAre(Pair("realdata/7/S20240307120000.tar.gz", "2 0")));
-}
-
-TEST_F(RealDataWorker, PacksAtEveryBoundary) {
+TEST_F(RealDataWorker, PacksForTheBoundaryBehindAndForEveryLaterOne) {
   RunToRest(HandleRealData, m_interval, 3);
 
   EXPECT_THAT(ReadLedger(), ElementsAre(Pair("realdata/7/S20240307120000.tar.gz", "2 0"),

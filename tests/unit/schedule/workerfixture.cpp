@@ -34,7 +34,7 @@ void LoadConfiguration(std::uint16_t port) {
 }
 
 // Does one action after each pause that is at least so long.
-void Run(Worker worker, const std::int32_t& interval, Pause shortest, Actions actions) {
+void Run(Worker worker, std::int32_t& interval, Pause shortest, Actions actions) {
   const auto next = std::make_shared<std::size_t>(0);
   OnPause([&actions, next, shortest](Pause pause) {
     if (pause < shortest) return;
@@ -42,7 +42,7 @@ void Run(Worker worker, const std::int32_t& interval, Pause shortest, Actions ac
     if (*next == actions.size()) throw WorkerEnded{};
   });
   try {
-    worker(const_cast<std::int32_t*>(&interval));
+    worker(&interval);
     ADD_FAILURE() << "a worker never returns";
   } catch (const WorkerEnded&) {
     OnPause({});
@@ -76,15 +76,15 @@ std::string Rejected() {
   return HttpAnswer(200, R"({"status":1,"message":"no"})");
 }
 
-void RunThroughRests(Worker worker, const std::int32_t& interval, Actions actions) {
+void RunThroughRests(Worker worker, std::int32_t& interval, Actions actions) {
   Run(worker, interval, kShortestRest, std::move(actions));
 }
 
-void RunToRest(Worker worker, const std::int32_t& interval, int n) {
+void RunToRest(Worker worker, std::int32_t& interval, int n) {
   RunThroughRests(worker, interval, Actions(static_cast<std::size_t>(n), [] {}));
 }
 
-void RunToPause(Worker worker, const std::int32_t& interval, int n, std::function<void()> action) {
+void RunToPause(Worker worker, std::int32_t& interval, int n, std::function<void()> action) {
   Actions actions(static_cast<std::size_t>(n), [] {});
   actions.back() = std::move(action);
   Run(worker, interval, Pause::zero(), std::move(actions));

@@ -29,12 +29,12 @@ using Actions = std::vector<std::function<void()>>;
 
 // A rest is a sleep of at least ten seconds: a worker's wait for its next cycle. Runs the worker
 // and does one action after each of its rests; the worker ends after the last.
-void RunThroughRests(Worker worker, const std::int32_t& interval, Actions actions);
+void RunThroughRests(Worker worker, std::int32_t& interval, Actions actions);
 // Runs the worker until the end of its n-th rest.
-void RunToRest(Worker worker, const std::int32_t& interval, int n);
+void RunToRest(Worker worker, std::int32_t& interval, int n);
 // Does the action after the worker's n-th pause, however short, and ends it there.
 void RunToPause(
-    Worker worker, const std::int32_t& interval, int n, std::function<void()> action = [] {});
+    Worker worker, std::int32_t& interval, int n, std::function<void()> action = [] {});
 
 // The pauses so far, in seconds: "110 0.1 0.5 1 299".
 std::string PausesText();
