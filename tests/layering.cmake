@@ -9,7 +9,7 @@ cmake_minimum_required(VERSION 3.25)
 
 # A folder's floor is its place here; those that share a line know nothing of each other.
 set(floors
-  "util"
+  "util records"
   "log"
   "config"
   "datasource packmemory parsememory http"

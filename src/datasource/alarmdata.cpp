@@ -18,8 +18,8 @@ constexpr char kMarkTaken[] = "update event_tbl set upload=1";
 constexpr char kUntakenBetween[] =
     " where upload=0 and recorddate>='%d-%02d-%02d' and recorddate<='%d-%02d-%02d'";
 
-// The acquisition side writes while we read. A mark that a lock keeps out makes the events come
-// again, so the wait is long; nobody but the alarm worker waits.
+// Longer than for other files: the acquisition side writes while we read, and events that cannot be
+// marked come again. Only the alarm worker waits.
 constexpr int kLockWaitMilliseconds = 20000;
 constexpr auto kFailure = static_cast<std::uint32_t>(-1);
 
@@ -27,7 +27,7 @@ std::string EventFile(const std::tm& month) {
   return util::Format(paths::kEventDatabaseFormat, month.tm_year + 1900, month.tm_mon + 1);
 }
 
-// By calendar date, both included; dates are compared as text.
+// The condition by calendar date, both included; dates are compared as text.
 std::string UntakenBetween(const std::tm& from, const std::tm& to) {
   return util::Format(kUntakenBetween, from.tm_year + 1900, from.tm_mon + 1, from.tm_mday,
                       to.tm_year + 1900, to.tm_mon + 1, to.tm_mday);
@@ -55,32 +55,37 @@ std::uint32_t CAlarmData::GetAlarmData(std::vector<Alarm_Data_Para>* rows) {
   if (!to || !from) return 0;
 
   if (from->tm_mon != to->tm_mon && util::Exists(EventFile(*from).c_str())) {
-    GetDataFromDB(rows, &*from, &*from, &*to);
+    TakeEvents(*from, *from, *to, *rows);
   }
-  if (util::Exists(EventFile(*to).c_str())) GetDataFromDB(rows, &*to, &*from, &*to);
+  if (util::Exists(EventFile(*to).c_str())) TakeEvents(*to, *from, *to, *rows);
   return 0;
 }
 
 std::uint32_t CAlarmData::GetDataFromDB(std::vector<Alarm_Data_Para>* rows, const std::tm* month,
                                         const std::tm* from, const std::tm* to) {
-  const std::string untaken = UntakenBetween(*from, *to);
-  const std::size_t before = rows->size();
+  return TakeEvents(*month, *from, *to, *rows) ? 0 : kFailure;
+}
+
+bool CAlarmData::TakeEvents(const std::tm& month, const std::tm& from, const std::tm& to,
+                            std::vector<Alarm_Data_Para>& rows) {
+  const std::string untaken = UntakenBetween(from, to);
+  const std::size_t before = rows.size();
   const std::lock_guard lock(m_databaseMutex);
-  util::Database database(EventFile(*month).c_str());
-  if (!database) return kFailure;
+  util::Database database(EventFile(month).c_str());
+  if (!database) return false;
   database.WaitForLocks(kLockWaitMilliseconds);
   {
     util::Statement events = database.Prepare(kSelectEvents + untaken);
-    if (!events) return kFailure;
-    while (events.NextRow()) rows->push_back(EventOf(events));
+    if (!events) return false;
+    while (events.NextRow()) rows.push_back(EventOf(events));
     if (events.Failed()) {  // all of them come again: none may be sent or count as taken
-      rows->resize(before);
-      return kFailure;
+      rows.resize(before);
+      return false;
     }
   }
-  // Taken as soon as read: from here on the upload ledger answers for them.
+  // Marked as soon as they are read: from here on the upload ledger keeps them.
   database.Execute(kMarkTaken + untaken);
-  return 0;
+  return true;
 }
 
 std::time_t EventTime(std::int32_t field, std::time_t now) {

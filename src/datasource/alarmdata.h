@@ -29,7 +29,7 @@ struct Alarm_Data_Para {
   double triggervalue;     // the value that passed it
   std::int32_t eventtype;  // kind of event
   std::int32_t grade;      // alarm grade
-  std::int32_t upflag;     // passed through; its sense is the cloud's
+  std::int32_t upflag;     // passed through to the cloud
 };
 #pragma pack(pop)
 static_assert(sizeof(Alarm_Data_Para) == 36);
@@ -42,34 +42,36 @@ static_assert(offsetof(Alarm_Data_Para, upflag) == 32);
 
 inline constexpr std::time_t kAlarmReachSeconds = 259200;  // a reading goes 3 days back
 
-// The time of an event, whose field keeps 32 bits only: of the times that it can stand for, the one
-// nearest to `now`.
+// The time of an event. The field keeps only 32 bits of it; the result is the matching time nearest
+// to `now`.
 std::time_t EventTime(std::int32_t field, std::time_t now);
 
-// What it is for: takes the new events out of the monthly databases.
-// Threads: the alarm worker. The mutex is held for the whole of each visit to a database.
-// Owns: the mutex; a database is open during a visit only.
+// Takes the new events out of the monthly databases. Any thread may call it; the alarm worker does.
+// A mutex is held while a database is open, which is during one reading only.
 class CAlarmData {
  public:
   CAlarmData() = default;
   CAlarmData(const CAlarmData&) = delete;
   CAlarmData& operator=(const CAlarmData&) = delete;
 
-  // Appends the untaken events of the last three days, from the month before too where the three
-  // days reach into it, and marks them taken. Returns 0, always: a file that is missing or cannot
+  // Appends the untaken events of the last three days and marks them taken. If the three days begin
+  // in the month before, its file is read first. Always returns 0: a file that is missing or cannot
   // be read adds nothing and is not logged.
   std::uint32_t GetAlarmData(std::vector<Alarm_Data_Para>* rows);
 
   // The same for the file of `month` and the calendar dates `from` to `to`, both included. -1 when
-  // the file cannot be opened, or not be read to the end: then nothing is appended and nothing
-  // marked, and all of it comes again. Otherwise every event of these dates is marked, deliberately
-  // also one that was written after the reading: the mark is not limited to the rows that were
-  // read.
+  // the file cannot be opened or read to the end: nothing is appended or marked, and the events
+  // come again. Otherwise every event of these dates is marked. Deliberately, this includes an
+  // event that was written after the reading.
   std::uint32_t GetDataFromDB(std::vector<Alarm_Data_Para>* rows, const std::tm* month,
                               const std::tm* from, const std::tm* to);
 
  private:
-  util::Mutex m_databaseMutex;  // guards each visit to an event database
+  // False when the file cannot be opened or read to the end.
+  bool TakeEvents(const std::tm& month, const std::tm& from, const std::tm& to,
+                  std::vector<Alarm_Data_Para>& rows);
+
+  util::Mutex m_databaseMutex;  // held while an event database is open
 };
 
 // The one object of the process.

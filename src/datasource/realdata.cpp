@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "util/file.h"
@@ -36,23 +37,33 @@ std::size_t RecordCount(const void* segment, std::size_t bytes) {
   return count <= (bytes - kCountBytes) / sizeof(ST_LIVE_RECORD) ? count : 0;
 }
 
+struct Records {
+  util::ZeroedArray<ST_LIVE_RECORD> first;
+  std::size_t count;
+};
+
+// A private copy of the records. The segment is attached for this one copy only.
+std::optional<Records> CopyRecords() {
+  const int id = shmget(kLiveValueKey, 0, 0);
+  if (id == -1) return std::nullopt;
+  const Segment segment = Attach(id);
+  if (!segment) return std::nullopt;
+  const std::size_t count = RecordCount(segment.get(), SegmentBytes(id));
+  if (count == 0) return std::nullopt;
+
+  Records records{.first = util::MakeZeroed<ST_LIVE_RECORD>(count), .count = count};
+  if (!records.first) return std::nullopt;
+  std::memcpy(records.first.get(), static_cast<const char*>(segment.get()) + kCountBytes,
+              count * sizeof(ST_LIVE_RECORD));
+  return records;
+}
+
 }  // namespace
 
 int CRealData::GetRealData(std::map<std::uint32_t, double>* out) {
-  const int id = shmget(kLiveValueKey, 0, 0);
-  if (id == -1) return -1;
-  Segment segment = Attach(id);
-  if (!segment) return -1;
-  const std::size_t count = RecordCount(segment.get(), SegmentBytes(id));
-  if (count == 0) return -1;
-
-  const auto records = util::MakeZeroed<ST_LIVE_RECORD>(count);
+  const auto records = CopyRecords();
   if (!records) return -1;
-  std::memcpy(records.get(), static_cast<const char*>(segment.get()) + kCountBytes,
-              count * sizeof(ST_LIVE_RECORD));
-  segment.reset();  // held for that one copy only
-
-  for (const auto& record : std::span(records.get(), count)) {
+  for (const auto& record : std::span(records->first.get(), records->count)) {
     // The acquisition side usually writes in rising order, which makes the end the right hint.
     const std::uint32_t dataId = record.dataId;
     out->try_emplace(out->end(), dataId, record.value);

@@ -6,11 +6,7 @@
 namespace {
 
 constexpr int kDaysOfMonth = 31;
-
-void MakeDayDirectory(std::string_view root, int day) {
-  constexpr std::size_t kPathLimit = util::kPathBytes - 1;
-  util::MakeDirectories(DayDirectory(root, day).c_str(), kPathLimit, kPathLimit);
-}
+constexpr std::size_t kPathLimit = util::kPathBytes - 1;
 
 }  // namespace
 
@@ -18,9 +14,13 @@ std::string DayDirectory(std::string_view root, int day) {
   return std::string(root) + "/" + std::to_string(day);
 }
 
+int MakeDirectories(const char* path) {
+  return util::MakeDirectories(path, kPathLimit, kPathLimit);
+}
+
 void MakeDayDirectories() {
   for (int day = 1; day <= kDaysOfMonth; ++day) {
-    MakeDayDirectory(paths::kRealData, day);
-    MakeDayDirectory(paths::kAlarmData, day);
+    MakeDirectories(DayDirectory(paths::kRealData, day).c_str());
+    MakeDirectories(DayDirectory(paths::kAlarmData, day).c_str());
   }
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "datasource/realdata.h"
 #include "historydata/datatree.h"
 #include "historydata/ledgerfile.h"
 #include "log/log.h"
@@ -24,7 +25,6 @@ namespace {
 constexpr std::time_t kFileAgeSeconds = 2678400;   // 31 days
 constexpr std::time_t kRecallAgeSeconds = 259200;  // 3 days
 constexpr std::size_t kMostUnrecorded = 10000;     // a month of real data every five minutes
-constexpr std::size_t kPathLimit = util::kPathBytes - 1;
 
 // The steps of a save that can fail for a while.
 constexpr char kRecording[] = "recording";
@@ -33,6 +33,14 @@ constexpr char kAgeing[] = "ageing";
 std::string CutOffStamp() {
   const auto cutOff = util::LocalTime(std::time(nullptr) - kFileAgeSeconds);
   return cutOff ? util::Stamp(*cutOff) : "";  // an empty stamp ages nothing
+}
+
+History_Data_Para PendingRow(const util::Statement& columns) {
+  History_Data_Para row{};
+  row.filetype = columns.Integer(0);
+  util::CopyText(row.filename, columns.Text(1));
+  row.result = columns.Integer(2);
+  return row;
 }
 
 void* RemoveLostTree(void* /*unused*/) {
@@ -44,39 +52,35 @@ void* RemoveLostTree(void* /*unused*/) {
 
 std::int32_t CHistoryData::IsTableExists(const char* table) {
   if (table == nullptr) return 0;
-  const std::lock_guard lock(m_databaseMutex);
-  return LookForTable(table) == TableState::kThere ? 0 : -1;
+  const std::lock_guard lock(m_mutex);
+  util::Database database = OpenLedger();
+  return LookForTable(database, table) == TableState::kThere ? 0 : -1;
 }
 
 void CHistoryData::CreateTable() {
-  const std::lock_guard lock(m_databaseMutex);
+  const std::lock_guard lock(m_mutex);
   CreateInLedger(CreatePendingStatement());
 }
 
 void CHistoryData::CreateRecallTable() {
-  const std::lock_guard lock(m_databaseMutex);
+  const std::lock_guard lock(m_mutex);
   CreateInLedger(CreateRecallStatement());
 }
 
 std::int32_t CHistoryData::Mkdirs(const char* path) {
-  return util::MakeDirectories(path, kPathLimit, kPathLimit);
+  return MakeDirectories(path);
 }
 
 std::int32_t CHistoryData::SaveHistoryData(const std::vector<History_Data_Para>* rows) {
   if (rows == nullptr) return -1;
-  const std::lock_guard saving(m_savingMutex);
+  const std::lock_guard lock(m_mutex);
   for (const auto& row : *rows) m_unrecorded.push_back(InsertPending(row));
   BoundUnrecorded();
   const Aged aged = AgedFiles(CutOffStamp());
 
-  if (util::IsMissing(paths::kLedger)) {
-    MakeNewLedger(Tables::kPending);
-  } else if (LookFor(kPendingTable) == TableState::kLacking) {
-    ReplaceDamagedTree();
-    return -1;
-  }
+  MakeMissingLedger(Tables::kPending);
   const Visit visit = RecordAndAge(aged);
-  if (visit == Visit::kDamaged) ReplaceDamagedTree();
+  if (visit == Visit::kDamaged || visit == Visit::kCondemned) ReplaceDamagedTree();
   return visit == Visit::kDone ? 0 : -1;
 }
 
@@ -88,38 +92,29 @@ void CHistoryData::BoundUnrecorded() {
   log_Text(WARN, "ledger: %zu of the oldest rows in memory are given up", excess);
 }
 
-TableState CHistoryData::LookFor(const char* table) {
-  const std::lock_guard lock(m_databaseMutex);
-  return LookForTable(table);
-}
-
-void CHistoryData::MakeNewLedger(Tables tables) {
-  const std::lock_guard lock(m_databaseMutex);
-  Mkdirs(paths::kLedgerDirectory);
-  MakeLedger(tables);
-}
-
 CHistoryData::Visit CHistoryData::RecordAndAge(const Aged& aged) {
-  const std::lock_guard lock(m_databaseMutex);
-  if (!m_isDamaged) {
-    const Visit visit = TryToRecordAndAge(aged);
-    if (visit != Visit::kDamaged) return visit;
-  }
+  const Visit visit = TryToRecordAndAge(aged);
+  if (visit != Visit::kDamaged) return visit;
   if (const auto error = RewriteLedger()) return NoteFailure(kRecording, error, Visit::kDone);
   m_isDamaged = false;
   return TryToRecordAndAge(aged);
 }
 
 CHistoryData::Visit CHistoryData::TryToRecordAndAge(const Aged& aged) {
-  util::Database database = OpenLedgerForWriting();
-  if (!database) return NoteFailure(kRecording, database.Error(), Visit::kFailed);
+  util::Database database = OpenLedger();
+  if (aged.condemns && LookForTable(database, aged.table) == TableState::kLacking) {
+    return Visit::kCondemned;
+  }
+  if (m_isDamaged) return Visit::kDamaged;
+  if (!database.MakeCommitsDurable()) {
+    return NoteFailure(kRecording, database.Error(), Visit::kFailed);
+  }
   const auto recording = Record(database, m_unrecorded);
   if (recording.why == util::Failure::kDamaged) return Visit::kDamaged;
   if (!recording) m_unrecorded.clear();
 
   // On a card that is too full for a row, ageing makes room.
-  bool listed = false;
-  const auto ageing = DropAged(database, aged, listed);
+  const auto [listed, ageing] = DropAged(database, aged);
   if (ageing.why == util::Failure::kDamaged) return Visit::kDamaged;
   const Visit outcome = listed ? Visit::kDone : Visit::kFailed;
   if (recording) return NoteFailure(kRecording, recording, outcome);
@@ -141,51 +136,44 @@ CHistoryData::Visit CHistoryData::NoteFailure(const char* step, const util::SqlE
 }
 
 void CHistoryData::ReplaceDamagedTree() {
-  const std::lock_guard lock(m_databaseMutex);  // nobody visits the ledger while its tree moves
   unlink(paths::kLedger);
   m_unrecorded.clear();  // their files go with the tree
   m_unmarked.clear();
   m_isDamaged = false;
-  // Where the removal of an earlier one was cut short, the tree stays, without its ledger.
+  // This fails while an earlier lost tree is still there. The tree then stays, without its ledger.
   std::rename(paths::kCloudTree, paths::kLostTree);
   int errorCode = 0;
   util::StartThread(&m_removalThread, util::DetachState::kJoinable, RemoveLostTree, nullptr,
                     &errorCode);
 
   // The calldata directory is deliberately left out; the next start makes it.
-  Mkdirs(paths::kLedgerDirectory);
-  Mkdirs(paths::kDataFiles);
+  MakeDirectories(paths::kLedgerDirectory);
+  MakeDirectories(paths::kDataFiles);
   MakeDayDirectories();
   util::SyncFileSystem(paths::kDataFiles);
 }
 
 std::int32_t CHistoryData::GetHistoryData(std::vector<History_Data_Para>* rows) {
   if (rows == nullptr || !util::Exists(paths::kLedger)) return -1;
-  const std::lock_guard lock(m_databaseMutex);
+  const std::lock_guard lock(m_mutex);
   if (!m_unmarked.empty()) {
-    util::Database marks = OpenLedgerForWriting();
-    if (!marks || !MarkUnmarked(marks)) return -1;
+    util::Database database = OpenLedger();
+    if (!database.MakeCommitsDurable() || !MarkUnmarked(database)) return -1;
   }
   util::Database database = OpenLedgerForReading();
   if (!database) return -1;
   util::Statement pending = database.Prepare(SelectPending());
   if (!pending) return -1;
 
-  while (pending.NextRow()) {
-    History_Data_Para row{};
-    row.filetype = pending.Integer(0);
-    util::CopyText(row.filename, pending.Text(1));
-    row.result = pending.Integer(2);
-    rows->push_back(row);
-  }
-  // Else nothing would be sent any more, without a word. The next save sees to it.
+  while (pending.NextRow()) rows->push_back(PendingRow(pending));
+  // Without this note the service would send nothing any more, silently. The next save mends it.
   m_isDamaged = m_isDamaged || pending.WhyFailed() == util::Failure::kDamaged;
   return 0;
 }
 
 std::int32_t CHistoryData::UpdateHistoryData(const char* filename) {
   if (filename == nullptr) return -1;
-  const std::lock_guard lock(m_databaseMutex);
+  const std::lock_guard lock(m_mutex);
   if (!util::Exists(paths::kLedger)) return 0;
   m_unmarked.push_back(Accept(filename));
   util::Database database = OpenLedger();
@@ -202,11 +190,18 @@ bool CHistoryData::MarkUnmarked(util::Database& database) {
 
 std::int32_t CHistoryData::SaveRecallData(const char* filename) {
   if (filename == nullptr) return -1;
-  const std::lock_guard saving(m_savingMutex);
+  const std::lock_guard lock(m_mutex);
   const std::int64_t now = std::time(nullptr);
-  if (util::IsMissing(paths::kLedger)) MakeNewLedger(Tables::kPendingAndRecall);
-  m_unrecorded.push_back(InsertRecall(now, filename));  // makes the table where it is missing
+  MakeMissingLedger(Tables::kPendingAndRecall);
+  m_unrecorded.push_back(InsertRecall(now, filename));
   return RecordAndAge(AgedRecalls(now - kRecallAgeSeconds)) == Visit::kDone ? 0 : -1;
+}
+
+std::int32_t CHistoryData::GetRecallFlag(std::uint32_t dataId, const ST_SINGLE_CALL_POINT* point,
+                                         std::vector<ST_SINGLE_POINT_VALUE>* values) {
+  const auto device = static_cast<std::uint16_t>(dataId >> 16);
+  const std::uint32_t lastLiveTime = GetCRealDataInstance().GetOldTime(device);
+  return static_cast<std::int32_t>(ReadMinutes(dataId, *point, lastLiveTime, *values));
 }
 
 CHistoryData& GetCHistoryDataInstance() {

@@ -14,7 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "parsememory/answers.h"
+#include "datasource/demandhistory.h"
+#include "records/recallorder.h"
 #include "util/mutex.h"
 
 inline constexpr std::int32_t kAlarmDataFile = 1;  // ledger file type; also the schema's default
@@ -35,28 +36,15 @@ class Database;
 struct SqlError;
 }  // namespace util
 
-struct Aged;  // these: see ledgerfile.h
-enum class Tables;
-enum class TableState;
+struct Aged;  // see ledgerfile.h
 
-// One recalled minute value.
-#pragma pack(push, 1)
-struct ST_SINGLE_POINT_VALUE {
-  std::uint32_t UnixTime;  // of the minute
-  double TriggerValue;     // the point's value
-};
-#pragma pack(pop)
-static_assert(sizeof(ST_SINGLE_POINT_VALUE) == 12);
-static_assert(offsetof(ST_SINGLE_POINT_VALUE, TriggerValue) == 4);
-
-// The ledger's rows, the data files' ageing, the tree and its repair; and, beside all this, the
-// gateway's demand history. Any thread may call it. A mutex is held for the whole of each visit to
-// the database, from open to close; another one makes a save, which is several visits, one thing.
-// No database handle is kept open.
+// Keeps the ledger's rows, drops old rows and files, repairs the tree, and is the door to the
+// demand history. Any thread may call it. A mutex is held for the whole of each operation on the
+// ledger; the database is opened and closed within it.
 //
-// Operations return 0, or -1 on failure. What the ledger cannot take for a while (another process
-// holds a lock, the card is full) is kept in memory and written first at the next occasion; a
-// restart forgets it. The text log tells when that begins and when it is over.
+// Operations return 0, or -1 on failure. Rows and marks that the ledger cannot take for a while
+// (another process holds a lock, the card is full) are kept in memory and written first at the next
+// occasion; a restart loses them. The text log says when this begins and when it is over.
 class CHistoryData {
  public:
   CHistoryData() = default;
@@ -72,72 +60,62 @@ class CHistoryData {
   // Creates every missing directory along `path`, mode 0755. -1 for null.
   std::int32_t Mkdirs(const char* path);
 
-  // Records new files in one transaction, those of earlier saves that could not be recorded first;
-  // then drops rows and files with stamps of 31 days ago or older, accepted or not. A name that is
-  // already recorded keeps its row. -1 when the ledger cannot be opened or its old rows cannot be
-  // listed; 0 also when a lock kept the rows out.
+  // Records new files in one transaction, after those that wait in memory. Then drops rows and
+  // files with stamps of 31 days ago or older, accepted or not. A name that is already recorded
+  // keeps its row. -1 when the ledger cannot be opened or its old rows cannot be listed; 0 also
+  // when a lock kept the rows out.
   //
   // A ledger file whose content is damaged or lacks the pending table condemns the whole tree: it
   // is moved to Cloud.lost and removed by a thread, an empty one is made, and -1 is returned
   // without recording the rows. A lock, a full card and the like condemn nothing.
   std::int32_t SaveHistoryData(const std::vector<History_Data_Para>* rows);
-  // Appends the pending rows, newest stamp first, 20 at most. -1 also when there is no ledger file,
-  // and while a row that was accepted cannot be marked: it would be sent again.
+  // Appends up to 20 pending rows, newest stamp first. -1 also when there is no ledger file, and
+  // while a row that was accepted cannot be marked: it would be sent again.
   std::int32_t GetHistoryData(std::vector<History_Data_Para>* rows);
-  // Marks a pending row accepted, now or, where the ledger does not take it, before the next rows
-  // are read. 0 also when there is no such row and when there is no ledger file; -1 when the ledger
-  // cannot be opened.
+  // Marks a pending row accepted. If the ledger does not take the mark now, it is written before
+  // the next rows are read. 0 also when there is no such row and when there is no ledger file; -1
+  // when the ledger cannot be opened.
   std::int32_t UpdateHistoryData(const char* filename);
   // Records a recall file under the name as given, then drops rows of three days ago or older, and
   // the files of that name below calldata. The recall worker records full paths, which name no file
-  // there: its archives stay on the card, deliberately. Makes both tables where there is no ledger.
+  // there: its archives stay on the card, deliberately. A new ledger gets both tables.
   std::int32_t SaveRecallData(const char* filename);
 
-  // The stored minute values of a point, from the point's beginTime to its endTime, appended to
-  // `values` in rising time. 1 when every minute up to endTime is there: those that the acquisition
-  // side has not released (`Upload` other than 1) count as there, but give no value. 0 when a
-  // minute is missing, there is no history, or there are more than kMostRecalledValues values, with
-  // the values up to there appended; -1 when the history cannot be read. Nothing is logged. Recall
-  // worker; no lock.
-  //
-  // "/media/mmcblk0p1/demand_history.db", written by the acquisition side: a table
-  // "history_%04x_tbl" for each device number, with dataid (the whole point identifier, as a signed
-  // number), UnixTime (of the minute), TriggerValue (real) and Upload (1: released).
+  // ReadMinutes (datasource/demandhistory.h) with the time of the device's last live value: 1 when
+  // the series is complete, 0 when it is not, -1 when the history cannot be read. No lock.
   std::int32_t GetRecallFlag(std::uint32_t dataId, const ST_SINGLE_CALL_POINT* point,
                              std::vector<ST_SINGLE_POINT_VALUE>* values);
 
  private:
-  enum class Visit { kDone, kFailed, kDamaged };
+  // kDamaged: the content cannot be used. kCondemned: it lacks the pending table; no rewrite helps.
+  enum class Visit { kDone, kFailed, kDamaged, kCondemned };
 
-  // Gives up the oldest of too many rows.
+  // The caller of these holds the mutex.
+
+  // Gives up the oldest rows in memory when there are too many.
   void BoundUnrecorded();
-  // One visit each: a look for a table, and the making of a ledger where there is none.
-  TableState LookFor(const char* table);
-  void MakeNewLedger(Tables tables);
-  // The second half: its inserts stand in m_unrecorded, the ledger has its table.
-  // A ledger with a damaged index is made anew.
+  // Records what waits in memory and drops what is too old. Rewrites a ledger with a damaged index
+  // and tries again.
   Visit RecordAndAge(const Aged& aged);
   Visit TryToRecordAndAge(const Aged& aged);
-  // Marks what is due, in one transaction. False while the ledger does not take it.
+  // Writes all waiting marks in one transaction. False while the ledger does not take them.
   bool MarkUnmarked(util::Database& database);
   // Moves the damaged tree aside, starts its removal, makes an empty one.
   void ReplaceDamagedTree();
-  // Tells the text log when a step of a save begins to fail, and gives the save's outcome: damage,
-  // or else `outcome`.
+  // Tells the text log when a step of a save begins to fail. Returns kDamaged for damage, otherwise
+  // `outcome`.
   Visit NoteFailure(const char* step, const util::SqlError& error, Visit outcome);
 
-  util::Mutex m_databaseMutex;          // guards every visit to the ledger's database
-  pthread_t m_removalThread = 0;        // joinable, never joined; guarded by m_databaseMutex
-  std::vector<std::string> m_unmarked;  // marks not yet committed; guarded by m_databaseMutex
-  bool m_isDamaged = false;  // the pending rows cannot be read; guarded by m_databaseMutex
-
-  util::Mutex m_savingMutex;  // from the look for the ledger to its rows; before the other one
-  std::vector<std::string> m_unrecorded;  // inserts not yet committed; guarded by m_savingMutex
-  const char* m_failedStep = nullptr;     // null while saves succeed; guarded by m_savingMutex
+  util::Mutex m_mutex;                    // guards the ledger's database and every member below
+  pthread_t m_removalThread = 0;          // joinable, never joined
+  std::vector<std::string> m_unrecorded;  // inserts that wait in memory
+  std::vector<std::string> m_unmarked;    // marks that wait in memory
+  bool m_isDamaged = false;               // the pending rows could not be read
+  const char* m_failedStep = nullptr;     // null while saves succeed
 };
 
-// Removes a file or a whole directory tree. The first file that cannot be unlinked ends it, with
-// the rest left in place. Returns 0, always. Any thread; no lock.
+// Removes a file or a whole directory tree. Ends at the first file that cannot be unlinked and
+// leaves the rest in place. Always returns 0. Any thread; no lock.
 int RemoveDir(const char* path);
 
 // The one object of the process.

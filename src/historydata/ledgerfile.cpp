@@ -5,6 +5,7 @@
 
 #include <cstdio>
 
+#include "historydata/datatree.h"
 #include "util/directory.h"
 #include "util/durable.h"
 #include "util/paths.h"
@@ -23,29 +24,22 @@ constexpr char kCreateRecall[] =
     "CREATE TABLE IF NOT EXISTS %s( Createtime INTEGER,FileName VARCHAR(32))";
 constexpr char kInsertPending[] =
     "insert into %s(filetype, filename, result) values('%d','%s','%d')";
-// The stamp begins 21 characters before the end of the name: 14 digits and ".tar.gz".
-constexpr char kSelectAged[] =
-    "select filename from %s where substr(filename,length(filename)-20, 14) <= '%s'";
-constexpr char kDeleteAged[] =
-    "delete from %s where substr(filename,length(filename)-20, 14) <= '%s'";
+// A name ends in its stamp of 14 digits and ".tar.gz".
+constexpr char kStamp[] = "substr(filename,length(filename)-20, 14)";
 constexpr char kSelectPending[] =
-    "select filetype, filename, result from %s where result=0 order by "
-    "substr(filename,length(filename)-20, 14) desc limit 20";
+    "select filetype, filename, result from %s where result=0 order by %s desc limit 20";
 constexpr char kAccept[] = "update %s set result=1 where result=0 and filename='%s'";
 constexpr char kInsertRecall[] = "insert into %s(Createtime, filename) values('%lld','%s')";
-constexpr char kSelectAgedRecalls[] = "select filename from %s where Createtime <= '%lld'";
-constexpr char kDeleteAgedRecalls[] = "delete from %s where Createtime <= '%lld'";
+constexpr char kSelectAged[] = "select filename from %s where %s";
+constexpr char kDeleteAged[] = "delete from %s where %s";
 
 constexpr char kAttachNew[] = "attach '%s' as fresh";
-// The conditions keep SQLite from copying whole trees of pages, indexes among them.
+// The conditions make SQLite copy row by row. Otherwise it copies whole tables and indexes.
 constexpr char kCopyPending[] =
     "insert or ignore into fresh.%s(FileName,FileType,Result) select FileName,FileType,Result from "
-    "main.%s "
-    "not indexed where true";
+    "main.%s not indexed where true";
 constexpr char kCopyRecalls[] =
     "insert into fresh.%s(Createtime,FileName) select Createtime,FileName from main.%s where true";
-
-constexpr int kLockWaitMilliseconds = 2000;  // spares the ledger another program's short lock
 
 TableState AfterFailure(util::Failure failure) {
   return failure == util::Failure::kUnavailable ? TableState::kUnknown : TableState::kLacking;
@@ -57,7 +51,7 @@ util::SqlError RolledBack(util::Database& database) {
   return error;
 }
 
-// A file that was left there is an attempt that a power cut has ended.
+// Removes first what an attempt left that a power cut ended.
 bool MakeTables(const char* path, Tables tables) {
   unlink(path);
   util::Database database(path);
@@ -65,7 +59,7 @@ bool MakeTables(const char* path, Tables tables) {
   return tables == Tables::kPending || database.Execute(CreateRecallStatement());
 }
 
-// The journal of the old one goes first: SQLite would play it back into the new one.
+// Removes the old ledger's journal first: SQLite would play it back into the new one.
 bool PutNewLedgerInPlace(unsigned flags) {
   unlink(paths::kLedgerJournal);
   if (renameat2(AT_FDCWD, paths::kNewLedger, AT_FDCWD, paths::kLedger, flags) != 0) return false;
@@ -73,34 +67,38 @@ bool PutNewLedgerInPlace(unsigned flags) {
   return true;
 }
 
+// Each path is cut at 127 characters.
+void UnlinkFiles(const char* directory, const std::vector<std::string>& names) {
+  for (const auto& name : names) {
+    char path[util::kPathBytes];
+    util::PrintText(path, sizeof(path), "%s/%s", directory, name.c_str());
+    unlink(path);
+  }
+}
+
 }  // namespace
 
-util::Database OpenLedger() {
-  util::Database database(paths::kLedger, Missing::kFails);
-  database.WaitForLocks(kLockWaitMilliseconds);
+util::Database OpenLedger(Missing missing) {
+  util::Database database(paths::kLedger, missing);
+  database.WaitForLocks(util::kLockWaitMilliseconds);
   return database;
 }
 
 util::Database OpenLedgerForReading() {
   util::Database database(paths::kLedger, Missing::kFails);
-  database.KeepCacheSmall();
-  database.WaitForLocks(kLockWaitMilliseconds);
-  return database;
-}
-
-util::Database OpenLedgerForWriting(Missing missing) {
-  util::Database database(paths::kLedger, missing);
-  database.WaitForLocks(kLockWaitMilliseconds);
-  database.MakeCommitsDurable();
+  database.KeepCacheSmall();  // before the next line: no lock is waited for twice
+  database.WaitForLocks(util::kLockWaitMilliseconds);
   return database;
 }
 
 void CreateInLedger(const std::string& statement) {
-  util::Database database = OpenLedgerForWriting(Missing::kIsMade);
-  if (database) database.Execute(statement);
+  util::Database database = OpenLedger(Missing::kIsMade);
+  if (database.MakeCommitsDurable()) database.Execute(statement);
 }
 
-void MakeLedger(Tables tables) {
+void MakeMissingLedger(Tables tables) {
+  if (!util::IsMissing(paths::kLedger)) return;
+  MakeDirectories(paths::kLedgerDirectory);
   if (MakeTables(paths::kNewLedger, tables)) PutNewLedgerInPlace(RENAME_NOREPLACE);
 }
 
@@ -123,9 +121,8 @@ util::SqlError RewriteLedger() {
   return {};
 }
 
-TableState LookForTable(const char* table) {
+TableState LookForTable(util::Database& database, const char* table) {
   if (util::IsDirectory(paths::kLedger)) return TableState::kLacking;
-  util::Database database = OpenLedger();
   if (!database) return AfterFailure(database.WhyFailed());
   util::Statement count = database.Prepare(util::Format(kCountTable, table));
   if (!count) return AfterFailure(database.WhyFailed());
@@ -148,23 +145,23 @@ std::string InsertPending(const History_Data_Para& row) {
   return util::Format(kInsertPending, kPendingTable, row.filetype, row.filename, row.result);
 }
 
-std::string InsertRecall(std::int64_t now, const char* filename) {
+std::string InsertRecall(std::int64_t now, const std::string& filename) {
   return CreateRecallStatement() + ";" +
-         util::Format(kInsertRecall, kRecallTable, static_cast<long long>(now), filename);
+         util::Format(kInsertRecall, kRecallTable, static_cast<long long>(now), filename.c_str());
 }
 
 std::string SelectPending() {
-  return util::Format(kSelectPending, kPendingTable);
+  return util::Format(kSelectPending, kPendingTable, kStamp);
 }
 
 std::string Accept(const std::string& filename) {
   return util::Format(kAccept, kPendingTable, filename.c_str());
 }
 
-util::SqlError Record(util::Database& database, const std::vector<std::string>& inserts) {
+util::SqlError Record(util::Database& database, const std::vector<std::string>& statements) {
   if (!database.Execute("BEGIN;")) return database.Error();
-  for (const auto& insert : inserts) {
-    if (!database.Execute(insert) && database.WhyFailed() != util::Failure::kStatement) {
+  for (const auto& statement : statements) {
+    if (!database.Execute(statement) && database.WhyFailed() != util::Failure::kStatement) {
       return RolledBack(database);
     }
   }
@@ -172,33 +169,34 @@ util::SqlError Record(util::Database& database, const std::vector<std::string>& 
 }
 
 Aged AgedFiles(const std::string& cutOffStamp) {
-  return {.select = util::Format(kSelectAged, kPendingTable, cutOffStamp.c_str()),
-          .remove = util::Format(kDeleteAged, kPendingTable, cutOffStamp.c_str()),
-          .directory = paths::kDataFiles};
+  return {.table = kPendingTable,
+          .condition = util::Format("%s <= '%s'", kStamp, cutOffStamp.c_str()),
+          .directory = paths::kDataFiles,
+          .condemns = true};
 }
 
 Aged AgedRecalls(std::int64_t cutOff) {
-  const auto seconds = static_cast<long long>(cutOff);
-  return {.select = util::Format(kSelectAgedRecalls, kRecallTable, seconds),
-          .remove = util::Format(kDeleteAgedRecalls, kRecallTable, seconds),
-          .directory = paths::kCallData};
+  return {.table = kRecallTable,
+          .condition = util::Format("Createtime <= '%lld'", static_cast<long long>(cutOff)),
+          .directory = paths::kCallData,
+          .condemns = false};
 }
 
-util::SqlError DropAged(util::Database& database, const Aged& aged, bool& listed) {
+AgeingResult DropAged(util::Database& database, const Aged& aged) {
   std::vector<std::string> names;
   {
-    util::Statement rows = database.Prepare(aged.select);
-    listed = static_cast<bool>(rows);
-    if (!listed) return database.Error();
+    util::Statement rows =
+        database.Prepare(util::Format(kSelectAged, aged.table, aged.condition.c_str()));
+    if (!rows) return {.listed = false, .error = database.Error()};
     while (rows.NextRow()) names.emplace_back(rows.Text(0).substr(0, util::kPathBytes));
-    if (rows.Failed()) return {rows.WhyFailed(), database.ErrorText()};
+    if (rows.Failed()) {
+      return {.listed = true, .error = {rows.WhyFailed(), database.ErrorText()}};
+    }
   }
-  if (names.empty()) return {};
-  if (!database.Execute(aged.remove)) return database.Error();
-  for (const auto& name : names) {
-    char path[util::kPathBytes];
-    util::PrintText(path, sizeof(path), "%s/%s", aged.directory, name.c_str());
-    unlink(path);
+  if (names.empty()) return {.listed = true, .error = {}};
+  if (!database.Execute(util::Format(kDeleteAged, aged.table, aged.condition.c_str()))) {
+    return {.listed = true, .error = database.Error()};
   }
-  return {};
+  UnlinkFiles(aged.directory, names);
+  return {.listed = true, .error = {}};
 }

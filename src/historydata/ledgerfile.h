@@ -1,11 +1,10 @@
-// The ledger's database file: its statements, and what one open connection does with them.
+// The ledger's database file: its statements, and what is done with one open connection.
 //
-// Who calls holds CHistoryData's database mutex. Any SQLite program may open the file beside us.
+// The caller holds CHistoryData's mutex. Other programs may open the file at the same time.
 #pragma once
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "historydata/historydata.h"
@@ -14,24 +13,23 @@
 inline constexpr char kPendingTable[] = "tJsonFileNames";
 inline constexpr char kRecallTable[] = "recallJsonFile";
 
-// Open the ledger, which must be there: for a look, for a long reading, and for writing in a way
-// that a power cut cannot undo a commit. A connection that cannot be set so counts as not opened.
-util::Database OpenLedger();
+// Opens the ledger; statements wait a short while for another program's lock. Who writes calls
+// MakeCommitsDurable first.
+util::Database OpenLedger(util::Database::Missing missing = util::Database::Missing::kFails);
+// The same with a small cache, for a long reading.
 util::Database OpenLedgerForReading();
-util::Database OpenLedgerForWriting(
-    util::Database::Missing missing = util::Database::Missing::kFails);
 
-// Runs a CREATE statement, in a new file where there is none. Errors are ignored.
+// Runs a CREATE statement, in a new file if there is none. Errors are ignored.
 void CreateInLedger(const std::string& statement);
 
-// Makes a ledger where there is none. It appears whole: a power cut leaves none rather than an
-// empty one, which would condemn the tree. Errors are ignored: the open that follows fails.
+// Makes a ledger, and its directory, if there is none. The file appears whole: after a power cut
+// there is none rather than an empty one, which would condemn the tree. Errors are ignored: the
+// next open fails.
 enum class Tables { kPending, kPendingAndRecall };
-void MakeLedger(Tables tables);
+void MakeMissingLedger(Tables tables);
 
-// Copies every row into a new ledger, which takes the place of the old one: a damaged index is gone
-// with it. After a failure the ledger is as it was; only kDamaged says that its rows cannot be
-// read.
+// Copies every row into a new ledger, which replaces the old one. This mends a damaged index. After
+// a failure the ledger is as it was; kDamaged says that its rows cannot be read.
 util::SqlError RewriteLedger();
 
 // What a look for a table has found.
@@ -40,30 +38,34 @@ enum class TableState {
   kLacking,  // counted as 0, or the content cannot be read: no database, or a damaged one
   kUnknown,  // a lock or the like kept us from looking
 };
-TableState LookForTable(const char* table);
+TableState LookForTable(util::Database& database, const char* table);
 
 // Statements.
 std::string CreatePendingStatement();
 std::string CreateRecallStatement();
 std::string InsertPending(const History_Data_Para& row);
-std::string InsertRecall(std::int64_t now,
-                         const char* filename);  // into a table that may be missing
+// Makes the recall table too if it is missing.
+std::string InsertRecall(std::int64_t now, const std::string& filename);
 std::string SelectPending();
 std::string Accept(const std::string& filename);
 
-// Runs inserts in one transaction. One that does not fit what is there, as a name that is recorded
-// already, is passed over. After any other failure none of them is recorded.
-util::SqlError Record(util::Database& database, const std::vector<std::string>& inserts);
+// Runs statements in one transaction. One that does not fit the content, such as an insert of a
+// name that is already there, is skipped. After any other failure nothing is changed.
+util::SqlError Record(util::Database& database, const std::vector<std::string>& statements);
 
-// Which rows are too old, and where their files are.
+// The rows of a table that are too old.
 struct Aged {
-  std::string select;
-  std::string remove;
-  const char* directory;
+  const char* table;
+  std::string condition;  // of the rows
+  const char* directory;  // of their files
+  bool condemns;          // whether a ledger without the table condemns the tree
 };
 Aged AgedFiles(const std::string& cutOffStamp);
 Aged AgedRecalls(std::int64_t cutOff);
 
-// Deletes the rows, then unlinks their files: a file whose row stays, stays too. False in `listed`
-// when the rows cannot even be asked for.
-util::SqlError DropAged(util::Database& database, const Aged& aged, bool& listed);
+struct AgeingResult {
+  bool listed;  // false when the rows could not even be asked for
+  util::SqlError error;
+};
+// Deletes the rows, then unlinks their files. When the rows cannot be deleted, the files stay too.
+AgeingResult DropAged(util::Database& database, const Aged& aged);

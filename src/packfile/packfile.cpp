@@ -9,7 +9,7 @@
 
 #include "config/channelset.h"
 #include "config/snset.h"
-#include "historydata/demandhistory.h"
+#include "datasource/demandhistory.h"
 #include "log/log.h"
 #include "packfile/alarmdocument.h"
 #include "packfile/archive.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "packfile/records.h"
-#include "parsememory/answers.h"
+#include "records/recallorder.h"
 
 // What it is for: builds, writes and compresses data files.
 // Threads: each builder on its own worker; no data, no lock. The pauses block only the caller.

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "historydata/demandhistory.h"
+#include "datasource/demandhistory.h"
 #include "historydata/historydata.h"
 #include "util/text.h"
 #include "util/timetext.h"

@@ -7,7 +7,7 @@
 
 #include <cstddef>
 
-#include "parsememory/answers.h"
+#include "records/recallorder.h"
 #include "util/json.h"
 
 // An archive that the transport carries holds less text than this, even when a thousand points have

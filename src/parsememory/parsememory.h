@@ -5,6 +5,7 @@
 #include <string>
 
 #include "parsememory/answers.h"
+#include "records/recallorder.h"
 #include "util/mutex.h"
 
 // What it is for: one parser for each kind of answer.

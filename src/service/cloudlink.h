@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string>
 
-#include "parsememory/answers.h"
+#include "records/recallorder.h"
 
 // The login, at the configured address. 0 when the cloud authorised the gateway, -1 otherwise.
 int HTTP_POST_AUTHORIZE_INFO();

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "packfile/records.h"
-#include "parsememory/answers.h"
+#include "records/recallorder.h"
 
 // Packs live values into a real-data file (CPackFile::CreateRealDataJsonFile, whose result is
 // returned): the archive's full path is appended to `files`.

@@ -11,6 +11,9 @@ struct sqlite3_stmt;
 
 namespace util {
 
+// How long a statement waits for another program's short lock.
+inline constexpr int kLockWaitMilliseconds = 2000;
+
 // Why a statement, or the opening of a database, failed.
 enum class Failure {
   kNone,

@@ -69,6 +69,7 @@ constexpr char kNoSuchDirectory[] = "/nonexistent/database";
 thread_local std::array<Fault, kCalls> t_faults;
 thread_local bool t_guardSegment = false;
 thread_local bool t_noLockWaits = false;
+thread_local int t_latestLockWait = 0;
 
 bool Fails(Call call) {
   Fault& fault = t_faults[static_cast<std::size_t>(call)];
@@ -97,6 +98,10 @@ void* GuardedPlace(int id) {
 }
 
 }  // namespace
+
+int LatestLockWait() {
+  return t_latestLockWait;
+}
 
 NoLockWaits::NoLockWaits() {
   t_noLockWaits = true;
@@ -162,6 +167,7 @@ void* __wrap_shmat(int id, const void* address, int flags) {
 }
 
 int __wrap_sqlite3_busy_timeout(sqlite3* database, int milliseconds) {
+  test::t_latestLockWait = milliseconds;
   return __real_sqlite3_busy_timeout(database, test::t_noLockWaits ? 0 : milliseconds);
 }
 

@@ -38,6 +38,9 @@ class NoLockWaits {
   NoLockWaits& operator=(const NoLockWaits&) = delete;
 };
 
+// The wait for others' locks, in milliseconds, that this thread last allowed SQLite.
+int LatestLockWait();
+
 // Makes the next shmat of a whole number of pages attach its segment right below a page that nobody
 // may touch, so that reading past the segment's end ends the process.
 void GuardNextSegment();

@@ -1,4 +1,4 @@
-// How long the segment is held: for one copy, not while the copy becomes a map.
+// The segment is attached for one copy, not while the copy becomes a map.
 #include <gmock/gmock.h>
 #include <sys/ipc.h>
 #include <sys/shm.h>
@@ -57,9 +57,9 @@ void NoteAttachments() {
 
 namespace {
 
-class SegmentHold : public test::GatewayTest {};
+class LiveValueSegment : public test::GatewayTest {};
 
-TEST_F(SegmentHold, EndsBeforeTheFirstPointIsInserted) {
+TEST_F(LiveValueSegment, IsDetachedBeforeTheFirstPointIsInserted) {
   const Segment segment({{1, 1}, {2, 2}, {3, 3}});
   std::map<std::uint32_t, double> values;
 

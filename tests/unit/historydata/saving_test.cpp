@@ -1,12 +1,11 @@
 // Recording newly packed files.
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "ledgertest.h"
-#include "support/clock.h"
 #include "support/faults.h"
 #include "support/files.h"
 #include "support/logs.h"
@@ -15,90 +14,89 @@
 using test::Call;
 using test::Row;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::SizeIs;
 
 namespace {
 
 constexpr char kFirst[] = "realdata/7/S20240307115500.tar.gz";
 constexpr char kSecond[] = "realdata/7/S20240307120000.tar.gz";
 constexpr char kAlarm[] = "alarmdata/7/T20240307115900.tar.gz";
+constexpr char kFirstRow[] = "realdata/7/S20240307115500.tar.gz|2|0";
+constexpr char kSecondRow[] = "realdata/7/S20240307120000.tar.gz|2|0";
 
 class LedgerSaving : public test::LedgerTest {};
 
 TEST_F(LedgerSaving, MakesItsDirectoryAndItsTableOnANewCard) {
-  const mode_t before = umask(0);
+  EXPECT_EQ(Save({Row(kFirst)}), 0);
 
-  const int result = Save({Row(kFirst)});
-
-  umask(before);
-  struct stat status {};
-  stat(paths::kLedgerDirectory, &status);
-  EXPECT_EQ(result, 0);
-  EXPECT_EQ(status.st_mode & 07777U, 0755U);
+  EXPECT_THAT(test::List(paths::kCloudTree), ElementsAre("DB"));
   EXPECT_THAT(test::Tables(), ElementsAre("tJsonFileNames"));
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307115500.tar.gz|2|0"));
+  EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
 }
 
-TEST_F(LedgerSaving, LeavesTheRestOfANewCardAlone) {
-  Save({Row(kFirst)});
+// A power cut must not leave a ledger without its table.
+TEST_F(LedgerSaving, BringsANewLedgerToTheCardOnlyWhenItIsWhole) {
+  bool thereTooEarly = true;
+  std::vector<std::string> onTheCard;
+  test::AtNextCall(Call::kSqliteExec, [&] { thereTooEarly = test::Exists(paths::kLedger); });
+  test::AtNextCall(Call::kFsync, [&] { onTheCard = test::Tables(); });
 
-  EXPECT_THAT(test::List(paths::kCardMount), ElementsAre("Cloud"));
-  EXPECT_THAT(test::List(paths::kCloudTree), ElementsAre("DB"));
+  Save({});
+
+  EXPECT_FALSE(thereTooEarly);
+  EXPECT_THAT(onTheCard, ElementsAre("tJsonFileNames"));
+}
+
+TEST_F(LedgerSaving, ReplacesANewLedgerThatAPowerCutHasEnded) {
+  test::WriteFile(paths::kNewLedger, "nonsense");
+
+  EXPECT_EQ(Save({Row(kFirst)}), 0);
+  EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
+}
+
+TEST_F(LedgerSaving, ReplacesNoLedgerThatAppearsMeanwhile) {
+  test::AtNextCall(Call::kSqliteExec, [] {
+    test::LedgerFile().Run("create table tJsonFileNames(FileName primary key,FileType,Result)");
+    test::LedgerFile().Run("insert into tJsonFileNames values('a20240307110000.tar.gz',1,1)");
+  });
+
+  EXPECT_EQ(Save({Row(kFirst)}), 0);
+  EXPECT_THAT(test::LedgerRows(), ElementsAre("a20240307110000.tar.gz|1|1", kFirstRow));
+}
+
+// SQLite plays back a journal that it finds beside a database.
+TEST_F(LedgerSaving, RemovesTheJournalOfAnEarlierLedger) {
+  {
+    test::LedgerFile earlier;
+    earlier.Run(
+        "pragma synchronous=off; create table other(a); begin; insert into other values(1)");
+    std::filesystem::copy(paths::kLedgerJournal, "/media/mmcblk0p1/journal");
+  }
+  std::filesystem::remove(paths::kLedger);
+  std::filesystem::rename("/media/mmcblk0p1/journal", paths::kLedgerJournal);
+
+  EXPECT_EQ(Save({Row(kFirst)}), 0);
+  EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
 }
 
 TEST_F(LedgerSaving, RecordsRowsInTheirOrderAsTheyAre) {
+  const std::string longest = std::string(106, 'd') + "20240307120000.tar.gz";
   test::MakePendingTable();
 
-  const int result = Save({Row(kSecond, 2, 0), Row(kAlarm, 1, 1), Row(kFirst, -7, 5)});
+  EXPECT_EQ(Save({Row(longest), Row(kAlarm, 1, 1), Row(kFirst, -7, 5)}), 0);
 
-  EXPECT_EQ(result, 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307120000.tar.gz|2|0",
-                                              "alarmdata/7/T20240307115900.tar.gz|1|1",
-                                              "realdata/7/S20240307115500.tar.gz|-7|5"));
+  EXPECT_THAT(test::LedgerRows(),
+              ElementsAre(longest + "|2|0", "alarmdata/7/T20240307115900.tar.gz|1|1",
+                          "realdata/7/S20240307115500.tar.gz|-7|5"));
 }
 
-TEST_F(LedgerSaving, RecordsANameOfAllItsCharacters) {
-  const std::string name = std::string(106, 'd') + "20240307120000.tar.gz";
-  ASSERT_THAT(name, SizeIs(127));
-
-  Save({Row(name)});
-
-  EXPECT_THAT(test::LedgerRows(), ElementsAre(name + "|2|0"));
-}
-
-TEST_F(LedgerSaving, LeavesARowThatIsRecordedAsItIs) {
+TEST_F(LedgerSaving, SkipsANameThatIsRecordedOrCannotBe) {
   test::MakePendingTable({"'realdata/7/S20240307115500.tar.gz',1,1"});
 
-  const int result = Save({Row(kFirst, 2, 0), Row(kSecond)});
+  EXPECT_EQ(Save({Row(kFirst), Row("realdata/7/S'20240307115800.tar.gz"), Row(kSecond)}), 0);
 
-  EXPECT_EQ(result, 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307115500.tar.gz|1|1",
-                                              "realdata/7/S20240307120000.tar.gz|2|0"));
-}
-
-TEST_F(LedgerSaving, RecordsANameOfOneListOnce) {
-  const int result = Save({Row(kFirst, 2), Row(kFirst, 1), Row(kSecond)});
-
-  EXPECT_EQ(result, 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307115500.tar.gz|2|0",
-                                              "realdata/7/S20240307120000.tar.gz|2|0"));
-}
-
-TEST_F(LedgerSaving, LosesARowWhoseNameHoldsAQuoteAndNoOther) {
-  const int result = Save({Row(kFirst), Row("realdata/7/S'20240307115800.tar.gz"), Row(kSecond)});
-
-  EXPECT_EQ(result, 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307115500.tar.gz|2|0",
-                                              "realdata/7/S20240307120000.tar.gz|2|0"));
-}
-
-TEST_F(LedgerSaving, OfNothingMakesTheLedger) {
-  const int result = Save({});
-
-  EXPECT_EQ(result, 0);
-  EXPECT_THAT(test::Tables(), ElementsAre("tJsonFileNames"));
-  EXPECT_THAT(test::LedgerRows(), IsEmpty());
+  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307115500.tar.gz|1|1", kSecondRow));
 }
 
 TEST_F(LedgerSaving, FailsWithoutAList) {
@@ -106,102 +104,56 @@ TEST_F(LedgerSaving, FailsWithoutAList) {
   EXPECT_FALSE(test::Exists(paths::kCloudTree));
 }
 
-TEST_F(LedgerSaving, TakesTenThousandRowsAndGivesTheNewestOfThem) {
-  std::vector<History_Data_Para> rows;
-  for (int second = 0; second < 10000; ++second) {
-    rows.push_back(Row(test::RealDataName(test::LocalTimeOf(2024, 3, 7) + second)));
-  }
-  std::vector<History_Data_Para> pending;
-
-  const int saved = Save(rows);
-  const int savedOnTop = Save({Row(kSecond)});
-  Ledger().GetHistoryData(&pending);
-
-  EXPECT_EQ(saved, 0);
-  EXPECT_EQ(savedOnTop, 0);
-  EXPECT_THAT(test::LedgerRows(), SizeIs(10001));
-  ASSERT_THAT(pending, SizeIs(20));
-  EXPECT_STREQ(pending.at(0).filename, kSecond);
-  EXPECT_STREQ(pending.at(1).filename, "realdata/7/S20240307024639.tar.gz");
-}
-
 TEST_F(LedgerSaving, FailsWhenItsDirectoryCannotBeMade) {
   test::WriteFile(paths::kCloudTree, "a file in the way");
 
-  const int result = Save({Row(kFirst)});
-
-  EXPECT_EQ(result, -1);
+  EXPECT_EQ(Save({Row(kFirst)}), -1);
   EXPECT_EQ(test::ReadFile(paths::kCloudTree), "a file in the way");
 }
 
-TEST_F(LedgerSaving, FailsWhenTheDatabaseCannotBeOpenedForTheRows) {
+TEST_F(LedgerSaving, KeepsRowsInMemoryWhenTheLedgerCannotBeOpenedOrSetUp) {
   test::MakePendingTable();
-  test::FailCalls(Call::kSqliteOpen, 1, 1);  // the first is the look for the table
 
-  const int result = Save({Row(kFirst)});
-
-  EXPECT_EQ(result, -1);
+  test::FailCalls(Call::kSqliteOpen);
+  EXPECT_EQ(Save({Row(kSecond)}), -1);
+  test::FailCalls(Call::kSqliteExec);  // the setting that makes commits durable
+  EXPECT_EQ(Save({}), -1);
   EXPECT_THAT(test::LedgerRows(), IsEmpty());
+
+  EXPECT_EQ(Save({Row(kFirst)}), 0);
+  EXPECT_THAT(test::LedgerRows(), ElementsAre(kSecondRow, kFirstRow));
 }
 
-TEST_F(LedgerSaving, WorksAgainAfterAFailure) {
+TEST_F(LedgerSaving, KeepsRowsInMemoryWhenTheCommitFails) {
   test::MakePendingTable();
-  test::FailCalls(Call::kSqliteOpen, 1, 1);
-  Save({Row(kFirst)});
+  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and the insert pass
 
-  const int result = Save({Row(kFirst)});
+  EXPECT_EQ(Save({Row(kSecond)}), 0);
+  EXPECT_THAT(test::LedgerRows(), IsEmpty());
 
-  EXPECT_EQ(result, 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307115500.tar.gz|2|0"));
+  EXPECT_EQ(Save({Row(kFirst)}), 0);
+  EXPECT_THAT(test::LedgerRows(), ElementsAre(kSecondRow, kFirstRow));
 }
 
-TEST_F(LedgerSaving, KeepsTheRowsWhenTheAgedOnesCannotBeListed) {
+TEST_F(LedgerSaving, RecordsItsRowsAndFailsWhenTheAgedOnesCannotBeListed) {
   test::MakePendingTable();
   test::FailCalls(Call::kSqlitePrepare, 1, 1);  // the first is the look for the table
 
-  const int result = Save({Row(kFirst)});
-
-  EXPECT_EQ(result, -1);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307115500.tar.gz|2|0"));
+  EXPECT_EQ(Save({Row(kFirst)}), -1);
+  EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
 }
 
 TEST_F(LedgerSaving, FailsOnAPendingTableOfOtherColumnsAndKeepsTheTree) {
   test::LedgerFile().Run("create table tJsonFileNames(other)");
 
-  const int result = Save({Row(kFirst)});
-
-  EXPECT_EQ(result, -1);
+  EXPECT_EQ(Save({Row(kFirst)}), -1);
   EXPECT_THAT(test::Tables(), ElementsAre("tJsonFileNames"));
 }
 
-TEST_F(LedgerSaving, RecordsTheOtherRowsWhenOneInsertFails) {
+TEST_F(LedgerSaving, LogsOnceWhenItBeginsToFailAndWhenItSucceedsAgain) {
   test::MakePendingTable();
-  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and the first insert pass
-
-  const int result = Save({Row(kFirst), Row(kAlarm, 1), Row(kSecond)});
-
-  EXPECT_EQ(result, 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307115500.tar.gz|2|0",
-                                              "realdata/7/S20240307120000.tar.gz|2|0"));
-}
-
-TEST_F(LedgerSaving, KeepsTheRowsOfAFailedCommitAndRecordsThemFirst) {
-  test::MakePendingTable();
-  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and the insert pass
-
-  const int failed = Save({Row(kSecond)});
-
-  EXPECT_EQ(failed, 0);
-  EXPECT_THAT(test::LedgerRows(), IsEmpty());
-  EXPECT_EQ(Save({Row(kFirst)}), 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307120000.tar.gz|2|0",
-                                              "realdata/7/S20240307115500.tar.gz|2|0"));
-}
-
-TEST_F(LedgerSaving, TellsTheLogOnceWhenItBeginsToFailAndWhenItSucceedsAgain) {
-  test::MakePendingTable();
-  const test::NoLockWaits noWaits;
   {
+    const test::NoLockWaits noWaits;
     test::LedgerFile holder;
     holder.Run("begin exclusive");
     Save({Row(kFirst)});
@@ -216,22 +168,19 @@ TEST_F(LedgerSaving, TellsTheLogOnceWhenItBeginsToFailAndWhenItSucceedsAgain) {
   EXPECT_THAT(test::TextLog(), ElementsAre(begins, ends));
 }
 
-TEST_F(LedgerSaving, GivesUpTheOldestOfTooManyRowsInMemory) {
+TEST_F(LedgerSaving, GivesUpTheOldestOfMoreThan10000RowsInMemory) {
   test::MakePendingTable();
-  const test::NoLockWaits noWaits;
   std::vector<History_Data_Para> rows(10001, Row(kSecond));
   rows.front() = Row(kFirst);
-  {
-    test::LedgerFile holder;
-    holder.Run("begin exclusive");
-    Save(rows);
-  }
+  rows.at(1) = Row(kAlarm, 1);
+  test::FailCalls(Call::kSqliteOpen);
 
+  Save(rows);
   Save({});
 
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307120000.tar.gz|2|0"));
-  EXPECT_THAT(test::TextLog(), ::testing::Contains(test::LogRecord{
-                                   "WARN", "ledger: 1 of the oldest rows in memory are given up"}));
+  EXPECT_THAT(test::LedgerRows(),
+              ElementsAre("alarmdata/7/T20240307115900.tar.gz|1|0", kSecondRow));
+  EXPECT_THAT(test::TextLog("WARN").front(), "ledger: 1 of the oldest rows in memory are given up");
 }
 
 }  // namespace

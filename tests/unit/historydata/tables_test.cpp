@@ -1,53 +1,33 @@
-// The ledger's two tables.
+// The ledger's two tables, the look for one, and the door to the demand history.
 #include <gmock/gmock.h>
 
-#include <cstddef>
+#include <functional>
 #include <string>
-#include <type_traits>
+#include <vector>
 
 #include "ledgertest.h"
 #include "support/faults.h"
 #include "support/files.h"
+#include "support/historydatabase.h"
 #include "util/paths.h"
 
+using test::Call;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 namespace {
 
-static_assert(!std::is_copy_constructible_v<CHistoryData>);
-static_assert(offsetof(History_Data_Para, filetype) == 0);
-static_assert(offsetof(History_Data_Para, result) == 4);
-static_assert(sizeof(History_Data_Para::filename) == 128);
-
 class LedgerTables : public test::LedgerTest {};
 
-TEST_F(LedgerTables, HoldThePendingTableWithItsKeyAndDefaults) {
+TEST_F(LedgerTables, HaveTheirColumnsKeyAndDefaults) {
   test::LedgerFile file;
 
   Ledger().CreateTable();
-
-  EXPECT_THAT(file.Query("select name, sql from sqlite_master where type='table'"),
-              ElementsAre("tJsonFileNames|CREATE TABLE tJsonFileNames(FileName VARCHAR(32) PRIMARY "
-                          "KEY ASC,FileType TINYINT DEFAULT 1,Result TINYINT DEFAULT 0)"));
-}
-
-TEST_F(LedgerTables, HoldTheRecallTable) {
-  test::LedgerFile file;
-
   Ledger().CreateRecallTable();
 
-  EXPECT_THAT(file.Query("select name, sql from sqlite_master"),
-              ElementsAre("recallJsonFile|CREATE TABLE recallJsonFile( Createtime "
-                          "INTEGER,FileName VARCHAR(32))"));
-}
-
-TEST_F(LedgerTables, TakeAPendingAlarmFileForTheDefault) {
-  test::MakePendingTable();
-
-  test::LedgerFile().Run("insert into tJsonFileNames(filename) values('a')");
-
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("a|1|0"));
+  EXPECT_THAT(file.Lines("select sql from sqlite_master where type='table'"),
+              ElementsAre("CREATE TABLE tJsonFileNames(FileName VARCHAR(32) PRIMARY KEY "
+                          "ASC,FileType TINYINT DEFAULT 1,Result TINYINT DEFAULT 0)",
+                          "CREATE TABLE recallJsonFile( Createtime INTEGER,FileName VARCHAR(32))"));
 }
 
 TEST_F(LedgerTables, KeepTheirRowsWhenMadeAgain) {
@@ -62,94 +42,64 @@ TEST_F(LedgerTables, KeepTheirRowsWhenMadeAgain) {
   EXPECT_THAT(test::RecallRows(), ElementsAre("5|r"));
 }
 
-TEST_F(LedgerTables, AreNotMadeWithoutADirectoryAndNobodyIsTold) {
+TEST_F(LedgerTables, AreNotMadeWithoutADirectory) {
   Ledger().CreateTable();
   Ledger().CreateRecallTable();
 
   EXPECT_FALSE(test::Exists(paths::kCloudTree));
 }
 
-TEST_F(LedgerTables, AreNotMadeInAFileThatIsNoDatabaseAndNobodyIsTold) {
-  const std::string foreign(4096, 'x');
-  test::WriteFile(paths::kLedger, foreign);
+// A ledger with its pending table, what happens to it, and which table is looked for.
+struct Look {
+  const char* name;
+  std::function<void()> prepare;
+  const char* table;
+  std::int32_t result;
+};
 
-  Ledger().CreateTable();
-  Ledger().CreateRecallTable();
-
-  EXPECT_EQ(test::ReadFile(paths::kLedger), foreign);
+void PrintTo(const Look& look, std::ostream* out) {
+  *out << look.name;
 }
 
-TEST_F(LedgerTables, AreMadeAgainAfterAFailedOpen) {
-  test::LedgerFile file;
-  test::FailCalls(test::Call::kSqliteOpen, 2);
-  Ledger().CreateTable();
-  Ledger().CreateRecallTable();
-  const auto atFirst = test::Tables();
+class TableLook : public test::LedgerTest, public ::testing::WithParamInterface<Look> {};
 
-  Ledger().CreateTable();
-  Ledger().CreateRecallTable();
-
-  EXPECT_THAT(atFirst, IsEmpty());
-  EXPECT_THAT(test::Tables(), ElementsAre("recallJsonFile", "tJsonFileNames"));
-}
-
-class TableLookUp : public test::LedgerTest {};
-
-TEST_F(TableLookUp, FindsATable) {
+TEST_P(TableLook, FindsATableOrFails) {
   test::MakePendingTable();
+  if (GetParam().prepare) GetParam().prepare();
 
-  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), 0);
+  EXPECT_EQ(Ledger().IsTableExists(GetParam().table), GetParam().result);
 }
 
-TEST_F(TableLookUp, FindsNoOtherTable) {
-  test::MakePendingTable();
+constexpr char kPending[] = "tJsonFileNames";
+INSTANTIATE_TEST_SUITE_P(
+    Looks, TableLook,
+    ::testing::Values(
+        Look{"Table", {}, kPending, 0}, Look{"NoName", {}, nullptr, 0},
+        Look{"OtherTable", {}, "recallJsonFile", -1}, Look{"OtherCase", {}, "TJSONFILENAMES", -1},
+        Look{"Quote", {}, "tJson'FileNames", -1},
+        Look{"View", [] { test::LedgerFile().Run("create view v as select 1"); }, "v", -1},
+        Look{"NoFile", [] { test::Empty(paths::kCardMount); }, kPending, -1},
+        Look{"NoDatabase", [] { test::WriteFile(paths::kLedger, std::string(4096, 'x')); },
+             kPending, -1},
+        Look{"NotOpened", [] { test::FailCalls(Call::kSqliteOpen); }, kPending, -1},
+        Look{"NotPrepared", [] { test::FailCalls(Call::kSqlitePrepare); }, kPending, -1},
+        Look{"NotRead", [] { test::FailCalls(Call::kSqliteStep, 1, 1); }, kPending, -1}),
+    [](const auto& test) { return test.param.name; });
 
-  EXPECT_EQ(Ledger().IsTableExists("recallJsonFile"), -1);
-  EXPECT_EQ(Ledger().IsTableExists("TJSONFILENAMES"), -1);
-  EXPECT_EQ(Ledger().IsTableExists(""), -1);
-}
-
-TEST_F(TableLookUp, TakesNoNameForFoundAndMakesNoFile) {
-  EXPECT_EQ(Ledger().IsTableExists(nullptr), 0);
+TEST_F(LedgerTables, AreNotMadeByALook) {
+  EXPECT_EQ(Ledger().IsTableExists(kPending), -1);
   EXPECT_FALSE(test::Exists(paths::kCloudTree));
 }
 
-TEST_F(TableLookUp, DoesNotTakeAViewForATable) {
-  test::LedgerFile().Run("create view tJsonFileNames as select 1");
+TEST_F(LedgerTables, StandBesideTheDemandHistory) {
+  const ST_SINGLE_CALL_POINT point{.pointId = 1, .beginTime = 600, .endTime = 660};
+  std::vector<ST_SINGLE_POINT_VALUE> values;
 
-  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
-}
-
-TEST_F(TableLookUp, FailsForANameWithAQuote) {
-  test::MakePendingTable();
-
-  EXPECT_EQ(Ledger().IsTableExists("tJson'FileNames"), -1);
-}
-
-TEST_F(TableLookUp, FailsWithoutADirectory) {
-  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
-}
-
-TEST_F(TableLookUp, FailsOnAFileThatIsNoDatabase) {
-  test::WriteFile(paths::kLedger, std::string(4096, 'x'));
-
-  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
-}
-
-TEST_F(TableLookUp, FailsWhenTheDatabaseCannotBeOpened) {
-  test::MakePendingTable();
-  test::FailCalls(test::Call::kSqliteOpen);
-
-  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
-  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), 0);
-}
-
-TEST_F(TableLookUp, FailsWhenTheQueryCannotBePrepared) {
-  test::MakePendingTable();
-  test::FailCalls(test::Call::kSqlitePrepare);
-
-  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
-  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), 0);
+  EXPECT_EQ(Ledger().GetRecallFlag(0x01030001, &point, &values), 0);
+  test::HistoryDatabase().Series(0x01030001, 600, 660);
+  EXPECT_EQ(Ledger().GetRecallFlag(0x01030001, &point, &values), 1);
+  EXPECT_EQ(values.size(), 2U);
+  EXPECT_EQ(Ledger().GetRecallFlag(0x01040001, &point, &values), -1);
 }
 
 }  // namespace

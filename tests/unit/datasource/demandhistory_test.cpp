@@ -1,0 +1,301 @@
+// The minute values of a point, and whether one is missing.
+#include "datasource/demandhistory.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/faults.h"
+#include "support/files.h"
+#include "support/gateway.h"
+#include "support/historydatabase.h"
+
+using test::Call;
+using test::HistoryDatabase;
+using test::kHistoryDatabase;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+namespace {
+
+constexpr std::uint32_t kPump = 0x01030001;
+constexpr std::time_t kTen = 1709776800;  // 2024-03-07 10:00:00 on the gateway
+constexpr std::time_t kMinute = 60;
+constexpr auto kUnreadable = MinuteSeries::kUnreadable;
+constexpr auto kIncomplete = MinuteSeries::kIncomplete;
+constexpr auto kComplete = MinuteSeries::kComplete;
+
+using Values = std::vector<ST_SINGLE_POINT_VALUE>;
+
+// Minutes from ten o'clock of the values found.
+std::vector<double> MinutesOf(const Values& values) {
+  std::vector<double> minutes;
+  for (const auto& value : values) {
+    minutes.push_back((static_cast<double>(value.UnixTime) - static_cast<double>(kTen)) / kMinute);
+  }
+  return minutes;
+}
+
+std::vector<double> NumbersOf(const Values& values) {
+  std::vector<double> numbers;
+  for (const auto& value : values) numbers.push_back(value.TriggerValue);
+  return numbers;
+}
+
+MinuteSeries Read(Values& values, std::time_t begin, std::time_t end, std::uint32_t dataId = kPump,
+                  std::time_t lastLiveTime = 0) {
+  const ST_SINGLE_CALL_POINT point{.pointId = dataId & 0xFFFF,
+                                   .beginTime = static_cast<std::uint32_t>(begin),
+                                   .endTime = static_cast<std::uint32_t>(end)};
+  return ReadMinutes(dataId, point, static_cast<std::uint32_t>(lastLiveTime), values);
+}
+
+// The minutes 10:00 to 10:03.
+MinuteSeries ReadFour(Values& values, std::time_t lastLiveTime = 0) {
+  return Read(values, kTen, kTen + 3 * kMinute, kPump, lastLiveTime);
+}
+
+class DemandHistory : public test::GatewayTest {};
+
+TEST_F(DemandHistory, AppendsTheMinutesFromTheFirstToTheLastInRisingTime) {
+  HistoryDatabase()
+      .Series(kPump, kTen + 2 * kMinute, kTen + 5 * kMinute)
+      .Series(kPump, kTen - 2 * kMinute, kTen + kMinute);
+  Values values = {{.UnixTime = kTen - 7 * kMinute, .TriggerValue = 8.5}};
+
+  EXPECT_EQ(ReadFour(values), kComplete);
+  EXPECT_THAT(MinutesOf(values), ElementsAre(-7, 0, 1, 2, 3));
+  EXPECT_THAT(NumbersOf(values), ElementsAre(8.5, 2, 3, 0, 1));
+}
+
+TEST_F(DemandHistory, ReadsFourteenDaysAndStopsAfterOneMoreValue) {
+  constexpr int kMost = 14 * 24 * 60;
+  HistoryDatabase().Series(kPump, kTen, kTen + (kMost + 5) * kMinute);
+  Values most;
+  Values more;
+
+  EXPECT_EQ(Read(most, kTen, kTen + (kMost - 1) * kMinute), kComplete);
+  EXPECT_THAT(most, SizeIs(kMost));
+  EXPECT_EQ(Read(more, kTen, kTen + (kMost + 5) * kMinute), kIncomplete);
+  EXPECT_THAT(more, SizeIs(kMost + 1));
+}
+
+// Rows, and what a reading of the minutes 0 to 3 finds.
+struct Row {
+  double minute;
+  int upload = 1;
+};
+
+struct Series {
+  const char* name;
+  std::vector<Row> rows;
+  MinuteSeries result;
+  std::vector<double> minutes;
+};
+
+void PrintTo(const Series& series, std::ostream* out) {
+  *out << series.name;
+}
+
+class DemandHistorySeries : public DemandHistory, public ::testing::WithParamInterface<Series> {};
+
+TEST_P(DemandHistorySeries, IsReadMinuteByMinute) {
+  HistoryDatabase database;
+  database.Table(kPump);
+  for (const Row& row : GetParam().rows) {
+    database.Add({.time = kTen + std::lround(row.minute * kMinute), .upload = row.upload});
+  }
+  Values values;
+
+  EXPECT_EQ(ReadFour(values), GetParam().result);
+  EXPECT_EQ(MinutesOf(values), GetParam().minutes);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, DemandHistorySeries,
+    ::testing::Values(
+        Series{"NoRows", {}, kIncomplete, {}},
+        // A gap ends the reading, whatever follows.
+        Series{"WithoutTheFirst", {{1}, {2}, {3}}, kIncomplete, {}},
+        Series{"WithoutTheThird", {{0}, {1}, {3}}, kIncomplete, {0, 1}},
+        Series{"WithoutTheLast", {{0}, {1}, {2}}, kIncomplete, {0, 1, 2}},
+        // A row off the minute and a duplicate are skipped.
+        Series{"ASecondAfter", {{0}, {1}, {61. / 60}, {2}, {3}}, kComplete, {0, 1, 2, 3}},
+        Series{"ASecondBefore", {{0}, {1}, {119. / 60}, {2}, {3}}, kComplete, {0, 1, 2, 3}},
+        Series{"OffInsteadOfOn", {{0}, {1}, {2.5}, {3}}, kIncomplete, {0, 1}},
+        Series{"ASecondLate", {{0}, {1}, {121. / 60}, {3}}, kIncomplete, {0, 1}},
+        Series{"OffAtTheEnd", {{0}, {1}, {2}, {2.5}}, kIncomplete, {0, 1, 2}},
+        Series{"Twice", {{0}, {1}, {1}, {2}, {3}}, kComplete, {0, 1, 2, 3}},
+        // A row that is not released counts as there, but gives no value.
+        Series{"NotReleased", {{0}, {1}, {2, 0}, {3, 0}}, kComplete, {0, 1}},
+        Series{"OtherMarks", {{0, 2}, {1, -1}, {2, 3}, {3}}, kComplete, {3}}),
+    [](const auto& test) { return test.param.name; });
+
+struct Span {
+  const char* name;
+  std::time_t firstRow, lastRow;
+  std::time_t begin, end;
+  MinuteSeries result;
+  std::size_t values;
+};
+
+void PrintTo(const Span& span, std::ostream* out) {
+  *out << span.name;
+}
+
+class DemandHistorySpan : public DemandHistory, public ::testing::WithParamInterface<Span> {};
+
+TEST_P(DemandHistorySpan, IsReadAsFarAsItsTimesAllow) {
+  HistoryDatabase().Series(kPump, GetParam().firstRow, GetParam().lastRow);
+  Values values;
+
+  EXPECT_EQ(Read(values, GetParam().begin, GetParam().end), GetParam().result);
+  EXPECT_THAT(values, SizeIs(GetParam().values));
+}
+
+// The database is asked for times as signed numbers.
+INSTANTIATE_TEST_SUITE_P(
+    Spans, DemandHistorySpan,
+    ::testing::Values(
+        Span{"OneMinute", kTen, kTen, kTen, kTen, kComplete, 1},
+        Span{"EndsOffTheMinute", kTen, kTen + 120, kTen, kTen + 90, kIncomplete, 2},
+        Span{"EndsAMinuteBeforeItBegins", kTen - 300, kTen, kTen, kTen - 60, kComplete, 0},
+        Span{"EndsLongBeforeItBegins", kTen - 300, kTen, kTen, kTen - 120, kIncomplete, 0},
+        Span{"BeginsAtZero", 0, 120, 0, 120, kComplete, 3},
+        Span{"BeginsAfter2038", 2208988800, 2208988860, 2208988800, 2208988860, kIncomplete, 0},
+        Span{"EndsAfter2038", 2147483640, 2147483700, 2147483640, 2147483700, kIncomplete, 0}),
+    [](const auto& test) { return test.param.name; });
+
+// The time of the device's last live value, and what a reading of the minutes 0 to 3 finds.
+struct LiveValue {
+  const char* name;
+  std::time_t time;
+  MinuteSeries result;
+  std::vector<double> minutes;
+};
+
+void PrintTo(const LiveValue& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class DemandHistoryAfterALiveValue : public DemandHistory,
+                                     public ::testing::WithParamInterface<LiveValue> {};
+
+TEST_P(DemandHistoryAfterALiveValue, BeginsAfterItsMinute) {
+  HistoryDatabase().Series(kPump, kTen, kTen + 3 * kMinute);
+  Values values;
+
+  EXPECT_EQ(ReadFour(values, GetParam().time), GetParam().result);
+  EXPECT_EQ(MinutesOf(values), GetParam().minutes);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Times, DemandHistoryAfterALiveValue,
+    ::testing::Values(LiveValue{"LongBefore", kTen - 1000 * kMinute, kComplete, {0, 1, 2, 3}},
+                      LiveValue{"InTheMinuteBefore", kTen - 1, kComplete, {0, 1, 2, 3}},
+                      LiveValue{"InTheFirst", kTen + 59, kComplete, {1, 2, 3}},
+                      LiveValue{"AtTheSecond", kTen + kMinute, kIncomplete, {}},
+                      LiveValue{"LongAfter", kTen + 1000 * kMinute, kIncomplete, {}}),
+    [](const auto& test) { return test.param.name; });
+
+TEST_F(DemandHistory, IsCompleteWithoutARowWhenTheLiveValueIsOfTheLastMinute) {
+  HistoryDatabase().Table(kPump);
+  Values values;
+
+  EXPECT_EQ(ReadFour(values, kTen + 3 * kMinute + 59), kComplete);
+  EXPECT_THAT(values, IsEmpty());
+}
+
+TEST_F(DemandHistory, ReadsOnlyItsOwnPoint) {
+  HistoryDatabase database;
+  database.Series(kPump + 1, kTen, kTen).Series(0x01040001, kTen, kTen);
+  database.Add({.dataId = kPump, .time = kTen, .value = 7});
+  Values values;
+
+  EXPECT_EQ(Read(values, kTen, kTen), kComplete);
+  EXPECT_THAT(NumbersOf(values), ElementsAre(7));
+}
+
+TEST_F(DemandHistory, NamesATableByFourHexadecimalDigitsAndAPointByASignedNumber) {
+  test::DatabaseFile file(kHistoryDatabase);
+  file.Run("create table history_000a_tbl(dataid integer, UnixTime integer, TriggerValue, Upload)");
+  file.Run("create table history_c1ff_tbl(dataid integer, UnixTime integer, TriggerValue, Upload)");
+  file.Run("insert into history_000a_tbl values(655361,1709776800,1,1)");
+  file.Run("insert into history_c1ff_tbl values(-1040252927,1709776800,2,1)");
+  Values values;
+
+  EXPECT_EQ(Read(values, kTen, kTen, 0x000A0001), kComplete);
+  EXPECT_EQ(Read(values, kTen, kTen, 0xC1FF0001), kComplete);
+  EXPECT_THAT(NumbersOf(values), ElementsAre(1, 2));
+}
+
+TEST_F(DemandHistory, IsIncompleteWithoutADatabaseAndMakesNone) {
+  Values values;
+
+  EXPECT_EQ(ReadFour(values), kIncomplete);
+  EXPECT_FALSE(test::Exists(kHistoryDatabase));
+}
+
+// What happens to the database, which holds the whole series, and how many values are read.
+struct Damage {
+  const char* name;
+  std::function<void(HistoryDatabase&)> inflict;
+  std::size_t values = 0;
+};
+
+void PrintTo(const Damage& damage, std::ostream* out) {
+  *out << damage.name;
+}
+
+class DemandHistoryDamage : public DemandHistory, public ::testing::WithParamInterface<Damage> {};
+
+TEST_P(DemandHistoryDamage, MakesTheHistoryUnreadable) {
+  HistoryDatabase database;
+  database.Series(kPump, kTen, kTen + 3 * kMinute);
+  GetParam().inflict(database);
+  const test::NoLockWaits impatient;
+  Values values;
+
+  EXPECT_EQ(ReadFour(values), kUnreadable);
+  EXPECT_THAT(values, SizeIs(GetParam().values));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Damages, DemandHistoryDamage,
+    ::testing::Values(
+        Damage{"Nonsense",
+               [](auto&) { test::WriteFile(kHistoryDatabase, std::string(4096, 'x')); }},
+        Damage{"NoTable", [](auto& file) { file.Run("drop table history_0103_tbl"); }},
+        Damage{"Locked", [](auto& file) { file.Run("begin exclusive"); }},
+        Damage{"LockedAfterTheQuestion",
+               [](auto& file) {
+                 test::AtNextCall(Call::kSqliteStep, [&] { file.Run("begin exclusive"); });
+               }},
+        Damage{"NotOpened", [](auto&) { test::FailCalls(Call::kSqliteOpen); }},
+        Damage{"NotPrepared", [](auto&) { test::FailCalls(Call::kSqlitePrepare); }},
+        Damage{"BetweenTwoRows", [](auto&) { test::FailCalls(Call::kSqliteStep, 1, 1); }, 1},
+        Damage{"AfterTheLastRow", [](auto&) { test::FailCalls(Call::kSqliteStep, 1, 4); }, 4}),
+    [](const auto& test) { return test.param.name; });
+
+TEST_F(DemandHistory, WaitsTwoSecondsForALock) {
+  HistoryDatabase database;
+  database.Series(kPump, kTen, kTen + 3 * kMinute).Run("begin exclusive");
+  std::thread holder([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    database.Run("rollback");
+  });
+  Values values;
+
+  EXPECT_EQ(ReadFour(values), kComplete);
+  EXPECT_EQ(test::LatestLockWait(), 2000);
+  holder.join();
+}
+
+}  // namespace
