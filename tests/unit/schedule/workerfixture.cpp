@@ -1,6 +1,5 @@
 #include "workerfixture.h"
 
-#include <memory>
 #include <sstream>
 
 #include "config/channelset.h"
@@ -35,18 +34,18 @@ void LoadConfiguration(std::uint16_t port) {
 
 // Does one action after each pause that is at least so long.
 void Run(Worker worker, std::int32_t& interval, Pause shortest, Actions actions) {
-  const auto next = std::make_shared<std::size_t>(0);
-  OnPause([&actions, next, shortest](Pause pause) {
+  std::size_t done = 0;
+  OnPause([&](Pause pause) {
     if (pause < shortest) return;
-    actions[(*next)++]();
-    if (*next == actions.size()) throw WorkerEnded{};
+    actions[done++]();
+    if (done == actions.size()) throw WorkerEnded{};
   });
   try {
     worker(&interval);
     ADD_FAILURE() << "a worker never returns";
-  } catch (const WorkerEnded&) {
-    OnPause({});
+  } catch (const WorkerEnded&) {  // the only way out of a worker
   }
+  OnPause({});
 }
 
 // An earlier test may have left rows and marks in the ledger's memory. They go with this one's.
