@@ -1,4 +1,4 @@
-// The channel template. The definition file that the seeds name is there.
+// The channel template. The definition file that the seeds name exists.
 #include "config/channelset.h"
 #include "support/catalogue.h"
 #include "support/world.h"
@@ -25,6 +25,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   CChannelSet catalogue;
   const bool isUsable = catalogue.Open(file.Path()) == 0;
   fuzz::Expect(isUsable == (catalogue.IsOpen() == 0), "a refused template is not held");
-  fuzz::LookAtCatalogue(catalogue);
+  fuzz::CheckCatalogue(catalogue);
   return 0;
 }

@@ -14,6 +14,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   device.ChannelNo = 1;
   device.SlaveId = 3;
   catalogue.LoadDevPointAttr(device);
-  fuzz::LookAtCatalogue(catalogue);
+  fuzz::CheckCatalogue(catalogue);
   return 0;
 }

@@ -1,6 +1,6 @@
-// The multipart body of a file. The input: a byte for how far the file has grown or shrunk since it
-// was measured, a byte for how often its content is repeated, its name up to a line end, its
-// content.
+// The multipart body of a file. The first byte of the input says how far the file has grown or
+// shrunk since it was measured, the second how often its content is repeated. Its name follows up
+// to a line end, then its content.
 #include "http/multipart.h"
 
 #include <sys/stat.h>
@@ -30,7 +30,7 @@ std::string Repeated(std::string_view text, unsigned times) {
   return content;
 }
 
-// What it is for: a file that is there for one input. Owns: the file.
+// A file that exists for one input.
 class NamedFile {
  public:
   NamedFile(const std::string& name, std::string_view content)
@@ -47,7 +47,7 @@ class NamedFile {
   fuzz::InputFile m_file;
 };
 
-// What stands around name and content in every body.
+// What surrounds the name and the content in every body.
 struct Framing {
   std::string beforeName;
   std::string beforeContent;

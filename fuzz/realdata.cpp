@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kCountBytes = 4;
 
-// What it is for: the acquisition side's segment with the given content. Owns: the segment.
+// The acquisition side's segment with the given content, removed with the object.
 class Segment {
  public:
   explicit Segment(std::string_view content)
@@ -30,7 +30,7 @@ class Segment {
   int m_id;
 };
 
-// The records that the segment promises, or 0 where it has not got them.
+// The number of records that the segment promises, or 0 when it is too short for them.
 std::size_t Records(std::string_view content) {
   std::uint32_t count = 0;
   if (content.size() < kCountBytes) return 0;
@@ -38,7 +38,7 @@ std::size_t Records(std::string_view content) {
   return count * sizeof(ST_LIVE_RECORD) <= content.size() - kCountBytes ? count : 0;
 }
 
-// True when each entry is the first record of its point, bit for bit.
+// Whether each value is that of the first record of its point, bit for bit.
 bool AreFirstRecords(const std::map<std::uint32_t, double>& values, std::string_view content,
                      std::size_t records) {
   std::map<std::uint32_t, double> expected;

@@ -1,5 +1,5 @@
-// The cloud's answer to the recall check, in pieces: the input's first byte is the size of a piece
-// less one, the rest is the answer.
+// The cloud's answer to the recall check, received in pieces. The first byte of the input is the
+// size of a piece less one, the rest is the answer.
 #include "parsememory/parsememory.h"
 #include "service/answerguard.h"
 #include "service/cloudlink.h"
@@ -9,7 +9,7 @@ namespace {
 
 constexpr char kSerial[] = "TS20240117";
 
-// The answer as the recall check has received it at the end of the transfer.
+// What the recall check holds at the end of the transfer.
 CollectedAnswer Collect(std::string_view text, std::size_t pieceBytes) {
   CollectedAnswer collected;
   while (!text.empty()) {

@@ -1,4 +1,4 @@
-// The cloud's answer to the address check, which moves data traffic to another host.
+// The cloud's answer to the address check, which can move data traffic to another host.
 #include "config/sysset.h"
 #include "service/cloudlink.h"
 #include "support/world.h"

@@ -5,7 +5,7 @@
 
 namespace {
 
-void LookAtCloud(const CSysSet& settings) {
+void CheckCloud(const CSysSet& settings) {
   const ST_CLOUDSERVER_CONFIG_ATTR& cloud = *settings.GetCloudConfigAttr();
   fuzz::Expect(fuzz::IsTerminated(cloud.cloudip) && fuzz::IsTerminated(cloud.Dir) &&
                    fuzz::IsTerminated(cloud.filetype),
@@ -20,7 +20,7 @@ void LookAtCloud(const CSysSet& settings) {
       "no interval is too short");
 }
 
-void LookAtTexts(const CSysSet& settings) {
+void CheckTexts(const CSysSet& settings) {
   const ST_GATEWAY_INFO& gateway = *settings.GetGateWayAttr();
   fuzz::Expect(fuzz::IsTerminated(gateway.stationName) && fuzz::IsTerminated(gateway.roomName) &&
                    fuzz::IsTerminated(gateway.roomDesc) &&
@@ -42,7 +42,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 
   CSysSet settings;
   settings.Open(file.Path());
-  LookAtCloud(settings);
-  LookAtTexts(settings);
+  CheckCloud(settings);
+  CheckTexts(settings);
   return 0;
 }

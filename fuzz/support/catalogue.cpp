@@ -4,7 +4,7 @@
 
 namespace fuzz {
 
-void LookAtCatalogue(CChannelSet& catalogue) {
+void CheckCatalogue(CChannelSet& catalogue) {
   MAP_DEV_ATTR* devices = nullptr;
   MAP_GROUP_ATTR* groups = nullptr;
   MAP_POINT_ATTR* points = nullptr;

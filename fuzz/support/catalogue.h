@@ -1,11 +1,11 @@
-// What holds for every catalogue, whatever its files say.
+// What is true of every channel catalogue, whatever its files contain.
 #pragma once
 
 #include "config/channelset.h"
 
 namespace fuzz {
 
-// Every record is terminated and stands under its own keys, every point in both maps.
-void LookAtCatalogue(CChannelSet& catalogue);
+// Expects terminated texts, every record under its own keys, and every point in both maps.
+void CheckCatalogue(CChannelSet& catalogue);
 
 }  // namespace fuzz

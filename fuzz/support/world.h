@@ -1,8 +1,6 @@
-// What all harnesses share: the promise that is checked, the file that the code under test reads.
-//
-// Every harness runs through scripts/sandbox, on the gateway's real paths and a shared memory of
-// its own. At link time the pauses of the loaders last no time, and what is logged is formatted,
-// looked at and dropped.
+// What all harnesses share. They run through scripts/sandbox, on the gateway's real paths and with
+// shared memory of their own. Pauses of the loaders take no time; log records are formatted and
+// dropped.
 #pragma once
 
 #include <cstddef>
@@ -11,16 +9,16 @@
 #include <string>
 #include <string_view>
 
-// The fuzzer's entries: one input, and what comes before the first.
+// The fuzzer calls the first with each input, and the second before all inputs.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 
 namespace fuzz {
 
-// Ends the process with `promise` when it was not kept, which makes the input a finding.
+// Ends the process when the promise was not kept, which makes the input a finding.
 void Expect(bool kept, const char* promise);
 
-// The input as libcurl hands it over: bytes without a terminator, in a block of just their size.
+// The input as libcurl passes it: bytes without a terminator, in a block of exactly their size.
 inline char* Text(const std::uint8_t* data) {
   return reinterpret_cast<char*>(const_cast<std::uint8_t*>(data));
 }
@@ -30,8 +28,7 @@ bool IsTerminated(const char (&field)[N]) {
   return std::memchr(field, '\0', N) != nullptr;
 }
 
-// What it is for: a file on the gateway's /tmp whose content is replaced for each input.
-// Owns: its descriptor.
+// A file below /tmp that gets new content for each input. It holds the file open.
 class InputFile {
  public:
   explicit InputFile(const char* path);

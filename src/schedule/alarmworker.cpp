@@ -1,6 +1,4 @@
 // The alarm worker.
-#include <unistd.h>
-
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,11 +14,9 @@
 
 namespace {
 
-constexpr unsigned kIdlePauseSeconds = 1;  // after a failure, and after a cycle without events
-
 constexpr std::time_t kDaySeconds = 86400;
 
-// A reading goes back three days, to the beginning of that day; no older events are kept either.
+// The reader goes back three days, to the beginning of that day. Older events are not kept either.
 void ForgetOldEvents(Alarm_Data_Struct& events, std::time_t now) {
   const auto forgotten = std::erase_if(events, [now](const Alarm_Data_Para& event) {
     return EventTime(event.time, now) < now - kAlarmReachSeconds - kDaySeconds;
@@ -29,42 +25,40 @@ void ForgetOldEvents(Alarm_Data_Struct& events, std::time_t now) {
   log_Text(WARN, "%zu alarm events are given up, the card was full for days", forgotten);
 }
 
-// The new events from their databases to the ledger, behind those that a full card has kept out of
-// their file. Nobody else hands these out again: they are marked as taken.
+// Packs the new events behind the `unwritten` ones, which a full card has kept out of their file,
+// and records the files. The reader has marked all of them as taken, so it never gives them again.
 void PackNewEvents(std::time_t stamp, Alarm_Data_Struct& unwritten) {
   ForgetOldEvents(unwritten, std::time(nullptr));
   Alarm_Data_Struct events = std::exchange(unwritten, {});
-  if (static_cast<std::int32_t>(GetCAlarmDataInstance().GetAlarmData(&events)) < 0) {
+  if (GetCAlarmDataInstance().GetAlarmData(&events) != 0) {
     log_DB(ERROR, "Brennik Get AlarmData error");
     unwritten = std::move(events);
-    sleep(kIdlePauseSeconds);
+    PauseOneSecond();
     return;
   }
   if (events.empty()) {
-    sleep(kIdlePauseSeconds);
+    PauseOneSecond();
     return;
   }
-  const int day = DayOfMonth(stamp);
-  const std::string directory = DayDirectory(paths::kAlarmData, day);
+  const std::string directory = DirectoryOf(paths::kAlarmData, stamp);
   std::vector<std::string> files;
   if (CreateAlarmDataFile(&events, directory.c_str(), &files, &unwritten) < 0) {
     log_DB(ERROR, "Brennik Create AlarmData File error");
-    sleep(kIdlePauseSeconds);
+    PauseOneSecond();
     return;
   }
-  const auto rows = PendingRows(kAlarmDataFile, "alarmdata", day, files);
-  GetCHistoryDataInstance().SaveHistoryData(&rows);
+  RecordPackedFiles(kAlarmDataFile, files);
 }
 
 }  // namespace
 
 void* HandleRealAlarm(void* interval) {
-  const auto* seconds = static_cast<const std::int32_t*>(interval);
-  SleepToBoundary(*seconds);
+  const auto& seconds = *static_cast<const std::int32_t*>(interval);
   Alarm_Data_Struct unwritten;
+  SleepToBoundary(seconds);
   for (;;) {
     const std::time_t now = std::time(nullptr);
-    PackNewEvents(now - now % *seconds, unwritten);
-    SleepToBoundary(*seconds);
+    PackNewEvents(now - now % seconds, unwritten);
+    SleepToBoundary(seconds);
   }
 }

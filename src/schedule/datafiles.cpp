@@ -1,28 +1,23 @@
 #include "schedule/datafiles.h"
 
+#include "historydata/datatree.h"
+#include "historydata/historydata.h"
+#include "util/paths.h"
 #include "util/text.h"
+#include "util/timetext.h"
 
-namespace {
-
-constexpr std::size_t kDirectoryBytes = 256;
-
-}  // namespace
-
-std::string DayDirectory(const char* root, int day) {
-  char directory[kDirectoryBytes];
-  util::PrintText(directory, sizeof(directory), "%s/%d", root, day);
-  return directory;
+std::string DirectoryOf(const char* root, std::time_t when) {
+  return DayDirectory(root, util::LocalTime(when).value_or(std::tm{}).tm_mday);
 }
 
-std::vector<History_Data_Para> PendingRows(std::int32_t fileType, const char* folder, int day,
-                                           const std::vector<std::string>& files) {
+void RecordPackedFiles(std::int32_t fileType, const std::vector<std::string>& files) {
   std::vector<History_Data_Para> rows;
   rows.reserve(files.size());
   for (const auto& file : files) {
     History_Data_Para& row = rows.emplace_back();
     row.filetype = fileType;
-    const std::string name(util::BaseName(file));
-    util::PrintText(row.filename, sizeof(row.filename), "%s/%d/%s", folder, day, name.c_str());
+    // sizeof counts the terminator, which stands for the slash.
+    util::CopyText(row.filename, file.substr(sizeof(paths::kDataFiles)));
   }
-  return rows;
+  GetCHistoryDataInstance().SaveHistoryData(&rows);
 }

@@ -1,15 +1,14 @@
-// Where the packing workers put a file, and how the ledger names it: by the day of the month of the
-// cycle's stamp.
+// Where the packing workers put their files, and how the ledger learns of them.
 #pragma once
 
+#include <cstdint>
+#include <ctime>
 #include <string>
 #include <vector>
 
-#include "historydata/historydata.h"
+// The directory below `root` for files stamped `when`, by the day of the month in local time.
+std::string DirectoryOf(const char* root, std::time_t when);
 
-// The day's directory below `root`, cut at 255 characters.
-std::string DayDirectory(const char* root, int day);
-
-// The ledger rows of packed files, in their order: pending, named "<folder>/<day>/<base name>".
-std::vector<History_Data_Para> PendingRows(std::int32_t fileType, const char* folder, int day,
-                                           const std::vector<std::string>& files);
+// Saves packed files as pending rows in their order. Their paths are full and lie below JsonFiles.
+// A save without files only ages the ledger.
+void RecordPackedFiles(std::int32_t fileType, const std::vector<std::string>& files);

@@ -1,22 +1,14 @@
 // The heartbeat worker.
-#include <unistd.h>
-
 #include <cstdint>
 
 #include "schedule/workers.h"
 #include "schedule/workertime.h"
 #include "service/cloudlink.h"
 
-namespace {
-
-constexpr unsigned kFailurePauseSeconds = 1;
-
-}  // namespace
-
 void* HandleHeart(void* interval) {
-  const auto* seconds = static_cast<const std::int32_t*>(interval);
+  const auto& seconds = *static_cast<const std::int32_t*>(interval);
   for (;;) {
-    SleepToBoundary(*seconds);
-    if (SyncHeartBeat() < 0) sleep(kFailurePauseSeconds);
+    SleepToBoundary(seconds);
+    if (SyncHeartBeat() < 0) PauseOneSecond();
   }
 }

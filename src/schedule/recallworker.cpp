@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "historydata/historydata.h"
@@ -15,15 +16,22 @@ namespace {
 
 constexpr int kRepeatsUntilResent = 3;
 
-// Which order was answered last, and how often the cloud has repeated it since.
+// The order that was answered last.
 struct Answered {
   std::int32_t lastSeq = 0;  // 0: none, or one whose upload failed
-  int sameCount = 1;
+  int sameCount = 1;         // repeats of it since, this one included
 };
 
-// Whether the order is to be answered now. The cloud may repeat one that it has not yet worked in:
-// two repeats are only counted; the third and every later one is answered anew.
-bool IsToBeAnswered(std::int32_t sequence, Answered& answered) {
+// What the cloud orders now; nothing when it orders none or cannot be asked.
+std::optional<ST_CHECKCALL_ACK> AskForOrder() {
+  ST_CHECKCALL_ACK order{};
+  if (CheckDemandRecall(&order) != 0 || order.id == 0) return std::nullopt;
+  return order;
+}
+
+// Says whether the order is to be answered now. The cloud may repeat an order before it has taken
+// in the answer. Two repeats are only counted; the third and every later one is answered again.
+bool NeedsAnswer(std::int32_t sequence, Answered& answered) {
   if (sequence != answered.lastSeq) {
     answered.sameCount = 1;
     return true;
@@ -36,7 +44,7 @@ bool IsToBeAnswered(std::int32_t sequence, Answered& answered) {
   return false;
 }
 
-// The ordered history from its database to the cloud, in one go.
+// Packs the ordered history and sends it.
 void AnswerOrder(const ST_CHECKCALL_ACK& order, Answered& answered) {
   std::string archive;
   if (CreateRecallDataFile(&order, paths::kCallData, &archive) < 0) {
@@ -52,19 +60,14 @@ void AnswerOrder(const ST_CHECKCALL_ACK& order, Answered& answered) {
   answered.lastSeq = accepted ? order.id : 0;
 }
 
-void CheckForOrder(Answered& answered) {
-  ST_CHECKCALL_ACK order{};
-  if (CheckDemandRecall(&order) != 0 || order.id == 0) return;
-  if (IsToBeAnswered(order.id, answered)) AnswerOrder(order, answered);
-}
-
 }  // namespace
 
 void* HandleRecall(void* interval) {
-  const auto* seconds = static_cast<const std::int32_t*>(interval);
+  const auto& seconds = *static_cast<const std::int32_t*>(interval);
   Answered answered;
   for (;;) {
-    CheckForOrder(answered);
-    sleep(static_cast<unsigned>(*seconds));
+    const auto order = AskForOrder();
+    if (order && NeedsAnswer(order->id, answered)) AnswerOrder(*order, answered);
+    sleep(static_cast<unsigned>(seconds));
   }
 }

@@ -5,37 +5,26 @@
 
 #include <cstring>
 
+#include "historydata/datatree.h"
 #include "historydata/historydata.h"
 #include "log/log.h"
 #include "schedule/workers.h"
-#include "util/directory.h"
 #include "util/durable.h"
 #include "util/paths.h"
-#include "util/text.h"
 #include "util/thread.h"
 
 namespace {
 
-constexpr int kDaysOfMonth = 31;
 constexpr std::uint64_t kLeastFreeBytes = 512000;
-
-// One directory for each day of the month: a file goes where its stamp's day points.
-void MakeDayDirectory(const char* root, int day) {
-  char path[util::kPathBytes];
-  util::PrintText(path, sizeof(path), "%s/%d", root, day);
-  GetCHistoryDataInstance().Mkdirs(path);
-}
 
 void MakeTree() {
   CHistoryData& ledger = GetCHistoryDataInstance();
   ledger.Mkdirs(paths::kDataFiles);
   ledger.Mkdirs(paths::kCallData);
-  for (int day = 1; day <= kDaysOfMonth; ++day) {
-    MakeDayDirectory(paths::kRealData, day);
-    MakeDayDirectory(paths::kAlarmData, day);
-  }
+  MakeDayDirectories();
   ledger.Mkdirs(paths::kLedgerDirectory);
-  util::SyncFileSystem(paths::kDataFiles);  // or the first files of a new card go with their folder
+  // A power cut would take the first files of a new card along with their unsynced directories.
+  util::SyncFileSystem(paths::kDataFiles);
 }
 
 }  // namespace
@@ -48,7 +37,7 @@ int CSchedule::Init(Interval_Info* intervals) {
   if (intervals == nullptr) return -1;
   m_intervals = intervals;
   MakeTree();
-  CreateAllThread();  // a worker that could not be started is logged; those behind it do not run
+  CreateAllThread();  // deliberately without its result: the workers that have started go on
   return 0;
 }
 

@@ -7,13 +7,12 @@
 
 #include "config/sysrecords.h"
 
-// What it is for: starts the workers, each paced by its own field of the intervals.
-// Threads: the main thread; no lock. Owns: the worker threads, which never end.
+// Starts the workers, each paced by its own field of the intervals, and holds their threads, which
+// never end. Only the main thread calls it; it takes no lock.
 class CSchedule {
  public:
   CSchedule() = default;
-  // Joins the workers.
-  ~CSchedule();
+  ~CSchedule();  // joins the workers
   CSchedule(const CSchedule&) = delete;
   CSchedule& operator=(const CSchedule&) = delete;
 
@@ -21,11 +20,11 @@ class CSchedule {
   // card and starts the workers. -1 for null; otherwise 0, also when a worker could not be started.
   int Init(Interval_Info* intervals);
 
-  // Starts a joinable thread with a 2 MiB stack that runs `worker(interval)`. 0 when it runs, or is
-  // not wanted because its interval is below 1; -1, with a FATAL line, when it cannot be started.
+  // Starts a joinable thread with a 2 MiB stack that runs `worker(interval)`. 0 when it runs, and
+  // when its interval is below 1, which means that nobody wants it; -1, with a FATAL line, when it
+  // cannot be started.
   int CreateOneThread(pthread_t* thread, std::int32_t* interval, void* (*worker)(void*));
-  // Starts the workers in their order, up to the first failure, which it returns. -1
-  // before Init.
+  // Starts the workers in their order, up to the first failure, which it returns. -1 before Init.
   int CreateAllThread();
   // Joins a thread and sets its id to 0; the join's result, or 0 when there is no thread.
   int DelOneThread(pthread_t* thread);
@@ -44,6 +43,6 @@ class CSchedule {
 // The one object of the process.
 CSchedule& GetCScheduleInstance();
 
-// Whether the SD card can be used: 1, also when its free space cannot be told; 0 without a card or,
-// with a FATAL line, with less than 512,000 bytes free. Any thread.
+// Says whether the SD card can be used: 1, also when its free space is unknown; 0 without a card
+// and, with a FATAL line, with less than 512,000 bytes free. Any thread may call it.
 int IsExistSDCard();

@@ -15,25 +15,27 @@
 namespace {
 
 constexpr unsigned kLoginPauseSeconds = 60;
-constexpr unsigned kNoRowsPauseSeconds = 1;
 constexpr unsigned kAcceptedPauseSeconds = 3;
 constexpr unsigned kFailedPauseSeconds = 5;
 
-int UploadRow(const History_Data_Para& row) {
+// Sends the row's file. True when the cloud has accepted it.
+bool UploadRow(const History_Data_Para& row) {
   char path[util::kPathBytes];
   util::PrintText(path, sizeof(path), "%s/%s", paths::kDataFiles, row.filename);
-  return row.filetype == kRealDataFile ? UploadRealDataFile(path) : UploadAlarmDataFile(path);
+  const int result =
+      row.filetype == kRealDataFile ? UploadRealDataFile(path) : UploadAlarmDataFile(path);
+  return result >= 0;
 }
 
 // Sends the pending files, newest first. The first failure ends the walk; the rest stays pending.
 void UploadPendingFiles() {
   std::vector<History_Data_Para> rows;
   if (GetCHistoryDataInstance().GetHistoryData(&rows) < 0) {
-    sleep(kNoRowsPauseSeconds);
+    PauseOneSecond();
     return;
   }
   for (const auto& row : rows) {
-    if (UploadRow(row) < 0) {
+    if (!UploadRow(row)) {
       sleep(kFailedPauseSeconds);
       return;
     }
@@ -45,11 +47,11 @@ void UploadPendingFiles() {
 }  // namespace
 
 void* HandleFail(void* interval) {
-  const auto* seconds = static_cast<const std::int32_t*>(interval);
+  const auto& seconds = *static_cast<const std::int32_t*>(interval);
   while (PrePost() == -1) sleep(kLoginPauseSeconds);
-  SleepToBoundary(*seconds);
+  SleepToBoundary(seconds);
   for (;;) {
     UploadPendingFiles();
-    SleepToBoundary(*seconds);
+    SleepToBoundary(seconds);
   }
 }

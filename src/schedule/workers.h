@@ -1,5 +1,5 @@
-// The worker threads. Each is an endless loop; its argument points to its interval, 32-bit seconds,
-// read afresh every cycle.
+// The worker threads. Each is an endless loop. Its argument points to its interval in 32-bit
+// seconds, which it reads again in every cycle.
 #pragma once
 
 // Packs the live values at every boundary of the interval and records the file in the ledger.
@@ -8,11 +8,11 @@ void* HandleRealData(void* interval);
 // Packs the new alarm events at every boundary and records the files in the ledger.
 void* HandleRealAlarm(void* interval);
 
-// Asks at every boundary whether data traffic is to go to another address.
+// Asks the cloud at every boundary whether data traffic is to go to another address.
 void* HandleHeart(void* interval);
 
-// Logs in, then at every boundary uploads the pending files, newest first, up to the first failure.
+// Logs in. Then uploads the pending files at every boundary, newest first, up to the first failure.
 void* HandleFail(void* interval);
 
-// Asks after every interval whether the cloud orders history, and answers an order at once.
+// Asks the cloud once an interval whether it orders history, and answers an order at once.
 void* HandleRecall(void* interval);

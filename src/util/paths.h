@@ -25,10 +25,6 @@ inline constexpr char kRealData[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata";
 inline constexpr char kAlarmData[] = "/media/mmcblk0p1/Cloud/JsonFiles/alarmdata";
 inline constexpr char kCallData[] = "/media/mmcblk0p1/Cloud/JsonFiles/calldata";
 
-// The names of two of these folders below kDataFiles, as the ledger's rows begin with them.
-inline constexpr const char* kRealDataFolder = kRealData + sizeof(kDataFiles);
-inline constexpr const char* kAlarmDataFolder = kAlarmData + sizeof(kDataFiles);
-
 // The acquisition side's databases: alarm events, a file for each year and month; minute history.
 inline constexpr char kEventDatabaseFormat[] = "/media/mmcblk0p1/%d%02d_event.db";
 inline constexpr char kDemandHistory[] = "/media/mmcblk0p1/demand_history.db";

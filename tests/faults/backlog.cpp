@@ -1,12 +1,8 @@
-// Many pending files: what they cost, how fast they go, and how long the newest one waits.
-#include <archive.h>
-#include <archive_entry.h>
-
+// Many pending files: what they cost, how fast they are sent, and how long a new file waits.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -20,7 +16,6 @@
 #include "system/support/plant.h"
 #include "system/support/systemtest.h"
 #include "util/text.h"
-#include "util/timetext.h"
 
 namespace {
 
@@ -32,49 +27,30 @@ constexpr std::time_t kCycle = 300;
 constexpr int kMemoryMayGrowKilobytes = 1024;
 constexpr std::time_t kWalk = 60;  // twenty files, three seconds apart
 
-// Packs a document as the service would, but within this process: thousands of them take seconds.
-void Pack(const std::string& name, const std::string& document) {
-  const std::filesystem::path path = test::DataFilePath(name);
-  std::filesystem::create_directories(path.parent_path());
-  archive* writer = archive_write_new();
-  archive_write_add_filter_gzip(writer);
-  archive_write_set_format_ustar(writer);
-  archive_write_open_filename(writer, path.c_str());
-  archive_entry* member = archive_entry_new();
-  archive_entry_set_pathname(member, (path.stem().stem().string() + ".dat").c_str());
-  archive_entry_set_size(member, static_cast<la_int64_t>(document.size()));
-  archive_entry_set_filetype(member, AE_IFREG);
-  archive_entry_set_perm(member, 0644);
-  archive_write_header(writer, member);
-  archive_write_data(writer, document.data(), document.size());
-  archive_entry_free(member);
-  archive_write_free(writer);
-}
-
 std::string BaseOf(const std::string& name) {
   return name.substr(name.rfind('/') + 1);
 }
 
-// What one life of the gateway has shown.
+// What one run of the gateway has shown.
 struct Shown {
   int peak = 0;                 // resident kilobytes
-  int privateDirty = 0;         // the most of all looks
-  double filesAnHour = 0;       // new ones among them, until the last of the pending ones
+  int privateDirty = 0;         // the most at any full minute, kilobytes
+  double filesAnHour = 0;       // until the last pending file was sent, new files included
   std::time_t longestWait = 0;  // of a new file, from its stamp to the cloud
   double averageWait = 0;
-  double work = 0;  // milliseconds, in the second in which a walk begins and sends a new file
+  double work = 0;  // processor milliseconds in the second in which a walk begins
   int delivered = 0;
   int aged = 0;
 };
 
 class Backlog : public test::SystemTest {
  protected:
-  // Lives with `rows` pending files until they have gone, two hours at least.
-  Shown Live(int rows) {
+  // Runs with `rows` pending files until they are sent, for two hours at least.
+  Shown Run(int rows) {
     SystemTest::SetUp();
     test::WriteExamplePlant();
     const Segment segment(test::ExampleValues());
-    Prepare(rows);
+    AddPendingFiles(rows);
     m_times.clear();
     m_work.clear();
     cloud::Simulator cloud({.serialNumber = test::kSerialNumber,
@@ -84,11 +60,11 @@ class Backlog : public test::SystemTest {
     m_service = &service;
 
     Shown shown;
-    LiveFor(2 * kHour, shown);
+    RunFor(2 * kHour, shown);
     for (int hour = 0; hour < rows / 500 + 1 && test::CountResults(0) > 1; ++hour) {
-      LiveFor(kHour, shown);
+      RunFor(kHour, shown);
     }
-    LiveFor(4 * kMinute, shown);
+    RunFor(4 * kMinute, shown);
     shown.peak = test::ReadGauges(service.Pid()).peakKilobytes;
     CheckDelivery(cloud.AcceptedUploads(), shown);
     return shown;
@@ -97,16 +73,13 @@ class Backlog : public test::SystemTest {
  private:
   static std::time_t Start() { return At(12, 0); }
 
-  // The pending files, newest first, the first of them five minutes ago.
-  void Prepare(int rows) {
+  // Newest first; the first is five minutes old.
+  void AddPendingFiles(int rows) {
     std::vector<test::LedgerRow> ledger;
     m_names.clear();
     for (int row = 1; row <= rows; ++row) {
-      const std::time_t stamp = Start() - row * kCycle;
-      const std::string name = test::RealDataName(stamp);
-      Pack(name, test::ExampleDocument(util::TimeMark(*util::LocalTime(stamp))));
-      m_names.push_back(BaseOf(name));
-      ledger.push_back({name});
+      ledger.push_back({test::PackDataFile(Start() - row * kCycle)});
+      m_names.push_back(BaseOf(ledger.back().name));
     }
     test::WriteLedger(ledger);
     m_now = Start();
@@ -117,8 +90,8 @@ class Backlog : public test::SystemTest {
     m_times.push_back(m_service->Now());
   }
 
-  // Looks at each full minute, when the upload worker may begin its walk.
-  void LiveFor(std::time_t seconds, Shown& shown) {
+  // Measures at each full minute, when the upload worker may begin its walk.
+  void RunFor(std::time_t seconds, Shown& shown) {
     for (const std::time_t end = m_now + seconds; m_now < end;) {
       m_now += kMinute;
       m_service->RunUntil(m_now - 1);
@@ -137,7 +110,7 @@ class Backlog : public test::SystemTest {
     double works = 0;
     for (std::size_t i = 0; i < uploads.size(); ++i) {
       const std::string& name = uploads[i].fileName;
-      EXPECT_TRUE(arrived.insert(name).second) << name << " has arrived twice";
+      EXPECT_TRUE(arrived.insert(name).second) << name << " arrived twice";
       if (old.contains(name)) {
         inOrder.push_back(name);
         shown.filesAnHour =
@@ -174,20 +147,20 @@ class Backlog : public test::SystemTest {
   std::time_t m_now = 0;
   std::vector<std::string> m_names;  // of the pending files
   std::mutex m_mutex;
-  std::vector<std::time_t> m_times;  // of the accepted uploads; guarded by m_mutex
+  std::vector<std::time_t> m_times;  // of accepted uploads; guarded by m_mutex
   std::map<std::time_t, double> m_work;
 };
 
-TEST_F(Backlog, CostsNoMemoryAndGoesNewestFirst) {
+TEST_F(Backlog, CostsNoMemoryAndIsSentNewestFirst) {
   const char* asked = std::getenv("BRENNIK_BACKLOG");
   const int rows = asked == nullptr ? 600 : util::Decimal(asked);
 
-  const Shown without = Live(0);
-  const Shown with = Live(rows);
+  const Shown without = Run(0);
+  const Shown with = Run(rows);
 
   EXPECT_LE(with.peak - without.peak, kMemoryMayGrowKilobytes);
   EXPECT_LE(with.privateDirty - without.privateDirty, kMemoryMayGrowKilobytes);
-  // A file that is made during a walk waits for the next one.
+  // A file that is made during a walk waits for the next walk.
   EXPECT_LE(with.longestWait, without.longestWait + kWalk);
   EXPECT_EQ(with.delivered + with.aged, rows);
   std::printf(

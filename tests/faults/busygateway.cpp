@@ -1,17 +1,17 @@
 // A busy gateway for the tools that cut its power and kill its service: the real service on the
-// virtual clock, an acquisition side that records events and history, a cloud that refuses now and
-// then and orders recalls. It runs inside scripts/sandbox, and lives until it is killed:
+// virtual clock, an acquisition side that records events and history, and a cloud that sometimes
+// refuses and that orders recalls. It runs inside scripts/sandbox until it is killed:
 //
-//   busy_gateway attack START SEED  cycle after cycle, all workers busy
-//   busy_gateway verify START SEED  until a cycle that began after START, with a friendly cloud
-//   busy_gateway point START SEED   some cycles, then rests, waits for a line of input, and goes on
+//   busy_gateway attack START SEED  runs cycle after cycle with all workers busy
+//   busy_gateway verify START SEED  runs until the end of a cycle after START, with a friendly
+//   cloud busy_gateway point START SEED   runs some cycles, rests until it reads a line, and goes
+//   on
 //
-// START is Unix time. Standard output says "begins" first, "rests" whenever every thread of the
-// service sleeps beyond a cycle, "ended STATUS" when the service has ended, and, at verify's end,
-// "fresh NAME" when the first file of a boundary after START was accepted within its cycle, else
-// "stale NAME". Behind stay /tmp/events, the times of all events, one a line, and /tmp/boundaries,
-// the stamps of all cycles, both written before the service can know of them; and /tmp/cloud, what
-// the cloud has accepted.
+// START is Unix time. Standard output gets "begins" first, "rests" when every thread of the service
+// sleeps until the next cycle, "ended STATUS" when the service has ended, and at the end of verify
+// "fresh NAME" when the first file after START was accepted within its cycle, otherwise "stale
+// NAME". /tmp/events gets the times of all events and /tmp/boundaries the stamps of all cycles, a
+// line each, before the service can know of them. /tmp/cloud gets what the cloud has accepted.
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
@@ -37,8 +37,8 @@ using cloud::Endpoint;
 constexpr std::time_t kCycleSeconds = 300;
 constexpr int kCyclesBeforePoint = 2;
 constexpr int kTroubles = 200;
-constexpr std::chrono::milliseconds kRest{40};  // in real time, for what happens at rest
-constexpr int kMostPauseMilliseconds = 15;      // before events come up in the midst of the work
+constexpr std::chrono::milliseconds kRest{40};  // in real time
+constexpr int kMostPauseMilliseconds = 15;      // until events occur while the service works
 
 std::time_t NearestBoundary(std::time_t when) {
   return (when + kCycleSeconds / 2) / kCycleSeconds * kCycleSeconds;
@@ -48,8 +48,7 @@ std::string Mark(std::time_t when) {
   return util::TimeMark(*util::LocalTime(when));
 }
 
-// What it is for: the gateway, its neighbours, and the service among them.
-// Threads: the main one. Owns: all of them.
+// The service and its neighbours. Only the main thread uses it; all of them end with it.
 class BusyGateway {
  public:
   BusyGateway(std::time_t start, unsigned seed, bool troubled)
@@ -65,7 +64,7 @@ class BusyGateway {
     m_service.emplace(start);
   }
 
-  // Lives up to the end of the stamp's cycle; false when the service has ended.
+  // Runs to the end of the current cycle; false when the service has ended.
   bool LiveCycle() {
     NoteCycle();
     HistoryWriter().Append(HistoryRows({0x01030001}, m_stamp - kCycleSeconds, m_stamp - 60));
@@ -76,14 +75,14 @@ class BusyGateway {
     Record(m_stamp + kEventsAfter, kCounts[Below(std::size(kCounts))]);
     return Finish();
   }
-  // The same without neighbours.
+  // The same without new events, history and orders.
   bool LiveQuietCycle() {
     NoteCycle();
     m_service->LetRunUntil(m_stamp + kCycleSeconds - 1);
     return Finish();
   }
 
-  // The next start is in time to pack that file again.
+  // After this the next start comes early enough to pack the same file again.
   void LiveUntilNextFileIsRecorded() {
     NoteCycle();
     m_service->RunUntil(m_stamp + kPackedAfter);
@@ -91,7 +90,7 @@ class BusyGateway {
 
   // Whether the latest cycle began after the start.
   bool HasPackedFreshFile() const { return m_stamp - kCycleSeconds > m_start; }
-  // Whether the cloud has accepted the file of the latest cycle, and the ledger says so.
+  // Whether the cloud has accepted the file of the latest cycle and the ledger has it marked.
   bool LatestWasAccepted() const {
     const std::string name = LatestName();
     for (const auto& row : test::ReadLedger()) {
@@ -107,7 +106,7 @@ class BusyGateway {
   static constexpr std::time_t kVerifyEventsAfter = 100;
   static constexpr std::time_t kPackedAfter = 20;
 
-  // The values are those of one cycle only, and can be told from its stamp.
+  // Each cycle has a value of its own, which follows from its stamp.
   static std::vector<SegmentPoint> ValuesOf(std::time_t stamp) {
     auto values = test::ExampleValues();
     values[0].value = static_cast<double>(stamp / kCycleSeconds % 100000);
@@ -138,7 +137,7 @@ class BusyGateway {
     EventWriter().Append(events);
   }
 
-  // The half hour before.
+  // Orders the history of the half hour before the cycle.
   void Order() {
     m_cloud.Order({.id = static_cast<std::int32_t>(m_stamp % 1000000000),
                    .devices = {{.groupId = 1,
@@ -170,7 +169,7 @@ class BusyGateway {
 
   std::mt19937 m_random;
   const std::time_t m_start;
-  std::time_t m_stamp;  // of the cycle under way
+  std::time_t m_stamp;  // of the current cycle
   Segment m_segment;
   std::ofstream m_events{"/tmp/events", std::ios::app};
   std::ofstream m_boundaries{"/tmp/boundaries", std::ios::app};

@@ -1,14 +1,17 @@
-"""A gateway under attack: the busy programs in their sandbox, with trees that outlive them."""
+"""A gateway under attack: the busy programs in their sandbox, with a card that outlives them."""
 
 import collections
 import multiprocessing
 import os
+import random
+import select
 import shutil
 import signal
 import struct
 import subprocess
 import sys
 import tempfile
+import time
 
 import witness
 
@@ -16,12 +19,15 @@ CHECKOUT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__fil
 BUSY_GATEWAY = f"{CHECKOUT}/build/debug/tests/faults/busy_gateway"
 FIRST_DAY = 1709740800  # 2024-03-07 00:00:00, eight hours east
 DAY_SECONDS = 86400
-BOOT_SECONDS = 20, 200  # a gateway is back within its cycle, or in the next
-VERIFY_SECONDS = 60  # in real time, for a service that hangs
+BOOT_SECONDS = 20, 200  # a gateway comes back within the same cycle, or in the next
+VERIFY_SECONDS = 60  # in real time; a service that takes longer hangs
+LONGEST_WATCH_SECONDS = 3.0  # an aim that is not met in that time is given up
+LONGEST_START_SECONDS = 60.0
+GLANCE_SECONDS = 0.002  # between two reads of the ledger
 
 
 def arguments(default_number):
-    """N and SEED of the command line. An end from outside cleans up from here on."""
+    """N and SEED of the command line. SIGINT and SIGTERM clean up from here on."""
     for number in (signal.SIGINT, signal.SIGTERM):
         signal.signal(number, lambda *_: sys.exit("ended from outside"))
     count = int(sys.argv[1]) if len(sys.argv) > 1 else default_number
@@ -37,25 +43,114 @@ def build():
     subprocess.run(command, check=True, **quiet)
 
 
+class Aim:
+    """When to strike: some time after what `kind` names has happened."""
+
+    DELAYS = {  # the longest, in seconds
+        "random": 1.2,
+        "idle": 0.03,
+        "mark": 0.0,
+        "row": 0.002,
+        "packing": 0.015,
+        "repacking": 0.004,
+        "ageing": 0.02,
+        "never": 0.0,
+    }
+
+    def __init__(self, kind, choose, old, victims):
+        self.kind = kind
+        self.count = choose.randrange(1, 6)
+        self.delay = choose.random() * self.DELAYS[kind]
+        self.old_rows, self.old_marks = len(old.rows), old.marks()
+        self.victims = {path: version_of(path) for path in victims}  # files that will go or change
+        self.due = None
+
+    def is_met(self, card, seen):
+        if self.kind == "idle":
+            return seen.lines.count("rests") >= self.count
+        if self.kind == "mark":
+            return seen.marks() >= self.old_marks + self.count
+        if self.kind == "row":
+            return len(seen.rows) >= self.old_rows + self.count
+        if self.kind == "packing":
+            days = {os.path.dirname(name) for name in list(seen.rows)[-4:]}
+            return any(has_text_file(f"{card.files}/{day}") for day in days)
+        if self.kind in ("ageing", "repacking"):
+            return any(version_of(path) != old for path, old in self.victims.items())
+        return self.kind == "random"
+
+    def is_due(self, card, seen):
+        if not seen.lines:
+            return False  # the sandbox is still starting
+        if self.due is None and self.is_met(card, seen):
+            self.due = time.monotonic() + self.delay
+        return self.due is not None and time.monotonic() >= self.due
+
+
+def version_of(path):
+    try:
+        status = os.stat(path)
+    except OSError:
+        return None
+    return status.st_ino, status.st_size, status.st_mtime_ns
+
+
+def has_text_file(directory):
+    try:
+        return any(name.endswith(".dat") for name in os.listdir(directory))
+    except OSError:
+        return False
+
+
+def watch(card, output, aim, old, strike, report):
+    """Reads the ledger until the aim is due, strikes, and sends what it has seen through `report`.
+
+    It runs in a process of its own. `output` is the descriptor of the programs' output, `old` was
+    seen before."""
+    signal.signal(signal.SIGTERM, signal.SIG_DFL)
+    seen = witness.Seen()
+    seen.rows.update(old.rows)
+    end = time.monotonic() + LONGEST_START_SECONDS
+    rest = b""
+    while time.monotonic() < end and not aim.is_due(card, seen):
+        if select.select([output], [], [], GLANCE_SECONDS)[0]:
+            said = os.read(output, 4096)
+            *lines, rest = (rest + said).split(b"\n")
+            if lines and not seen.lines:
+                end = time.monotonic() + LONGEST_WATCH_SECONDS
+            seen.lines += [line.decode() for line in lines]
+            if not said or seen.lines and seen.lines[-1].startswith("ended"):
+                break
+        seen.read(card.ledger)
+    strike()
+    report.send(seen)
+
+
 class Gateway:
     """The trees of one gateway below `place`, its books, and its programs while they run."""
 
     def __init__(self, place):
         self.place = place
-        self.card = witness.Card(f"{place}/media/mmcblk0p1")
+        self.card = witness.Card(place + witness.MOUNT)
         self.outside = f"{place}/tmp"
         self.process = None
         self.now = FIRST_DAY
         self.figures = collections.Counter()
-        for tree in ("tessel", "media/mmcblk0p1", "tmp"):
-            os.makedirs(f"{place}/{tree}", exist_ok=True)
+        for tree in (f"{place}/tessel", self.card.root, self.outside):
+            os.makedirs(tree, exist_ok=True)
         self.forget()
 
     def forget(self):
-        """For a card that was never used."""
+        """Begins the books of a new card."""
         shutil.rmtree(self.outside)
         os.mkdir(self.outside)
         self.books = witness.Books(self.card, self.outside, self.figures)
+
+    def insert_blank(self):
+        """Inserts a new card, where the card is a plain directory."""
+        shutil.rmtree(self.card.root)
+        os.mkdir(self.card.root)
+        self.forget()
 
     def start(self, task, seed):
         for name in ("tessel", "tmp/CloudLog"):
@@ -71,11 +166,10 @@ class Gateway:
         )
 
     def watch(self, aim, strike, begin=lambda: None):
-        """Has the witness look on and strike; returns its report. `begin` lets the attack begin."""
+        """Has the witness watch and strike; returns what it has seen. `begin` starts the cycle."""
         here, there = multiprocessing.Pipe()
-        output = self.process.stdout.fileno()
-        job = (self.card, output, aim, self.books.seen, strike, there)
-        watcher = multiprocessing.Process(target=witness.watch, args=job, daemon=True)
+        job = (self.card, self.process.stdout.fileno(), aim, self.books.seen, strike, there)
+        watcher = multiprocessing.Process(target=watch, args=job, daemon=True)
         watcher.start()
         there.close()
         begin()
@@ -83,18 +177,12 @@ class Gateway:
         watcher.join()
         return seen
 
-    def kill(self):
-        """Ends all programs at once and reads the gateway's time at that moment."""
-        self.kill_programs()
-        self.process.communicate()  # up to the end of the last of them
-        self.read_clock()
-
     def service(self):
         """The process number of the service; 0 once its programs have ended."""
         while self.process.poll() is None:
-            found = [pid for pid in descendants(self.process.pid) if is_service(pid)]
-            if found:
-                return found[0]
+            for pid in descendants(self.process.pid):
+                if witness.read_file(f"/proc/{pid}/cmdline") == b"brennik\0":
+                    return pid
         return 0
 
     def kill_service(self):
@@ -104,22 +192,25 @@ class Gateway:
             os.kill(pid, signal.SIGKILL)
 
     def kill_programs(self):
-        """Kills all programs at once, the service's own children among them."""
+        """Kills all programs at once, the children of the service too."""
         self.process.kill()
 
-    def insert_blank(self):
-        """A new card, where it is a plain directory."""
-        shutil.rmtree(self.card.root)
-        os.mkdir(self.card.root)
-        self.forget()
+    def kill(self):
+        """Ends all programs and reads the gateway's time at that moment."""
+        self.kill_programs()
+        self.process.communicate()  # until the last of them has ended
+        self.read_clock()
 
     def read_clock(self):
         clock = witness.read_file(f"{self.outside}/service-clock")
         if clock:
             self.now = max(self.now, struct.unpack_from("q", clock)[0] // 1000000)
 
+    def service_output(self):
+        return (witness.read_file(f"{self.outside}/service-output") or b"")[-300:].decode()
+
     def verify(self, seed):
-        """Starts the service on the card as it is; a fresh file must arrive in its cycle."""
+        """Starts the service on the card as it is; the cloud must get a new file in its cycle."""
         self.start("verify", seed)
         try:
             said, _ = self.process.communicate(timeout=VERIFY_SECONDS)
@@ -133,17 +224,6 @@ class Gateway:
             self.books.faults["fresh"] = f"no fresh file: {last}; {self.service_output()}"
         self.figures["fresh"] += fresh
 
-    def service_output(self):
-        return (witness.read_file(f"{self.outside}/service-output") or b"")[-300:].decode()
-
-    def attack(self, aim, seed, strike, recover=lambda: None):
-        """Strikes the busy gateway when the aim is due, has it recover, and sees what is left."""
-        self.start("attack", seed)
-        seen = self.watch(aim, strike)
-        self.kill()
-        recover()
-        self.settle(seen, seed)
-
     def settle(self, seen, seed):
         """Compares the card with what was seen, starts the service again and compares again."""
         struck_at = self.now
@@ -154,10 +234,32 @@ class Gateway:
         self.books.check(self.now, restarted=True)
         self.books.count_windows(struck_at)
 
-    def aim(self, kinds, choose):
-        """The next aim, of one of the kinds; the service starts some time after its end."""
+    def attack(self, aim, seed, strike, recover=lambda: None):
+        """Strikes the busy gateway when the aim is due, lets it recover and settles."""
+        self.start("attack", seed)
+        seen = self.watch(aim, strike)
+        self.kill()
+        recover()
+        self.settle(seen, seed)
+
+    def attack_often(self, aims, number, seed, insert_blank, new_card_one_in, choose_attack):
+        """Attacks N times, on a new card now and then. `choose_attack` gives strike and recovery."""
+        for count in range(number):
+            choose = random.Random(f"{seed} {count}")
+            if count == 0 or self.books.faults or choose.randrange(new_card_one_in) == 0:
+                insert_blank()
+            aim = self.choose_aim(aims, choose)
+            self.attack(aim, choose.randrange(1 << 31), *choose_attack(choose))
+            self.print_faults(f"{count}, {aim.kind}")
+
+    def print_faults(self, where):
+        for fault in self.books.faults.values():
+            print(f"{where}: {fault}")
+
+    def choose_aim(self, kinds, choose):
+        """The next aim, of one of the kinds. Moves the time of the next start."""
         kind = choose.choice(kinds)
-        known = sorted(self.books.seen.rows, key=witness.stamp_of)  # the latest is this cycle's
+        known = sorted(self.books.seen.rows, key=witness.stamp_of)  # the last is of this cycle
         victims = []
         if not known:
             kind = choose.choice(["random", "row", "mark"])
@@ -170,8 +272,20 @@ class Gateway:
             victims = known[: known.index(last_to_go) + 1]
             too_old = witness.unix_time(witness.stamp_of(last_to_go)) + witness.FILE_AGE_SECONDS
             self.now = max(self.now, too_old + 1)
-        paths = [f"{self.card.files}/{name}" for name in victims]
-        return witness.Aim(kind, choose, self.books.seen, paths)
+        paths = [self.card.path_of(name) for name in victims]
+        return Aim(kind, choose, self.books.seen, paths)
+
+    def conclude(self, name, what, number, begin):
+        """Prints the figures; the exit status is 0 if every promise was kept."""
+        figures = self.figures
+        lost, kept = witness.losses(figures)
+        print(f"{(time.monotonic() - begin) * 1000 / max(number, 1):.0f} ms each")
+        print(
+            f"{name}: {number} {what}, {figures['rows']} rows and {figures['marks']} marks seen, "
+            f"{lost}, {figures['fresh']} of {number} fresh files; "
+            f"prescribed windows: {figures['events']} events, {figures['cycles']} cycles"
+        )
+        sys.exit(0 if kept and figures["fresh"] == number else 1)
 
 
 def descendants(pid):
@@ -181,24 +295,6 @@ def descendants(pid):
         yield from descendants(child)
 
 
-def is_service(pid):
-    return witness.read_file(f"/proc/{pid}/cmdline") == b"brennik\0"
-
-
 def directory_in_memory():
-    """A place for cards whose syncing costs nothing: a kill does not lose what is unsynced."""
+    """A place for cards where syncing costs nothing. A kill does not lose unsynced data."""
     return tempfile.TemporaryDirectory(prefix="brennik-", dir="/dev/shm")
-
-
-def conclude(name, what, number, gate, seconds):
-    """Prints the figures; the exit status is 0 if every promise was kept."""
-    figures = gate.figures
-    lost = [figures["lost " + kind] for kind in ("rows", "marks", "archives", "foreign")]
-    print(f"{seconds * 1000 / max(number, 1):.0f} ms each")
-    print(
-        f"{name}: {number} {what}, {figures['rows']} rows and {figures['marks']} marks seen, "
-        f"{lost[0]} rows lost, {lost[1]} marks lost, {lost[2]} archives lost, "
-        f"{lost[3]} foreign deliveries, {figures['fresh']} of {number} fresh files; "
-        f"prescribed windows: {figures['events']} events, {figures['cycles']} cycles"
-    )
-    sys.exit(0 if sum(lost) == 0 and figures["fresh"] == number else 1)

@@ -9,7 +9,7 @@
 namespace test {
 namespace {
 
-// The number behind "VmHWM:" or the like.
+// The number after a key such as "VmHWM:".
 int Number(const std::string& path, const std::string& key) {
   std::ifstream lines(path);
   for (std::string word; lines >> word;) {

@@ -1,4 +1,4 @@
-// What the running service takes of the gateway, as the kernel counts it.
+// What the running service takes, as the kernel counts it.
 #pragma once
 
 #include <sys/types.h>
@@ -15,7 +15,7 @@ struct Gauges {
 
 Gauges ReadGauges(pid_t pid);
 
-// Processor time of all its threads, without its children's.
+// Processor time of all its threads, without its child processes.
 double ReadCpuMilliseconds(pid_t pid);
 
 }  // namespace test

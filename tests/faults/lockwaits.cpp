@@ -1,7 +1,7 @@
-// Preloaded before the virtual clock: SQLite's waits for another process's lock last real time.
+// Preloaded before the virtual clock, so that SQLite waits in real time for another process's lock.
 //
-// The witness and the acquisition side hold their locks in real time. A wait that the virtual clock
-// leaps over would end before they have let go, as it never does on a gateway.
+// The witness and the acquisition side hold their locks in real time. On the virtual clock a wait
+// would end before they release them, which never happens on a gateway.
 #include <dlfcn.h>
 #include <unistd.h>
 

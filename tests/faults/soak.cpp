@@ -1,4 +1,4 @@
-// Months of the service's life, with faults on and off: nothing that it takes may grow without end.
+// Months of gateway time with faults on and off. Nothing that the service takes may keep growing.
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -40,22 +40,12 @@ constexpr std::time_t kHour = 3600;
 constexpr std::time_t kDay = 86400;
 constexpr std::time_t kAge = 31 * kDay;
 constexpr int kSlicesAnHour = 12;
-constexpr std::time_t kLeastAfterDue = 3 * kHour;  // a cycle without live values does not age
+constexpr std::time_t kAgeingLag = 3 * kHour;  // cycles without live values do not age the ledger
 constexpr char kOther[] = "127.0.0.2";
 constexpr char kNowhere[] = "127.0.0.3";
 constexpr Endpoint kUploads[] = {Endpoint::kRealData, Endpoint::kAlarmData, Endpoint::kCallData};
 
-enum Fault {
-  kNone,
-  kRefusing,
-  kClosing,
-  kDown,
-  kRedirected,
-  kNoSegment,
-  kLocked,
-  kKilled,
-  kFaults
-};
+enum Fault { kNone, kRefusing, kClosing, kDown, kRedirected, kNoSegment, kLocked, kKilled };
 constexpr const char* kFaultNames[] = {"none",       "refusing",   "closing", "down",
                                        "redirected", "no segment", "locked",  "killed"};
 
@@ -74,7 +64,7 @@ std::string BaseOf(const std::string& name) {
   return name.substr(name.rfind('/') + 1);
 }
 
-// The clock of summer time comes once more as that of winter time.
+// Whether the stamp is of the hour that the end of summer time repeats.
 bool ComesTwice(std::time_t when) {
   return Stamp(when) == Stamp(when - kHour) || Stamp(when) == Stamp(when + kHour);
 }
@@ -87,7 +77,7 @@ class Soak : public test::SystemTest {
     tzset();
     m_samples << "day,resident kB,private dirty kB,threads,descriptors,archives,recalls,leftovers,"
                  "rows,pending,log kB\n";
-    m_now = On(2024, 10, 25) + 250;  // no worker is at work at this second, as a rule
+    m_now = On(2024, 10, 25) + 250;  // a second at which the workers usually sleep
     test::WriteExamplePlant();
     WriteFullLedger();
     StartCloud();
@@ -96,7 +86,7 @@ class Soak : public test::SystemTest {
     m_service = std::make_unique<test::ServiceProcess>(m_now);
   }
 
-  // 31 days of files, accepted long ago: from the first hour on the oldest ones go.
+  // Writes 31 days of accepted files. From the first hour on the oldest are dropped.
   void WriteFullLedger() {
     std::vector<test::LedgerRow> rows;
     for (std::time_t age = kSlice; age < kAge; age += kSlice) {
@@ -109,14 +99,14 @@ class Soak : public test::SystemTest {
     test::WriteLedger(rows);
   }
 
-  // One slice: events come up at its begin, now and then.
-  void LiveOn() {
+  // Runs for a slice, which sometimes begins with events.
+  void RunSlice() {
     if (m_random() % 12 == 0) RaiseEvents(m_random() % 4 == 0 ? 45 : 1);
     m_now += kSlice;
     m_service->RunUntil(m_now);
   }
 
-  // Half of the hours are quiet. Kills come in every fifth night, so that most lives are long.
+  // Half of the hours have no fault. Kills come in every fifth night, so that most runs are long.
   Fault Choose(int hour) {
     if (hour % 120 > 42 && hour % 120 < 48) return kKilled;
     if (m_random() % 2 == 0) return kNone;
@@ -124,13 +114,13 @@ class Soak : public test::SystemTest {
     return fault == kLocked && Number("BRENNIK_SOAK_LOCKS", 1) == 0 ? kNone : fault;
   }
 
-  void LiveThroughAnHour(Fault fault) {
+  void RunAnHour(Fault fault) {
     ++m_faults[fault];
     const int slices = 1 + static_cast<int>(m_random() % (kSlicesAnHour - 3));
     for (int slice = 0; slice < kSlicesAnHour; ++slice) {
       if (slice == 1) Begin(fault);
       if (slice == 1 + slices) End(fault);
-      LiveOn();
+      RunSlice();
     }
     ASSERT_FALSE(m_service->ExitStatus()) << m_service->Output();
     CollectUploads();
@@ -149,7 +139,7 @@ class Soak : public test::SystemTest {
       for (const auto endpoint : kUploads) {
         m_cloud->Script(endpoint, {Behaviour::Close(), Behaviour::Cut(), Behaviour::Nonsense("<")});
       }
-      // Silence passes in real time: seldom.
+      // A silent cloud takes real time, so it is rare.
       if (++m_silences % 24 == 0) {
         m_cloud->Script(Endpoint::kSkipAddress, {Behaviour::Stall(std::chrono::seconds(60))});
       }
@@ -183,7 +173,7 @@ class Soak : public test::SystemTest {
     m_collected = 0;
   }
 
-  // Another program reads or writes the ledger over a boundary, for up to a minute.
+  // Another program locks the ledger across a boundary, for up to a minute.
   void LockLedger() {
     util::Database other(paths::kLedger);
     const std::string how[] = {"begin; select * from tJsonFileNames", "begin immediate",
@@ -193,7 +183,7 @@ class Soak : public test::SystemTest {
     other.Execute("rollback");
   }
 
-  // At some moment of the next slice, while it works or sleeps; the supervisor starts it again.
+  // Kills the service at a random moment of the next slice and starts it again.
   void Kill() {
     m_service->LetRunUntil(m_now + kSlice);
     std::this_thread::sleep_for(std::chrono::microseconds(m_random() % 30000));
@@ -207,7 +197,7 @@ class Soak : public test::SystemTest {
   void RaiseEvents(int count) {
     std::vector<AlarmEvent> events;
     for (; count > 0; --count) {
-      m_events.push_back(m_now);  // an event's number is its value
+      m_events.push_back(m_now);  // the event's value is its number
       events.push_back({.time = m_now,
                         .dataId = 0x01030001,
                         .threshold = 30,
@@ -247,7 +237,7 @@ class Soak : public test::SystemTest {
     }
   }
 
-  // Counts what there is, and holds it against what there was.
+  // Counts the files, rows and resources and compares them with the last look.
   void Look() {
     int archives = 0;
     int recalls = 0;
@@ -264,7 +254,7 @@ class Soak : public test::SystemTest {
       rows.insert(row.name);
       pending += row.result == 0;
       if (row.result == 0 || m_known.contains(row.name)) continue;
-      EXPECT_TRUE(m_arrived.contains(BaseOf(row.name))) << row.name << " has not arrived";
+      EXPECT_TRUE(m_arrived.contains(BaseOf(row.name))) << row.name << " never arrived";
     }
     CheckGone(rows);
     CheckThere(rows);
@@ -285,7 +275,7 @@ class Soak : public test::SystemTest {
     m_pending = pending;
   }
 
-  // A row goes when it is 31 days old, and no sooner.
+  // A row may only go when it is 31 days old.
   void CheckGone(const std::set<std::string>& rows) {
     for (const auto& name : m_known) {
       if (rows.contains(name)) continue;
@@ -295,17 +285,17 @@ class Soak : public test::SystemTest {
     }
   }
 
-  // It does not stay longer either, and it has its file.
+  // A row may not stay much longer than 31 days, and has its file.
   void CheckThere(const std::set<std::string>& rows) {
     for (const auto& name : rows) {
-      EXPECT_GT(StampOf(name), Stamp(m_now - kAge - kLeastAfterDue)) << name << " is not aged";
+      EXPECT_GT(StampOf(name), Stamp(m_now - kAge - kAgeingLag)) << name << " is not aged";
       if (m_known.contains(name)) continue;
       ++m_recorded;
       EXPECT_TRUE(test::Exists(test::DataFilePath(name))) << name;
     }
   }
 
-  // The highest of the first day, and of all later ones.
+  // Keeps the highest of the first day and the highest of all later days.
   void Compare(const test::Gauges& gauges) {
     auto& most = m_looks < 24 ? m_first : m_later;
     most.residentKilobytes = std::max(most.residentKilobytes, gauges.residentKilobytes);
@@ -315,8 +305,7 @@ class Soak : public test::SystemTest {
     most.descriptors = std::max(most.descriptors, gauges.descriptors);
   }
 
-  // Events that have not arrived: only those may be missing that a kill, or the stamp of an hour
-  // that comes twice, can have taken.
+  // Counts the events that never arrived. Only a kill and the hour that comes twice may lose one.
   int CountLostEvents() const {
     int lost = 0;
     for (std::size_t number = 0; number < m_events.size(); ++number) {
@@ -338,7 +327,7 @@ class Soak : public test::SystemTest {
     EXPECT_LE(m_sentTwice, kills + m_faults[kClosing] + m_faults[kLocked]);
   }
 
-  // It takes what it took on the first day, but for what the allocator keeps.
+  // Later days may take no more than the first, apart from what the allocator keeps.
   void CheckBounds() {
     EXPECT_LE(m_later.privateDirtyKilobytes, m_first.privateDirtyKilobytes + 1024);
     EXPECT_LE(m_later.threads, m_first.threads);
@@ -372,7 +361,7 @@ class Soak : public test::SystemTest {
   std::vector<std::time_t> m_kills;
   int m_silences = 0;
   int m_orders = 0;
-  std::vector<std::time_t> m_events;      // when each was raised
+  std::vector<std::time_t> m_events;      // when each occurred, by number
   std::set<std::size_t> m_arrivedEvents;  // numbers
   std::atomic<std::size_t> m_uploads = 0;
   std::size_t m_collected = 0;
@@ -389,18 +378,18 @@ class Soak : public test::SystemTest {
   int m_pending = 0;
 };
 
-TEST_F(Soak, TakesNoMoreInTheEndAndLosesNothing) {
+TEST_F(Soak, TakesNoMoreLaterAndLosesNothing) {
   const int days = Number("BRENNIK_SOAK_DAYS", 3);
   Begin();
 
   for (int hour = 0; hour < days * 24 - 3 && !HasFailure(); ++hour) {
-    // Every twentieth day there is no cloud at all.
+    // Every twentieth day has no cloud at all.
     if (hour % 480 == 312) StopCloud();
     if (hour % 480 == 336) StartCloud();
-    LiveThroughAnHour(m_cloud ? Choose(hour) : kNone);
+    RunAnHour(m_cloud ? Choose(hour) : kNone);
   }
   if (!m_cloud) StartCloud();
-  for (int hour = 0; hour < 3 && !HasFailure(); ++hour) LiveThroughAnHour(kNone);
+  for (int hour = 0; hour < 3 && !HasFailure(); ++hour) RunAnHour(kNone);
 
   if (!HasFailure()) CheckEnd();
   CheckBounds();

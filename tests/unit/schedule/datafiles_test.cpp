@@ -3,53 +3,60 @@
 
 #include <gmock/gmock.h>
 
+#include "historydata/historydata.h"
+#include "support/faults.h"
 #include "util/paths.h"
+#include "workerfixture.h"
 
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using ::testing::Pair;
 
 namespace {
 
-TEST(DataFileDirectory, IsTheDaysBelowTheRoot) {
-  EXPECT_EQ(DayDirectory(paths::kAlarmData, 7), "/media/mmcblk0p1/Cloud/JsonFiles/alarmdata/7");
-  EXPECT_EQ(DayDirectory(paths::kRealData, 31), "/media/mmcblk0p1/Cloud/JsonFiles/realdata/31");
+using test::LocalTimeOf;
+
+class DataFiles : public test::WorkerTest {};
+
+TEST_F(DataFiles, NamesADirectoryByTheDayInLocalTime) {
+  const std::string root = paths::kRealData;
+
+  EXPECT_EQ(DirectoryOf(paths::kRealData, LocalTimeOf(2024, 3, 7, 0, 0, 0)), root + "/7");
+  EXPECT_EQ(DirectoryOf(paths::kRealData, LocalTimeOf(2024, 12, 31, 23, 59, 59)), root + "/31");
 }
 
-TEST(DataFileDirectory, IsCutAt255Characters) {
-  const std::string root(253, 'r');
+TEST_F(DataFiles, NamesDayZeroWhenTheTimeIsUnknown) {
+  test::FailCalls(test::Call::kLocaltime);
 
-  EXPECT_EQ(DayDirectory(root.c_str(), 31), root + "/3");
-  EXPECT_EQ(DayDirectory((root + "rrrr").c_str(), 31), root + "rr");
+  EXPECT_EQ(DirectoryOf("/root", LocalTimeOf(2024, 3, 7)), "/root/0");
 }
 
-TEST(LedgerRows, ArePendingAndNamedByFolderDayAndBaseName) {
-  const auto rows = PendingRows(
-      kAlarmDataFile, "alarmdata", 7,
-      {"/media/mmcblk0p1/Cloud/JsonFiles/alarmdata/7/T20240307120000.tar.gz", "T2.tar.gz"});
+TEST_F(DataFiles, RecordsFilesAsPendingUnderTheirPathsBelowTheRoot) {
+  RecordPackedFiles(kAlarmDataFile, {"/media/mmcblk0p1/Cloud/JsonFiles/alarmdata/7/T1.tar.gz",
+                                     "/media/mmcblk0p1/Cloud/JsonFiles/alarmdata/31/T2.tar.gz"});
+  RecordPackedFiles(kRealDataFile, {"/media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S1.tar.gz"});
 
-  ASSERT_THAT(rows, SizeIs(2));
-  EXPECT_EQ(rows[0].filetype, 1);
-  EXPECT_EQ(rows[0].result, 0);
-  EXPECT_STREQ(rows[0].filename, "alarmdata/7/T20240307120000.tar.gz");
-  EXPECT_EQ(rows[1].filetype, 1);
-  EXPECT_EQ(rows[1].result, 0);
-  EXPECT_STREQ(rows[1].filename, "alarmdata/7/T2.tar.gz");
+  EXPECT_THAT(test::ReadLedger(), ElementsAre(Pair("alarmdata/31/T2.tar.gz", "1 0"),
+                                              Pair("alarmdata/7/T1.tar.gz", "1 0"),
+                                              Pair("realdata/7/S1.tar.gz", "2 0")));
 }
 
-TEST(LedgerRows, TakeTheFileTypeAsGiven) {
-  EXPECT_EQ(PendingRows(kRealDataFile, "realdata", 1, {"/S"})[0].filetype, 2);
+TEST_F(DataFiles, CutsNamesAt127Characters) {
+  const std::string name = "alarmdata/31/" + std::string(200, 'n');
+
+  RecordPackedFiles(kAlarmDataFile, {paths::kDataFiles + ("/" + name)});
+
+  EXPECT_THAT(test::ReadLedger(), ElementsAre(Pair(name.substr(0, 127), "1 0")));
 }
 
-TEST(LedgerRows, AreNoneWithoutFiles) {
-  EXPECT_THAT(PendingRows(kAlarmDataFile, "alarmdata", 7, {}), IsEmpty());
-}
+TEST_F(DataFiles, AgesTheLedgerAlsoWithoutFiles) {
+  test::SetTime(LocalTimeOf(2024, 2, 4));
+  AddFile("realdata/4/S20240204120000.tar.gz");
+  test::SetTime(LocalTimeOf(2024, 3, 7, 12));
 
-TEST(LedgerRows, HaveNamesCutAt127Characters) {
-  const std::string name(200, 'n');
+  RecordPackedFiles(kRealDataFile, {});
 
-  const auto rows = PendingRows(kAlarmDataFile, "alarmdata", 31, {"/" + name});
-
-  EXPECT_EQ(rows[0].filename, "alarmdata/31/" + name.substr(0, 127 - 13));
+  EXPECT_THAT(test::ReadLedger(), IsEmpty());
 }
 
 }  // namespace

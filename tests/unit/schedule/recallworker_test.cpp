@@ -1,15 +1,15 @@
-// The demand-recall worker: what it asks, and when and how it answers.
+// The demand-recall worker.
 #include <gmock/gmock.h>
 
-#include "config/sysset.h"
-#include "recallfixture.h"
 #include "schedule/workers.h"
 #include "support/databasefile.h"
 #include "support/faults.h"
 #include "support/historydatabase.h"
 #include "support/logs.h"
 #include "util/paths.h"
+#include "workerfixture.h"
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -19,33 +19,51 @@ namespace {
 
 using test::Accepted;
 using test::HttpAnswer;
-using test::kRecallCheck;
-using test::kRecalls;
-using test::kRecallUpload;
 using test::LogRecord;
-using test::NothingOrdered;
-using test::Ordered;
-using test::PausesText;
 using test::Rejected;
-using test::RunToItsEnd;
-using test::RunToPause;
-using test::UnpackRecall;
+using test::RunToRest;
 
-// The names that the ledger holds of recall files.
+constexpr char kCheck[] = "EqpDataIfRecall";
+constexpr char kUpload[] = "EqpDataRecall";
+
+// An order of one point of channel 2, which publishes no live values.
+std::string Ordered(int sequence, const std::string& begin = "2024-03-07 10:00:00",
+                    const std::string& end = "2024-03-07 10:01:00") {
+  return HttpAnswer(200, R"({"status":0,"message":"ok","data":[{"sn":"S1","id":)" +
+                             std::to_string(sequence) +
+                             R"(,"devs":[{"groupId":"2","eqpId":"7","ids":[{"pointId":"004D",)" +
+                             R"("beginTime":")" + begin + R"(","endTime":")" + end + R"("}]}]}]})");
+}
+
+std::string NothingOrdered() {
+  return HttpAnswer(200, R"({"status":0,"message":"ok","data":[]})");
+}
+
+// The line about a repeated order.
+std::string Repeated(int sequence, int times) {
+  const std::string number = std::to_string(sequence);
+  return "Recall receive the same seq: " + number + "==" + number +
+         " times:" + std::to_string(times) + ", Will recreate file after 3 times\r\n";
+}
+
+// The names of recall files in the ledger.
 std::vector<std::string> RecallRows() {
   if (!test::Exists(paths::kLedger)) return {};
   return test::DatabaseFile(paths::kLedger).Lines("select FileName from recallJsonFile");
 }
 
-class RecallWorker : public test::RecallWorkerTest {};
+class RecallWorker : public test::WorkerTest {
+ protected:
+  void Poll(int polls) { RunToRest(HandleRecall, m_interval, polls); }
 
-TEST_F(RecallWorker, AsksAtOnceAndSleepsItsPlainInterval) {
-  for (int i = 0; i < 3; ++i) m_cloud.Answer(NothingOrdered());
+  std::int32_t m_interval = 77;
+};
 
-  RunToPause(HandleRecall, m_interval, 3);
+TEST_F(RecallWorker, AsksAtOnceAndSleepsAPlainIntervalBetweenPolls) {
+  Poll(3);
 
-  EXPECT_EQ(PausesText(), "77 77 77");
-  EXPECT_THAT(Requested(), ElementsAre(kRecallCheck, kRecallCheck, kRecallCheck));
+  EXPECT_THAT(Requested(), ElementsAre(kCheck, kCheck, kCheck));
+  EXPECT_EQ(test::PausesText(), "77 77 77");
 }
 
 TEST_F(RecallWorker, AnswersAnOrderAtOnce) {
@@ -53,101 +71,79 @@ TEST_F(RecallWorker, AnswersAnOrderAtOnce) {
 
   Poll(1);
 
-  EXPECT_EQ(PausesText(), "1 77");
-  EXPECT_THAT(Requested(), ElementsAre(kRecallCheck, kRecallUpload));
-  EXPECT_THAT(Uploaded(kRecallUpload), ElementsAre("R20240307120010.tar.gz"));
-}
-
-TEST_F(RecallWorker, PacksTheOrderedHistory) {
-  m_cloud.Answer(Ordered(7)).Answer(Accepted());
-
-  Poll(1);
-
-  EXPECT_EQ(UnpackRecall("R20240307120010.tar.gz"),
-            R"({"sn":"S1","id":7,"data":[{"groupId":2,"eqpId":7,"pointId":"004D","flag":1,)"
-            R"("values":[{"timeMark":"2024-03-07 10:00:00","value":"0.000"},)"
-            R"({"timeMark":"2024-03-07 10:01:00","value":"1.000"}]}]})");
-}
-
-TEST_F(RecallWorker, TellsEveryStep) {
-  m_cloud.Answer(Ordered(7)).Answer(Accepted());
-
-  Poll(1);
-
-  const std::string archive = std::string(kRecalls) + "/R20240307120010.tar.gz";
-  const std::string url = m_cloud.Url(kRecallUpload);
-  EXPECT_THAT(test::TextLog("INFO"),
-              ElementsAre(HasSubstr("Recall Receive Response:\n"),
-                          "CreateRecallDataJsonFile " + archive + " Success",
-                          "start Send Recalldata " + archive + " to " + url + " \n",
-                          "start Send file R20240307120010.tar.gz to " + url,
-                          R"(UPloadFile recv message:{"status":0,"message":"ok"})",
-                          "Send file " + archive + " finish",
-                          "Send Recalldata " + archive + " to " + url + " successfully\n"));
-  EXPECT_THAT(test::TextLog("WARN"), IsEmpty());
+  EXPECT_THAT(Requested(), ElementsAre(kCheck, kUpload));
+  EXPECT_THAT(Uploaded(), ElementsAre("R20240307120010.tar.gz"));
+  EXPECT_THAT(test::List(paths::kCallData), ElementsAre("R20240307120010.tar.gz"));
   EXPECT_THAT(test::DatabaseLog(), IsEmpty());
 }
 
-// Between the compression's pause and the upload's handle the row is written.
 TEST_F(RecallWorker, RecordsTheArchiveUnderItsFullPathBeforeItUploads) {
   m_cloud.Answer(Ordered(7)).Answer(Accepted());
-  std::vector<std::string> before;
   std::vector<std::string> atTheUpload;
-  test::OnPause([&](test::Pause pause) {
-    if (pause == std::chrono::seconds(77)) throw test::WorkerEnded{};
-    before = RecallRows();
+  test::AtNextCall(test::Call::kPopen, [&] {
     test::AtNextCall(test::Call::kCurlEasyInit, [&] { atTheUpload = RecallRows(); });
   });
 
-  RunToItsEnd(HandleRecall, m_interval);
-
-  EXPECT_THAT(before, IsEmpty());
-  EXPECT_THAT(atTheUpload, ElementsAre(std::string(kRecalls) + "/R20240307120010.tar.gz"));
-}
-
-TEST_F(RecallWorker, LeavesTheArchiveOnTheCard) {
-  m_cloud.Answer(Ordered(7)).Answer(Accepted());
-
   Poll(1);
 
-  EXPECT_THAT(test::List(kRecalls), ElementsAre("R20240307120010.tar.gz"));
+  EXPECT_THAT(atTheUpload, ElementsAre(paths::kCallData + std::string("/R20240307120010.tar.gz")));
 }
 
-TEST_F(RecallWorker, AnswersANewNumberAtOnce) {
-  m_cloud.Answer(Ordered(7)).Answer(Accepted()).Answer(Ordered(8)).Answer(Accepted());
+TEST_F(RecallWorker, AnswersEveryNewNumberAtOnceAlsoANegativeOne) {
+  m_cloud.Answer(Ordered(7)).Answer(Accepted()).Answer(Ordered(-1)).Answer(Accepted());
 
   Poll(2);
 
-  EXPECT_THAT(Requested(), ElementsAre(kRecallCheck, kRecallUpload, kRecallCheck, kRecallUpload));
-  EXPECT_THAT(test::TextLog("WARN"), IsEmpty());
-}
-
-TEST_F(RecallWorker, AnswersANegativeNumberToo) {
-  m_cloud.Answer(Ordered(-1)).Answer(Accepted());
-
-  Poll(1);
-
-  EXPECT_THAT(Requested(), ElementsAre(kRecallCheck, kRecallUpload));
+  EXPECT_THAT(Requested(), ElementsAre(kCheck, kUpload, kCheck, kUpload));
 }
 
 TEST_F(RecallWorker, TakesNumberZeroForNoOrder) {
-  m_cloud.Answer(Ordered(0)).Answer(NothingOrdered());
+  m_cloud.Answer(Ordered(0));
 
-  Poll(2);
+  Poll(1);
 
-  EXPECT_EQ(PausesText(), "77 77");
-  EXPECT_THAT(Requested(), ElementsAre(kRecallCheck, kRecallCheck));
-  EXPECT_THAT(test::List(kRecalls), IsEmpty());
+  EXPECT_THAT(Requested(), ElementsAre(kCheck));
+  EXPECT_THAT(test::TextLog("WARN"), IsEmpty());
 }
 
-TEST_F(RecallWorker, ForgetsTheDevicesOfTheOrderBefore) {
-  m_cloud.Answer(Ordered(7)).Answer(Accepted()).Answer(Ordered(8, "9")).Answer(Accepted());
+TEST_F(RecallWorker, AnswersNoOrderThatIsFaultyBehindItsNumber) {
+  m_cloud.Answer(HttpAnswer(200, R"({"status":0,"data":[{"sn":"S1","id":9}]})"));
+  m_cloud.Answer(Ordered(9)).Answer(Accepted());
 
   Poll(2);
 
-  EXPECT_EQ(UnpackRecall("R20240307120128.tar.gz"),
-            R"({"sn":"S1","id":8,"data":[)"
-            R"({"groupId":2,"eqpId":9,"pointId":"004D","flag":0,"values":[]}]})");
+  EXPECT_THAT(Requested(), ElementsAre(kCheck, kCheck, kUpload));
+}
+
+TEST_F(RecallWorker, CountsTwoRepeatsOfAnOrderAndAnswersFromTheThirdOn) {
+  for (const bool isAnswered : {true, false, false, true, true, true}) {
+    m_cloud.Answer(Ordered(7));
+    if (isAnswered) m_cloud.Answer(Accepted());
+  }
+
+  Poll(6);
+
+  EXPECT_THAT(Requested(), ElementsAre(kCheck, kUpload, kCheck, kCheck, kCheck, kUpload, kCheck,
+                                       kUpload, kCheck, kUpload));
+  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(Repeated(7, 1), Repeated(7, 2)));
+}
+
+TEST_F(RecallWorker, CountsRepeatsAcrossPollsWithoutAnOrder) {
+  m_cloud.Answer(Ordered(7)).Answer(Accepted()).Answer(Ordered(7)).Answer(NothingOrdered());
+  m_cloud.Answer(Ordered(7));
+
+  Poll(4);
+
+  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(Repeated(7, 1), Repeated(7, 2)));
+}
+
+TEST_F(RecallWorker, CountsTheRepeatsOfANewNumberFromTheBeginning) {
+  m_cloud.Answer(Ordered(7)).Answer(Accepted()).Answer(Ordered(7)).Answer(Ordered(7));
+  m_cloud.Answer(Ordered(8)).Answer(Accepted()).Answer(Ordered(8));
+
+  Poll(5);
+
+  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(Repeated(7, 1), Repeated(7, 2), Repeated(8, 1)));
 }
 
 TEST_F(RecallWorker, RebuildsAndResendsAtTheNextPollAfterAFailedUpload) {
@@ -155,129 +151,43 @@ TEST_F(RecallWorker, RebuildsAndResendsAtTheNextPollAfterAFailedUpload) {
 
   Poll(2);
 
-  EXPECT_EQ(PausesText(), "1 77 1 77");
-  EXPECT_THAT(Uploaded(kRecallUpload),
-              ElementsAre("R20240307120010.tar.gz", "R20240307120128.tar.gz"));
-  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(HasSubstr("Send Recalldata ")));
+  EXPECT_THAT(Uploaded(), ElementsAre("R20240307120010.tar.gz", "R20240307120128.tar.gz"));
   EXPECT_THAT(RecallRows(), SizeIs(2));
 }
 
-TEST_F(RecallWorker, ReportsAFailedPackingAndRetriesAfterAnInterval) {
+TEST_F(RecallWorker, RecordsAndSendsNothingWhenPackingFailsAndRetries) {
   m_cloud.Answer(Ordered(7)).Answer(Ordered(7)).Answer(Accepted());
   test::FailCalls(test::Call::kPopen, 3);
 
-  Poll(2);
+  test::RunThroughRests(HandleRecall, m_interval,
+                        {[] { EXPECT_FALSE(test::Exists(paths::kLedger)); }, [] {}});
 
-  EXPECT_EQ(PausesText(), "1 1 1 77 1 77");
-  EXPECT_THAT(Requested(), ElementsAre(kRecallCheck, kRecallCheck, kRecallUpload));
+  EXPECT_THAT(Requested(), ElementsAre(kCheck, kCheck, kUpload));
   EXPECT_THAT(test::DatabaseLog(),
               ElementsAre(LogRecord{"ERROR", "Brennik Create Recall Data File error"}));
 }
 
-TEST_F(RecallWorker, RecordsNothingForAFailedPacking) {
-  m_cloud.Answer(Ordered(7));
-  test::FailCalls(test::Call::kPopen, 3);
+TEST_F(RecallWorker, KeepsTheNumberOfItsLastAnswerWhenPackingFails) {
+  m_cloud.Answer(Ordered(7)).Answer(Accepted()).Answer(Ordered(8)).Answer(Ordered(7));
+  test::FailCalls(test::Call::kPopen, 3, 1);
 
-  Poll(1);
+  Poll(3);
 
-  EXPECT_FALSE(test::Exists(paths::kLedger));
+  EXPECT_THAT(test::TextLog("WARN"), Contains(Repeated(7, 1)));
 }
 
 TEST_F(RecallWorker, TakesAnOrderThatIsTooLargeForAnswered) {
-  const auto first = test::LocalTimeOf(2024, 2, 1);
-  test::HistoryDatabase().Series(0x0207004E, first, test::LocalTimeOf(2024, 2, 16));
-  const std::string order = HttpAnswer(
-      200, R"({"status":0,"data":[{"sn":"S1","id":7,"devs":[{"groupId":"2","eqpId":"7","ids":[)"
-           R"({"pointId":"004E","beginTime":"2024-02-01 00:00:00",)"
-           R"("endTime":"2024-02-16 00:00:00"}]}]}]})");
-  m_cloud.Answer(order).Answer(order);
+  test::HistoryDatabase().Series(0x0207004D, test::LocalTimeOf(2024, 2, 1),
+                                 test::LocalTimeOf(2024, 2, 16));
+  for (int i = 0; i < 2; ++i) {
+    m_cloud.Answer(Ordered(7, "2024-02-01 00:00:00", "2024-02-16 00:00:00"));
+  }
 
   Poll(2);
 
-  EXPECT_EQ(PausesText(), "77 77");
-  EXPECT_THAT(Requested(), ElementsAre(kRecallCheck, kRecallCheck));
-  EXPECT_THAT(test::TextLog("WARN"),
-              ElementsAre(HasSubstr("Recall 7 has more than "), test::Repeated(7, 1)));
-  EXPECT_THAT(test::DatabaseLog(), IsEmpty());
+  EXPECT_THAT(Requested(), ElementsAre(kCheck, kCheck));
+  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(HasSubstr("more than"), Repeated(7, 1)));
   EXPECT_FALSE(test::Exists(paths::kLedger));
-  EXPECT_THAT(test::List(kRecalls), IsEmpty());
-}
-
-TEST_F(RecallWorker, WhoseTimeCannotBeToldIsAFailedPacking) {
-  m_cloud.Answer(Ordered(7));
-  // The log stamps the answer's line first.
-  test::FailCalls(test::Call::kLocaltime, 1, 1);
-
-  Poll(1);
-
-  EXPECT_EQ(PausesText(), "77");
-  EXPECT_THAT(test::DatabaseLog("ERROR"), ElementsAre("Brennik Create Recall Data File error"));
-}
-
-TEST_F(RecallWorker, AsksAndUploadsAtTheAddressInUse) {
-  GetCSysSetInstance().SetRealIPAddress("127.0.0.2");  // where nobody listens
-
-  Poll(1);
-
-  EXPECT_EQ(PausesText(), "77");
-  EXPECT_THAT(Requested(), IsEmpty());
-}
-
-struct BadAnswer {
-  const char* name;
-  test::RawServer::Pieces pieces;
-};
-
-void PrintTo(const BadAnswer& answer, std::ostream* out) {
-  *out << answer.name;
-}
-
-class RecallWorkerWithABadCloud : public RecallWorker,
-                                  public ::testing::WithParamInterface<BadAnswer> {};
-
-TEST_P(RecallWorkerWithABadCloud, WaitsForItsNextTurn) {
-  m_cloud.Answer(GetParam().pieces).Answer(Ordered(7)).Answer(Accepted());
-
-  Poll(2);
-
-  EXPECT_EQ(PausesText(), "77 1 77");
-  EXPECT_THAT(Requested(), ElementsAre(kRecallCheck, kRecallCheck, kRecallUpload));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Answers, RecallWorkerWithABadCloud,
-    ::testing::Values(
-        BadAnswer{"Silent", {}}, BadAnswer{"Empty", {HttpAnswer(200, "")}},
-        BadAnswer{"Status500", {HttpAnswer(500, "")}},
-        BadAnswer{"NoJson", {HttpAnswer(200, "<html></html>")}},
-        BadAnswer{"StatusOfFailure", {HttpAnswer(200, R"({"status":1,"data":[]})")}},
-        BadAnswer{"WrongType", {HttpAnswer(200, R"({"status":0,"data":7})")}},
-        BadAnswer{"IdText", {HttpAnswer(200, R"({"status":0,"data":[{"sn":"S1","id":"7"}]})")}},
-        BadAnswer{"FaultyBehindTheNumber",
-                  {HttpAnswer(200, R"({"status":0,"data":[{"sn":"S1","id":9}]})")}},
-        BadAnswer{"ForOthers", {HttpAnswer(200, R"({"status":0,"data":[{"sn":"S2","id":9}]})")}}),
-    [](const auto& test) { return test.param.name; });
-
-TEST_F(RecallWorker, AnswersAnOrderWithoutDevices) {
-  m_cloud.Answer(HttpAnswer(200, R"({"status":0,"data":[{"sn":"S1","id":9,"devs":[]}]})"));
-  m_cloud.Answer(Accepted());
-
-  Poll(1);
-
-  EXPECT_EQ(UnpackRecall("R20240307120010.tar.gz"), R"({"sn":"S1","id":9,"data":[]})");
-  EXPECT_THAT(Requested(), ElementsAre(kRecallCheck, kRecallUpload));
-}
-
-TEST_F(RecallWorker, ReadsItsIntervalAfreshEveryCycle) {
-  int pauses = 0;
-  test::OnPause([&](test::Pause) {
-    if (++pauses == 2) m_interval = 5;
-    if (pauses == 4) throw test::WorkerEnded{};
-  });
-
-  RunToItsEnd(HandleRecall, m_interval);
-
-  EXPECT_EQ(PausesText(), "77 77 5 5");
 }
 
 }  // namespace

@@ -15,85 +15,57 @@ using ::testing::IsEmpty;
 namespace {
 
 using test::CardSpace;
-using test::SetCardSpace;
 
-constexpr CardSpace kPlenty{4096, 1000000, 1000000};
-constexpr CardSpace kNone{4096, 0, 0};
+constexpr char kMount[] = "/media/mmcblk0p1/";
 
 class SdCard : public test::GatewayTest {};
 
 TEST_F(SdCard, CannotBeUsedWhenItIsOut) {
   std::filesystem::remove(paths::kCardDevice);
-  SetCardSpace(kPlenty);
+  test::SetCardSpace(kMount, CardSpace{4096, 1000000, 1000000});
 
   EXPECT_EQ(IsExistSDCard(), 0);
   EXPECT_THAT(test::DatabaseLog(), IsEmpty());
 }
 
-TEST_F(SdCard, CanBeUsedWhenItsSpaceCannotBeTold) {
-  test::HideCardSpace();
+TEST_F(SdCard, CanBeUsedWhenItsSpaceIsUnknown) {
+  test::SetCardSpace(kMount, std::nullopt);
 
   EXPECT_EQ(IsExistSDCard(), 1);
   EXPECT_THAT(test::DatabaseLog(), IsEmpty());
 }
 
-TEST_F(SdCard, IsLookedAtWhereItIsMounted) {
-  SetCardSpace(kPlenty);
+TEST_F(SdCard, ReportsTheThresholdAndKeepsTheFilesWhenItIsFull) {
+  test::WriteFile("/media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S20240307120000.tar.gz", "archive");
+  test::SetCardSpace(kMount, CardSpace{1000, 3, 3});
 
   IsExistSDCard();
 
-  EXPECT_EQ(test::ExaminedPath(), "/media/mmcblk0p1/");
-}
-
-TEST_F(SdCard, ThatIsFullIsReportedWithTheThreshold) {
-  SetCardSpace({1000, 3, 3});
-
-  EXPECT_EQ(IsExistSDCard(), 0);
   EXPECT_THAT(test::DatabaseLog(), ElementsAre(test::LogRecord{
                                        "FATAL", "There is only 512000B free space in sdcard\n"}));
-  EXPECT_THAT(test::TextLog(), IsEmpty());
-}
-
-TEST_F(SdCard, ThatIsFullLosesNothing) {
-  test::WriteFile("/media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S20240307120000.tar.gz", "archive");
-  SetCardSpace(kNone);
-
-  IsExistSDCard();
-
   EXPECT_TRUE(test::Exists("/media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S20240307120000.tar.gz"));
 }
 
-struct Space {
-  const char* name;
-  CardSpace space;
-  int usable;
-};
+TEST_F(SdCard, CanBeUsedFrom512000FreeBytesOn) {
+  const struct {
+    const char* name;
+    CardSpace space;
+    int usable;
+  } rows[] = {{"nothing", {4096, 0, 0}, 0},
+              {"one byte short", {1, 511999, 511999}, 0},
+              {"exactly", {1, 512000, 512000}, 1},
+              {"exactly in blocks", {4096, 125, 125}, 1},
+              {"four GiB, 0 in the low 32 bits", {65536, 65536, 65536}, 1},
+              {"many blocks", {1, 0x100000001, 0x100000001}, 1},
+              {"all set aside for root", {4096, 1000, 0}, 1}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    test::DiscardLogs();
+    test::SetCardSpace(kMount, row.space);
 
-void PrintTo(const Space& space, std::ostream* out) {
-  *out << space.space.blockBytes << " x " << space.space.freeBlocks;
+    EXPECT_EQ(IsExistSDCard(), row.usable);
+    EXPECT_EQ(test::DatabaseLog().empty(), row.usable == 1);
+  }
 }
-
-class FreeSpace : public SdCard, public ::testing::WithParamInterface<Space> {};
-
-TEST_P(FreeSpace, DecidesFrom512000BytesOn) {
-  SetCardSpace(GetParam().space);
-
-  EXPECT_EQ(IsExistSDCard(), GetParam().usable);
-  EXPECT_EQ(test::DatabaseLog("FATAL").size(), GetParam().usable == 1 ? 0U : 1U);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Spaces, FreeSpace,
-    ::testing::Values(Space{"Nothing", kNone, 0}, Space{"OneByteShort", {1, 511999, 511999}, 0},
-                      Space{"ExactlyInBytes", {1, 512000, 512000}, 1},
-                      Space{"ExactlyInBlocks", {4096, 125, 125}, 1},
-                      Space{"OneBlockShort", {4096, 124, 124}, 0}, Space{"Plenty", kPlenty, 1},
-                      // 0 in the low 32 bits
-                      Space{"FourGibibytes", {65536, 65536, 65536}, 1},
-                      Space{"AboveFourGibibytes", {4096, 0x100001, 0x100001}, 1},
-                      Space{"ManyBlocks", {1, 0x100000001, 0x100000001}, 1},
-                      // free blocks count, also those that are set aside for root
-                      Space{"SetAsideForRoot", {4096, 1000, 0}, 1}),
-    [](const auto& test) { return test.param.name; });
 
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <mutex>
-#include <optional>
 
 extern "C" {
 int __real_pthread_join(pthread_t thread, void** result);
@@ -12,65 +11,46 @@ int __wrap_pthread_join(pthread_t thread, void** result);
 int __wrap_statfs64(const char* path, struct statfs* out);
 }
 
-namespace test {
 namespace {
 
-struct Tap {
-  std::optional<CardSpace> space;
-  std::string examinedPath;
-  std::mutex mutex;  // guards what follows: any thread may join another
-  std::vector<pthread_t> joined;
-};
-
-Tap& State() {
-  static Tap tap;
-  return tap;
-}
+std::string g_path;
+std::optional<test::CardSpace> g_space;
+std::mutex g_mutex;  // guards the list: any thread may join another
+std::vector<pthread_t> g_joined;
 
 }  // namespace
 
-void SetCardSpace(const CardSpace& space) {
-  State().space = space;
+void test::SetCardSpace(const std::string& path, const std::optional<CardSpace>& space) {
+  g_path = path;
+  g_space = space;
 }
 
-void HideCardSpace() {
-  State().space.reset();
+std::vector<pthread_t> test::Joined() {
+  const std::lock_guard lock(g_mutex);
+  return g_joined;
 }
 
-std::string ExaminedPath() {
-  return State().examinedPath;
+void test::ForgetJoins() {
+  const std::lock_guard lock(g_mutex);
+  g_joined.clear();
 }
-
-std::vector<pthread_t> Joined() {
-  const std::lock_guard lock(State().mutex);
-  return State().joined;
-}
-
-void ForgetJoins() {
-  const std::lock_guard lock(State().mutex);
-  State().joined.clear();
-}
-
-}  // namespace test
 
 int __wrap_pthread_join(pthread_t thread, void** result) {
   {
-    const std::lock_guard lock(test::State().mutex);
-    test::State().joined.push_back(thread);
+    const std::lock_guard lock(g_mutex);
+    g_joined.push_back(thread);
   }
   return __real_pthread_join(thread, result);
 }
 
 int __wrap_statfs64(const char* path, struct statfs* out) {
-  test::State().examinedPath = path;
-  if (!test::State().space) {
+  if (path != g_path || !g_space) {
     errno = EIO;
     return -1;
   }
-  const test::CardSpace& space = *test::State().space;
   *out = {};
-  out->f_bsize = static_cast<decltype(out->f_bsize)>(space.blockBytes);
-  out->f_bfree = space.freeBlocks;
-  out->f_bavail = space.freeBlocksForOrdinaryUsers;
+  out->f_bsize = static_cast<decltype(out->f_bsize)>(g_space->blockBytes);
+  out->f_bfree = g_space->freeBlocks;
+  out->f_bavail = g_space->freeBlocksForOrdinaryUsers;
   return 0;
 }

@@ -4,22 +4,21 @@
 #include <pthread.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace test {
 
-// What the system tells of the card.
+// The card's free space as the system reports it.
 struct CardSpace {
   std::uint32_t blockBytes = 0;
   std::uint64_t freeBlocks = 0;
   std::uint64_t freeBlocksForOrdinaryUsers = 0;
 };
-// Lets the system tell this from now on; or fail to tell anything.
-void SetCardSpace(const CardSpace& space);
-void HideCardSpace();
-// The path that the latest look at free space was for.
-std::string ExaminedPath();
+// The system reports this space from now on, or fails to report any. `path` must be the one asked
+// for.
+void SetCardSpace(const std::string& path, const std::optional<CardSpace>& space);
 
 // The threads that were joined since the last ForgetJoins, in order.
 std::vector<pthread_t> Joined();

@@ -1,6 +1,5 @@
 #include "workerfixture.h"
 
-#include <filesystem>
 #include <sstream>
 
 #include "config/channelset.h"
@@ -15,6 +14,8 @@
 
 namespace test {
 namespace {
+
+constexpr Pause kShortestRest = std::chrono::seconds(10);
 
 void LoadConfiguration(std::uint16_t port) {
   WriteFile(paths::kVersionFile, "1.0\n");
@@ -31,9 +32,29 @@ void LoadConfiguration(std::uint16_t port) {
   GetCChannelSetInstance().Close();
 }
 
-void MakeTree() {
-  Interval_Info off{-1, -1, -1, -1, -1};
-  CSchedule().Init(&off);
+// Does one action after each pause that is at least so long.
+void Run(Worker worker, std::int32_t& interval, Pause shortest, Actions actions) {
+  std::size_t done = 0;
+  OnPause([&](Pause pause) {
+    if (pause < shortest) return;
+    actions[done++]();
+    if (done == actions.size()) throw WorkerEnded{};
+  });
+  try {
+    worker(&interval);
+    ADD_FAILURE() << "a worker never returns";
+  } catch (const WorkerEnded&) {  // the only way out of a worker
+  }
+  OnPause({});
+}
+
+// An earlier test may have left rows and marks in the ledger's memory. They go with this one's.
+void ForgetLedger() {
+  const std::vector<History_Data_Para> none;
+  std::vector<History_Data_Para> rows;
+  GetCHistoryDataInstance().SaveHistoryData(&none);
+  GetCHistoryDataInstance().GetHistoryData(&rows);
+  Empty(paths::kLedgerDirectory);
 }
 
 }  // namespace
@@ -54,18 +75,18 @@ std::string Rejected() {
   return HttpAnswer(200, R"({"status":1,"message":"no"})");
 }
 
-void RunToPause(Worker worker, std::int32_t& interval, int n) {
-  EndAtPause(n);
-  RunToItsEnd(worker, interval);
+void RunThroughRests(Worker worker, std::int32_t& interval, Actions actions) {
+  Run(worker, interval, kShortestRest, std::move(actions));
 }
 
-void RunToItsEnd(Worker worker, std::int32_t& interval) {
-  try {
-    worker(&interval);
-    ADD_FAILURE() << "a worker never returns";
-  } catch (const WorkerEnded&) {
-    OnPause({});
-  }
+void RunToRest(Worker worker, std::int32_t& interval, int n) {
+  RunThroughRests(worker, interval, Actions(static_cast<std::size_t>(n), [] {}));
+}
+
+void RunToPause(Worker worker, std::int32_t& interval, int n, std::function<void()> action) {
+  Actions actions(static_cast<std::size_t>(n), [] {});
+  actions.back() = std::move(action);
+  Run(worker, interval, Pause::zero(), std::move(actions));
 }
 
 std::string PausesText() {
@@ -92,13 +113,10 @@ Ledger ReadLedger() {
 void WorkerTest::SetUp() {
   GatewayTest::SetUp();
   LoadConfiguration(m_cloud.Port());
-  MakeTree();
-  // What an earlier test could not record or mark goes with a ledger of its own.
-  const std::vector<History_Data_Para> none;
-  std::vector<History_Data_Para> rows;
-  GetCHistoryDataInstance().SaveHistoryData(&none);
-  GetCHistoryDataInstance().GetHistoryData(&rows);
-  Empty(paths::kLedgerDirectory);
+  Interval_Info off{-1, -1, -1, -1, -1};
+  CSchedule().Init(&off);
+  ForgetLedger();
+  SetTime(LocalTimeOf(2024, 3, 7, 12, 0, 10));
   DiscardLogs();
   ForgetPauses();
 }
@@ -112,24 +130,26 @@ void WorkerTest::AddFile(const std::string& name, std::int32_t type) {
   GetCHistoryDataInstance().SaveHistoryData(&rows);
 }
 
-std::vector<std::string> WorkerTest::Uploaded(const std::string& endpoint) const {
+std::vector<std::string> WorkerTest::Uploaded() const {
   constexpr char kMark[] = "filename=\"";
   std::vector<std::string> names;
   for (const auto& request : m_cloud.Requests()) {
-    if (request.Line() != "POST " + endpoint + " HTTP/1.1") continue;
-    const auto from = request.body.find(kMark) + sizeof(kMark) - 1;
+    const auto mark = request.body.find(kMark);
+    if (mark == std::string::npos) continue;
+    const auto from = mark + sizeof(kMark) - 1;
     names.push_back(request.body.substr(from, request.body.find('"', from) - from));
   }
   return names;
 }
 
 std::vector<std::string> WorkerTest::Requested() const {
-  std::vector<std::string> paths;
+  std::vector<std::string> names;
   for (const auto& request : m_cloud.Requests()) {
     const std::string line = request.Line();
-    paths.push_back(line.substr(5, line.rfind(' ') - 5));
+    const std::string path = line.substr(0, line.rfind(' '));
+    names.push_back(path.substr(path.rfind('/') + 1));
   }
-  return paths;
+  return names;
 }
 
 }  // namespace test

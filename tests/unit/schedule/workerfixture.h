@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -13,21 +14,27 @@
 
 namespace test {
 
-// The plant's two points, on channel 1 at address 3; the same in every test of this executable.
+// The plant's two points, on channel 1 at address 3.
 inline constexpr std::uint32_t kLevel = 0x0103004D;
 inline constexpr std::uint32_t kFlow = 0x0103004E;
 
-// The cloud's answers.
+// Answers of the cloud: to the login, and to an upload.
 std::string Granted();
 std::string Refused();
 std::string Accepted();
 std::string Rejected();
 
-// Runs a worker until its n-th pause.
 using Worker = void* (*)(void*);
-void RunToPause(Worker worker, std::int32_t& interval, int n);
-// Runs a worker until the hook ends it.
-void RunToItsEnd(Worker worker, std::int32_t& interval);
+using Actions = std::vector<std::function<void()>>;
+
+// A rest is a sleep of at least ten seconds: a worker's wait for its next cycle. Runs the worker
+// and does one action after each of its rests; the worker ends after the last.
+void RunThroughRests(Worker worker, std::int32_t& interval, Actions actions);
+// Runs the worker until the end of its n-th rest.
+void RunToRest(Worker worker, std::int32_t& interval, int n);
+// Does the action after the worker's n-th pause, however short, and ends it there.
+void RunToPause(
+    Worker worker, std::int32_t& interval, int n, std::function<void()> action = [] {});
 
 // The pauses so far, in seconds: "110 0.1 0.5 1 299".
 std::string PausesText();
@@ -36,17 +43,17 @@ std::string PausesText();
 using Ledger = std::map<std::string, std::string>;
 Ledger ReadLedger();
 
-// What it is for: every test of a worker. The tree stands on the card, the plant is configured, the
-// cloud listens, nobody has published a value, and no pause is recorded.
+// Every test of a worker: the tree is on the card, the plant is configured, the cloud listens.
+// There are no live values, no ledger and no log records. The time is 12:00:10.
 class WorkerTest : public GatewayTest {
  protected:
   void SetUp() override;
 
-  // Records a data file in the ledger, pending, and writes its content.
+  // Writes a data file and records it in the ledger as pending.
   static void AddFile(const std::string& name, std::int32_t type = 2);
-  // The names of the files that reached an endpoint, in order.
-  std::vector<std::string> Uploaded(const std::string& endpoint) const;
-  // The paths of all requests, in order.
+  // The base names of the files that reached the cloud, in order.
+  std::vector<std::string> Uploaded() const;
+  // The last parts of the URLs of all requests, in order: "EqpAuthorize".
   std::vector<std::string> Requested() const;
 
   RawServer m_cloud;

@@ -1,64 +1,76 @@
 // The workers' clock.
 #include "schedule/workertime.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
-#include "support/clock.h"
-#include "support/faults.h"
-#include "support/gateway.h"
-
-using ::testing::ElementsAre;
+#include "schedule/workers.h"
+#include "workerfixture.h"
 
 namespace {
 
-using test::LocalTimeOf;
-using test::Pause;
-
-struct Boundary {
-  const char* name;
-  std::time_t now;
-  std::int32_t interval;
-  int pause;
-};
-
-void PrintTo(const Boundary& boundary, std::ostream* out) {
-  *out << boundary.now << " s, every " << boundary.interval << " s";
+std::string Trace(std::time_t now, std::int32_t interval) {
+  return std::to_string(now) + " s, every " + std::to_string(interval) + " s";
 }
 
-class NextBoundary : public test::GatewayTest, public ::testing::WithParamInterface<Boundary> {};
+class WorkerTime : public test::GatewayTest {};
 
-TEST_P(NextBoundary, IsAMultipleOfTheIntervalCountedFromTheEpoch) {
-  test::SetTime(GetParam().now);
+TEST_F(WorkerTime, SleepsToTheNextMultipleOfTheInterval) {
+  const struct {
+    std::time_t now;
+    std::int32_t interval;
+    int pause;
+  } rows[] = {{1200, 300, 300},
+              {1201, 300, 299},
+              {1199, 300, 1},
+              {1350, 300, 150},
+              {1200, 1, 1},
+              {1000, 7, 1},
+              {86400 * 5 + 1, 86400, 86399},
+              {0x80000001, 600, 600 - 0x80000001 % 600}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(Trace(row.now, row.interval));
+    test::SetTime(row.now);
+    test::ForgetPauses();
 
-  SleepToBoundary(GetParam().interval);
+    SleepToBoundary(row.interval);
 
-  EXPECT_THAT(test::Pauses(), ElementsAre(Pause(std::chrono::seconds(GetParam().pause))));
+    EXPECT_EQ(test::PausesText(), std::to_string(row.pause));
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Times, NextBoundary,
-    ::testing::Values(Boundary{"OnIt", 1200, 300, 300}, Boundary{"JustBehindIt", 1201, 300, 299},
-                      Boundary{"JustBeforeIt", 1199, 300, 1}, Boundary{"Midway", 1350, 300, 150},
-                      Boundary{"EverySecond", 1200, 1, 1}, Boundary{"Odd", 1000, 7, 1},
-                      Boundary{"AWholeDay", 86400 * 5 + 1, 86400, 86399},
-                      Boundary{"Behind2038", 0x80000001, 600, 600 - 0x80000001 % 600},
-                      Boundary{"LongestInterval", 1, 32767, 32766}),
-    [](const auto& test) { return test.param.name; });
+TEST_F(WorkerTime, GivesTheNearestBoundaryAndSleepsToOneAhead) {
+  const struct {
+    std::time_t now;
+    std::int32_t interval;
+    std::time_t boundary;
+    const char* pause;
+  } rows[] = {{1200, 300, 1200, ""},    {1201, 300, 1200, ""},  {1349, 300, 1200, ""},
+              {1350, 300, 1500, "150"},  // exactly between two
+              {1351, 300, 1500, "149"}, {1499, 300, 1500, "1"}, {1200, 1, 1200, ""},
+              {640, 61, 610, ""},       {641, 61, 671, "30"}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(Trace(row.now, row.interval));
+    test::SetTime(row.now);
+    test::ForgetPauses();
 
-class DayDirectory : public test::GatewayTest {};
-
-TEST_F(DayDirectory, IsTheDayOfTheMonthInLocalTime) {
-  EXPECT_EQ(DayOfMonth(LocalTimeOf(2024, 3, 7, 0, 0, 0)), 7);
-  EXPECT_EQ(DayOfMonth(LocalTimeOf(2024, 3, 7, 23, 59, 59)), 7);
-  EXPECT_EQ(DayOfMonth(LocalTimeOf(2024, 2, 29, 12)), 29);
-  EXPECT_EQ(DayOfMonth(LocalTimeOf(2024, 12, 31, 23, 59, 59)), 31);
-  EXPECT_EQ(DayOfMonth(LocalTimeOf(2025, 1, 1)), 1);
+    EXPECT_EQ(AwaitNearestBoundary(row.interval), row.boundary);
+    EXPECT_EQ(test::PausesText(), row.pause);
+  }
 }
 
-TEST_F(DayDirectory, IsZeroForATimeThatIsNone) {
-  test::FailCalls(test::Call::kLocaltime);
+class EveryWorker : public test::WorkerTest, public ::testing::WithParamInterface<test::Worker> {};
 
-  EXPECT_EQ(DayOfMonth(LocalTimeOf(2024, 3, 7)), 0);
+TEST_P(EveryWorker, ReadsItsIntervalAgainInEveryCycle) {
+  m_cloud.Answer(test::Granted());
+  std::int32_t interval = 60;
+
+  test::RunThroughRests(GetParam(), interval, {[&] { interval = 36000; }, [] {}});
+
+  EXPECT_GT(test::Pauses().back(), std::chrono::hours(9));
 }
+
+INSTANTIATE_TEST_SUITE_P(Workers, EveryWorker,
+                         ::testing::Values(HandleRealData, HandleRealAlarm, HandleHeart, HandleFail,
+                                           HandleRecall));
 
 }  // namespace
