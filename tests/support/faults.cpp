@@ -6,6 +6,7 @@
 #include <sqlite3.h>
 #include <sys/mman.h>
 #include <sys/shm.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -27,6 +28,8 @@ int __real_syncfs(int file);
 int __wrap_syncfs(int file);
 std::tm* __real_localtime_r(const std::time_t* when, std::tm* out);
 std::tm* __wrap_localtime_r(const std::time_t* when, std::tm* out);
+int __real_mkdir(const char* path, mode_t mode);
+int __wrap_mkdir(const char* path, mode_t mode);
 std::FILE* __real_popen(const char* command, const char* mode);
 std::FILE* __wrap_popen(const char* command, const char* mode);
 int __real_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state);
@@ -64,7 +67,7 @@ struct Fault {
   std::function<void()>* action = nullptr;  // bare: calls may come after this thread's destructors
 };
 
-constexpr std::size_t kCalls = 13;
+constexpr std::size_t kCalls = 14;
 constexpr char kNoSuchDirectory[] = "/nonexistent/database";
 thread_local std::array<Fault, kCalls> t_faults;
 thread_local bool t_guardSegment = false;
@@ -141,6 +144,12 @@ int __wrap_syncfs(int file) {
 
 std::tm* __wrap_localtime_r(const std::time_t* when, std::tm* out) {
   return test::Fails(test::Call::kLocaltime) ? nullptr : __real_localtime_r(when, out);
+}
+
+int __wrap_mkdir(const char* path, mode_t mode) {
+  if (!test::Fails(test::Call::kMkdir)) return __real_mkdir(path, mode);
+  errno = ENOSPC;
+  return -1;
 }
 
 std::FILE* __wrap_popen(const char* command, const char* mode) {

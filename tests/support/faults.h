@@ -10,6 +10,7 @@ enum class Call {
   kCurlEasyInit,
   kFsync,  // fsync and syncfs
   kLocaltime,
+  kMkdir,  // fails with ENOSPC
   kPopen,
   kSetDetachState,  // fails with EINVAL
   kShmat,
