@@ -81,6 +81,7 @@ DataFile::DataFile(char prefix, const std::string& directory, const std::tm& sta
 std::ofstream DataFile::OpenText() {
   if (util::IsRegularFile(m_names.archive)) {
     m_ownDirectory = m_directory + "/new";
+    m_work = FormNames(m_ownDirectory, m_names.name, m_tellStatus);
     RemoveDir(m_ownDirectory.c_str());  // left by an attempt that a restart has ended
     if (mkdir(m_ownDirectory.c_str(), kDirectoryMode) != 0 && errno == ENOSPC) {
       // A full card fails the packing. It must not end the process, as a text file that cannot be
@@ -88,7 +89,6 @@ std::ofstream DataFile::OpenText() {
       SetWriteError(ENOSPC);
       return std::ofstream("/dev/null");
     }
-    m_work = FormNames(m_ownDirectory, m_names.name, m_tellStatus);
   }
   return std::ofstream(m_work.text, std::ios::trunc);
 }

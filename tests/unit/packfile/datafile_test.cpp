@@ -246,6 +246,7 @@ TEST_F(DataFileBesideAnEarlierArchive, FailsWithoutRoomForADirectory) {
   test::FailCalls(Call::kMkdir);
 
   EXPECT_FALSE(Pack());
+  m_file.RemoveRemains();
 
   EXPECT_THAT(Statuses(), ElementsAre(ENOSPC, ENOSPC, ENOSPC));
   EXPECT_THAT(Left(), ElementsAre("S20240102030405.tar.gz"));
