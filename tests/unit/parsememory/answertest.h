@@ -2,8 +2,8 @@
 #pragma once
 
 #include <cstring>
-#include <ostream>
 #include <string>
+#include <vector>
 
 #include "parsememory/parsememory.h"
 #include "support/gateway.h"
@@ -11,23 +11,12 @@
 
 namespace test {
 
-inline constexpr char kException[] = "rapidjson exception";
 inline constexpr char kUntouched = '#';
 inline constexpr std::int32_t kUntouchedNumber = 0x23232323;  // four of them
 
 class AnswerTest : public GatewayTest {};
 
-// An answer in a table of them.
-struct Answer {
-  const char* name;
-  std::string text;
-};
-inline void PrintTo(const Answer& answer, std::ostream* out) {
-  *out << answer.text.substr(0, 200);
-}
-inline std::string NameOf(const ::testing::TestParamInfo<Answer>& test) {
-  return test.param.name;
-}
+using Texts = std::vector<std::string>;
 
 // The outcome of one call on a record that was filled with '#'.
 template <typename Ack>

@@ -7,7 +7,6 @@
 
 #include "answertest.h"
 
-using test::Answer;
 using test::AnswerWithData;
 using test::ParsedRecall;
 using test::ParseRecall;
@@ -15,6 +14,7 @@ using test::ParseRecallInto;
 using test::RecallDevice;
 using test::RecallOrder;
 using test::RecallPoint;
+using test::Texts;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -89,27 +89,22 @@ TEST_F(RecallAnswer, EndsAtATerminatorWithinTheText) {
   EXPECT_EQ(ParseRecall(RecallOrder("") + std::string(1, '\0') + "garbage").ack.id, 5);
 }
 
-class NoOrder : public RecallAnswer, public ::testing::WithParamInterface<Answer> {};
+TEST_F(RecallAnswer, LeavesTheRecordAloneWithoutAnOrder) {
+  for (const auto& text :
+       Texts{AnswerWithData("[]"), AnswerWithData(R"([{"sn":"S2"},{"sn":"S3"}])"),
+             AnswerWithData(R"([{"sn":"S11","id":5,"devs":[]}])"),
+             AnswerWithData(R"([{"sn":"S","id":5,"devs":[]}])"),
+             AnswerWithData(R"([{"sn":"s1","id":5,"devs":[]}])"),
+             AnswerWithData(R"([{"sn":"S2","id":"x","devs":7}])")}) {
+    SCOPED_TRACE(text);
+    ST_CHECKCALL_ACK ack = EarlierAck();
 
-TEST_P(NoOrder, SucceedsAndLeavesTheRecordAlone) {
-  ST_CHECKCALL_ACK ack = EarlierAck();
+    EXPECT_EQ(ParseRecallInto(ack, text), 0);
 
-  EXPECT_EQ(ParseRecallInto(ack, GetParam().text), 0);
-
-  EXPECT_TRUE(IsUntouched(ack));
+    EXPECT_TRUE(IsUntouched(ack));
+  }
   EXPECT_THAT(test::TextLog(), IsEmpty());
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Answers, NoOrder,
-    ::testing::Values(Answer{"EmptyData", AnswerWithData("[]")},
-                      Answer{"TwoForeignSerials", AnswerWithData(R"([{"sn":"S2"},{"sn":"S3"}])")},
-                      Answer{"LongerSerial", AnswerWithData(R"([{"sn":"S11","id":5,"devs":[]}])")},
-                      Answer{"ShorterSerial", AnswerWithData(R"([{"sn":"S","id":5,"devs":[]}])")},
-                      Answer{"OtherCase", AnswerWithData(R"([{"sn":"s1","id":5,"devs":[]}])")},
-                      // Only the serial number of a foreign order is read.
-                      Answer{"Foreign", AnswerWithData(R"([{"sn":"S2","id":"x","devs":7}])")}),
-    test::NameOf);
 
 TEST_F(RecallAnswer, FailsWithAnotherStatusBeforeTheDataIsRead) {
   for (const auto* text : {R"({"status":1,"data":[{"sn":"S1","id":5,"devs":[]}]})",
@@ -122,54 +117,38 @@ TEST_F(RecallAnswer, FailsWithAnotherStatusBeforeTheDataIsRead) {
   EXPECT_THAT(test::TextLog(), IsEmpty());
 }
 
-class WronglyTypedRecallAnswer : public RecallAnswer,
-                                 public ::testing::WithParamInterface<Answer> {};
-
-TEST_P(WronglyTypedRecallAnswer, ThrowsWithoutALogLine) {
-  EXPECT_THAT([] { ParseRecall(GetParam().text); },
-              ::testing::ThrowsMessage<std::logic_error>(test::kException));
+TEST_F(RecallAnswer, ThrowsAtAWrongType) {
+  for (const auto& text :
+       Texts{"[]",
+             R"({"message":"ok","data":[]})",
+             R"({"status":"0","data":[]})",
+             R"({"status":4294967296,"data":[]})",
+             R"({"status":0,"message":"ok"})",
+             AnswerWithData(R"({"sn":"S1","id":5,"devs":[]})"),
+             AnswerWithData("null"),
+             AnswerWithData("[1]"),
+             AnswerWithData("[[]]"),
+             AnswerWithData(R"([{"id":5,"devs":[]}])"),
+             AnswerWithData(R"([{"sn":1,"id":5,"devs":[]}])"),
+             AnswerWithData(R"([{"sn":"S2"},{"id":5}])"),
+             AnswerWithData(R"([{"sn":"S1","devs":[]}])"),
+             AnswerWithData(R"([{"sn":"S1","id":"5","devs":[]}])"),
+             AnswerWithData(R"([{"sn":"S1","id":2147483648,"devs":[]}])"),
+             AnswerWithData(R"([{"sn":"S1","id":5}])"),
+             AnswerWithData(R"([{"sn":"S1","id":5,"devs":{}}])"),
+             RecallOrder("1"),
+             RecallOrder(R"({"groupId":1,"eqpId":"3","ids":[]})"),
+             RecallOrder(R"({"groupId":"1","eqpId":3,"ids":[]})"),
+             RecallOrder(R"({"groupId":"1","eqpId":"3","ids":{}})"),
+             RecallOrder(RecallDevice("\"0001\"")),
+             RecallOrder(RecallDevice(R"({"pointId":1,"beginTime":"","endTime":""})")),
+             RecallOrder(RecallDevice(R"({"pointId":"1","beginTime":0,"endTime":""})")),
+             RecallOrder(RecallDevice(R"({"pointId":"1","beginTime":"","endTime":null})"))}) {
+    SCOPED_TRACE(text);
+    EXPECT_THROW(ParseRecall(text), std::logic_error);
+  }
   EXPECT_THAT(test::TextLog(), IsEmpty());
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Envelopes, WronglyTypedRecallAnswer,
-    ::testing::Values(Answer{"RootArray", "[]"},
-                      Answer{"WithoutStatus", R"({"message":"ok","data":[]})"},
-                      Answer{"StatusText", R"({"status":"0","data":[]})"},
-                      Answer{"StatusAbove32Bits", R"({"status":4294967296,"data":[]})"},
-                      Answer{"WithoutData", R"({"status":0,"message":"ok"})"},
-                      Answer{"DataObject", AnswerWithData(R"({"sn":"S1","id":5,"devs":[]})")},
-                      Answer{"DataNull", AnswerWithData("null")},
-                      Answer{"ElementNumber", AnswerWithData("[1]")},
-                      Answer{"ElementArray", AnswerWithData("[[]]")}),
-    test::NameOf);
-INSTANTIATE_TEST_SUITE_P(
-    Orders, WronglyTypedRecallAnswer,
-    ::testing::Values(Answer{"WithoutSerial", AnswerWithData(R"([{"id":5,"devs":[]}])")},
-                      Answer{"SerialNumber", AnswerWithData(R"([{"sn":1,"id":5,"devs":[]}])")},
-                      Answer{"SecondWithoutSerial", AnswerWithData(R"([{"sn":"S2"},{"id":5}])")},
-                      Answer{"WithoutNumber", AnswerWithData(R"([{"sn":"S1","devs":[]}])")},
-                      Answer{"NumberText", AnswerWithData(R"([{"sn":"S1","id":"5","devs":[]}])")},
-                      Answer{"NumberAbove32Bits",
-                             AnswerWithData(R"([{"sn":"S1","id":2147483648,"devs":[]}])")},
-                      Answer{"WithoutDevices", AnswerWithData(R"([{"sn":"S1","id":5}])")},
-                      Answer{"DevicesObject", AnswerWithData(R"([{"sn":"S1","id":5,"devs":{}}])")}),
-    test::NameOf);
-INSTANTIATE_TEST_SUITE_P(
-    Devices, WronglyTypedRecallAnswer,
-    ::testing::Values(
-        Answer{"Number", RecallOrder("1")},
-        Answer{"GroupNumber", RecallOrder(R"({"groupId":1,"eqpId":"3","ids":[]})")},
-        Answer{"AddressNumber", RecallOrder(R"({"groupId":"1","eqpId":3,"ids":[]})")},
-        Answer{"PointsObject", RecallOrder(R"({"groupId":"1","eqpId":"3","ids":{}})")},
-        Answer{"PointText", RecallOrder(RecallDevice("\"0001\""))},
-        Answer{"PointNumber",
-               RecallOrder(RecallDevice(R"({"pointId":1,"beginTime":"","endTime":""})"))},
-        Answer{"BeginNumber",
-               RecallOrder(RecallDevice(R"({"pointId":"1","beginTime":0,"endTime":""})"))},
-        Answer{"EndNull",
-               RecallOrder(RecallDevice(R"({"pointId":"1","beginTime":"","endTime":null})"))}),
-    test::NameOf);
 
 TEST_F(RecallAnswer, GivesTheFirstOrderOfThisGatewayAndReadsNoFurther) {
   const ParsedRecall parsed =

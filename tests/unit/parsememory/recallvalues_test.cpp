@@ -3,8 +3,8 @@
 
 #include <cstdlib>
 #include <limits>
-#include <ostream>
 #include <string>
+#include <vector>
 
 #include "answertest.h"
 #include "support/clock.h"
@@ -65,45 +65,36 @@ struct TimeText {
   std::time_t Time() const { return test::LocalTimeOf(year, month, day, hour, minute, second); }
 };
 
-void PrintTo(const TimeText& row, std::ostream* out) {
-  *out << '"' << row.text << '"';
+TEST_F(RecallValues, RoundTimesUpToAWholeMinute) {
+  const std::vector<TimeText> rows = {
+      {"2024-03-01 10:00:00", 2024, 3, 1, 10, 0, 0},
+      {"1970-01-01 08:00:00", 1970, 1, 1, 8, 0, 0},
+      {"2100-01-01 00:00:00", 2100, 1, 1, 0, 0, 0},
+      {"2024-03-01 10:00:01", 2024, 3, 1, 10, 1, 0},
+      {"2024-03-01 10:00:59", 2024, 3, 1, 10, 1, 0},
+      {"2024-12-31 23:59:01", 2025, 1, 1, 0, 0, 0},
+      {"1969-12-31 23:59:30", 1970, 1, 1, 0, 0, 0},
+      {"1950-01-01 10:00:30", 1950, 1, 1, 10, 1, 0},
+      // Odd texts.
+      {"2024-3-1 9:5:0", 2024, 3, 1, 9, 5, 0},
+      {"2024-03-01 10:00:00.5Z", 2024, 3, 1, 10, 0, 0},
+      {"2024-03-0110:00:00", 2024, 3, 1, 10, 0, 0},
+      {"2024-02-30 10:00:00", 2024, 3, 1, 10, 0, 0},
+      {"2024-13-01 24:00:60", 2025, 1, 2, 0, 1, 0},
+      // A field that cannot be read counts as 0, and so do those after it.
+      {"2024-03-01 10:15", 2024, 3, 1, 10, 15, 0},
+      {"2024-03-01T10:00:00", 2024, 3, 1, 0, 0, 0},
+      {"2024/03/01 10:00:00", 2024, 0, 0, 0, 0, 0},
+      {"1709258400", 1709, 0, 0, 0, 0, 0},
+      {"", 0, 0, 0, 0, 0, 0}};
+  for (const TimeText& row : rows) {
+    SCOPED_TRACE(row.text);
+    const auto point = PointOf(RecallPoint("0001", row.text, row.text));
+
+    EXPECT_EQ(point.beginTime, static_cast<std::uint32_t>(row.Time()));
+    EXPECT_EQ(point.endTime, point.beginTime);
+  }
 }
-
-class RecalledTime : public RecallValues, public ::testing::WithParamInterface<TimeText> {};
-
-TEST_P(RecalledTime, IsRoundedUpToAWholeMinute) {
-  const auto begin = PointOf(RecallPoint("0001", GetParam().text, "2024-03-01 11:00:00"));
-  const auto end = PointOf(RecallPoint("0001", "2024-03-01 11:00:00", GetParam().text));
-
-  EXPECT_EQ(begin.beginTime, static_cast<std::uint32_t>(GetParam().Time()));
-  EXPECT_EQ(begin.endTime, 1709262000U);
-  EXPECT_EQ(end.beginTime, 1709262000U);
-  EXPECT_EQ(end.endTime, static_cast<std::uint32_t>(GetParam().Time()));
-}
-
-INSTANTIATE_TEST_SUITE_P(WholeMinutes, RecalledTime,
-                         ::testing::Values(TimeText{"2024-03-01 10:00:00", 2024, 3, 1, 10, 0, 0},
-                                           TimeText{"1970-01-01 08:00:00", 1970, 1, 1, 8, 0, 0},
-                                           TimeText{"2100-01-01 00:00:00", 2100, 1, 1, 0, 0, 0}));
-INSTANTIATE_TEST_SUITE_P(WithinAMinute, RecalledTime,
-                         ::testing::Values(TimeText{"2024-03-01 10:00:01", 2024, 3, 1, 10, 1, 0},
-                                           TimeText{"2024-03-01 10:00:59", 2024, 3, 1, 10, 1, 0},
-                                           TimeText{"2024-12-31 23:59:01", 2025, 1, 1, 0, 0, 0},
-                                           TimeText{"1969-12-31 23:59:30", 1970, 1, 1, 0, 0, 0},
-                                           TimeText{"1950-01-01 10:00:30", 1950, 1, 1, 10, 1, 0}));
-INSTANTIATE_TEST_SUITE_P(OddTexts, RecalledTime,
-                         ::testing::Values(TimeText{"2024-3-1 9:5:0", 2024, 3, 1, 9, 5, 0},
-                                           TimeText{"2024-03-01 10:00:00.5Z", 2024, 3, 1, 10, 0, 0},
-                                           TimeText{"2024-03-0110:00:00", 2024, 3, 1, 10, 0, 0},
-                                           TimeText{"2024-02-30 10:00:00", 2024, 3, 1, 10, 0, 0},
-                                           TimeText{"2024-13-01 24:00:60", 2025, 1, 2, 0, 1, 0}));
-// A field that cannot be read counts as 0, and so do those after it.
-INSTANTIATE_TEST_SUITE_P(HalfTexts, RecalledTime,
-                         ::testing::Values(TimeText{"2024-03-01 10:15", 2024, 3, 1, 10, 15, 0},
-                                           TimeText{"2024-03-01T10:00:00", 2024, 3, 1, 0, 0, 0},
-                                           TimeText{"2024/03/01 10:00:00", 2024, 0, 0, 0, 0, 0},
-                                           TimeText{"1709258400", 1709, 0, 0, 0, 0, 0},
-                                           TimeText{"", 0, 0, 0, 0, 0, 0}));
 
 TEST_F(RecallValues, ReadLocalTimesInAndOutOfDaylightSaving) {
   setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
