@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 
 #include <limits>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -74,15 +73,6 @@ TEST_F(AlarmDocument, ListsTheEventsInTheGivenOrder) {
             R"("values":[{"timeMark":"2024-03-07 11:00:00","value":"123456789012345.000"}]}]}]})");
 }
 
-TEST_F(AlarmDocument, HasNoDataWithoutEvents) {
-  EXPECT_EQ(Document({}), R"({"sn":"BR0042","alarmDataType":0,"data":[]})");
-}
-
-TEST_F(AlarmDocument, TakesChannelAndDeviceFromTheIdentifier) {
-  EXPECT_THAT(Document({AlarmEvent{.dataId = 0xFFFEFDFC}}),
-              HasSubstr(R"({"groupId":255,"eqpId":254,)"));
-}
-
 TEST_F(AlarmDocument, WritesLocalTimesAlsoAfter2038) {
   test::SetTime(test::LocalTimeOf(2038, 1, 20, 12));
 
@@ -139,12 +129,6 @@ TEST_F(AlarmDocument, TakesOverTheTimeOfTheEventBefore) {
   EXPECT_EQ(Texts(document, "timeMark"), Texts(document, "alarmTime"));
 }
 
-TEST_F(AlarmDocument, LeavesTheTimeEmptyBeforeTheFirstThatCanBeConverted) {
-  test::FailCalls(test::Call::kLocaltime);
-
-  EXPECT_THAT(Texts(Document({AlarmEvent{}}), "alarmTime"), ElementsAre(""));
-}
-
 TEST_F(AlarmDocument, TakesOverFromTheDocumentBefore) {
   Document({AlarmEvent{.dataId = kDoor, .upFlag = 1}});
   test::FailCalls(test::Call::kLocaltime);
@@ -156,78 +140,71 @@ TEST_F(AlarmDocument, TakesOverFromTheDocumentBefore) {
   EXPECT_THAT(Texts(document, "alarmDes"), ElementsAre("Door(阀值:0.000)"));
 }
 
-struct Code {
-  std::uint32_t dataId;
-  std::int32_t eventType;
-  const char* flagSet;
-  const char* flagClear;
-};
-
-void PrintTo(const Code& row, std::ostream* out) {
-  *out << std::hex << row.dataId << " with event type " << std::dec << row.eventType;
+TEST(AlarmCode, FollowsPointEventTypeAndFlag) {
+  struct Row {
+    std::uint32_t dataId;  // node bits 15-12, point type bits 11-8, node bits 7-0
+    std::int32_t eventType;
+    const char* flagSet;
+    const char* flagClear;
+  };
+  const std::vector<Row> rows = {
+      // Not DI, whatever the node.
+      {0x0C030005, 0, "10000", "10001"},
+      {0x0C030005, 1, "10100", "10101"},
+      {0x0C030200, 0, "10000", "10001"},
+      {0x0C030205, 1, "10100", "10101"},
+      {0x0C0303FF, 1, "10100", "10101"},
+      {0x0C03F400, 0, "10000", "10001"},
+      {0x0C030F01, 0, "10000", "10001"},
+      {0x0C030901, 1, "10100", "10101"},
+      {0x0C030005, 2, "", ""},
+      {0x0C030005, 256, "", ""},
+      {0x0C030005, -1, "", ""},
+      {0x0C030200, kLeast, "", ""},
+      {0x0C030401, kGreatest, "", ""},
+      // DI whose node has a low byte other than 0, whatever the event type.
+      {0x0C030105, 0, "10201", "10200"},
+      {0x0C030105, 1, "10201", "10200"},
+      {0x0C030105, -1, "10201", "10200"},
+      {0x0C0301FF, 256, "10201", "10200"},
+      {0x0C031101, 0, "10201", "10200"},
+      // DI whose node has a low byte of 0.
+      {0x0C030100, 0, "10301", "10300"},
+      {0x0C030100, 1, "10300", "10301"},
+      {0x0C031100, 0, "10301", "10300"},
+      {0x0C03F100, 1, "10300", "10301"},
+      {0x0C030100, 2, "", ""},
+      {0x0C030100, 257, "", ""},
+      {0x0C031100, -1, "", ""}};
+  for (const auto& [dataId, eventType, flagSet, flagClear] : rows) {
+    SCOPED_TRACE(std::to_string(dataId) + " with event type " + std::to_string(eventType));
+    EXPECT_STREQ(AlarmCode(dataId, eventType, true), flagSet);
+    EXPECT_STREQ(AlarmCode(dataId, eventType, false), flagClear);
+  }
 }
 
-class AlarmCodeOf : public ::testing::TestWithParam<Code> {};
-
-TEST_P(AlarmCodeOf, FollowsPointEventTypeAndFlag) {
-  EXPECT_STREQ(AlarmCode(GetParam().dataId, GetParam().eventType, true), GetParam().flagSet);
-  EXPECT_STREQ(AlarmCode(GetParam().dataId, GetParam().eventType, false), GetParam().flagClear);
+TEST(EventTime, IsTheNearestToNowThatTheFieldCanStandFor) {
+  constexpr std::time_t kNoon = 1709784000;
+  constexpr std::time_t kWrap = 0x80000000;         // 2038-01-19
+  constexpr std::time_t kFullTurn = kWrap + kWrap;  // 2106-02-07
+  struct Row {
+    std::int32_t field;
+    std::time_t now;
+    std::time_t time;
+  };
+  const std::vector<Row> rows = {{1709784000, kNoon, kNoon},
+                                 {1709524800, kNoon, 1709524800},
+                                 {1709784060, kNoon, kNoon + 60},
+                                 {0, kNoon, 0},
+                                 {-1, kNoon, -1},
+                                 {kGreatest, kWrap - 1, kWrap - 1},
+                                 {kLeast, kWrap, kWrap},
+                                 {kGreatest, kWrap + 60, kWrap - 1},
+                                 {kLeast, kWrap - 60, kWrap},
+                                 {kLeast + 100, kWrap + 200, kWrap + 100},
+                                 {5, kFullTurn + 60, kFullTurn + 5},
+                                 {-5, kFullTurn, kFullTurn - 5}};
+  for (const auto& [field, now, time] : rows) EXPECT_EQ(EventTime(field, now), time);
 }
-
-// 0x0C03 is channel 12, device 3; then node bits 11-8, the point type, node bits 7-0.
-INSTANTIATE_TEST_SUITE_P(
-    NotDi, AlarmCodeOf,
-    ::testing::Values(Code{0x0C030005, 0, "10000", "10001"}, Code{0x0C030005, 1, "10100", "10101"},
-                      Code{0x0C030200, 0, "10000", "10001"}, Code{0x0C030205, 1, "10100", "10101"},
-                      Code{0x0C0303FF, 1, "10100", "10101"}, Code{0x0C03F400, 0, "10000", "10001"},
-                      Code{0x0C030F01, 0, "10000", "10001"}, Code{0x0C030901, 1, "10100", "10101"},
-                      Code{0x0C030005, 2, "", ""}, Code{0x0C030005, 256, "", ""},
-                      Code{0x0C030005, -1, "", ""}, Code{0x0C030200, kLeast, "", ""},
-                      Code{0x0C030401, kGreatest, "", ""}));
-INSTANTIATE_TEST_SUITE_P(Di, AlarmCodeOf,
-                         ::testing::Values(Code{0x0C030105, 0, "10201", "10200"},
-                                           Code{0x0C030105, 1, "10201", "10200"},
-                                           Code{0x0C030105, -1, "10201", "10200"},
-                                           Code{0x0C0301FF, 256, "10201", "10200"},
-                                           Code{0x0C031101, 0, "10201", "10200"}));
-INSTANTIATE_TEST_SUITE_P(
-    DiWithAZeroLowByte, AlarmCodeOf,
-    ::testing::Values(Code{0x0C030100, 0, "10301", "10300"}, Code{0x0C030100, 1, "10300", "10301"},
-                      Code{0x0C031100, 0, "10301", "10300"}, Code{0x0C03F100, 1, "10300", "10301"},
-                      Code{0x0C030100, 2, "", ""}, Code{0x0C030100, 257, "", ""},
-                      Code{0x0C031100, -1, "", ""}));
-
-struct FieldOfTime {
-  std::int32_t field;
-  std::time_t now;
-  std::time_t time;
-};
-
-void PrintTo(const FieldOfTime& row, std::ostream* out) {
-  *out << row.field << " at " << row.now;
-}
-
-class EventTimeOf : public ::testing::TestWithParam<FieldOfTime> {};
-
-TEST_P(EventTimeOf, IsTheNearestToNowThatTheFieldCanStandFor) {
-  EXPECT_EQ(EventTime(GetParam().field, GetParam().now), GetParam().time);
-}
-
-constexpr std::time_t kWrap = 0x80000000;         // 2038-01-19
-constexpr std::time_t kFullTurn = kWrap + kWrap;  // 2106-02-07
-
-INSTANTIATE_TEST_SUITE_P(Fields, EventTimeOf,
-                         ::testing::Values(FieldOfTime{1709784000, 1709784000, 1709784000},
-                                           FieldOfTime{1709524800, 1709784000, 1709524800},
-                                           FieldOfTime{1709784060, 1709784000, 1709784060},
-                                           FieldOfTime{0, 1709784000, 0},
-                                           FieldOfTime{-1, 1709784000, -1},
-                                           FieldOfTime{kGreatest, kWrap - 1, kWrap - 1},
-                                           FieldOfTime{kLeast, kWrap, kWrap},
-                                           FieldOfTime{kGreatest, kWrap + 60, kWrap - 1},
-                                           FieldOfTime{kLeast, kWrap - 60, kWrap},
-                                           FieldOfTime{kLeast + 100, kWrap + 200, kWrap + 100},
-                                           FieldOfTime{5, kFullTurn + 60, kFullTurn + 5},
-                                           FieldOfTime{-5, kFullTurn, kFullTurn - 5}));
 
 }  // namespace

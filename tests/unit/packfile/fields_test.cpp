@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include <limits>
-#include <ostream>
 #include <stdexcept>
 #include <string>
 
@@ -49,43 +48,31 @@ TEST(Fields, PrintTheLowHalfOfAnIdentifier) {
             R"({"pointId":"FDFC"})");
 }
 
-struct Value {
-  double value;
-  const char* text;      // cut at 14 characters
-  const char* longText;  // cut at 254
-};
-
-void PrintTo(const Value& row, std::ostream* out) {
-  *out << row.longText;
-}
-
-class ValueField : public ::testing::TestWithParam<Value> {};
-
-TEST_P(ValueField, HasThreeDecimalsUpToItsSize) {
-  const auto written = [](std::size_t fieldBytes) {
-    return ObjectOf([=](auto& w) { WriteValue(w, GetParam().value, fieldBytes); });
+TEST(Fields, PrintThreeDecimalsUpToTheirSize) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
+  struct Row {
+    double value;
+    std::string text;      // cut at 14 characters
+    std::string longText;  // cut at 254
   };
+  for (const auto& [value, text, longText] :
+       {Row{12.5, "12.500", "12.500"}, Row{0, "0.000", "0.000"}, Row{-0.0004, "-0.000", "-0.000"},
+        Row{1.2344, "1.234", "1.234"}, Row{1.2346, "1.235", "1.235"},
+        Row{-7.125, "-7.125", "-7.125"}, Row{1234567890.125, "1234567890.125", "1234567890.125"},
+        Row{-1234567890.125, "-1234567890.12", "-1234567890.125"},
+        Row{1234567890123.5, "1234567890123.", "1234567890123.500"},
+        Row{123456789012345.0, "12345678901234", "123456789012345.000"},
+        Row{1e-300, "0.000", "0.000"}, Row{-kInfinity, "-inf", "-inf"},
+        Row{kNotANumber, "nan", "nan"}, Row{-kNotANumber, "-nan", "-nan"}}) {
+    const auto written = [number = value](std::size_t fieldBytes) {
+      return ObjectOf([=](auto& writer) { WriteValue(writer, number, fieldBytes); });
+    };
 
-  EXPECT_EQ(written(kValueBytes), std::string(R"({"value":")") + GetParam().text + R"("})");
-  EXPECT_EQ(written(kAlarmFieldBytes),
-            std::string(R"({"value":")") + GetParam().longText + R"("})");
+    EXPECT_EQ(written(kValueBytes), R"({"value":")" + text + R"("})");
+    EXPECT_EQ(written(kAlarmFieldBytes), R"({"value":")" + longText + R"("})");
+  }
 }
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
-
-INSTANTIATE_TEST_SUITE_P(
-    Values, ValueField,
-    ::testing::Values(Value{12.5, "12.500", "12.500"}, Value{0, "0.000", "0.000"},
-                      Value{-0.0004, "-0.000", "-0.000"}, Value{1.2344, "1.234", "1.234"},
-                      Value{1.2346, "1.235", "1.235"}, Value{-7.125, "-7.125", "-7.125"},
-                      Value{1234567890.125, "1234567890.125", "1234567890.125"},
-                      Value{-1234567890.125, "-1234567890.12", "-1234567890.125"},
-                      Value{1234567890123.5, "1234567890123.", "1234567890123.500"},
-                      Value{123456789012345.0, "12345678901234", "123456789012345.000"},
-                      Value{1e-300, "0.000", "0.000"}, Value{kInfinity, "inf", "inf"},
-                      Value{-kInfinity, "-inf", "-inf"}, Value{kNotANumber, "nan", "nan"},
-                      Value{-kNotANumber, "-nan", "-nan"}));
 
 TEST(Fields, CutAnAlarmValueAt254Characters) {
   const std::string written =

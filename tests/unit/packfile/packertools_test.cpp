@@ -29,32 +29,23 @@ Ran Execute(const std::string& command) {
   return ran;
 }
 
-struct Command {
-  const char* command;
-  std::string buffer;  // 8 bytes of output and the terminator behind them
-};
-
-void PrintTo(const Command& row, std::ostream* out) {
-  *out << row.command;
-}
-
-class PackerCommand : public test::GatewayTest, public ::testing::WithParamInterface<Command> {};
-
-TEST_P(PackerCommand, StoresItsFirstLineInAZeroedBuffer) {
-  const Ran ran = Execute(GetParam().command);
-
-  EXPECT_EQ(ran.result, 0);
-  EXPECT_EQ(ran.buffer, GetParam().buffer + "##");
-}
-
-INSTANTIATE_TEST_SUITE_P(Commands, PackerCommand,
-                         ::testing::Values(Command{"echo a; echo b", "a\n\0\0\0\0\0\0\0"s},
-                                           Command{"printf 1234567", "1234567\0\0"s},
-                                           Command{"echo 123456789", "1234567\0\0"s},
-                                           Command{"true", "\0\0\0\0\0\0\0\0\0"s},
-                                           Command{"echo 3; exit 3", "3\n\0\0\0\0\0\0\0"s}));
-
 class PackerTools : public test::GatewayTest {};
+
+TEST_F(PackerTools, StoreTheFirstLineOfACommandInAZeroedBuffer) {
+  struct Row {
+    const char* command;
+    std::string buffer;  // 8 bytes of output and the terminator behind them
+  };
+  for (const auto& [command, buffer] :
+       {Row{"echo a; echo b", "a\n\0\0\0\0\0\0\0"s}, Row{"printf 1234567", "1234567\0\0"s},
+        Row{"echo 123456789", "1234567\0\0"s}, Row{"true", "\0\0\0\0\0\0\0\0\0"s},
+        Row{"echo 3; exit 3", "3\n\0\0\0\0\0\0\0"s}}) {
+    const Ran ran = Execute(command);
+
+    EXPECT_EQ(ran.result, 0) << command;
+    EXPECT_EQ(ran.buffer, buffer + "##") << command;
+  }
+}
 
 TEST_F(PackerTools, ZeroTheBufferOfACommandThatCannotBeStarted) {
   test::FailCalls(test::Call::kPopen);

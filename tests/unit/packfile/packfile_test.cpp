@@ -177,6 +177,22 @@ INSTANTIATE_TEST_SUITE_P(
                 R"("flag":1,"values":[{"timeMark":"2024-03-07 10:00:00","value":"2.000"}]}]})"}),
     [](const auto& test) { return test.param.function; });
 
+class Packer : public test::PackTest {};
+
+TEST_F(Packer, FailsSilentlyWhenTheTimeCannotBeConverted) {
+  for (Packed (*pack)() : {+[] { return PackRealData({}); }, +[] { return PackRecall(); }}) {
+    test::FailCalls(Call::kLocaltime);
+
+    const Packed packed = pack();
+
+    EXPECT_EQ(packed.result, -1);
+    EXPECT_THAT(packed.files, ElementsAre("before"));
+  }
+  EXPECT_THAT(test::List(test::kRealDataDay), IsEmpty());
+  EXPECT_THAT(test::List(test::kRecalls), IsEmpty());
+  EXPECT_THAT(test::TextLog(), IsEmpty());
+}
+
 class RealDataFile : public test::PackTest {};
 
 TEST_F(RealDataFile, IsStampedWithTheGivenTimeInTheGatewaysZone) {
@@ -206,16 +222,6 @@ TEST_F(RealDataFile, IsNotMadeWhenAPointHasNoValue) {
                   "INFO", "CreateRealDataJsonFile " + text + " Error, can't find id: 0a0300fe"}));
 }
 
-TEST_F(RealDataFile, IsNotMadeWhenTheTimeCannotBeConverted) {
-  test::FailCalls(Call::kLocaltime);
-
-  const Packed packed = PackRealData({});
-
-  EXPECT_EQ(packed.result, -1);
-  EXPECT_THAT(test::List(test::kRealDataDay), IsEmpty());
-  EXPECT_THAT(test::TextLog(), IsEmpty());
-}
-
 class RecallFile : public test::PackTest {};
 
 TEST_F(RecallFile, IsNamedByTheTimeAtWhichItWasBegun) {
@@ -226,17 +232,6 @@ TEST_F(RecallFile, IsNamedByTheTimeAtWhichItWasBegun) {
 
   EXPECT_THAT(test::List(test::kRecalls), ElementsAre("R20240307120000.tar.gz"));
   EXPECT_GE(std::time(nullptr), test::LocalTimeOf(2024, 12, 31));
-}
-
-TEST_F(RecallFile, IsNotMadeWhenTheTimeCannotBeConverted) {
-  test::FailCalls(Call::kLocaltime);
-
-  const Packed packed = PackRecall();
-
-  EXPECT_EQ(packed.result, -1);
-  EXPECT_THAT(packed.files, ElementsAre("before"));
-  EXPECT_THAT(test::List(test::kRecalls), IsEmpty());
-  EXPECT_THAT(test::TextLog(), IsEmpty());
 }
 
 TEST_F(RecallFile, CountsAsSentAndLeavesNothingWhenItIsTooLarge) {

@@ -5,7 +5,6 @@
 
 #include <fstream>
 #include <limits>
-#include <ostream>
 #include <string>
 #include <utility>
 
@@ -115,51 +114,34 @@ TEST_F(RecallDocument, PassesEachPointOnAndEmptiesTheValuesBetween) {
   EXPECT_THAT(Texts(document, "value"), ElementsAre("1.000", "1.000"));
 }
 
-struct Ids {
-  const char* name;
-  std::int32_t groupId;
-  std::int32_t eqpId;
-  std::uint32_t pointId;
-  std::uint32_t historyId;
-  const char* text;
-};
-
-void PrintTo(const Ids& ids, std::ostream* out) {
-  *out << ids.text;
-}
-
-class RecalledIds : public RecallDocument, public ::testing::WithParamInterface<Ids> {};
-
-TEST_P(RecalledIds, AreWrittenAsOrderedAndLookedUpByTheirLowBits) {
-  const Ids& ids = GetParam();
-  std::uint32_t lookedUp = 0;
-  const auto history = [&](std::uint32_t dataId, const ST_SINGLE_CALL_POINT&, Values&) {
-    lookedUp = dataId;
-    return 0;
+TEST_F(RecallDocument, WritesIdsAsOrderedAndLooksThemUpByTheirLowBits) {
+  struct Row {
+    std::int32_t groupId;
+    std::int32_t eqpId;
+    std::uint32_t pointId;
+    std::uint32_t historyId;
+    const char* text;
   };
+  // The upper byte of a device's address overlaps the channel.
+  for (const auto& [groupId, eqpId, pointId, historyId, text] :
+       {Row{1, 3, 0x1123, 0x01031123, R"("groupId":1,"eqpId":3,"pointId":"1123")"},
+        Row{255, 255, 0xFFFF, 0xFFFFFFFF, R"("groupId":255,"eqpId":255,"pointId":"FFFF")"},
+        Row{300, 3, 1, 0x2C030001, R"("groupId":300,"eqpId":3,"pointId":"0001")"},
+        Row{-1, 3, 1, 0xFF030001, R"("groupId":-1,"eqpId":3,"pointId":"0001")"},
+        Row{1, 0x203, 1, 0x03030001, R"("groupId":1,"eqpId":515,"pointId":"0001")"},
+        Row{1, 0x10003, 1, 0x01030001, R"("groupId":1,"eqpId":65539,"pointId":"0001")"},
+        Row{0, -1, 1, 0xFFFF0001, R"("groupId":0,"eqpId":-1,"pointId":"0001")"},
+        Row{1, 3, 0x0A0B1123, 0x01031123, R"("groupId":1,"eqpId":3,"pointId":"1123")"}}) {
+    std::uint32_t lookedUp = 0;
+    const auto history = [&](std::uint32_t dataId, const ST_SINGLE_CALL_POINT&, Values&) {
+      lookedUp = dataId;
+      return 0;
+    };
 
-  const auto document = Document(Order({Device(ids.groupId, ids.eqpId, {ids.pointId})}), history);
-
-  EXPECT_THAT(document, HasSubstr(ids.text));
-  EXPECT_EQ(lookedUp, ids.historyId);
+    EXPECT_THAT(Document(Order({Device(groupId, eqpId, {pointId})}), history), HasSubstr(text));
+    EXPECT_EQ(lookedUp, historyId) << text;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Ids, RecalledIds,
-    ::testing::Values(
-        Ids{"InRange", 1, 3, 0x1123, 0x01031123, R"({"groupId":1,"eqpId":3,"pointId":"1123")"},
-        Ids{"Largest", 255, 255, 0xFFFF, 0xFFFFFFFF,
-            R"({"groupId":255,"eqpId":255,"pointId":"FFFF")"},
-        Ids{"Group300", 300, 3, 1, 0x2C030001, R"({"groupId":300,"eqpId":3,"pointId":"0001")"},
-        Ids{"GroupMinus1", -1, 3, 1, 0xFF030001, R"({"groupId":-1,"eqpId":3,"pointId":"0001")"},
-        // The device's upper byte runs into the channel's.
-        Ids{"Device0x203", 1, 0x203, 1, 0x03030001, R"({"groupId":1,"eqpId":515,"pointId":"0001")"},
-        Ids{"Device0x10003", 1, 0x10003, 1, 0x01030001,
-            R"({"groupId":1,"eqpId":65539,"pointId":"0001")"},
-        Ids{"DeviceMinus1", 0, -1, 1, 0xFFFF0001, R"({"groupId":0,"eqpId":-1,"pointId":"0001")"},
-        Ids{"WholeIdentifierAsPoint", 1, 3, 0x0A0B1123, 0x01031123,
-            R"({"groupId":1,"eqpId":3,"pointId":"1123")"}),
-    [](const auto& test) { return test.param.name; });
 
 TEST_F(RecallDocument, TakesOverTheTimeOfTheValueBeforeWhenItsOwnCannotBeConverted) {
   constexpr std::uint32_t kAfter2038 = 0x80000028;
@@ -171,13 +153,6 @@ TEST_F(RecallDocument, TakesOverTheTimeOfTheValueBeforeWhenItsOwnCannotBeConvert
 
   EXPECT_THAT(Texts(document, "timeMark"),
               ElementsAre("2024-03-07 10:00:00", "2024-03-07 10:00:00", "2038-01-19 11:14:48"));
-}
-
-TEST_F(RecallDocument, LeavesTheTimeEmptyBeforeTheFirstThatCanBeConverted) {
-  test::FailCalls(test::Call::kLocaltime);
-
-  EXPECT_THAT(Texts(OnePoint(Answer(1, {{.UnixTime = kTen, .TriggerValue = 1}})), "timeMark"),
-              ElementsAre(""));
 }
 
 TEST_F(RecallDocument, TakesFourteenDaysOfAPointAndNoMore) {

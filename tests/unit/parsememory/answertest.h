@@ -31,30 +31,25 @@ struct Parsed {
   Ack ack;
 };
 
-inline auto ParseUpload(const std::string& text, int length = 0) {
-  Parsed<ST_UPLOAD_FILE_ACK> parsed;
-  parsed.result =
-      GetCParseMemoryInstance().ParseUploadFileFromMemory(text.c_str(), length, &parsed.ack);
-  return parsed;
+inline int ParseInto(ST_UPLOAD_FILE_ACK& ack, const std::string& text) {
+  return GetCParseMemoryInstance().ParseUploadFileFromMemory(text.c_str(), 0, &ack);
 }
-
-inline int ParseAuthorizeInto(ST_AUTH_ACK& ack, const std::string& text) {
+inline int ParseInto(ST_AUTH_ACK& ack, const std::string& text) {
   return GetCParseMemoryInstance().ParseAuthorizeInfoFromMemory(text.c_str(), 0, &ack);
 }
-inline auto ParseAuthorize(const std::string& text) {
-  Parsed<ST_AUTH_ACK> parsed;
-  parsed.result = ParseAuthorizeInto(parsed.ack, text);
-  return parsed;
-}
-
-inline int ParseSkipAddressInto(ST_SKIP_ADDRESS_ACK& ack, const std::string& text) {
+inline int ParseInto(ST_SKIP_ADDRESS_ACK& ack, const std::string& text) {
   return GetCParseMemoryInstance().ParseSkipAddressFromMemory(text.c_str(), 0, &ack);
 }
-inline auto ParseSkipAddress(const std::string& text) {
-  Parsed<ST_SKIP_ADDRESS_ACK> parsed;
-  parsed.result = ParseSkipAddressInto(parsed.ack, text);
+
+template <typename Ack>
+Parsed<Ack> Parse(const std::string& text) {
+  Parsed<Ack> parsed;
+  parsed.result = ParseInto(parsed.ack, text);
   return parsed;
 }
+constexpr auto ParseUpload = Parse<ST_UPLOAD_FILE_ACK>;
+constexpr auto ParseAuthorize = Parse<ST_AUTH_ACK>;
+constexpr auto ParseSkipAddress = Parse<ST_SKIP_ADDRESS_ACK>;
 
 inline std::string AnswerWithData(const std::string& data) {
   return R"({"status":0,"message":"ok","data":)" + data + "}";

@@ -82,9 +82,9 @@ TEST_F(AuthorizeAnswer, ThrowsAtAWrongType) {
 TEST_F(AuthorizeAnswer, LeavesSeqStatusInTheRecordBeforeAFaultyStatus) {
   test::Parsed<ST_AUTH_ACK> parsed;
 
-  EXPECT_THROW(test::ParseAuthorizeInto(
-                   parsed.ack, R"({"status":"0","message":"ok","data":[{"seqStatus":0}]})"),
-               std::logic_error);
+  EXPECT_THROW(
+      test::ParseInto(parsed.ack, R"({"status":"0","message":"ok","data":[{"seqStatus":0}]})"),
+      std::logic_error);
 
   EXPECT_EQ(parsed.ack.seqStatus, 0);
   EXPECT_EQ(parsed.ack.status, test::kUntouchedNumber);

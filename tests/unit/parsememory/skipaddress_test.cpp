@@ -140,8 +140,8 @@ TEST_F(SkipAddressAnswer, FollowsTheRedirectBeforeItReadsTheStatus) {
   test::Parsed<ST_SKIP_ADDRESS_ACK> parsed;
 
   EXPECT_THROW(
-      test::ParseSkipAddressInto(
-          parsed.ack, R"({"status":"0","message":"ok","data":[{"realIpAddress":"192.0.2.7"}]})"),
+      test::ParseInto(parsed.ack,
+                      R"({"status":"0","message":"ok","data":[{"realIpAddress":"192.0.2.7"}]})"),
       std::logic_error);
 
   EXPECT_EQ(AddressInUse(), "192.0.2.7");

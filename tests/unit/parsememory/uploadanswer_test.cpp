@@ -80,9 +80,7 @@ TEST_F(UploadAnswer, ThrowsAtAWrongType) {
 TEST_F(UploadAnswer, LeavesTheStatusInTheRecordBeforeAFaultyMessage) {
   test::Parsed<ST_UPLOAD_FILE_ACK> parsed;
 
-  EXPECT_THROW(GetCParseMemoryInstance().ParseUploadFileFromMemory(R"({"status":5,"message":1})", 0,
-                                                                   &parsed.ack),
-               std::logic_error);
+  EXPECT_THROW(test::ParseInto(parsed.ack, R"({"status":5,"message":1})"), std::logic_error);
 
   EXPECT_EQ(parsed.ack.status, 5);
   EXPECT_THAT(parsed.ack.message, Each(test::kUntouched));
