@@ -53,6 +53,10 @@ std::vector<int>& Statuses() {
   return statuses;
 }
 
+auto ReportsOnly(int status) {
+  return ::testing::AllOf(::testing::Not(IsEmpty()), ::testing::Each(status));
+}
+
 class DataFileTest : public test::PackTest {
  protected:
   void SetUp() override {
@@ -107,7 +111,7 @@ TEST_F(DataFileOnTheCard, IsMadeAtTheLastAttempt) {
 struct Tar {
   const char* name;
   std::string script;
-  std::vector<int> statuses;
+  ::testing::Matcher<std::vector<int>> statuses;
 };
 
 void PrintTo(const Tar& tar, std::ostream* out) {
@@ -122,19 +126,20 @@ TEST_P(DataFileWithoutTar, KeepsItsTextAndReportsTheStatusOfEachAttempt) {
   EXPECT_FALSE(Pack());
   m_file.RemoveRemains();
 
-  EXPECT_EQ(Statuses(), GetParam().statuses);
+  EXPECT_THAT(Statuses(), GetParam().statuses);
   EXPECT_EQ(test::ReadFile(kText), "document");
   EXPECT_THAT(Left(), ElementsAre("S20240102030405.dat"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Tars, DataFileWithoutTar,
-    ::testing::Values(Tar{"Fails", "exit 255", {255, 255, 255}},
-                      Tar{"FailsHalfWay", "echo part > $2; exit 2", {2, 2, 2}},
-                      Tar{"FailsAfterItsWork", "real_tar \"$@\"; exit 1", {1, 1, 1}},
-                      Tar{"IsKilled", "kill -9 $$", {137, 137, 137}},
-                      Tar{"TalksAndFails", "echo 0; echo 0 >&2; exit 3", {3, 3, 3}},
-                      Tar{"DoesNothing", "exit 0", {}}, Tar{"LeavesAnEmptyArchive", ": > $2", {}}),
+    ::testing::Values(Tar{"Fails", "exit 255", ReportsOnly(255)},
+                      Tar{"FailsHalfWay", "echo part > $2; exit 2", ReportsOnly(2)},
+                      Tar{"FailsAfterItsWork", "real_tar \"$@\"; exit 1", ReportsOnly(1)},
+                      Tar{"IsKilled", "kill -9 $$", ReportsOnly(137)},
+                      Tar{"TalksAndFails", "echo 0; echo 0 >&2; exit 3", ReportsOnly(3)},
+                      Tar{"DoesNothing", "exit 0", IsEmpty()},
+                      Tar{"LeavesAnEmptyArchive", ": > $2", IsEmpty()}),
     [](const auto& test) { return test.param.name; });
 
 TEST_F(DataFileOnTheCard, ReportsStatus127WithoutATar) {
@@ -142,7 +147,7 @@ TEST_F(DataFileOnTheCard, ReportsStatus127WithoutATar) {
 
   EXPECT_FALSE(Pack());
 
-  EXPECT_THAT(Statuses(), ElementsAre(127, 127, 127));
+  EXPECT_THAT(Statuses(), ReportsOnly(127));
 }
 
 TEST_F(DataFileOnTheCard, IgnoresTheOutputOfTar) {
@@ -223,7 +228,7 @@ TEST_F(DataFileBesideAnEarlierArchive, ReportsThatItCannotBeReplaced) {
 
   EXPECT_FALSE(Pack());
 
-  EXPECT_THAT(Statuses(), ElementsAre(EISDIR, EISDIR, EISDIR));
+  EXPECT_THAT(Statuses(), ReportsOnly(EISDIR));
 }
 
 TEST_F(DataFileBesideAnEarlierArchive, FailsWithoutRoomForADirectory) {
@@ -232,7 +237,7 @@ TEST_F(DataFileBesideAnEarlierArchive, FailsWithoutRoomForADirectory) {
   EXPECT_FALSE(Pack());
   m_file.RemoveRemains();
 
-  EXPECT_THAT(Statuses(), ElementsAre(ENOSPC, ENOSPC, ENOSPC));
+  EXPECT_THAT(Statuses(), ReportsOnly(ENOSPC));
   EXPECT_THAT(Left(), ElementsAre("S20240102030405.tar.gz"));
 }
 
@@ -242,7 +247,7 @@ TEST_F(DataFileBesideAnEarlierArchive, RemovesATextThatIsNotWhole) {
   EXPECT_FALSE(Pack());
   m_file.RemoveRemains();
 
-  EXPECT_THAT(Statuses(), ElementsAre(EIO, EIO, EIO));
+  EXPECT_THAT(Statuses(), ReportsOnly(EIO));
   EXPECT_THAT(Left(), ElementsAre("S20240102030405.tar.gz"));
 }
 
