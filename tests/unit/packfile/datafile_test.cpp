@@ -76,7 +76,7 @@ class DataFileTest : public test::PackTest {
   DataFile m_file{'S', test::kRealDataDay, kMoment};
 };
 
-using DataFileOnTheCard = DataFileTest;
+class DataFileOnTheCard : public DataFileTest {};
 
 TEST_F(DataFileOnTheCard, BecomesAnArchiveOfTheTextUnderItsBareName) {
   test::WriteFile(kText, "a longer text that was left behind");

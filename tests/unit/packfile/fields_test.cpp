@@ -36,7 +36,7 @@ TEST(Fields, PrintFourHexadecimalDigitsOrMore) {
   };
   for (const auto& [number, digits] : {Row{0, "0000"}, Row{10, "000A"}, Row{0xBEEF, "BEEF"},
                                        Row{0x12345, "12345"}, Row{0xFFFFFFFF, "FFFFFFFF"}}) {
-    EXPECT_EQ(ObjectOf([&](auto& writer) { WriteHex(writer, "key", number); }),
+    EXPECT_EQ(ObjectOf([hex = number](auto& writer) { WriteHex(writer, "key", hex); }),
               std::string(R"({"key":")") + digits + R"("})");
   }
 }
