@@ -41,22 +41,24 @@ AttemptResult TryOnce(const DataFileNames& names) {
   return {Attempt::kSucceeded, status};
 }
 
-DataFileNames NamesIn(const char* directory, const char* name, const char* tellStatus) {
+DataFileNames FormNames(const std::string& directory, const std::string& name,
+                        const char* tellStatus) {
   DataFileNames names{};
+  const char* in = directory.c_str();
   util::CopyText(names.name, name);
-  util::PrintText(names.text, sizeof(names.text), "%s/%s.dat", directory, names.name);
-  util::PrintText(names.archive, sizeof(names.archive), "%s/%s.tar.gz", directory, names.name);
+  util::PrintText(names.text, sizeof(names.text), "%s/%s.dat", in, names.name);
+  util::PrintText(names.archive, sizeof(names.archive), "%s/%s.tar.gz", in, names.name);
   util::PrintText(names.command, sizeof(names.command),
-                  "cd %s && tar -zcf %s.tar.gz %s.dat > /dev/null 2>&1;%s", directory, names.name,
+                  "cd %s && tar -zcf %s.tar.gz %s.dat > /dev/null 2>&1;%s", in, names.name,
                   names.name, tellStatus);
   return names;
 }
 
 }  // namespace
 
-DataFileNames NameDataFile(char prefix, const char* directory, const std::tm& stamp,
+DataFileNames NameDataFile(char prefix, const std::string& directory, const std::tm& stamp,
                            const char* tellStatus) {
-  return NamesIn(directory, (prefix + util::Stamp(stamp)).c_str(), tellStatus);
+  return FormNames(directory, prefix + util::Stamp(stamp), tellStatus);
 }
 
 bool RunCommand(const char* command, char* line, int n) {
@@ -69,7 +71,8 @@ bool RunCommand(const char* command, char* line, int n) {
   return true;
 }
 
-DataFile::DataFile(char prefix, const char* directory, const std::tm& stamp, const char* tellStatus)
+DataFile::DataFile(char prefix, const std::string& directory, const std::tm& stamp,
+                   const char* tellStatus)
     : m_directory(directory),
       m_tellStatus(tellStatus),
       m_names(NameDataFile(prefix, directory, stamp, tellStatus)),
@@ -77,20 +80,20 @@ DataFile::DataFile(char prefix, const char* directory, const std::tm& stamp, con
 
 std::ofstream DataFile::OpenText() {
   if (util::IsRegularFile(m_names.archive)) {
-    m_beside = m_directory + "/new";
-    RemoveDir(m_beside.c_str());  // of an attempt that a restart has ended
-    if (mkdir(m_beside.c_str(), kDirectoryMode) != 0 && errno == ENOSPC) {
-      // A full card, which may still take a file. It fails the packing, and does not end the
-      // process.
+    m_ownDirectory = m_directory + "/new";
+    m_work = FormNames(m_ownDirectory, m_names.name, m_tellStatus);
+    RemoveDir(m_ownDirectory.c_str());  // left by an attempt that a restart has ended
+    if (mkdir(m_ownDirectory.c_str(), kDirectoryMode) != 0 && errno == ENOSPC) {
+      // A full card fails the packing. It must not end the process, as a text file that cannot be
+      // opened does.
       SetWriteError(ENOSPC);
       return std::ofstream("/dev/null");
     }
-    m_work = NamesIn(m_beside.c_str(), m_names.name, m_tellStatus);
   }
   return std::ofstream(m_work.text, std::ios::trunc);
 }
 
-bool DataFile::Pack(AttemptFailed attemptFailed) {
+bool DataFile::Pack(ReportFailedAttempt reportFailedAttempt) {
   for (int attempt = 0; attempt < kPackAttempts; ++attempt) {
     sleep(kPauseSeconds);
     AttemptResult result =
@@ -99,8 +102,8 @@ bool DataFile::Pack(AttemptFailed attemptFailed) {
       if (KeepArchive()) return true;
       result = {Attempt::kFailed, errno};
     }
-    // tar's success without an archive is tried again without a word.
-    if (result.outcome == Attempt::kFailed) attemptFailed(m_names.archive, result.status);
+    // A success of tar without an archive is not reported, deliberately.
+    if (result.outcome == Attempt::kFailed) reportFailedAttempt(m_names.archive, result.status);
   }
   if (!IsTextWhole()) std::remove(m_work.text);
   return false;
@@ -108,16 +111,16 @@ bool DataFile::Pack(AttemptFailed attemptFailed) {
 
 bool DataFile::KeepArchive() {
   util::SyncToCard(m_work.archive);
-  if (IsBeside() && std::rename(m_work.archive, m_names.archive) != 0) return false;
+  if (HasOwnDirectory() && std::rename(m_work.archive, m_names.archive) != 0) return false;
   util::SyncToCard(m_directory.c_str());
   std::remove(m_work.text);
-  if (IsBeside()) rmdir(m_beside.c_str());
+  if (HasOwnDirectory()) rmdir(m_ownDirectory.c_str());
   return true;
 }
 
 void DataFile::RemoveRemains() {
   if (access(m_work.archive, F_OK) == 0) std::remove(m_work.archive);
-  if (!IsBeside()) return;
+  if (!HasOwnDirectory()) return;
   std::rename(m_work.text, m_names.text);
-  rmdir(m_beside.c_str());
+  rmdir(m_ownDirectory.c_str());
 }

@@ -5,18 +5,19 @@
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
+#include <optional>
 #include <span>
 
 #include "config/channelset.h"
 #include "config/snset.h"
 #include "datasource/demandhistory.h"
+#include "historydata/historydata.h"
 #include "log/log.h"
 #include "packfile/alarmdocument.h"
 #include "packfile/archive.h"
 #include "packfile/realdatadocument.h"
 #include "packfile/recalldocument.h"
 #include "util/directory.h"
-#include "util/json.h"
 #include "util/text.h"
 #include "util/timetext.h"
 
@@ -26,30 +27,80 @@
 
 namespace {
 
-constexpr std::size_t kTimeMarkBytes = 23;
 constexpr unsigned kAlarmPauseMicroseconds = 50000;
 
-// Writes the document and closes the file. What the card does not take, the data file is told.
-void WriteText(std::ofstream& ofs, const rapidjson::StringBuffer& text, DataFile& file) {
+// The log lines of one kind of data file.
+struct PackReport {
+  ReportFailedAttempt failed;
+  void (*succeeded)(const char* archive);
+  void (*gaveUp)(const char* archive);  // null: nothing is logged and the remains stay
+};
+
+constexpr PackReport kRealDataReport{
+    .failed =
+        [](const char* archive, int status) {
+          log_Text(WARN, "CreateRealDataJsonFile %s failed,errno %d", archive, status);
+        },
+    .succeeded =
+        [](const char* archive) { log_Text(INFO, "CreateRealDataJsonFile %s Success", archive); },
+    .gaveUp =
+        [](const char* archive) {
+          log_Text(WARN, "try %d times,but CreateRealDataJsonFile %s failed", kPackAttempts,
+                   archive);
+        }};
+
+constexpr PackReport kAlarmDataReport{
+    .failed =
+        [](const char* archive, int status) {
+          log_Text(WARN, "CreateAlarmDataJsonFile %s failed,errno %d", archive, status);
+        },
+    .succeeded =
+        [](const char* archive) { log_Text(INFO, "CreateAlarmDataJsonFile %s Success", archive); },
+    .gaveUp =
+        [](const char* archive) {
+          log_Text(WARN, "try %d times,but CreateAlarmDataJsonFile %s failed", kPackAttempts,
+                   archive);
+        }};
+
+constexpr PackReport kRecallDataReport{
+    .failed =
+        [](const char* archive, int status) {
+          log_Text(WARN, "CreateRecallDataJsonFile %s failed,errno %d", archive, status);
+        },
+    .succeeded =
+        [](const char* archive) { log_Text(INFO, "CreateRecallDataJsonFile %s Success", archive); },
+    .gaveUp = nullptr};  // deliberate
+
+// Writes the document into the open text file and compresses it. True when the archive is made.
+bool WriteAndPack(const rapidjson::StringBuffer& text, std::ofstream& ofs, DataFile& file,
+                  const PackReport& report) {
   errno = 0;
   ofs.write(text.GetString(), static_cast<std::streamsize>(text.GetSize()));
   ofs.close();
   if (!ofs) file.SetWriteError(errno == 0 ? EIO : errno);
+
+  const char* archive = file.Names().archive;
+  if (file.Pack(report.failed)) {
+    report.succeeded(archive);
+    return true;
+  }
+  if (report.gaveUp != nullptr) {
+    file.RemoveRemains();
+    report.gaveUp(archive);
+  }
+  return false;
 }
 
-// Compresses a written alarm-data file. False leaves its text file in place when that is whole.
-bool PackAlarms(DataFile& file) {
-  const char* archive = file.Names().archive;
-  const bool packed = file.Pack([](const char* path, int status) {
-    log_Text(WARN, "CreateAlarmDataJsonFile %s failed,errno %d", path, status);
-  });
-  if (!packed) {
-    file.RemoveRemains();
-    log_Text(WARN, "try %d times,but CreateAlarmDataJsonFile %s failed", kPackAttempts, archive);
-    return false;
-  }
-  log_Text(INFO, "CreateAlarmDataJsonFile %s Success", archive);
-  return true;
+std::optional<std::string> FindConfiguredName(std::uint32_t dataId) {
+  ST_POINTID_ATTR* point = nullptr;
+  GetCChannelSetInstance().GetAttr(dataId, &point);
+  if (point == nullptr) return std::nullopt;
+  return point->Name;
+}
+
+std::int32_t ReadDemandHistory(std::uint32_t dataId, const ST_SINGLE_CALL_POINT& point,
+                               std::vector<ST_SINGLE_POINT_VALUE>& values) {
+  return GetCHistoryDataInstance().GetRecallFlag(dataId, &point, &values);
 }
 
 }  // namespace
@@ -61,45 +112,34 @@ std::int32_t CPackFile::CreateRealDataJsonFile(Real_Data_Struct* values, const c
   char timeMark[kTimeMarkBytes];
   util::CopyText(timeMark, util::TimeMark(*stamp));
   DataFile file('S', dir, *stamp);
-  const DataFileNames& names = file.Names();
 
   MAP_GROUP_ATTR* catalogue = nullptr;
   GetCChannelSetInstance().GetAttr(&catalogue);
   rapidjson::StringBuffer text;
   const RealDataHeader header{.serial = GetCsnSetInstance().GetSn(), .timeMark = timeMark};
   if (const auto missing = WriteRealDataDocument(header, *catalogue, *values, text)) {
-    log_Text(INFO, "CreateRealDataJsonFile %s Error, can't find id: %08x", names.text, *missing);
+    log_Text(INFO, "CreateRealDataJsonFile %s Error, can't find id: %08x", file.Names().text,
+             *missing);
     return 0;
   }
 
   std::ofstream ofs = file.OpenText();
   assert(ofs.is_open());
-  WriteText(ofs, text, file);
-
-  const bool packed = file.Pack([](const char* archive, int status) {
-    log_Text(WARN, "CreateRealDataJsonFile %s failed,errno %d", archive, status);
-  });
-  if (!packed) {
-    file.RemoveRemains();
-    log_Text(WARN, "try %d times,but CreateRealDataJsonFile %s failed", kPackAttempts,
-             names.archive);
-    return -1;
-  }
-  files->emplace_back(names.archive);
-  log_Text(INFO, "CreateRealDataJsonFile %s Success", names.archive);
+  if (!WriteAndPack(text, ofs, file, kRealDataReport)) return -1;
+  files->emplace_back(file.Names().archive);
   return 0;
 }
 
 std::int32_t CPackFile::CreateAlarmDataJsonFile(const Alarm_Data_Struct* events, const char* dir,
                                                 std::vector<std::string>* files,
                                                 Alarm_Data_Struct* unwritten) {
-  AlarmCarryOver carryOver = kNothingCarriedOver;
+  AlarmDocumentWriter documents(GetCsnSetInstance().GetSn(), FindConfiguredName);
   std::span<const Alarm_Data_Para> rest(*events);
   while (!rest.empty()) {
     const auto ofThisFile = rest.first(std::min(rest.size(), kAlarmsPerFile));
     rest = rest.subspan(ofThisFile.size());
     rapidjson::StringBuffer text;
-    WriteAlarmDocument(GetCsnSetInstance().GetSn(), ofThisFile, carryOver, text);
+    documents.Write(ofThisFile, text);
 
     const auto stamp = util::LocalTime(std::time(nullptr));
     if (!stamp) {
@@ -110,8 +150,7 @@ std::int32_t CPackFile::CreateAlarmDataJsonFile(const Alarm_Data_Struct* events,
     usleep(kAlarmPauseMicroseconds);
     std::ofstream ofs = file.OpenText();
     assert(ofs.is_open());
-    WriteText(ofs, text, file);
-    if (PackAlarms(file)) {
+    if (WriteAndPack(text, ofs, file, kAlarmDataReport)) {
       files->emplace_back(file.Names().archive);
     } else if (!file.IsTextWhole() && unwritten != nullptr) {
       unwritten->insert(unwritten->end(), ofThisFile.begin(), ofThisFile.end());
@@ -125,9 +164,8 @@ std::int32_t CPackFile::CreateRecallDataJsonFile(const ST_CHECKCALL_ACK* request
   const auto stamp = util::LocalTime(std::time(nullptr));
   if (!stamp) return -1;
   DataFile file('R', dir, *stamp, kTellRecallStatus);
-  const DataFileNames& names = file.Names();
   rapidjson::StringBuffer text;
-  if (!WriteRecallDocument(GetCsnSetInstance().GetSn(), *request, text)) {
+  if (!WriteRecallDocument(GetCsnSetInstance().GetSn(), *request, ReadDemandHistory, text)) {
     log_Text(WARN, "Recall %d has more than %zu bytes or %zu values of a point,judge it send OK",
              request->id, kLargestRecallBytes, kMostRecalledValues);
     path->clear();
@@ -136,21 +174,14 @@ std::int32_t CPackFile::CreateRecallDataJsonFile(const ST_CHECKCALL_ACK* request
 
   std::ofstream ofs = file.OpenText();
   assert(ofs.is_open());
-  WriteText(ofs, text, file);
-
-  const bool packed = file.Pack([](const char* archive, int status) {
-    log_Text(WARN, "CreateRecallDataJsonFile %s failed,errno %d", archive, status);
-  });
-  if (!packed) return -1;  // deliberately without a closing word; both files stay
-  *path = names.archive;
-  log_Text(INFO, "CreateRecallDataJsonFile %s Success", names.archive);
+  if (!WriteAndPack(text, ofs, file, kRecallDataReport)) return -1;
+  *path = file.Names().archive;
   return 0;
 }
 
 const char* CPackFile::GetAlarmType(unsigned int dataId, unsigned char eventType,
                                     unsigned char upFlag) {
-  const char* code = AlarmCode(dataId, eventType, upFlag != 0);
-  return code == nullptr ? "" : code;
+  return AlarmCode(dataId, eventType, upFlag != 0);
 }
 
 int CPackFile::executeCMD(const char* command, char* buf, int n) {

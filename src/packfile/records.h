@@ -1,4 +1,4 @@
-// What the data files are made of.
+// The input of the data files.
 #pragma once
 
 #include <cstdint>

@@ -1,10 +1,10 @@
-// The JSON bodies of the requests that the gateway posts on its own initiative.
+// The JSON bodies of the requests that the gateway itself begins.
 #pragma once
 
-// What it is for: builds request bodies. Threads: any; no data, no lock.
+// Builds request bodies. It holds no data; any thread may call it.
 //
-// The text is stored terminated and cut silently to `size` - 2 characters. The length of what was
-// stored is returned: the body length of the request.
+// The body is stored in `buf`, terminated and cut silently to `size` - 2 characters. The result is
+// the length of what was stored. A `size` below 2 stores nothing and gives 0.
 class CPackMemory {
  public:
   CPackMemory() = default;

@@ -1,110 +1,254 @@
-// The packer's tools: a command's first line, a file's size, a point's value.
+// The packer's three builders: what they log, return and leave, from the look-ups to the archive.
 #include "packfile/packfile.h"
 
 #include <gmock/gmock.h>
-#include <sys/wait.h>
+#include <unistd.h>
 
-#include <cerrno>
-#include <map>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <ostream>
 #include <string>
-#include <type_traits>
+#include <vector>
 
 #include "packtest.h"
 #include "support/faults.h"
 #include "support/files.h"
+#include "support/historydatabase.h"
+#include "support/logs.h"
 
-using ::testing::SizeIs;
+using test::AlarmEvent;
+using test::Call;
+using test::LogRecord;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 
 namespace {
 
-static_assert(!std::is_copy_constructible_v<CPackFile>);
+constexpr std::uint32_t kLevel = 0x0103004D;
+constexpr std::uint32_t kTen = 1709776800;  // 2024-03-07 10:00:00
 
-constexpr int kLimit = 8;
-using namespace std::string_literals;
-
-// The outcome of one command, in a buffer that was filled with '#'.
-struct Ran {
+// The outcome of one call.
+struct Packed {
   int result = 0;
-  std::string buffer = std::string(kLimit + 3, '#');
+  std::vector<std::string> files;  // appended to
 };
 
-Ran Execute(const std::string& command) {
-  Ran ran;
-  ran.result = GetCPackFileInstance().executeCMD(command.c_str(), ran.buffer.data(), kLimit);
-  return ran;
+Packed PackRealData(Real_Data_Struct values, std::time_t when = std::time(nullptr)) {
+  Packed packed{.result = 0, .files = {"before"}};
+  packed.result = GetCPackFileInstance().CreateRealDataJsonFile(&values, test::kRealDataDay,
+                                                                &packed.files, when);
+  return packed;
 }
 
-struct Command {
+Packed PackAlarm() {
+  const Alarm_Data_Struct events{AlarmEvent{.dataId = kLevel}};
+  Packed packed{.result = 0, .files = {"before"}};
+  packed.result =
+      GetCPackFileInstance().CreateAlarmDataJsonFile(&events, test::kAlarmDay, &packed.files);
+  return packed;
+}
+
+Packed PackRecall(std::uint32_t minutes = 1) {
+  const std::uint32_t last = kTen + (minutes - 1) * 60;
+  const ST_CHECKCALL_ACK order{
+      .sn = "",
+      .id = 7,
+      .devs = {{.groupId = 1,
+                .eqpId = 3,
+                .points = {{.pointId = 0x4D, .beginTime = kTen, .endTime = last}}}}};
+  Packed packed{.result = 0, .files = {"before"}};
+  std::string file = "untouched";
+  packed.result = GetCPackFileInstance().CreateRecallDataJsonFile(&order, test::kRecalls, &file);
+  if (file != "untouched") packed.files.push_back(file);
+  return packed;
+}
+
+struct Builder {
+  const char* function;
+  const char* directory;
   const char* name;
-  const char* command;
-  std::string buffer;  // 8 bytes of output and the terminator behind them
+  Packed (*pack)();
+  int failure;         // the result after three failed attempts
+  bool givesUp;        // logs that it gives up and removes the remains
+  const char* status;  // the end of its command
+  const char* document;
 };
 
-class CommandOutput : public test::PackTest, public ::testing::WithParamInterface<Command> {};
+void PrintTo(const Builder& builder, std::ostream* out) {
+  *out << builder.function;
+}
 
-TEST_P(CommandOutput, IsItsFirstLineInAZeroedBuffer) {
-  const Ran ran = Execute(GetParam().command);
+class PackedFile : public test::PackTest, public ::testing::WithParamInterface<Builder> {
+ protected:
+  void SetUp() override {
+    PackTest::SetUp();
+    test::AddPoint(kLevel, "Level");
+    test::HistoryDatabase().Add({.dataId = kLevel, .time = kTen, .value = 2});
+  }
+  static std::string Path(const std::string& ending) {
+    return std::string(GetParam().directory) + "/" + GetParam().name + ending;
+  }
+  static LogRecord Line(const char* level, const std::string& before, const std::string& after) {
+    return {level, before + GetParam().function + " " + Path(".tar.gz") + after};
+  }
+};
 
-  EXPECT_EQ(ran.result, 0);
-  EXPECT_EQ(ran.buffer, GetParam().buffer + "##");
+TEST_P(PackedFile, HoldsTheDocument) {
+  const Packed packed = GetParam().pack();
+
+  EXPECT_EQ(packed.result, 0);
+  EXPECT_THAT(packed.files, ElementsAre("before", Path(".tar.gz")));
+  EXPECT_EQ(test::Unpack(Path(".tar.gz")), GetParam().document);
+  EXPECT_THAT(test::List(GetParam().directory),
+              ElementsAre(GetParam().name + std::string(".tar.gz")));
+}
+
+TEST_P(PackedFile, LogsItsSuccess) {
+  GetParam().pack();
+
+  EXPECT_THAT(test::TextLog(), ElementsAre(Line("INFO", "", " Success")));
+}
+
+TEST_P(PackedFile, LogsEachFailedAttemptAndKeepsItsText) {
+  test::ReplaceTar("echo part > $2; exit 7");
+
+  const Packed packed = GetParam().pack();
+
+  const LogRecord failed = Line("WARN", "", " failed,errno 7");
+  const LogRecord gaveUp = Line("WARN", "try 3 times,but ", " failed");
+  const auto log = test::TextLog();
+  EXPECT_EQ(log.front(), failed);
+  EXPECT_EQ(log.back(), GetParam().givesUp ? gaveUp : failed);
+  EXPECT_EQ(packed.result, GetParam().failure);
+  EXPECT_THAT(packed.files, ElementsAre("before"));
+  EXPECT_EQ(test::ReadFile(Path(".dat")), GetParam().document);
+  EXPECT_NE(test::Exists(Path(".tar.gz")), GetParam().givesUp);
+}
+
+TEST_P(PackedFile, RefusesATextThatTheCardDidNotTakeWhole) {
+  ASSERT_EQ(symlink("/dev/full", Path(".dat").c_str()), 0);
+
+  const Packed packed = GetParam().pack();
+
+  EXPECT_EQ(packed.result, GetParam().failure);
+  EXPECT_THAT(test::List(GetParam().directory), IsEmpty());
+  EXPECT_THAT(test::TextLog("WARN").at(0), HasSubstr("errno 28"));
+}
+
+// tar stands in the shell's command line, which it can read.
+TEST_P(PackedFile, AsksForTheStatusWithItsOwnCommand) {
+  test::ReplaceTar(
+      R"(tr '\0' '\n' < /proc/$PPID/cmdline > /tmp/replacement/command; real_tar "$@")");
+
+  GetParam().pack();
+
+  EXPECT_THAT(test::ReadFile("/tmp/replacement/command"), HasSubstr(GetParam().status));
+}
+
+// The stop holds in every build type; its message is the one of assert.
+TEST_P(PackedFile, EndsTheProcessWhenItsTextCannotBeOpened) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  std::filesystem::create_directories(Path(".dat"));
+
+  EXPECT_EXIT(GetParam().pack(), ::testing::KilledBySignal(SIGABRT),
+              "packfile/packfile\\.cpp:[0-9]+: .*CPackFile::" + std::string(GetParam().function) +
+                  "\\(.*\\): Assertion `ofs\\.is_open\\(\\)' failed");
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Commands, CommandOutput,
-    ::testing::Values(Command{"OneLine", "echo 0", "0\n\0\0\0\0\0\0\0"s},
-                      Command{"TwoLines", "echo a; echo b", "a\n\0\0\0\0\0\0\0"s},
-                      Command{"SevenCharacters", "printf 1234567", "1234567\0\0"s},
-                      Command{"ALineThatIsCut", "echo 123456789", "1234567\0\0"s},
-                      Command{"Nothing", "true", "\0\0\0\0\0\0\0\0\0"s},
-                      Command{"OutputOfAFailure", "echo 3; exit 3", "3\n\0\0\0\0\0\0\0"s}),
-    [](const auto& test) { return test.param.name; });
+    Builders, PackedFile,
+    ::testing::Values(
+        Builder{"CreateRealDataJsonFile", test::kRealDataDay, "S20240307120000",
+                [] {
+                  return PackRealData({{kLevel, 1}}, test::LocalTimeOf(2024, 3, 7, 12));
+                },
+                -1, true, "2>&1; echo $?\n",
+                R"({"sn":"BR0042","data":[{"groupId":1,"eqpId":3,"timeMark":"2024-03-07 12:00:00",)"
+                R"("values":[{"pointId":"004D","value":"1.000"}]}]})"},
+        Builder{"CreateAlarmDataJsonFile", test::kAlarmDay, "T20240307120000", PackAlarm, 0, true,
+                "2>&1; echo $?\n",
+                R"({"sn":"BR0042","alarmDataType":0,"data":[{"groupId":1,"eqpId":3,)"
+                R"("alarmTime":"2024-03-07 11:59:30","alarmType":"10001","alarmGrade":"0000",)"
+                R"j("flag":0,"alarmDes":"Level(阀值:0.000)","alarmValues":[{"pointId":"004D",)j"
+                R"("values":[{"timeMark":"2024-03-07 11:59:30","value":"0.000"}]}]}]})"},
+        Builder{"CreateRecallDataJsonFile", test::kRecalls, "R20240307120000",
+                [] { return PackRecall(); }, -1, false, "2>&1;echo $?\n",
+                R"({"sn":"BR0042","id":7,"data":[{"groupId":1,"eqpId":3,"pointId":"004D",)"
+                R"("flag":1,"values":[{"timeMark":"2024-03-07 10:00:00","value":"2.000"}]}]})"}),
+    [](const auto& test) { return test.param.function; });
 
-class PackerTools : public test::PackTest {};
+class Packer : public test::PackTest {};
 
-TEST_F(PackerTools, ZeroTheBufferOfACommandThatCannotBeStarted) {
-  test::FailCalls(test::Call::kPopen);
+TEST_F(Packer, FailsSilentlyWhenTheTimeCannotBeConverted) {
+  for (Packed (*pack)() : {+[] { return PackRealData({}); }, +[] { return PackRecall(); }}) {
+    test::FailCalls(Call::kLocaltime);
 
-  const Ran ran = Execute("echo 0");
+    const Packed packed = pack();
 
-  EXPECT_EQ(ran.result, -1);
-  EXPECT_EQ(ran.buffer, std::string(kLimit, '\0') + "###");
+    EXPECT_EQ(packed.result, -1);
+    EXPECT_THAT(packed.files, ElementsAre("before"));
+  }
+  EXPECT_THAT(test::List(test::kRealDataDay), IsEmpty());
+  EXPECT_THAT(test::List(test::kRecalls), IsEmpty());
+  EXPECT_THAT(test::TextLog(), IsEmpty());
 }
 
-TEST_F(PackerTools, LeaveNoChildBehind) {
-  Execute("echo 0");
+class RealDataFile : public test::PackTest {};
 
-  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
-  EXPECT_EQ(errno, ECHILD);
+TEST_F(RealDataFile, IsStampedWithTheGivenTimeInTheGatewaysZone) {
+  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  tzset();
+  test::AddPoint(kLevel);
+
+  const Packed packed = PackRealData({{kLevel, 1}}, 1719835201);  // 2024-07-01 12:00:01 UTC
+
+  const std::string archive = std::string(test::kRealDataDay) + "/S20240701140001.tar.gz";
+  EXPECT_THAT(packed.files, ElementsAre("before", archive));
+  EXPECT_THAT(test::Texts(test::Unpack(archive), "timeMark"), ElementsAre("2024-07-01 14:00:01"));
 }
 
-TEST_F(PackerTools, LeaveNoPipeOpen) {
-  const std::size_t before = test::List("/proc/self/fd").size();
+TEST_F(RealDataFile, IsNotMadeWhenAPointHasNoValue) {
+  test::AddPoint(0x0A0300FE);
+  const std::string text = std::string(test::kRealDataDay) + "/S20240307120000.dat";
+  test::WriteFile(text, "earlier");
 
-  Execute("echo 0");
+  const Packed packed = PackRealData({});
 
-  EXPECT_THAT(test::List("/proc/self/fd"), SizeIs(before));
+  EXPECT_EQ(packed.result, 0);
+  EXPECT_THAT(packed.files, ElementsAre("before"));
+  EXPECT_EQ(test::ReadFile(text), "earlier");
+  EXPECT_THAT(test::TextLog(),
+              ElementsAre(LogRecord{
+                  "INFO", "CreateRealDataJsonFile " + text + " Error, can't find id: 0a0300fe"}));
 }
 
-TEST_F(PackerTools, TellTheSizeOfAFile) {
-  test::WriteFile("/tmp/file", std::string(40960, 'x'));
-  test::WriteFile("/tmp/empty", "");
+class RecallFile : public test::PackTest {};
 
-  EXPECT_EQ(GetCPackFileInstance().get_file_size("/tmp/file"), 40960U);
-  EXPECT_EQ(GetCPackFileInstance().get_file_size("/tmp/empty"), 0U);
-  EXPECT_EQ(GetCPackFileInstance().get_file_size("/tmp/missing"), 0U);
+TEST_F(RecallFile, IsNamedByTheTimeAtWhichItWasBegun) {
+  test::HistoryDatabase().Table(kLevel);
+  test::AtNextCall(Call::kSqliteOpen, [] { test::SetTime(test::LocalTimeOf(2024, 12, 31)); });
+
+  PackRecall();
+
+  EXPECT_THAT(test::List(test::kRecalls), ElementsAre("R20240307120000.tar.gz"));
+  EXPECT_GE(std::time(nullptr), test::LocalTimeOf(2024, 12, 31));
 }
 
-TEST_F(PackerTools, FindTheValueOfAPoint) {
-  std::map<unsigned int, double> values{{0x01031123, 12.5}};
+TEST_F(RecallFile, CountsAsSentAndLeavesNothingWhenItIsTooLarge) {
+  constexpr std::uint32_t kTooMany = 14 * 24 * 60 + 1;
+  test::HistoryDatabase().Series(kLevel, kTen, kTen + (kTooMany - 1) * 60);
 
-  EXPECT_EQ(GetCPackFileInstance().GetPointValue(0x01031123, &values), 12.5);
-}
+  const Packed packed = PackRecall(kTooMany);
 
-TEST_F(PackerTools, GiveMinusOneForAPointWithoutAValueAndAddNone) {
-  std::map<unsigned int, double> values{{0x01031123, 12.5}};
-
-  EXPECT_EQ(GetCPackFileInstance().GetPointValue(0x01031124, &values), -1.0);
-  EXPECT_THAT(values, SizeIs(1));
+  EXPECT_EQ(packed.result, 0);
+  EXPECT_THAT(packed.files, ElementsAre("before", ""));
+  EXPECT_THAT(test::List(test::kRecalls), IsEmpty());
+  EXPECT_THAT(test::TextLog(),
+              ElementsAre(LogRecord{"WARN",
+                                    "Recall 7 has more than 6291456 bytes or 20160 values of a "
+                                    "point,judge it send OK"}));
 }
 
 }  // namespace

@@ -19,49 +19,38 @@ namespace {
 
 constexpr char kReplacementDirectory[] = "/tmp/replacement";
 
-MAP_GROUP_ATTR& Groups() {
-  MAP_GROUP_ATTR* groups = nullptr;
-  GetCChannelSetInstance().GetAttr(&groups);
-  return *groups;
-}
-
 struct PipeCloser {
   void operator()(std::FILE* pipe) const { pclose(pipe); }
 };
 
-}  // namespace
-
-Catalogue::Catalogue() {
+void EmptyCatalogue() {
+  MAP_GROUP_ATTR* groups = nullptr;
+  GetCChannelSetInstance().GetAttr(&groups);
+  groups->clear();
   MAP_POINT_ATTR* points = nullptr;
   GetCChannelSetInstance().GetAttr(&points);
   points->clear();
-  Groups().clear();
 }
 
-Catalogue& Catalogue::Point(std::uint32_t dataId, const std::string& name) {
+}  // namespace
+
+void AddPoint(std::uint32_t dataId, const std::string& name) {
   ST_POINTID_ATTR point{};
   util::CopyText(point.Name, name);
   point.GroupNo = static_cast<std::uint8_t>(dataId >> 24);
   point.DevId = static_cast<std::uint8_t>(dataId >> 16);
   point.db_link = dataId;
   GetCChannelSetInstance().AddSamplePoint(point);
-  return *this;
 }
 
-Catalogue& Catalogue::Device(std::uint8_t channel, std::uint8_t device) {
-  Groups()[channel][device];
-  return *this;
-}
-
-Catalogue& Catalogue::Channel(std::uint8_t channel) {
-  Groups()[channel];
-  return *this;
-}
-
-void LoadSerial(const std::string& serial) {
-  WriteSnXml("Ostra-7K", serial);
-  GetCsnSetInstance().Open(paths::kIdentityFile);
-  GetCsnSetInstance().Close();
+std::vector<std::string> Texts(const std::string& document, const std::string& key) {
+  std::vector<std::string> texts;
+  const std::string mark = "\"" + key + "\":\"";
+  for (auto at = document.find(mark); at != std::string::npos; at = document.find(mark, at + 1)) {
+    const auto from = at + mark.size();
+    texts.push_back(document.substr(from, document.find('"', from) - from));
+  }
+  return texts;
 }
 
 void ReplaceTar(const std::string& script) {
@@ -93,22 +82,19 @@ std::string Unpack(const std::string& archive) {
 void PackTest::SetUp() {
   GatewayTest::SetUp();
   m_path = std::getenv("PATH");
-  Catalogue();
-  LoadSerial("BR0042");
-  fs::create_directories(kDirectory);
+  EmptyCatalogue();
+  WriteSnXml("Ostra-7K", "BR0042");
+  GetCsnSetInstance().Open(paths::kIdentityFile);
+  GetCsnSetInstance().Close();
+  for (const auto* directory : {kRealDataDay, kAlarmDay, kRecalls}) {
+    fs::create_directories(directory);
+  }
 }
 
 void PackTest::TearDown() {
   setenv("PATH", m_path.c_str(), 1);
   fs::remove_all(kReplacementDirectory);
   GatewayTest::TearDown();
-}
-
-Packed PackTest::Pack(Real_Data_Struct values, std::time_t when) {
-  Packed packed;
-  packed.result =
-      GetCPackFileInstance().CreateRealDataJsonFile(&values, kDirectory, &packed.files, when);
-  return packed;
 }
 
 }  // namespace test

@@ -1,63 +1,64 @@
-// What the tests of the data files share: a catalogue, a serial number, a tar that misbehaves.
+// What the tests of the data files share: a catalogue, a serial number, events, a tar that fails.
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <string>
 #include <vector>
 
-#include "packfile/packfile.h"
+#include "packfile/records.h"
 #include "support/clock.h"
 #include "support/gateway.h"
 
 namespace test {
 
-inline constexpr char kDirectory[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata/7";
-inline constexpr char kText[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S20240307120000.dat";
-inline constexpr char kArchive[] =
-    "/media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S20240307120000.tar.gz";
+inline constexpr char kRealDataDay[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata/7";
+inline constexpr char kAlarmDay[] = "/media/mmcblk0p1/Cloud/JsonFiles/alarmdata/7";
+inline constexpr char kRecalls[] = "/media/mmcblk0p1/Cloud/JsonFiles/calldata";
 
-inline constexpr Pause kAfterADevice{100000};
-inline constexpr Pause kAfterAChannel{500000};
 inline constexpr Pause kBeforeAnAttempt{1000000};
 
-// The process's channel catalogue: `Catalogue().Point(0x01031123).Device(2, 1);`, empty at first.
-class Catalogue {
- public:
-  Catalogue();
-  Catalogue& Point(std::uint32_t dataId, const std::string& name = "");
-  // A device without points, a channel without devices.
-  Catalogue& Device(std::uint8_t channel, std::uint8_t device);
-  Catalogue& Channel(std::uint8_t channel);
+// Adds a named point to the process's channel catalogue.
+void AddPoint(std::uint32_t dataId, const std::string& name = "");
+
+// An alarm event of 2024-03-07 11:59:30, as the event reader hands it over.
+struct AlarmEvent {
+  std::uint32_t dataId = 0;
+  std::time_t time = 1709783970;
+  double threshold = 0;
+  double value = 0;
+  std::int32_t type = 0;
+  std::int32_t grade = 0;
+  std::int32_t upFlag = 0;
+
+  operator Alarm_Data_Para() const {  // NOLINT(google-explicit-constructor)
+    return {static_cast<std::int32_t>(time),
+            static_cast<std::int32_t>(dataId),
+            threshold,
+            value,
+            type,
+            grade,
+            upFlag};
+  }
 };
 
-// Makes it the gateway's serial number.
-void LoadSerial(const std::string& serial);
+// The texts under a key of a document, in their order.
+std::vector<std::string> Texts(const std::string& document, const std::string& key);
 
-// Puts a script of the shell in the place of tar; `$2` is the archive. A script may call the real
-// one as `real_tar "$@"`.
+// Puts a shell script in the place of tar. `$2` is the archive; `real_tar "$@"` does the real work.
 void ReplaceTar(const std::string& script);
 
 // What a shell command prints.
 std::string Shell(const std::string& command);
-// The names in an archive, and the content of its one member, as tar sees them.
+// The names in an archive, and the content of its one member.
 std::string Members(const std::string& archive);
 std::string Unpack(const std::string& archive);
 
-// The outcome of one call.
-struct Packed {
-  int result = 0;
-  std::vector<std::string> files;
-};
-
-// What it is for: tests of real-data files, each with the serial number BR0042, an empty catalogue
-// and the directory of the day.
+// Gives each test the serial number BR0042, an empty catalogue and the directories of the day.
 class PackTest : public GatewayTest {
  protected:
   void SetUp() override;
   void TearDown() override;
-
-  // Packs a snapshot of now, or of another moment.
-  static Packed Pack(Real_Data_Struct values, std::time_t when = std::time(nullptr));
 
  private:
   std::string m_path;  // where commands are looked for

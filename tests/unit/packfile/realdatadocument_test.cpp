@@ -1,251 +1,135 @@
-// The JSON document of a real-data file, byte for byte.
+// The JSON document of a real-data file, byte for byte, and the pauses while it is written.
 #include "packfile/realdatadocument.h"
 
 #include <gmock/gmock.h>
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <limits>
-#include <stdexcept>
 #include <string>
+#include <vector>
 
-#include "config/channelset.h"
-#include "packtest.h"
+#include "support/clock.h"
+#include "support/gateway.h"
 
-using test::Catalogue;
-using test::Packed;
-using test::Unpack;
+using ::testing::ElementsAre;
 
 namespace {
 
-constexpr std::uint32_t kPoint = 0x01031123;  // channel 1, device 3, DI, node 0x123
+constexpr test::Pause kAfterADevice{100000};
+constexpr test::Pause kAfterAChannel{500000};
 
-class RealDataDocument : public test::PackTest {};
+// A catalogue of these points.
+MAP_GROUP_ATTR Catalogue(const std::vector<std::uint32_t>& points) {
+  MAP_GROUP_ATTR catalogue;
+  for (const std::uint32_t dataId : points) {
+    const auto channel = static_cast<std::uint8_t>(dataId >> 24);
+    const auto device = static_cast<std::uint8_t>(dataId >> 16);
+    catalogue[channel][device][dataId] = {};
+  }
+  return catalogue;
+}
 
-TEST_F(RealDataDocument, HoldsChannelsDevicesAndPointsInRisingOrder) {
-  Catalogue()
-      .Point(0x0A020001)
-      .Point(0x01040203)
-      .Point(0x01040102)
-      .Point(0x01031123)
-      .Point(0x010300AB);
+std::string Document(const MAP_GROUP_ATTR& catalogue, const Real_Data_Struct& values) {
+  rapidjson::StringBuffer text;
+  EXPECT_FALSE(WriteRealDataDocument({.serial = "S", .timeMark = "T"}, catalogue, values, text));
+  return text.GetString();
+}
 
-  Pack({{0x010300AB, 1}, {0x01031123, 0}, {0x01040102, 2.25}, {0x01040203, 3}, {0x0A020001, -4}});
+class RealDataDocument : public test::GatewayTest {};
 
-  EXPECT_EQ(Unpack(test::kArchive),
-            R"({"sn":"BR0042","data":[)"
-            R"({"groupId":1,"eqpId":3,"timeMark":"2024-03-07 12:00:00","values":[)"
-            R"({"pointId":"00AB","value":"1.000"},{"pointId":"1123","value":"0.000"}]},)"
-            R"({"groupId":1,"eqpId":4,"timeMark":"2024-03-07 12:00:00","values":[)"
+TEST_F(RealDataDocument, ListsChannelsDevicesAndPointsInRisingOrder) {
+  const auto catalogue = Catalogue({0x0A020001, 0x01040203, 0x01040102, 0x01031123, 0x010300AB});
+
+  EXPECT_EQ(Document(catalogue, {{0x010300AB, 1},
+                                 {0x01031123, 12345678901.125},
+                                 {0x01040102, 2.25},
+                                 {0x01040203, 3},
+                                 {0x0A020001, -4}}),
+            R"({"sn":"S","data":[)"
+            R"({"groupId":1,"eqpId":3,"timeMark":"T","values":[)"
+            R"({"pointId":"00AB","value":"1.000"},{"pointId":"1123","value":"12345678901.12"}]},)"
+            R"({"groupId":1,"eqpId":4,"timeMark":"T","values":[)"
             R"({"pointId":"0102","value":"2.250"},{"pointId":"0203","value":"3.000"}]},)"
-            R"({"groupId":10,"eqpId":2,"timeMark":"2024-03-07 12:00:00","values":[)"
+            R"({"groupId":10,"eqpId":2,"timeMark":"T","values":[)"
             R"({"pointId":"0001","value":"-4.000"}]}]})");
 }
 
-TEST_F(RealDataDocument, OfAnEmptyCatalogueHoldsNoData) {
-  Pack({{kPoint, 1}});
+TEST_F(RealDataDocument, LeavesOutChannel193Only) {
+  const auto catalogue = Catalogue({0xC0000000, 0xC1010001, 0xC2000000});
 
-  EXPECT_EQ(Unpack(test::kArchive), R"({"sn":"BR0042","data":[]})");
-}
-
-TEST_F(RealDataDocument, LeavesChannel193OutWithAllItsPoints) {
-  Catalogue().Point(0xC1010001).Point(0xC1020001);
-
-  const Packed packed = Pack({{0xC1010001, 1}});
-
-  EXPECT_EQ(packed.result, 0);
-  EXPECT_EQ(Unpack(test::kArchive), R"({"sn":"BR0042","data":[]})");
-}
-
-TEST_F(RealDataDocument, HoldsTheNeighboursOfChannel193) {
-  Catalogue().Point(0xC0000000).Point(0xC1010001).Point(0xC2000000);
-
-  Pack({{0xC0000000, 1}, {0xC1010001, 2}, {0xC2000000, 3}});
-
-  EXPECT_EQ(Unpack(test::kArchive),
-            R"({"sn":"BR0042","data":[)"
-            R"({"groupId":192,"eqpId":0,"timeMark":"2024-03-07 12:00:00","values":[)"
+  EXPECT_EQ(Document(catalogue, {{0xC0000000, 1}, {0xC2000000, 3}}),
+            R"({"sn":"S","data":[)"
+            R"({"groupId":192,"eqpId":0,"timeMark":"T","values":[)"
             R"({"pointId":"0000","value":"1.000"}]},)"
-            R"({"groupId":194,"eqpId":0,"timeMark":"2024-03-07 12:00:00","values":[)"
+            R"({"groupId":194,"eqpId":0,"timeMark":"T","values":[)"
             R"({"pointId":"0000","value":"3.000"}]}]})");
 }
 
-TEST_F(RealDataDocument, HoldsADeviceWithoutPointsAndNothingOfAChannelWithoutDevices) {
-  Catalogue().Device(0, 255).Channel(2).Device(255, 0);
+TEST_F(RealDataDocument, ListsADeviceWithoutPointsButNoChannelWithoutDevices) {
+  MAP_GROUP_ATTR catalogue;
+  catalogue[0][255];
+  catalogue[2];
 
-  Pack({});
-
-  EXPECT_EQ(Unpack(test::kArchive),
-            R"({"sn":"BR0042","data":[)"
-            R"({"groupId":0,"eqpId":255,"timeMark":"2024-03-07 12:00:00","values":[]},)"
-            R"({"groupId":255,"eqpId":0,"timeMark":"2024-03-07 12:00:00","values":[]}]})");
+  EXPECT_EQ(Document(catalogue, {}),
+            R"({"sn":"S","data":[{"groupId":0,"eqpId":255,"timeMark":"T","values":[]}]})");
 }
 
-TEST_F(RealDataDocument, PassesOverValuesThatTheCatalogueDoesNotHold) {
-  Catalogue().Point(0x01030002).Point(0x01030004);
+TEST_F(RealDataDocument, PassesOverValuesOfOtherIdentifiers) {
+  const auto catalogue = Catalogue({0x01030002, 0x02030002});
 
-  Pack({{0, 9},
-        {0x01030001, 9},
-        {0x01030002, 2},
-        {0x01030003, 9},
-        {0x01030004, 4},
-        {0x01030005, 9},
-        {0xFFFFFFFF, 9}});
-
-  EXPECT_EQ(Unpack(test::kArchive),
-            R"({"sn":"BR0042","data":[)"
-            R"({"groupId":1,"eqpId":3,"timeMark":"2024-03-07 12:00:00","values":[)"
-            R"({"pointId":"0002","value":"2.000"},{"pointId":"0004","value":"4.000"}]}]})");
+  EXPECT_EQ(Document(catalogue, {{0, 9},
+                                 {0x00030002, 9},
+                                 {0x01030001, 9},
+                                 {0x01030002, 1},
+                                 {0x01130002, 9},
+                                 {0x02030002, 2},
+                                 {0xFFFFFFFF, 9}}),
+            R"({"sn":"S","data":[)"
+            R"({"groupId":1,"eqpId":3,"timeMark":"T","values":[)"
+            R"({"pointId":"0002","value":"1.000"}]},)"
+            R"({"groupId":2,"eqpId":3,"timeMark":"T","values":[)"
+            R"({"pointId":"0002","value":"2.000"}]}]})");
 }
 
-TEST_F(RealDataDocument, MatchesThePointByAll32BitsOfItsIdentifier) {
-  Catalogue().Point(0x01030001).Point(0x02030001);
+TEST_F(RealDataDocument, ReturnsTheFirstPointWithoutAValue) {
+  constexpr std::uint32_t kFirst = 0x01030001;
+  constexpr std::uint32_t kSecond = 0x01040001;
+  constexpr std::uint32_t kThird = 0x02010001;
+  struct Row {
+    Real_Data_Struct values;
+    std::uint32_t missing;
+  };
+  for (const auto& [values, missing] :
+       {Row{{}, kFirst}, Row{{{kSecond, 1}, {kThird, 1}}, kFirst},
+        Row{{{kFirst, 1}, {kThird, 1}}, kSecond}, Row{{{kFirst, 1}, {kSecond, 1}}, kThird},
+        Row{{{kFirst, 1}, {kSecond, 1}, {kThird + 1, 1}}, kThird}}) {
+    rapidjson::StringBuffer text;
 
-  Pack({{0x00030001, 9}, {0x01030001, 1}, {0x01130001, 9}, {0x02030001, 2}});
-
-  EXPECT_EQ(Unpack(test::kArchive),
-            R"({"sn":"BR0042","data":[)"
-            R"({"groupId":1,"eqpId":3,"timeMark":"2024-03-07 12:00:00","values":[)"
-            R"({"pointId":"0001","value":"1.000"}]},)"
-            R"({"groupId":2,"eqpId":3,"timeMark":"2024-03-07 12:00:00","values":[)"
-            R"({"pointId":"0001","value":"2.000"}]}]})");
-}
-
-TEST_F(RealDataDocument, CarriesTheTimeOfTheSnapshotInTheGatewaysZone) {
-  Catalogue().Device(1, 3);
-  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-  tzset();
-
-  const Packed packed = Pack({}, 1719835201);  // 2024-07-01 12:00:01 UTC
-
-  ASSERT_EQ(packed.files.size(), 1U);
-  EXPECT_EQ(packed.files[0], "/media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S20240701140001.tar.gz");
-  EXPECT_EQ(Unpack(packed.files[0]),
-            R"({"sn":"BR0042","data":[)"
-            R"({"groupId":1,"eqpId":3,"timeMark":"2024-07-01 14:00:01","values":[]}]})");
-}
-
-TEST_F(RealDataDocument, EscapesTheSerialNumber) {
-  test::LoadSerial("A\"B\\C");
-
-  Pack({});
-
-  EXPECT_EQ(Unpack(test::kArchive), R"({"sn":"A\"B\\C","data":[]})");
-}
-
-TEST_F(RealDataDocument, OfTenThousandPointsIsWhole) {
-  Catalogue catalogue;
-  Real_Data_Struct values;
-  std::string expected = R"({"sn":"BR0042","data":[)";
-  for (std::uint32_t device = 1; device <= 50; ++device) {
-    expected += std::string(device == 1 ? "" : ",") + R"({"groupId":1,"eqpId":)" +
-                std::to_string(device) + R"(,"timeMark":"2024-03-07 12:00:00","values":[)";
-    for (std::uint32_t node = 1; node <= 200; ++node) {
-      const std::uint32_t dataId = 0x01000000 + (device << 16) + node;
-      catalogue.Point(dataId);
-      values[dataId] = node;
-      char pointId[5];
-      std::snprintf(pointId, sizeof(pointId), "%04X", node);
-      expected += std::string(node == 1 ? "" : ",") + R"({"pointId":")" + pointId +
-                  R"(","value":")" + std::to_string(node) + R"(.000"})";
-    }
-    expected += "]}";
+    EXPECT_EQ(WriteRealDataDocument({.serial = "S", .timeMark = "T"},
+                                    Catalogue({kFirst, kSecond, kThird}), values, text),
+              missing);
   }
-  expected += "]}";
-
-  const Packed packed = Pack(values);
-
-  EXPECT_EQ(packed.result, 0);
-  EXPECT_TRUE(Unpack(test::kArchive) == expected);
 }
 
-struct Value {
-  const char* name;
-  double value;
-  const char* text;
-};
+TEST_F(RealDataDocument, PausesAfterEveryDeviceAndEveryChannel) {
+  MAP_GROUP_ATTR catalogue;
+  for (const int device : {1, 2}) {
+    catalogue[1][static_cast<std::uint8_t>(device)];
+    catalogue[193][static_cast<std::uint8_t>(device)];
+  }
+  catalogue[2];
 
-void PrintTo(const Value& value, std::ostream* out) {
-  *out << value.text;
+  Document(catalogue, {});
+
+  EXPECT_THAT(test::Pauses(), ElementsAre(kAfterADevice, kAfterADevice, kAfterAChannel,
+                                          kAfterAChannel, kAfterAChannel));
 }
 
-class ValueText : public RealDataDocument, public ::testing::WithParamInterface<Value> {};
-
-TEST_P(ValueText, HasThreeDecimalsAndFourteenCharactersAtTheMost) {
-  Catalogue().Point(kPoint);
-
-  Pack({{kPoint, GetParam().value}});
-
-  EXPECT_EQ(Unpack(test::kArchive),
-            R"({"sn":"BR0042","data":[)"
-            R"({"groupId":1,"eqpId":3,"timeMark":"2024-03-07 12:00:00","values":[)"
-            R"({"pointId":"1123","value":")" +
-                std::string(GetParam().text) + R"("}]}]})");
-}
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
-
-INSTANTIATE_TEST_SUITE_P(
-    Values, ValueText,
-    ::testing::Values(
-        Value{"Half", 12.5, "12.500"}, Value{"Zero", 0, "0.000"},
-        Value{"MinusZero", -0.0, "-0.000"}, Value{"RoundedToMinusZero", -0.0004, "-0.000"},
-        Value{"RoundedDown", 1.2344, "1.234"}, Value{"RoundedUp", 1.2346, "1.235"},
-        Value{"Minus", -7.125, "-7.125"},
-        Value{"OfFourteenCharacters", 1234567890.125, "1234567890.125"},
-        Value{"OfFifteenCharacters", 12345678901.125, "12345678901.12"},
-        Value{"MinusOfFifteenCharacters", -1234567890.125, "-1234567890.12"},
-        Value{"CutAtThePoint", 1234567890123.5, "1234567890123."},
-        Value{"CutBeforeThePoint", 12345678901234.5, "12345678901234"},
-        Value{"CutWithinTheNumber", 123456789012345.0, "12345678901234"},
-        Value{"Huge", 1e300, "10000000000000"}, Value{"MinusHuge", -1e300, "-1000000000000"},
-        Value{"Tiny", 1e-300, "0.000"}, Value{"Infinite", kInfinity, "inf"},
-        Value{"MinusInfinite", -kInfinity, "-inf"}, Value{"NotANumber", kNotANumber, "nan"},
-        Value{"MinusNotANumber", -kNotANumber, "-nan"}),
-    [](const auto& test) { return test.param.name; });
-
-struct Missing {
-  const char* name;
-  Real_Data_Struct values;
-  std::uint32_t firstMissing;
-};
-
-class IncompleteValues : public RealDataDocument, public ::testing::WithParamInterface<Missing> {};
-
-TEST_P(IncompleteValues, EndTheDocumentAtTheFirstPointWithoutOne) {
-  Catalogue().Point(0x01030001).Point(0x01040001).Point(0x02010001);
-  MAP_GROUP_ATTR* catalogue = nullptr;
-  GetCChannelSetInstance().GetAttr(&catalogue);
+TEST_F(RealDataDocument, EndsWithoutAPauseAtAPointWithoutAValue) {
   rapidjson::StringBuffer text;
 
-  const auto missing =
-      WriteRealDataDocument({.serial = "S", .timeMark = "T"}, *catalogue, GetParam().values, text);
+  WriteRealDataDocument({.serial = "S", .timeMark = "T"}, Catalogue({1}), {}, text);
 
-  EXPECT_EQ(missing, GetParam().firstMissing);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Snapshots, IncompleteValues,
-    ::testing::Values(Missing{"OfNothing", {}, 0x01030001},
-                      Missing{"WithoutTheFirst", {{0x01040001, 1}, {0x02010001, 1}}, 0x01030001},
-                      // The cursor has run past all values in the search for the second point.
-                      Missing{"WithoutTheSecond", {{0x01030001, 1}, {0x02010001, 1}}, 0x01040001},
-                      Missing{"WithoutTheLast", {{0x01030001, 1}, {0x01040001, 1}}, 0x02010001},
-                      Missing{"WithALaterPointInThePlaceOfTheLast",
-                              {{0x01030001, 1}, {0x01040001, 1}, {0x02010002, 1}},
-                              0x02010001}),
-    [](const auto& test) { return test.param.name; });
-
-TEST_F(RealDataDocument, ThrowsWithoutASerialNumber) {
-  rapidjson::StringBuffer text;
-  const MAP_GROUP_ATTR catalogue;
-  const Real_Data_Struct values;
-
-  EXPECT_THAT(
-      [&] { WriteRealDataDocument({.serial = nullptr, .timeMark = "T"}, catalogue, values, text); },
-      ::testing::ThrowsMessage<std::logic_error>("rapidjson exception"));
+  EXPECT_THAT(test::Pauses(), ElementsAre());
 }
 
 }  // namespace

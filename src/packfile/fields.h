@@ -1,0 +1,32 @@
+// The members that the documents of the data files share, each with its format.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "util/json.h"
+
+using DocumentWriter = rapidjson::Writer<rapidjson::StringBuffer>;
+
+// Each text is printed into a field of this size, terminator included; what is longer is cut.
+inline constexpr std::size_t kTimeMarkBytes = 23;
+inline constexpr std::size_t kValueBytes = 15;        // a value of real data or of a recall
+inline constexpr std::size_t kAlarmFieldBytes = 255;  // every number and text of an alarm
+
+// "sn", the first member of every document: the gateway's serial number. A null one throws
+// std::logic_error "rapidjson exception".
+void WriteSerial(DocumentWriter& writer, const char* serial);
+
+// A number as a text of four or more upper-case hexadecimal digits.
+void WriteHex(DocumentWriter& writer, const char* key, std::uint32_t number);
+
+// "pointId": the low 16 bits of a DataId as four hexadecimal digits.
+void WritePointId(DocumentWriter& writer, std::uint32_t dataId);
+
+// "value": a text with three decimals. `fieldBytes` is kAlarmFieldBytes at most.
+void WriteValue(DocumentWriter& writer, double value, std::size_t fieldBytes);
+
+// {"timeMark":…,"value":…}
+void WriteTimedValue(DocumentWriter& writer, const std::string& timeMark, double value,
+                     std::size_t fieldBytes);

@@ -1,0 +1,145 @@
+// The alarm-data files of one call: how many, their names, and what becomes of events that could
+// not be packed.
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "packfile/packfile.h"
+#include "packtest.h"
+#include "support/faults.h"
+#include "support/files.h"
+#include "support/logs.h"
+
+using test::AlarmEvent;
+using test::Call;
+using test::kAlarmDay;
+using test::Texts;
+using test::Unpack;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::SizeIs;
+
+namespace {
+
+constexpr std::uint32_t kKnown = 0x01030001;
+constexpr std::uint32_t kUnknown = 0x0C030100;
+
+// A path in the directory of the day; `second` is counted from noon.
+std::string Path(int second, const std::string& ending = ".tar.gz") {
+  return std::string(kAlarmDay) + "/T2024030712000" + std::to_string(second) + ending;
+}
+
+// Events of points that follow each other.
+Alarm_Data_Struct Events(std::uint32_t count) {
+  Alarm_Data_Struct events;
+  for (std::uint32_t i = 0; i < count; ++i) events.push_back(AlarmEvent{.dataId = kKnown + i});
+  return events;
+}
+
+class AlarmFiles : public test::PackTest {
+ protected:
+  void SetUp() override {
+    PackTest::SetUp();
+    for (std::uint32_t i = 0; i < 41; ++i) test::AddPoint(kKnown + i, "Known");
+  }
+
+  std::vector<std::string> Pack(const Alarm_Data_Struct& events) {
+    std::vector<std::string> files;
+    EXPECT_EQ(
+        GetCPackFileInstance().CreateAlarmDataJsonFile(&events, kAlarmDay, &files, &m_unwritten),
+        0);
+    return files;
+  }
+
+  Alarm_Data_Struct m_unwritten;
+};
+
+TEST_F(AlarmFiles, HoldTwentyEventsEachInTheirOrder) {
+  for (const std::uint32_t count : {0U, 1U, 20U, 21U, 41U}) {
+    SCOPED_TRACE(count);
+
+    const auto files = Pack(Events(count));
+
+    ASSERT_THAT(files, SizeIs((count + 19) / 20));
+    std::uint32_t next = 1;
+    for (const auto& file : files) {
+      const auto points = Texts(Unpack(file), "pointId");
+      EXPECT_EQ(points.size(), file == files.back() ? (count - 1) % 20 + 1 : 20);
+      for (const auto& point : points) EXPECT_EQ(std::stoul(point, nullptr, 16), next++);
+    }
+  }
+}
+
+TEST_F(AlarmFiles, AreNamedBeforeAPauseAndWrittenAfterIt) {
+  std::vector<std::pair<test::Pause, std::vector<std::string>>> seen;  // files at each pause
+  test::OnPause([&](test::Pause pause) {
+    seen.emplace_back(pause, test::List(kAlarmDay));
+    if (seen.size() == 1) test::SetTime(test::LocalTimeOf(2024, 12, 31));
+  });
+
+  Pack(Events(1));
+
+  EXPECT_THAT(seen, ElementsAre(Pair(test::Pause(50000), IsEmpty()),
+                                Pair(test::kBeforeAnAttempt, ElementsAre("T20240307120000.dat"))));
+}
+
+TEST_F(AlarmFiles, AreNamedByTheTimeAtWhichTheDocumentIsComplete) {
+  test::AtNextCall(Call::kLocaltime,
+                   [] { test::SetTime(test::LocalTimeOf(2024, 12, 31, 23, 59, 59)); });
+
+  EXPECT_THAT(Pack(Events(1)), ElementsAre(std::string(kAlarmDay) + "/T20241231235959.tar.gz"));
+}
+
+TEST_F(AlarmFiles, AreMadeOfTheRestAfterOneThatIsLost) {
+  Alarm_Data_Struct events = Events(40);
+  events[39] = AlarmEvent{.dataId = kKnown, .type = 1};
+  events.push_back(AlarmEvent{.dataId = kUnknown, .type = 2});
+  test::ReplaceTar("case $2 in T20240307120001*) exit 1;; esac; real_tar \"$@\"");
+
+  const auto files = Pack(events);
+
+  ASSERT_THAT(files, SizeIs(2));
+  EXPECT_THAT(test::List(kAlarmDay), SizeIs(3));
+  EXPECT_TRUE(test::Exists(Path(1, ".dat")));
+  EXPECT_THAT(m_unwritten, IsEmpty());
+  // The last event takes over from the one that was lost.
+  EXPECT_THAT(Texts(Unpack(files[1]), "alarmType"), ElementsAre("10101"));
+  EXPECT_THAT(Texts(Unpack(files[1]), "alarmDes"), ElementsAre("Known(阀值:0.000)"));
+}
+
+TEST_F(AlarmFiles, TakeNothingOverFromAnotherCall) {
+  Pack({AlarmEvent{.dataId = kKnown, .type = 1}});
+
+  const auto files = Pack({AlarmEvent{.dataId = kUnknown, .type = 2}});
+
+  ASSERT_THAT(files, SizeIs(1));
+  EXPECT_THAT(Texts(Unpack(files[0]), "alarmType"), ElementsAre(""));
+  EXPECT_THAT(Texts(Unpack(files[0]), "alarmDes"), ElementsAre("(阀值:0.000)"));
+}
+
+TEST_F(AlarmFiles, HandBackTheEventsOfATextThatTheCardDidNotTakeWhole) {
+  ASSERT_EQ(symlink("/dev/full", Path(1, ".dat").c_str()), 0);
+  const Alarm_Data_Struct events = Events(41);
+
+  EXPECT_THAT(Pack(events), SizeIs(2));
+
+  ASSERT_THAT(m_unwritten, SizeIs(20));
+  EXPECT_EQ(m_unwritten.front().DataId, events[20].DataId);
+  EXPECT_EQ(m_unwritten.back().DataId, events[39].DataId);
+}
+
+TEST_F(AlarmFiles, AreMadeOfTheRestAfterATimeThatCannotBeConverted) {
+  test::FailCalls(Call::kLocaltime, 1, 20);  // twenty events come before the first name
+
+  EXPECT_THAT(Pack(Events(21)), ElementsAre(Path(0)));
+
+  EXPECT_THAT(test::TextLog("WARN"),
+              ElementsAre("CreateAlarmDataJsonFile in " + std::string(kAlarmDay) +
+                          " failed, no local time"));
+}
+
+}  // namespace

@@ -1,0 +1,254 @@
+// A data file: its names, the attempts to compress it, and what is left on the card.
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "packfile/archive.h"
+#include "packtest.h"
+#include "support/faults.h"
+#include "support/files.h"
+
+using test::Call;
+using test::kBeforeAnAttempt;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+namespace {
+
+constexpr char kText[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S20240102030405.dat";
+constexpr char kArchive[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S20240102030405.tar.gz";
+
+// 2024-01-02 03:04:05
+constexpr std::tm kMoment{5, 4, 3, 2, 0, 124, 0, 0, 0, 0, nullptr};
+
+TEST(NameDataFile, FormsNamesAndCommandFromPrefixAndStamp) {
+  const DataFileNames names = NameDataFile('S', "/d", kMoment);
+
+  EXPECT_STREQ(names.name, "S20240102030405");
+  EXPECT_STREQ(names.text, "/d/S20240102030405.dat");
+  EXPECT_STREQ(names.archive, "/d/S20240102030405.tar.gz");
+  EXPECT_STREQ(names.command,
+               "cd /d && tar -zcf S20240102030405.tar.gz S20240102030405.dat > /dev/null 2>&1; "
+               "echo $?");
+}
+
+TEST(NameDataFile, CutsPathsAndCommandOfALongDirectory) {
+  const std::string directory = "/" + std::string(300, 'd');
+
+  const DataFileNames names = NameDataFile('S', directory, kMoment);
+
+  EXPECT_EQ(names.text, directory.substr(0, 126));
+  EXPECT_EQ(names.archive, directory.substr(0, 126));
+  EXPECT_EQ(names.command, ("cd " + directory).substr(0, 254));
+}
+
+std::vector<int>& Statuses() {
+  static std::vector<int> statuses;
+  return statuses;
+}
+
+auto ReportsOnly(int status) {
+  return ::testing::AllOf(::testing::Not(IsEmpty()), ::testing::Each(status));
+}
+
+class DataFileTest : public test::PackTest {
+ protected:
+  void SetUp() override {
+    PackTest::SetUp();
+    Statuses().clear();
+  }
+
+  bool Pack() {
+    m_file.OpenText() << "document";
+    return m_file.Pack([](const char* archive, int status) {
+      EXPECT_STREQ(archive, kArchive);
+      Statuses().push_back(status);
+    });
+  }
+  static std::vector<std::string> Left() { return test::List(test::kRealDataDay); }
+
+  DataFile m_file{'S', test::kRealDataDay, kMoment};
+};
+
+class DataFileOnTheCard : public DataFileTest {};
+
+TEST_F(DataFileOnTheCard, BecomesAnArchiveOfTheTextUnderItsBareName) {
+  test::WriteFile(kText, "a longer text that was left behind");
+
+  EXPECT_TRUE(Pack());
+
+  EXPECT_EQ(test::Members(kArchive), "S20240102030405.dat\n");
+  EXPECT_EQ(test::Unpack(kArchive), "document");
+  EXPECT_THAT(test::ReadFile(kArchive), ::testing::StartsWith("\x1f\x8b"));  // gzip
+  EXPECT_THAT(Left(), ElementsAre("S20240102030405.tar.gz"));
+  EXPECT_THAT(Statuses(), IsEmpty());
+}
+
+TEST_F(DataFileOnTheCard, GetsThreeAttemptsEachAfterAPauseOfOneSecond) {
+  test::FailCalls(Call::kPopen, 3);
+
+  EXPECT_FALSE(Pack());
+
+  EXPECT_THAT(Statuses(), ElementsAre(0, 0, 0));
+  EXPECT_THAT(test::Pauses(), ElementsAre(kBeforeAnAttempt, kBeforeAnAttempt, kBeforeAnAttempt));
+}
+
+TEST_F(DataFileOnTheCard, IsMadeAtTheLastAttempt) {
+  test::FailCalls(Call::kPopen, 2);
+
+  EXPECT_TRUE(Pack());
+
+  EXPECT_THAT(Statuses(), ElementsAre(0, 0));
+  EXPECT_EQ(test::Unpack(kArchive), "document");
+}
+
+struct Tar {
+  const char* name;
+  std::string script;
+  ::testing::Matcher<std::vector<int>> statuses;
+};
+
+void PrintTo(const Tar& tar, std::ostream* out) {
+  *out << tar.script;
+}
+
+class DataFileWithoutTar : public DataFileTest, public ::testing::WithParamInterface<Tar> {};
+
+TEST_P(DataFileWithoutTar, KeepsItsTextAndReportsTheStatusOfEachAttempt) {
+  test::ReplaceTar(GetParam().script);
+
+  EXPECT_FALSE(Pack());
+  m_file.RemoveRemains();
+
+  EXPECT_THAT(Statuses(), GetParam().statuses);
+  EXPECT_EQ(test::ReadFile(kText), "document");
+  EXPECT_THAT(Left(), ElementsAre("S20240102030405.dat"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Tars, DataFileWithoutTar,
+    ::testing::Values(Tar{"Fails", "exit 255", ReportsOnly(255)},
+                      Tar{"FailsHalfWay", "echo part > $2; exit 2", ReportsOnly(2)},
+                      Tar{"FailsAfterItsWork", "real_tar \"$@\"; exit 1", ReportsOnly(1)},
+                      Tar{"IsKilled", "kill -9 $$", ReportsOnly(137)},
+                      Tar{"TalksAndFails", "echo 0; echo 0 >&2; exit 3", ReportsOnly(3)},
+                      Tar{"DoesNothing", "exit 0", IsEmpty()},
+                      Tar{"LeavesAnEmptyArchive", ": > $2", IsEmpty()}),
+    [](const auto& test) { return test.param.name; });
+
+TEST_F(DataFileOnTheCard, ReportsStatus127WithoutATar) {
+  setenv("PATH", "/nonexistent", 1);
+
+  EXPECT_FALSE(Pack());
+
+  EXPECT_THAT(Statuses(), ReportsOnly(127));
+}
+
+TEST_F(DataFileOnTheCard, IgnoresTheOutputOfTar) {
+  test::ReplaceTar("echo 9; echo 9 >&2; real_tar \"$@\"");
+
+  EXPECT_TRUE(Pack());
+}
+
+TEST_F(DataFileOnTheCard, TriesAgainAfterAMissingArchive) {
+  test::ReplaceTar(
+      "[ -e /tmp/replacement/called ] && real_tar \"$@\"; : > /tmp/replacement/called");
+
+  EXPECT_TRUE(Pack());
+
+  EXPECT_THAT(Statuses(), IsEmpty());
+}
+
+// The paths that this process has open.
+std::vector<std::string> OpenPaths() {
+  std::vector<std::string> paths;
+  for (const auto& name : test::List("/proc/self/fd")) {
+    std::error_code error;
+    paths.push_back(std::filesystem::read_symlink("/proc/self/fd/" + name, error));
+  }
+  return paths;
+}
+
+TEST_F(DataFileOnTheCard, SynchronisesArchiveAndDirectoryBeforeTheTextGoes) {
+  int synchronised = 0;
+  test::AtNextCall(Call::kFsync, [&] {
+    ++synchronised;
+    EXPECT_THAT(OpenPaths(), Contains(kArchive));
+    test::AtNextCall(Call::kFsync, [&] {
+      ++synchronised;
+      EXPECT_THAT(OpenPaths(), Contains(test::kRealDataDay));
+      EXPECT_TRUE(test::Exists(kText));
+    });
+  });
+
+  Pack();
+
+  EXPECT_EQ(synchronised, 2);
+}
+
+class DataFileBesideAnEarlierArchive : public DataFileTest {
+ protected:
+  void SetUp() override {
+    DataFileTest::SetUp();
+    test::WriteFile(kArchive, "earlier");
+  }
+};
+
+TEST_F(DataFileBesideAnEarlierArchive, ReplacesItOnceTheNewOneIsWholeAndOnTheCard) {
+  test::WriteFile(std::string(test::kRealDataDay) + "/new/left/behind", "half");
+  std::string atFirstSync;
+  test::AtNextCall(Call::kFsync, [&] { atFirstSync = test::ReadFile(kArchive); });
+
+  EXPECT_TRUE(Pack());
+
+  EXPECT_EQ(atFirstSync, "earlier");
+  EXPECT_EQ(test::Unpack(kArchive), "document");
+  EXPECT_THAT(Left(), ElementsAre("S20240102030405.tar.gz"));
+}
+
+TEST_F(DataFileBesideAnEarlierArchive, KeepsItAndTheTextAfterAFailure) {
+  test::ReplaceTar("echo part > $2; exit 2");
+
+  EXPECT_FALSE(Pack());
+  m_file.RemoveRemains();
+
+  EXPECT_EQ(test::ReadFile(kArchive), "earlier");
+  EXPECT_EQ(test::ReadFile(kText), "document");
+  EXPECT_THAT(Left(), ElementsAre("S20240102030405.dat", "S20240102030405.tar.gz"));
+}
+
+TEST_F(DataFileBesideAnEarlierArchive, ReportsThatItCannotBeReplaced) {
+  test::ReplaceTar("rm -f ../$2; mkdir -p ../$2; real_tar \"$@\"");
+
+  EXPECT_FALSE(Pack());
+
+  EXPECT_THAT(Statuses(), ReportsOnly(EISDIR));
+}
+
+TEST_F(DataFileBesideAnEarlierArchive, FailsWithoutRoomForADirectory) {
+  test::FailCalls(Call::kMkdir);
+
+  EXPECT_FALSE(Pack());
+  m_file.RemoveRemains();
+
+  EXPECT_THAT(Statuses(), ReportsOnly(ENOSPC));
+  EXPECT_THAT(Left(), ElementsAre("S20240102030405.tar.gz"));
+}
+
+TEST_F(DataFileBesideAnEarlierArchive, RemovesATextThatIsNotWhole) {
+  m_file.SetWriteError(EIO);
+
+  EXPECT_FALSE(Pack());
+  m_file.RemoveRemains();
+
+  EXPECT_THAT(Statuses(), ReportsOnly(EIO));
+  EXPECT_THAT(Left(), ElementsAre("S20240102030405.tar.gz"));
+}
+
+}  // namespace
