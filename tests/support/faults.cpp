@@ -17,50 +17,6 @@
 #include <memory>
 #include <utility>
 
-<<<<<<< HEAD
-=======
-extern "C" {
-void* __real_calloc(std::size_t count, std::size_t size);
-void* __wrap_calloc(std::size_t count, std::size_t size);
-CURL* __real_curl_easy_init();
-CURL* __wrap_curl_easy_init();
-int __real_fsync(int file);
-int __wrap_fsync(int file);
-int __real_syncfs(int file);
-int __wrap_syncfs(int file);
-std::tm* __real_localtime_r(const std::time_t* when, std::tm* out);
-std::tm* __wrap_localtime_r(const std::time_t* when, std::tm* out);
-int __real_mkdir(const char* path, mode_t mode);
-int __wrap_mkdir(const char* path, mode_t mode);
-std::FILE* __real_popen(const char* command, const char* mode);
-std::FILE* __wrap_popen(const char* command, const char* mode);
-int __real_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state);
-int __wrap_pthread_attr_setdetachstate(pthread_attr_t* attributes, int state);
-void* __real_shmat(int id, const void* address, int flags);
-void* __wrap_shmat(int id, const void* address, int flags);
-int __real_sqlite3_busy_timeout(sqlite3* database, int milliseconds);
-int __wrap_sqlite3_busy_timeout(sqlite3* database, int milliseconds);
-int __real_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
-                        void* argument, char** error);
-int __wrap_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
-                        void* argument, char** error);
-int __real_sqlite3_open(const char* path, sqlite3** out);
-int __wrap_sqlite3_open(const char* path, sqlite3** out);
-int __real_sqlite3_open_v2(const char* path, sqlite3** out, int flags, const char* vfs);
-int __wrap_sqlite3_open_v2(const char* path, sqlite3** out, int flags, const char* vfs);
-int __real_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,
-                              const char** tail);
-int __wrap_sqlite3_prepare_v2(sqlite3* database, const char* sql, int bytes, sqlite3_stmt** out,
-                              const char** tail);
-int __real_sqlite3_step(sqlite3_stmt* statement);
-int __wrap_sqlite3_step(sqlite3_stmt* statement);
-xmlNodePtr __real_xmlDocGetRootElement(const xmlDoc* document);
-xmlNodePtr __wrap_xmlDocGetRootElement(const xmlDoc* document);
-int __real_unlink(const char* path);
-int __wrap_unlink(const char* path);
-}
-
->>>>>>> nine-pack
 namespace test {
 namespace {
 
@@ -70,10 +26,6 @@ struct Fault {
   std::function<void()>* action = nullptr;  // no owner: a call may come after thread_local ends
 };
 
-<<<<<<< HEAD
-=======
-constexpr std::size_t kCalls = 14;
->>>>>>> nine-pack
 constexpr char kNoSuchDirectory[] = "/nonexistent/database";
 thread_local std::array<Fault, static_cast<std::size_t>(Call::kCount)> t_faults;
 thread_local bool t_guardSegment = false;
@@ -167,22 +119,14 @@ std::tm* __wrap_localtime_r(const std::time_t* when, std::tm* out) {
   return Fails(Call::kLocaltime) ? nullptr : __real_localtime_r(when, out);
 }
 
-<<<<<<< HEAD
 int __real_mkdir(const char* path, mode_t mode);
 int __wrap_mkdir(const char* path, mode_t mode) {
   if (!Fails(Call::kMkdir)) return __real_mkdir(path, mode);
-=======
-int __wrap_mkdir(const char* path, mode_t mode) {
-  if (!test::Fails(test::Call::kMkdir)) return __real_mkdir(path, mode);
->>>>>>> nine-pack
   errno = ENOSPC;
   return -1;
 }
 
-<<<<<<< HEAD
 std::FILE* __real_popen(const char* command, const char* mode);
-=======
->>>>>>> nine-pack
 std::FILE* __wrap_popen(const char* command, const char* mode) {
   return Fails(Call::kPopen) ? nullptr : __real_popen(command, mode);
 }
