@@ -2,7 +2,7 @@
 #   cmake -DSCRIPT=<tests/layering.cmake> -DSCRATCH=<directory> -P tests/layering_test.cmake
 cmake_minimum_required(VERSION 3.25)
 
-# A small tree in order: config on log and util, schedule above them, the entry on top.
+# A small tree in order: config on log and util, the program on top.
 function(make_tree)
   file(REMOVE_RECURSE "${SCRATCH}")
   foreach(pair IN ITEMS "util:" "log:util" "config:log util" "http:util" "parsememory:util")
@@ -16,9 +16,9 @@ function(make_tree)
       "target_link_libraries(brennik_${CMAKE_MATCH_1} PUBLIC${links}\n  brennik_compile)\n")
     file(WRITE "${SCRATCH}/src/${CMAKE_MATCH_1}/${CMAKE_MATCH_1}.h" "int F();\n")
   endforeach()
-  file(WRITE "${SCRATCH}/src/service/CMakeLists.txt" "target_link_libraries(brennik_service brennik_log)
-target_link_libraries(brennik PRIVATE brennik_service brennik_log)\n")
-  file(WRITE "${SCRATCH}/src/service/main.cpp" "#include \"log/log.h\"\n#include \"service/init.h\"\n")
+  file(WRITE "${SCRATCH}/src/service/CMakeLists.txt" "target_link_libraries(brennik_service brennik_log)\n")
+  file(WRITE "${SCRATCH}/src/main/CMakeLists.txt" "target_link_libraries(brennik PRIVATE brennik_service brennik_log)\n")
+  file(WRITE "${SCRATCH}/src/main/main.cpp" "#include \"log/log.h\"\n#include \"service/init.h\"\n")
   file(WRITE "${SCRATCH}/src/util/paths.h" "inline constexpr char kCard[] = \"/dev/mmcblk0p1\";\n")
   file(WRITE "${SCRATCH}/src/util/sqlite.cpp" "#include <sqlite3.h>\n")
   file(WRITE "${SCRATCH}/src/config/config.cpp" "#include \"config/config.h\"
@@ -64,9 +64,8 @@ expect_refusal(log/CMakeLists.txt "target_link_libraries(brennik_log brennik_con
 expect_refusal(http/CMakeLists.txt "target_link_libraries(brennik_http brennik_parsememory)\n" "not on a lower floor")
 expect_refusal(config/CMakeLists.txt "target_link_libraries(brennik_config brennik_util # not brennik_log\n)\n"
   "config/config.cpp includes log/log.h")
-expect_refusal(service/main.cpp "#include \"config/config.h\"\n" "service/main.cpp includes config/config.h")
-expect_refusal(service/CMakeLists.txt
-  "target_link_libraries(brennik brennik_service brennik_log brennik_http)\n" "main.cpp stands on brennik_http")
+expect_refusal(main/main.cpp "#include \"config/config.h\"\n" "main/main.cpp includes config/config.h")
+expect_refusal(service/service.cpp "#include \"main/main.h\"\n" "service/service.cpp includes main/main.h")
 expect_refusal(cellar/CMakeLists.txt "" "cellar/ has no floor")
 expect_refusal(log/log.cpp "auto f = \"/tmp/CloudLog/x\";\n" "spells /tmp/CloudLog")
 expect_refusal(config/sysset.h "auto u = \"http://a\"; auto f = \"/tessel/Config\";\n" "spells /tessel")
