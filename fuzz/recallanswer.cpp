@@ -1,8 +1,8 @@
 // The cloud's answer to the recall check, in pieces: the input's first byte is the size of a piece
 // less one, the rest is the answer.
 #include "parsememory/parsememory.h"
-#include "service/answerguard.h"
 #include "service/cloudlink.h"
+#include "service/parseguard.h"
 #include "support/world.h"
 
 namespace {
