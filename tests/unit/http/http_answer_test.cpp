@@ -17,9 +17,9 @@ using test::kDone;
 using test::kFailed;
 using test::RawServer;
 
-class HttpPostResult : public test::HttpTest {};
+class AnsweredPost : public test::HttpTest {};
 
-TEST_F(HttpPostResult, IsSuccessForStatus200And201Only) {
+TEST_F(AnsweredPost, SucceedsForStatus200And201Only) {
   for (const int status : {200, 201, 202, 204, 299, 301, 302, 304, 400, 401, 404, 500, 999}) {
     SCOPED_TRACE(status);
     m_server.Answer(HttpAnswer(status, R"({"status":0,"message":"ok"})"));
@@ -28,7 +28,7 @@ TEST_F(HttpPostResult, IsSuccessForStatus200And201Only) {
   }
 }
 
-TEST_F(HttpPostResult, IsSuccessAlsoWhenTheCallbackReturnsAnotherCount) {
+TEST_F(AnsweredPost, SucceedsAlsoWhenTheCallbackReturnsAnotherCount) {
   m_server.Answer(HttpAnswer(200, R"({"status":0})"));
 
   EXPECT_EQ(Post(RejectAnswer), kDone);
@@ -36,14 +36,14 @@ TEST_F(HttpPostResult, IsSuccessAlsoWhenTheCallbackReturnsAnotherCount) {
   EXPECT_THAT(test::TextLog(), IsEmpty());
 }
 
-TEST_F(HttpPostResult, IsSuccessAlsoWhenTheAnswerBreaksOffAfterStatus200) {
+TEST_F(AnsweredPost, SucceedsAlsoWhenTheAnswerBreaksOffAfterStatus200) {
   m_server.Answer("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"status\":0");
 
   EXPECT_EQ(Post(), kDone);
   EXPECT_EQ(Answer(), "{\"status\":0");
 }
 
-TEST_F(HttpPostResult, IsFailureForARedirectWhichIsNotFollowed) {
+TEST_F(AnsweredPost, DoesNotFollowARedirect) {
   m_server.Answer("HTTP/1.1 302 Found\r\nLocation: " + m_server.Url("/elsewhere") +
                   "\r\nContent-Length: 0\r\n\r\n");
 
@@ -58,9 +58,9 @@ struct Trouble {
   int httpStatus;
 };
 
-class HttpPostTrouble : public test::HttpTest, public ::testing::WithParamInterface<Trouble> {};
+class FailedPost : public test::HttpTest, public ::testing::WithParamInterface<Trouble> {};
 
-TEST_P(HttpPostTrouble, IsLoggedWithItsErrorAndStatus) {
+TEST_P(FailedPost, LogsItsErrorAndStatus) {
   m_server.Answer(GetParam().answer);
 
   EXPECT_EQ(Post(), kFailed);
@@ -72,7 +72,7 @@ TEST_P(HttpPostTrouble, IsLoggedWithItsErrorAndStatus) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Answers, HttpPostTrouble,
+    Answers, FailedPost,
     ::testing::Values(Trouble{"Nothing", {}, "Server returned nothing (no headers, no data)", 0},
                       Trouble{
                           "NoHttp", {"garbage\r\n\r\n{\"status\":0}"}, "Unsupported protocol", 0},
@@ -83,7 +83,7 @@ INSTANTIATE_TEST_SUITE_P(
                               500}),
     [](const auto& test) { return test.param.name; });
 
-TEST_F(HttpPostResult, IsFailureWithStatusZeroWhereNobodyListens) {
+TEST_F(AnsweredPost, FailsWithStatusZeroWhereNobodyListens) {
   auto frame = MemoryFrame();
   const std::string url = "http://127.0.0.1:" + std::to_string(RawServer().Port()) + "/";
   frame.url[url.copy(frame.url, sizeof(frame.url) - 1)] = '\0';
@@ -98,9 +98,9 @@ struct Form {
   std::string body;
 };
 
-class HttpPostAnswer : public test::HttpTest, public ::testing::WithParamInterface<Form> {};
+class PostAnswer : public test::HttpTest, public ::testing::WithParamInterface<Form> {};
 
-TEST_P(HttpPostAnswer, ReachesTheCallbackWhole) {
+TEST_P(PostAnswer, ReachesTheCallbackWhole) {
   m_server.Answer(GetParam().pieces);
 
   EXPECT_EQ(Post(), kDone);
@@ -108,7 +108,7 @@ TEST_P(HttpPostAnswer, ReachesTheCallbackWhole) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Forms, HttpPostAnswer,
+    Forms, PostAnswer,
     ::testing::Values(
         Form{"InPieces",
              {"HTT", "P/1.1 200 OK\r\nContent-Length: 12\r\n\r\n{\"sta", "tus\":0}"},
@@ -127,7 +127,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& test) { return test.param.name; });
 
 // What libcurl keeps of an answer beside its body is bounded.
-class HttpHeaderBound : public test::HttpTest {
+class HeaderBound : public test::HttpTest {
  protected:
   static constexpr std::size_t kMostHeaderBytes = 64U << 10;
   static constexpr char kEnd[] = "Content-Length: 2\r\n\r\n";
@@ -144,7 +144,7 @@ class HttpHeaderBound : public test::HttpTest {
   }
 };
 
-TEST_F(HttpHeaderBound, Allows64Kibibytes) {
+TEST_F(HeaderBound, Allows64Kibibytes) {
   m_server.Answer(AnswerWithHead(kMostHeaderBytes));
 
   EXPECT_EQ(Post(), kDone);
@@ -152,7 +152,7 @@ TEST_F(HttpHeaderBound, Allows64Kibibytes) {
   EXPECT_THAT(test::TextLog(), IsEmpty());
 }
 
-TEST_F(HttpHeaderBound, BreaksOffAnAnswerWithMore) {
+TEST_F(HeaderBound, BreaksOffAnAnswerWithMore) {
   m_server.Answer(AnswerWithHead(kMostHeaderBytes + 1));
 
   EXPECT_EQ(Post(), kDone) << "as after any status 200";
@@ -161,7 +161,7 @@ TEST_F(HttpHeaderBound, BreaksOffAnAnswerWithMore) {
               ElementsAre("answer with more than 65536 bytes of headers broken off"));
 }
 
-TEST_F(HttpHeaderBound, BreaksOffInEndlessTrailers) {
+TEST_F(HeaderBound, BreaksOffInEndlessTrailers) {
   const std::string body = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\n";
   m_server.Answer(WithHeaderLines(body, 4 * kMostHeaderBytes));
 

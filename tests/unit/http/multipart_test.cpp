@@ -59,7 +59,7 @@ TEST_F(Multipart, RefusesAFileThatCannotBeReadWhole) {
   EXPECT_FALSE(body.Build(kFile));
 }
 
-TEST_F(Multipart, IsFalseWithoutMemoryForEitherBuffer) {
+TEST_F(Multipart, ConvertsToFalseWithoutMemoryForEitherBuffer) {
   for (const int skipped : {0, 1}) {
     test::FailCalls(test::Call::kCalloc, 1, skipped);
 

@@ -102,7 +102,7 @@ TEST_F(SkipAddressAnswer, LeavesTheFlagWhenItCannotBeParsed) {
   }
 }
 
-TEST_F(SkipAddressAnswer, IsRejectedWhenTheParserThrows) {
+TEST_F(SkipAddressAnswer, LeavesTheFlagWhenTheParserThrows) {
   EXPECT_EQ(Judge(R"({"status":"x","message":"","data":[]})"), kVerdictRejected);
   EXPECT_EQ(m_flag, kUntouched);
   EXPECT_THAT(test::TextLog("WARN"), ElementsAre(HasSubstr(R"({"status":"x")")));

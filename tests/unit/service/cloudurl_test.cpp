@@ -10,7 +10,7 @@ namespace {
 using test::SysXml;
 
 template <typename Frame>
-class AddressedFrame : public test::CloudTest {
+class CloudFrame : public test::CloudTest {
  protected:
   static Frame Address(const std::string& host) {
     Frame frame{};
@@ -20,9 +20,9 @@ class AddressedFrame : public test::CloudTest {
 };
 
 using Frames = ::testing::Types<ST_FRAME_MEMORY_UPLOAD, ST_FRAME_FILE_UPLOAD>;
-TYPED_TEST_SUITE(AddressedFrame, Frames);
+TYPED_TEST_SUITE(CloudFrame, Frames);
 
-TYPED_TEST(AddressedFrame, CarriesTheUrlTheFileTypeAndTheMethod) {
+TYPED_TEST(CloudFrame, CarriesTheUrlTheFileTypeAndTheMethod) {
   test::Load(SysXml().Cloud("port", "65535").Cloud("Dir", "/%s%n").Cloud("FileType", "%d"));
 
   const auto frame = this->Address("10.1.2.3");
@@ -32,7 +32,7 @@ TYPED_TEST(AddressedFrame, CarriesTheUrlTheFileTypeAndTheMethod) {
   EXPECT_STREQ(frame.method, "POST");
 }
 
-TYPED_TEST(AddressedFrame, HasItsUrlCutAt127Characters) {
+TYPED_TEST(CloudFrame, CutsItsUrlAt127Characters) {
   test::Load(SysXml().Cloud("port", "80").Cloud("Dir", "/" + std::string(62, 'p')));
   const std::string host(63, 'h');
 

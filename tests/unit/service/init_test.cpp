@@ -66,7 +66,7 @@ TEST_F(StartUp, TakesTheConfiguredIntervalsExceptTheHeartbeat) {
             "90,recall timeinv = -5");
 }
 
-TEST_F(StartUp, TurnsEveryWorkerOffWhenSwitchedOff) {
+TEST_F(StartUp, SwitchesEveryWorkerOff) {
   Settings().Cloud("checked", "0").Write();
 
   EXPECT_EQ(Init(&m_intervals), 0);
@@ -74,7 +74,7 @@ TEST_F(StartUp, TurnsEveryWorkerOffWhenSwitchedOff) {
   EXPECT_THAT(test::TextLog("INFO"), Contains("Brennik is Set off "));
 }
 
-TEST_F(StartUp, IsSwitchedOnByAnyByteButZero) {
+TEST_F(StartUp, SwitchesTheWorkersOnForAnyByteButZero) {
   Settings().Cloud("checked", "255").Write();
 
   EXPECT_EQ(Init(&m_intervals), 0);

@@ -96,7 +96,7 @@ TEST_F(AuthorizeAnswer, LeavesTheFlagWhenItDoesNotAuthorise) {
   }
 }
 
-TEST_F(AuthorizeAnswer, IsRejectedWhenTheParserThrows) {
+TEST_F(AuthorizeAnswer, LeavesTheFlagWhenTheParserThrows) {
   EXPECT_EQ(Judge(R"({"status":"x","message":"","data":[{"seqStatus":0}]})"), kVerdictRejected);
   EXPECT_EQ(m_flag, kUntouched);
   EXPECT_THAT(test::TextLog("WARN"), ElementsAre(HasSubstr(R"({"status":"x")")));

@@ -15,7 +15,7 @@ namespace {
 
 class ParseGuard : public test::GatewayTest {};
 
-TEST_F(ParseGuard, IsTrueForAParserThatReturnsZero) {
+TEST_F(ParseGuard, ReturnsTrueForAParserThatReturnsZero) {
   EXPECT_TRUE(ParseGuarded("{}", [] { return 0; }));
   EXPECT_FALSE(ParseGuarded("{}", [] { return -1; }));
   EXPECT_THAT(test::TextLog(), IsEmpty());

@@ -130,13 +130,13 @@ class RecallAnswer : public test::GatewayTest {
   CollectedAnswer m_answer;
 };
 
-TEST_F(RecallAnswer, IsAppendedPieceByPiece) {
+TEST_F(RecallAnswer, JoinsItsPieces) {
   EXPECT_EQ(Receive("{\"status\""), 9U);
   EXPECT_EQ(Receive(":0}\0"s), 4U);
   EXPECT_EQ(m_answer.text, "{\"status\":0}\0"s);
 }
 
-TEST_F(RecallAnswer, MayFill512Kibibytes) {
+TEST_F(RecallAnswer, Fills512Kibibytes) {
   m_answer.text.assign(kLimit - 1, ' ');
 
   EXPECT_EQ(Receive("}"), 1U);
@@ -144,7 +144,7 @@ TEST_F(RecallAnswer, MayFill512Kibibytes) {
   EXPECT_THAT(test::TextLog("WARN"), IsEmpty());
 }
 
-TEST_F(RecallAnswer, IsGivenUpBeyond512Kibibytes) {
+TEST_F(RecallAnswer, GivesUpBeyond512Kibibytes) {
   m_answer.text.assign(kLimit, ' ');
 
   EXPECT_EQ(Receive("}"), 0U);
@@ -153,7 +153,7 @@ TEST_F(RecallAnswer, IsGivenUpBeyond512Kibibytes) {
               ElementsAre("Recall answer of more than 524288 bytes refused"));
 }
 
-TEST_F(RecallAnswer, IsLoggedUpToIts64thPiece) {
+TEST_F(RecallAnswer, LogsItsFirst64Pieces) {
   for (int i = 0; i < 65; ++i) EXPECT_EQ(Receive("a"), 1U);
 
   EXPECT_EQ(m_answer.text.size(), 65U);

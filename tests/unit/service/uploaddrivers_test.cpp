@@ -135,7 +135,7 @@ TEST_F(FileType, KeepsRealDataOfAnotherTypeFromBeingSent) {
   EXPECT_THAT(test::TextLog(), IsEmpty());
 }
 
-TEST_F(FileType, IsNotLookedAtForAlarmsAndRecalls) {
+TEST_F(FileType, LeavesAlarmsAndRecallsAlone) {
   EXPECT_EQ(RequestsFor("xml", UploadAlarmDataFile), 1U);
   EXPECT_EQ(RequestsFor("xml", UploadDemandRecall), 1U);
 }
