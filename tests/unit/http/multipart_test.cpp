@@ -33,6 +33,14 @@ TEST_F(Multipart, PutsHeadFileAndClosingTogether) {
             "----WebKitFormBoundaryslLU7UmlAp48QHln--\r\n");
 }
 
+TEST_F(Multipart, TakesAFileThatHasBecomeEmpty) {
+  test::WriteFile(kFile, "");
+  MultipartBody body(7);
+
+  EXPECT_TRUE(body.Build(kFile));
+  EXPECT_EQ(body.Text().size(), kFramingBytes);
+}
+
 TEST_F(Multipart, TakesAFileThatJustFitsItsRoom) {
   const std::string content(100 + kRoomBytes - kFramingBytes, 'x');
   test::WriteFile(kFile, content);
