@@ -11,7 +11,6 @@
 namespace {
 
 constexpr std::size_t kFramingRoomBytes = 2048;
-constexpr std::size_t kClosingBytes = 64;
 
 constexpr char kHead[] =
     "----WebKitFormBoundaryslLU7UmlAp48QHln\r\n"
@@ -19,7 +18,6 @@ constexpr char kHead[] =
     "Content-Type:application/octet-stream\r\n\r\n";
 constexpr char kClosing[] = "\r\n----WebKitFormBoundaryslLU7UmlAp48QHln--\r\n";
 constexpr std::size_t kClosingLength = sizeof(kClosing) - 1;
-static_assert(kClosingLength < kClosingBytes);
 
 // Reads a file, which must be writable too, into `copy`, which has room for `room` bytes. Returns
 // its length; nothing when it cannot be read whole.
