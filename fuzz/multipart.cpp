@@ -65,7 +65,7 @@ Framing LearnFraming() {
   const NamedFile file(name, content);
   MultipartBody body(content.size());
   fuzz::Expect(body.Build(file.Path()), "a plain body is built");
-  const std::string text(body.Data(), body.Length());
+  const std::string text(body.Text());
   const std::size_t nameAt = text.find(name);
   const std::size_t nameEnd = nameAt + name.size();
   const std::size_t contentAt = text.find(content);
@@ -93,7 +93,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string whole = framing.Around(name, content);
   fuzz::Expect(isBuilt == (whole.size() <= body.Capacity()),
                "what fits is built, and nothing else");
-  fuzz::Expect(!isBuilt || std::string_view(body.Data(), body.Length()) == whole,
-               "the body is head, name, file and closing");
+  fuzz::Expect(!isBuilt || body.Text() == whole, "the body is head, name, file and closing");
   return 0;
 }

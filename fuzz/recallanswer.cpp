@@ -1,8 +1,8 @@
 // The cloud's answer to the recall check, received in pieces. The first byte of the input is the
 // size of a piece less one, the rest is the answer.
 #include "parsememory/parsememory.h"
-#include "service/answerguard.h"
 #include "service/cloudlink.h"
+#include "service/parseguard.h"
 #include "support/world.h"
 
 namespace {

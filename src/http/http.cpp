@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "http/multipart.h"
 #include "log/log.h"
@@ -18,15 +19,13 @@
 
 namespace {
 
-constexpr std::uint32_t kDone = 0;
-constexpr auto kFailed = static_cast<std::uint32_t>(-1);
 constexpr long kMemoryTimeoutSeconds = 30;
 constexpr long kFileTimeoutSeconds = 90;
 constexpr off_t kFileLimitBytes = 40960;  // files of this size and more are not sent
-// libcurl keeps every header and every trailer of a transfer, at ten times its length and more.
+// libcurl keeps every header and trailer of a transfer in ten times its length and more.
 constexpr std::size_t kMostHeaderBytes = 64U << 10;
 
-// The boundary in a JSON content type is deliberate: the same as that of the file uploads.
+// The JSON content type carries the boundary of the file uploads, deliberately.
 constexpr char kJsonContentType[] =
     "Content-Type:application/json; charset=UTF-8;boundary=--WebKitFormBoundaryslLU7UmlAp48QHln";
 constexpr char kFileContentType[] =
@@ -46,8 +45,8 @@ struct Outcome {
   bool Succeeded() const { return httpStatus == 200 || httpStatus == 201; }
 };
 
-// libcurl's header callback: the lines of every head, and the trailers behind a chunked body.
-// Another number than the line's bytes ends the transfer.
+// libcurl's header callback, called for the lines of every head and for the trailers after a
+// chunked body. Another number than the line's bytes ends the transfer.
 std::size_t CountHeaderLine(char* /*line*/, std::size_t size, std::size_t count,
                             void* headerBytes) noexcept {
   auto* soFar = static_cast<std::size_t*>(headerBytes);
@@ -92,9 +91,9 @@ class Request {
     if (read != nullptr) Set(CURLOPT_READFUNCTION, read);
   }
 
-  void SetBody(const char* body, std::size_t length) {
-    Set(CURLOPT_POSTFIELDS, body);
-    Set(CURLOPT_POSTFIELDSIZE, static_cast<long>(length));
+  void SetBody(std::string_view body) {
+    Set(CURLOPT_POSTFIELDS, body.data());
+    Set(CURLOPT_POSTFIELDSIZE, static_cast<long>(body.size()));
   }
 
   Outcome Perform() {
@@ -111,9 +110,10 @@ class Request {
   std::size_t m_headerBytes = 0;  // received so far
 };
 
-std::uint32_t PostMemory(const ST_FRAME_MEMORY_UPLOAD& frame, void* answerData) {
+// True when the server answered with status 200 or 201.
+bool PostMemory(const ST_FRAME_MEMORY_UPLOAD& frame, void* answerData) {
   Request request(frame.url);
-  if (!request) return kFailed;
+  if (!request) return false;
   request.SetHeaders({
       "Connection: Keep-Alive",
       "Accept: application/json,text/javascript, */*; q=0.01",
@@ -124,19 +124,18 @@ std::uint32_t PostMemory(const ST_FRAME_MEMORY_UPLOAD& frame, void* answerData) 
   request.Set(CURLOPT_TIMEOUT, kMemoryTimeoutSeconds);
   request.Set(CURLOPT_NOSIGNAL, 1L);
   request.SetCallbacks(frame.answerCallback, answerData, frame.readCallback);
-  request.SetBody(frame.body, frame.bodyLength);
+  request.SetBody({frame.body, frame.bodyLength});
 
   const Outcome outcome = request.Perform();
-  if (outcome.Succeeded()) return kDone;
+  if (outcome.Succeeded()) return true;
   log_Text(WARN, "curl_easy_perform() failed when post: %s,httpcode =%ld",
            curl_easy_strerror(outcome.code), outcome.httpStatus);
-  return kFailed;
+  return false;
 }
 
-std::uint32_t SendBody(const ST_FRAME_FILE_UPLOAD& frame, void* answerData,
-                       const MultipartBody& body) {
+bool SendBody(ST_FRAME_FILE_UPLOAD& frame, std::string_view body) {
   Request request(frame.url);
-  if (!request) return kFailed;
+  if (!request) return false;
   const std::string name(util::BaseName(frame.filePath));
   log_Text(INFO, "start Send file %s to %s", name.c_str(), frame.url);
   request.SetHeaders({
@@ -149,36 +148,54 @@ std::uint32_t SendBody(const ST_FRAME_FILE_UPLOAD& frame, void* answerData,
   request.Set(CURLOPT_TIMEOUT, kFileTimeoutSeconds);
   request.Set(CURLOPT_NOSIGNAL, 1L);
   request.Set(CURLOPT_POST, 1L);
-  request.SetCallbacks(frame.answerCallback, answerData, frame.readCallback);
-  request.SetBody(body.Data(), body.Length());
+  request.SetCallbacks(frame.answerCallback, &frame.successFlag, frame.readCallback);
+  request.SetBody(body);
 
   const Outcome outcome = request.Perform();
   if (outcome.Succeeded()) {
     log_Text(INFO, "Send file %s finish", frame.filePath);
-    return kDone;
+    return true;
   }
   log_Text(WARN, "send file %s failed: %s,httpcode =%ld", frame.filePath,
            curl_easy_strerror(outcome.code), outcome.httpStatus);
-  return kFailed;
+  return false;
 }
 
-// The size of a file that is worth sending; nothing, with a WARN line, for one that is judged sent.
-std::optional<std::size_t> SizeToSend(const char* path) {
-  if (access(path, F_OK) != 0) {
-    log_Text(WARN, "Can not find File %s when send files,judge it send OK", path);
+// The size of a file that is worth sending; nothing, with a WARN line, when it is judged sent.
+std::optional<std::size_t> SizeToSend(const std::string& path) {
+  if (access(path.c_str(), F_OK) != 0) {
+    log_Text(WARN, "Can not find File %s when send files,judge it send OK", path.c_str());
     return std::nullopt;
   }
-  // 0 also stands for a file that cannot be examined.
-  const off_t size = util::FileSize(path);
+  const off_t size = util::FileSize(path.c_str());  // 0 also when it cannot be examined
   if (size == 0 || size >= kFileLimitBytes) {
-    log_Text(WARN, "file %s size is 0 ,error,do not send it,judge it send OK", path);
-    if (size != 0) {  // the line above is not true of it
-      log_Text(WARN, "file %s has %lld bytes,the largest that is sent has %lld", path,
+    log_Text(WARN, "file %s size is 0 ,error,do not send it,judge it send OK", path.c_str());
+    if (size != 0) {  // the line above gives a wrong reason
+      log_Text(WARN, "file %s has %lld bytes,the largest that is sent has %lld", path.c_str(),
                static_cast<long long>(size), static_cast<long long>(kFileLimitBytes) - 1);
     }
     return std::nullopt;
   }
   return static_cast<std::size_t>(size);
+}
+
+// True when the server took the file, or when the file is judged sent.
+bool SendFile(ST_FRAME_FILE_UPLOAD& frame) {
+  const auto size = SizeToSend(frame.filePath);
+  if (!size) {
+    frame.successFlag = 1;
+    return true;
+  }
+  MultipartBody body(*size);
+  if (!body) {
+    log_Text(WARN, "calloc size %d buff error", static_cast<int>(body.Capacity()));
+    return false;
+  }
+  return body.Build(frame.filePath) && SendBody(frame, body.Text());
+}
+
+std::uint32_t Result(bool succeeded) {
+  return succeeded ? 0 : static_cast<std::uint32_t>(-1);
 }
 
 }  // namespace
@@ -192,26 +209,15 @@ CHttp::~CHttp() {
 }
 
 std::uint32_t CHttp::POST_MemoryData(ST_FRAME_MEMORY_UPLOAD* frame) {
-  return PostMemory(*frame, &frame->successFlag);
+  return Result(PostMemory(*frame, &frame->successFlag));
 }
 
 std::uint32_t CHttp::POST_MemoryData_WithExtraArgs(ST_FRAME_MEMORY_UPLOAD* frame) {
-  return PostMemory(*frame, frame->callbackData);
+  return Result(PostMemory(*frame, frame->callbackData));
 }
 
 std::uint32_t CHttp::UploadFile(ST_FRAME_FILE_UPLOAD* frame) {
-  const auto size = SizeToSend(frame->filePath);
-  if (!size) {
-    frame->successFlag = 1;
-    return kDone;
-  }
-  MultipartBody body(*size);
-  if (!body) {
-    log_Text(WARN, "calloc size %d buff error", static_cast<int>(body.Capacity()));
-    return kFailed;
-  }
-  if (!body.Build(frame->filePath)) return kFailed;
-  return SendBody(*frame, &frame->successFlag, body);
+  return Result(SendFile(*frame));
 }
 
 std::int32_t CHttp::ReadJsonDataFile(const char* path, char* buf, int max) {

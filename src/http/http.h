@@ -7,13 +7,13 @@
 #include "http/frames.h"
 #include "util/mutex.h"
 
-// What it is for: every exchange with the cloud, over libcurl's easy interface.
-// Threads: any, at the same time; calls share nothing. It never retries.
-// Owns: libcurl's global state; one easy handle a call, for that call only.
+// Every exchange with the cloud, over libcurl's easy interface. Any thread may call it, several at
+// the same time: each call has an easy handle of its own. It holds libcurl's global state and never
+// retries.
 //
 // Results are 0 for success and -1, as an unsigned number, for failure. An answer with more than
-// 64 KiB of headers and trailers is broken off there, with a WARN line; as for every transfer that
-// breaks off, the HTTP status decides the result.
+// 64 KiB of headers and trailers is broken off there, with a WARN line; the HTTP status decides the
+// result, as for every transfer that breaks off.
 class CHttp {
  public:
   CHttp();
@@ -21,17 +21,18 @@ class CHttp {
   CHttp(const CHttp&) = delete;
   CHttp& operator=(const CHttp&) = delete;
 
-  // Posts the frame's body; whole transfer within 30 s. 0 when the server answered with HTTP status
-  // 200 or 201, whatever the answer callback made of it; -1, with a WARN line, otherwise. The
-  // answer callback receives the address of the frame's success flag.
+  // Posts the frame's body; the whole transfer may last 30 s. 0 when the server answered with HTTP
+  // status 200 or 201, whatever the answer callback made of it; -1, with a WARN line, otherwise.
+  // The answer callback receives the address of the frame's success flag.
   std::uint32_t POST_MemoryData(ST_FRAME_MEMORY_UPLOAD* frame);
   // The same, but the answer callback receives the frame's callback data.
   std::uint32_t POST_MemoryData_WithExtraArgs(ST_FRAME_MEMORY_UPLOAD* frame);
 
-  // Sends a file of 1 to 40,959 bytes as the form field "licence"; whole transfer within 90 s. A
-  // file that is missing, empty or larger is judged sent: success flag 1, result 0, a WARN line,
-  // for a larger one two. 0 for status 200 or 201, -1 otherwise and for a file that cannot be
-  // opened for reading and writing or be read. Callers go by the success flag, not by this result.
+  // Sends a file of 1 to 40,959 bytes as the form field "licence"; the whole transfer may last
+  // 90 s. A missing, empty or larger file is judged sent: success flag 1, result 0, a WARN line
+  // (two for a larger one). Otherwise 0 for status 200 or 201, and -1 for any other status and for
+  // a file that cannot be opened for reading and writing, or not be read. Callers go by the success
+  // flag, not by this result.
   std::uint32_t UploadFile(ST_FRAME_FILE_UPLOAD* frame);
 
   // Reads up to `max` bytes of a file into `buf`, without a terminator. Returns their number; -1

@@ -11,7 +11,6 @@
 namespace {
 
 constexpr std::size_t kFramingRoomBytes = 2048;
-constexpr std::size_t kClosingBytes = 64;
 
 constexpr char kHead[] =
     "----WebKitFormBoundaryslLU7UmlAp48QHln\r\n"
@@ -19,14 +18,13 @@ constexpr char kHead[] =
     "Content-Type:application/octet-stream\r\n\r\n";
 constexpr char kClosing[] = "\r\n----WebKitFormBoundaryslLU7UmlAp48QHln--\r\n";
 constexpr std::size_t kClosingLength = sizeof(kClosing) - 1;
-static_assert(kClosingLength < kClosingBytes);
 
-// Reads the whole file into `copy`, which has room for `room` bytes. Its length, or nothing.
-std::optional<std::size_t> ReadWhole(const char* path, char* copy, std::size_t room) {
-  // The file must be writable as well as readable.
-  const util::File file(std::fopen(path, "rb+"));
+// Reads a file, which must be writable too, into `copy`, which has room for `room` bytes. Returns
+// its length; nothing when it cannot be read whole.
+std::optional<std::size_t> ReadWhole(const std::string& path, char* copy, std::size_t room) {
+  const util::File file(std::fopen(path.c_str(), "rb+"));
   if (!file) {
-    log_Text(WARN, "can not open file %s\n", path);
+    log_Text(WARN, "can not open file %s\n", path.c_str());
     return std::nullopt;
   }
   std::fseek(file.get(), 0, SEEK_END);
@@ -45,12 +43,12 @@ MultipartBody::MultipartBody(std::size_t fileBytes)
       m_body(util::MakeZeroed<char>(m_capacity)),
       m_copy(util::MakeZeroed<char>(m_capacity)) {}
 
-bool MultipartBody::Build(const char* path) {
+bool MultipartBody::Build(const std::string& path) {
   const std::string name(util::BaseName(path));
   util::PrintText(m_body.get(), m_capacity - 1, kHead, name.c_str());
   m_length = std::strlen(m_body.get());
 
-  // What the framing leaves of its room is there for a file that has grown meanwhile.
+  // A file that has grown meanwhile may use what the framing leaves of its room.
   const std::size_t room = m_capacity - m_length - kClosingLength;
   const auto fileLength = ReadWhole(path, m_copy.get(), room);
   if (!fileLength) return false;

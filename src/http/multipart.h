@@ -2,11 +2,13 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
+#include <string_view>
 
 #include "util/file.h"
 
-// What it is for: the body of one file upload. Threads: the one that builds it.
-// Owns: the file's copy and the body, each with room for the file and 2,048 bytes more.
+// The body of one file upload, for the thread that builds it. It holds a copy of the file and the
+// body itself, each with room for the file and 2,048 bytes more.
 class MultipartBody {
  public:
   // Room for a file of `fileBytes` bytes.
@@ -15,12 +17,11 @@ class MultipartBody {
   // False when there is no memory.
   explicit operator bool() const { return m_copy && m_body; }
   std::size_t Capacity() const { return m_capacity; }
-  // Reads the file and puts the body together. False, with a WARN line when it cannot be opened for
-  // reading and writing, when the file cannot be read whole or has outgrown the room.
-  bool Build(const char* path);
+  // Reads the file and puts the body together. False when the file cannot be opened for reading and
+  // writing (with a WARN line), cannot be read whole, or has outgrown the room.
+  bool Build(const std::string& path);
 
-  const char* Data() const { return m_body.get(); }
-  std::size_t Length() const { return m_length; }
+  std::string_view Text() const { return {m_body.get(), m_length}; }
 
  private:
   std::size_t m_capacity;

@@ -4,28 +4,48 @@
 
 #include "config/snset.h"
 #include "config/sysset.h"
+#include "http/answercallback.h"
 #include "http/http.h"
 #include "log/log.h"
 #include "packmemory/packmemory.h"
 #include "parsememory/parsememory.h"
-#include "service/answerguard.h"
 #include "service/cloudurl.h"
+#include "service/parseguard.h"
 
 namespace {
 
 constexpr std::int32_t kNotAuthorised = -1;  // an answer with an empty "data" does not authorise
 
-// A cloud gone mad must not fill the memory: neither with its answer, nor with the log of its
-// pieces. An order of 400 points has 40 KB.
+// A faulty cloud must fill the memory neither with its answer nor with the log of its pieces. An
+// order of 400 points has 40 KB.
 constexpr std::size_t kLargestAnswerBytes = 512U << 10;
 constexpr int kLoggedPieces = 64;
+
+bool Authorises(const std::string& answer) {
+  ST_AUTH_ACK ack{};
+  ack.seqStatus = kNotAuthorised;
+  const bool parsed = ParseGuarded(answer, [&] {
+    return GetCParseMemoryInstance().ParseAuthorizeInfoFromMemory(
+        answer.c_str(), static_cast<int>(answer.size()), &ack);
+  });
+  return parsed && ack.seqStatus == 0;
+}
+
+// Redirects data traffic as the answer says. False when the answer cannot be parsed.
+bool FollowRedirects(const std::string& answer) {
+  ST_SKIP_ADDRESS_ACK ack{};
+  return ParseGuarded(answer, [&] {
+    return GetCParseMemoryInstance().ParseSkipAddressFromMemory(
+        answer.c_str(), static_cast<int>(answer.size()), &ack);
+  });
+}
 
 }  // namespace
 
 int HTTP_POST_AUTHORIZE_INFO() {
   ST_FRAME_MEMORY_UPLOAD frame{};
   // Deliberately the configured address, never one that the cloud has redirected to.
-  cloud::Address(&frame, GetCSysSetInstance().GetCloudConfigAttr()->cloudip, cloud::kAuthorize);
+  AddressFrame(frame, GetCSysSetInstance().GetCloudConfigAttr()->cloudip, kAuthorizeEndpoint);
   frame.bodyLength = static_cast<std::uint16_t>(
       GetCPackMemoryInstance().CreateAuthorizeMemory(frame.body, sizeof(frame.body)));
   frame.answerCallback = OnAuthorizeAnswer;
@@ -44,8 +64,8 @@ int PrePost() {
 
 int HTTP_POST_SKIP_ADDRESS_INFO() {
   ST_FRAME_MEMORY_UPLOAD frame{};
-  // The way back from a redirect, too, leads over the configured address.
-  cloud::Address(&frame, GetCSysSetInstance().GetCloudConfigAttr()->cloudip, cloud::kSkipAddress);
+  // A redirect, too, is taken back at the configured address.
+  AddressFrame(frame, GetCSysSetInstance().GetCloudConfigAttr()->cloudip, kSkipAddressEndpoint);
   frame.answerCallback = OnSkipAddressAnswer;
   return static_cast<int>(GetCHttpInstance().POST_MemoryData(&frame));
 }
@@ -57,61 +77,51 @@ int SyncHeartBeat() {
 
 int CheckDemandRecall(ST_CHECKCALL_ACK* answer) {
   ST_FRAME_MEMORY_UPLOAD frame{};
-  cloud::Address(&frame, GetCSysSetInstance().GetRealIpAddress(), cloud::kDataIfRecall);
+  AddressFrame(frame, GetCSysSetInstance().GetRealIpAddress(), kRecallCheckEndpoint);
   frame.bodyLength = static_cast<std::uint16_t>(
       GetCPackMemoryInstance().CreateRecallMemory(frame.body, sizeof(frame.body)));
   CollectedAnswer collected;
   frame.answerCallback = OnRecallCheckAnswer;
   frame.callbackData = &collected;
   if (GetCHttpInstance().POST_MemoryData_WithExtraArgs(&frame) != 0) return -1;
-  return ParseGuarded(collected.text, [&] {
+  const bool parsed = ParseGuarded(collected.text, [&] {
     return GetCParseMemoryInstance().ParseRecallFromMemory(GetCsnSetInstance().GetSn(),
                                                            &collected.text, answer);
   });
+  return parsed ? 0 : -1;
 }
 
 std::size_t OnAuthorizeAnswer(char* text, std::size_t size, std::size_t count,
                               void* successFlag) noexcept {
-  const std::string answer = ReceivedText(text, size, count);
+  const std::string answer = CopyReceived(text, size, count);
   log_Text(INFO, "Auth Receive Response:\n%s", answer.c_str());
-  ST_AUTH_ACK ack{};
-  ack.seqStatus = kNotAuthorised;
-  const int parsed = ParseGuarded(answer, [&] {
-    return GetCParseMemoryInstance().ParseAuthorizeInfoFromMemory(
-        answer.c_str(), static_cast<int>(answer.size()), &ack);
-  });
-  if (parsed == -1 || ack.seqStatus != 0) return kVerdictRejected;
+  if (!Authorises(answer)) return kVerdictRejected;
   SetSuccessFlag(successFlag, 1);
   return kVerdictAccepted;
 }
 
 std::size_t OnSkipAddressAnswer(char* text, std::size_t size, std::size_t count,
                                 void* successFlag) noexcept {
-  const std::string answer = ReceivedText(text, size, count);
+  const std::string answer = CopyReceived(text, size, count);
   log_Text(INFO, "Skip Address Receive Response:\n%s", answer.c_str());
-  ST_SKIP_ADDRESS_ACK ack{};
-  const int parsed = ParseGuarded(answer, [&] {
-    return GetCParseMemoryInstance().ParseSkipAddressFromMemory(
-        answer.c_str(), static_cast<int>(answer.size()), &ack);
-  });
-  if (parsed == -1) return kVerdictRejected;
+  if (!FollowRedirects(answer)) return kVerdictRejected;
   SetSuccessFlag(successFlag, 1);
   return kVerdictAccepted;
 }
 
 std::size_t OnRecallCheckAnswer(char* text, std::size_t size, std::size_t count,
                                 void* answer) noexcept {
-  auto* whole = static_cast<CollectedAnswer*>(answer);
-  const std::string piece = ReceivedText(text, size, count);
-  if (whole->loggedPieces < kLoggedPieces) {
+  auto& whole = *static_cast<CollectedAnswer*>(answer);
+  const std::string piece = CopyReceived(text, size, count);
+  if (whole.loggedPieces < kLoggedPieces) {
     log_Text(INFO, "Recall Receive Response:\n%s", piece.c_str());
-    ++whole->loggedPieces;
+    ++whole.loggedPieces;
   }
-  if (whole->text.size() + piece.size() > kLargestAnswerBytes) {
+  if (whole.text.size() + piece.size() > kLargestAnswerBytes) {
     log_Text(WARN, "Recall answer of more than %zu bytes refused", kLargestAnswerBytes);
-    whole->text.clear();  // what has come so far may be a whole document, and the status 200
+    whole.text.clear();  // the pieces so far may be a whole document, and the status 200
     return 0;
   }
-  whole->text += piece;
+  whole.text += piece;
   return piece.size();
 }

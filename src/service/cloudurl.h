@@ -1,20 +1,18 @@
 // The cloud's endpoints and the URLs that lead there.
 #pragma once
 
+#include <string_view>
+
 #include "http/frames.h"
 
-namespace cloud {
+inline constexpr char kAuthorizeEndpoint[] = "/eqpapi/EqpAuthorize";
+inline constexpr char kSkipAddressEndpoint[] = "/eqpapi/EqpSkipAddress";
+inline constexpr char kRecallCheckEndpoint[] = "/eqpapi/EqpDataIfRecall";
+inline constexpr char kRealDataEndpoint[] = "/eqpapi/EqpUploadDataInfo";
+inline constexpr char kAlarmDataEndpoint[] = "/eqpapi/EqpUploadAlarmDataInfo";
+inline constexpr char kRecallDataEndpoint[] = "/eqpapi/EqpDataRecall";
 
-inline constexpr char kAuthorize[] = "/eqpapi/EqpAuthorize";
-inline constexpr char kSkipAddress[] = "/eqpapi/EqpSkipAddress";
-inline constexpr char kDataIfRecall[] = "/eqpapi/EqpDataIfRecall";
-inline constexpr char kUploadRealData[] = "/eqpapi/EqpUploadDataInfo";
-inline constexpr char kUploadAlarmData[] = "/eqpapi/EqpUploadAlarmDataInfo";
-inline constexpr char kUploadRecallData[] = "/eqpapi/EqpDataRecall";
-
-// Fills what the frames have in common: the URL "http://host:port<prefix><endpoint>", cut at 127
-// characters, the configured file type and the method. The frame must be zeroed before.
-void Address(ST_FRAME_MEMORY_UPLOAD* frame, const char* host, const char* endpoint);
-void Address(ST_FRAME_FILE_UPLOAD* frame, const char* host, const char* endpoint);
-
-}  // namespace cloud
+// Fills what all requests have in common into a zeroed frame: the configured file type, the method,
+// and the URL "http://host:port<prefix><endpoint>", cut at 127 characters.
+void AddressFrame(ST_FRAME_MEMORY_UPLOAD& frame, std::string_view host, std::string_view endpoint);
+void AddressFrame(ST_FRAME_FILE_UPLOAD& frame, std::string_view host, std::string_view endpoint);

@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr std::int32_t kHeartBeatSeconds =
-    600;  // deliberate: the configured HeartInterval is ignored
+// Deliberately fixed: the configured HeartInterval is ignored.
+constexpr std::int32_t kHeartBeatSeconds = 600;
 constexpr Interval_Info kAllOff{-1, -1, -1, -1, -1};
 
 Interval_Info IntervalsFrom(const ST_CLOUDSERVER_CONFIG_ATTR& config) {

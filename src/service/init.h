@@ -3,7 +3,7 @@
 
 #include "config/sysrecords.h"
 
-// Reads the three configuration files and fills the intervals: -1 each when the service is switched
-// off. Returns 0; -1, with an ERROR line, for a null pointer or a file that cannot be parsed. On
-// the main thread, before any worker starts.
+// Reads the three configuration files and fills the intervals, each with -1 when the service is
+// switched off. Returns 0; -1, with an ERROR line, for a null pointer or a file that cannot be
+// parsed. Called on the main thread, before any worker starts.
 int Init(Interval_Info* intervals);

@@ -5,34 +5,44 @@
 #include <string_view>
 
 #include "config/sysset.h"
+#include "http/answercallback.h"
 #include "http/http.h"
 #include "log/log.h"
 #include "packfile/packfile.h"
 #include "parsememory/parsememory.h"
-#include "service/answerguard.h"
 #include "service/cloudurl.h"
+#include "service/parseguard.h"
 #include "util/text.h"
 
 namespace {
 
-ST_FRAME_FILE_UPLOAD FileFrame(const char* path, const char* endpoint) {
+ST_FRAME_FILE_UPLOAD MakeFrame(std::string_view path, std::string_view endpoint) {
   ST_FRAME_FILE_UPLOAD frame{};
-  cloud::Address(&frame, GetCSysSetInstance().GetRealIpAddress(), endpoint);
+  AddressFrame(frame, GetCSysSetInstance().GetRealIpAddress(), endpoint);
   util::CopyText(frame.filePath, path);
   frame.answerCallback = OnUploadFileAnswer;
   return frame;
 }
 
-// The transfer's own result is not consulted: only the answer's verdict counts.
+// Only the verdict on the answer counts, not the transfer's own result.
 bool Send(ST_FRAME_FILE_UPLOAD& frame) {
   GetCHttpInstance().UploadFile(&frame);
   return frame.successFlag != 0;
 }
 
-// One JSON document by its braces; an answer that arrives in pieces is not.
+// Whether the text is one JSON document by its braces. The first piece of an answer is not.
 bool HasBalancedBraces(std::string_view text) {
   const auto opened = std::count(text.begin(), text.end(), '{');
   return opened > 0 && opened == std::count(text.begin(), text.end(), '}');
+}
+
+bool Accepts(const std::string& answer) {
+  ST_UPLOAD_FILE_ACK ack{};
+  const bool parsed = ParseGuarded(answer, [&] {
+    return GetCParseMemoryInstance().ParseUploadFileFromMemory(
+        answer.c_str(), static_cast<int>(answer.size()), &ack);
+  });
+  return parsed && ack.status == 0;
 }
 
 }  // namespace
@@ -52,10 +62,10 @@ int CreateRecallDataFile(const ST_CHECKCALL_ACK* order, const char* dir, std::st
 }
 
 int UploadRealDataFile(const char* path) {
-  const ST_CLOUDSERVER_CONFIG_ATTR* config = GetCSysSetInstance().GetCloudConfigAttr();
-  if (strcasestr(path, config->filetype) == nullptr) return 0;
+  const char* fileType = GetCSysSetInstance().GetCloudConfigAttr()->filetype;
+  if (strcasestr(path, fileType) == nullptr) return 0;
 
-  ST_FRAME_FILE_UPLOAD frame = FileFrame(path, cloud::kUploadRealData);
+  ST_FRAME_FILE_UPLOAD frame = MakeFrame(path, kRealDataEndpoint);
   log_Text(INFO, "start Send realdata %s to %s \n", path, frame.url);
   if (Send(frame)) {
     log_Text(INFO, "Send realdata %s to %s successfully\n", path, frame.url);
@@ -65,9 +75,9 @@ int UploadRealDataFile(const char* path) {
   return -1;
 }
 
-// The start line says "alarmdata", the other two "Alarmdata".
+// The start line says "alarmdata", the other two say "Alarmdata".
 int UploadAlarmDataFile(const char* path) {
-  ST_FRAME_FILE_UPLOAD frame = FileFrame(path, cloud::kUploadAlarmData);
+  ST_FRAME_FILE_UPLOAD frame = MakeFrame(path, kAlarmDataEndpoint);
   log_Text(INFO, "start Send alarmdata %s to %s \n", path, frame.url);
   if (Send(frame)) {
     log_Text(INFO, "Send Alarmdata %s to %s successfully\n", path, frame.url);
@@ -78,7 +88,7 @@ int UploadAlarmDataFile(const char* path) {
 }
 
 int UploadDemandRecall(const char* path) {
-  ST_FRAME_FILE_UPLOAD frame = FileFrame(path, cloud::kUploadRecallData);
+  ST_FRAME_FILE_UPLOAD frame = MakeFrame(path, kRecallDataEndpoint);
   log_Text(INFO, "start Send Recalldata %s to %s \n", path, frame.url);
   if (Send(frame)) {
     log_Text(INFO, "Send Recalldata %s to %s successfully\n", path, frame.url);
@@ -98,18 +108,13 @@ char* getlastname(const char* path, char* out) {
 std::size_t OnUploadFileAnswer(char* text, std::size_t size, std::size_t count,
                                void* successFlag) noexcept {
   if (text == nullptr) return kVerdictRejected;
-  const std::string answer = ReceivedText(text, size, count);
+  const std::string answer = CopyReceived(text, size, count);
   log_Text(INFO, "UPloadFile recv message:%s", answer.c_str());
   if (answer.find("status") == std::string::npos || !HasBalancedBraces(answer)) {
     log_Text(WARN, "UPloadFile recv error format message:%s", answer.c_str());
     return kVerdictRejected;
   }
-  ST_UPLOAD_FILE_ACK ack{};
-  const int parsed = ParseGuarded(answer, [&] {
-    return GetCParseMemoryInstance().ParseUploadFileFromMemory(
-        answer.c_str(), static_cast<int>(answer.size()), &ack);
-  });
-  const bool accepted = parsed != -1 && ack.status == 0;
+  const bool accepted = Accepts(answer);
   SetSuccessFlag(successFlag, accepted ? 1 : 0);
   return accepted ? kVerdictAccepted : kVerdictRejected;
 }

@@ -14,7 +14,7 @@ build() {
 use_release_service() {
   cmake --preset release -DBRENNIK_TESTS=OFF -DBRENNIK_BENCH=OFF -B build/faults --log-level=WARNING >/dev/null
   cmake --build build/faults --parallel "$(nproc)" --target brennik >/dev/null
-  export BRENNIK_SERVICE=$PWD/build/faults/src/service/brennik
+  export BRENNIK_SERVICE=$PWD/build/faults/src/main/brennik
 }
 
 # run_long_life NAME SUITE: runs the tests of a suite of long_lives. Leaves the line with the figures,

@@ -12,71 +12,32 @@
 
 namespace test {
 
-// What the answer callbacks of this thread have received since the test began.
-struct Received {
-  std::string bytes;
-  std::vector<std::size_t> parts;  // sizes, call by call
-  void* userdata = nullptr;
-};
-Received& Answer();
+inline constexpr std::uint32_t kDone = 0;
+inline constexpr auto kFailed = static_cast<std::uint32_t>(-1);
+inline constexpr std::int32_t kUntouched = 7;  // what a success flag holds that nobody has set
+inline constexpr char kLogin[] = R"({"sn":"S1","applyType":0})";
 
-// Answer callbacks: one takes every byte, one claims to have taken none, as a verdict of 0 does.
-std::size_t TakeAnswer(char* data, std::size_t size, std::size_t count, void* userdata);
-std::size_t RejectAnswer(char* data, std::size_t size, std::size_t count, void* userdata);
-// A read callback that has nothing to say.
-std::size_t ReadNothing(char* buffer, std::size_t size, std::size_t count, void* userdata);
-
-// Frames that are ready to go, with TakeAnswer as the answer callback.
-ST_FRAME_MEMORY_UPLOAD MemoryFrame(const std::string& url, std::string_view body);
-ST_FRAME_FILE_UPLOAD FileFrame(const std::string& url, const std::string& path);
-
-// A port on the loopback at which nobody listens.
-std::uint16_t ClosedPort();
-
-// What it is for: every test of the client. Before each nothing is received and no option set.
+// Tests of the client against a server. Before each test nothing is received and no option set.
 class HttpTest : public GatewayTest {
  protected:
   void SetUp() override;
+
+  // Frames to the server's path "/e", with TakeAnswer as the answer callback.
+  ST_FRAME_MEMORY_UPLOAD MemoryFrame(std::string_view body = kLogin) const;
+  ST_FRAME_FILE_UPLOAD FileFrame(const std::string& path) const;
+  // Posts kLogin to the server.
+  std::uint32_t Post(AnswerCallback callback = TakeAnswer) const;
+
+  // Answer callbacks: one takes every byte, one claims to have taken none, as a verdict of 0 does.
+  static std::size_t TakeAnswer(char* data, std::size_t size, std::size_t count, void* userdata);
+  static std::size_t RejectAnswer(char* data, std::size_t size, std::size_t count, void* userdata);
+  // A read callback, which libcurl does not call for a body that is in memory.
+  static std::size_t ReadNothing(char* buffer, std::size_t size, std::size_t count, void* userdata);
+
+  // What the answer callbacks of this thread have received.
+  static std::string& Answer();
+
+  RawServer m_server;
 };
-
-// The two ways to post from memory.
-struct PostVariant {
-  const char* name;
-  std::uint32_t (CHttp::*post)(ST_FRAME_MEMORY_UPLOAD*);
-  bool handsOverCallbackData;  // else the address of the success flag
-
-  std::uint32_t operator()(ST_FRAME_MEMORY_UPLOAD& frame) const {
-    return (GetCHttpInstance().*post)(&frame);
-  }
-  void* AnswerData(ST_FRAME_MEMORY_UPLOAD& frame) const {
-    return handsOverCallbackData ? frame.callbackData : &frame.successFlag;
-  }
-};
-inline constexpr PostVariant kPlainPost{"Plain", &CHttp::POST_MemoryData, false};
-inline constexpr PostVariant kPostWithData{"WithExtraArgs", &CHttp::POST_MemoryData_WithExtraArgs,
-                                           true};
-
-void PrintTo(const PostVariant& variant, std::ostream* out);
-
-inline constexpr std::uint32_t kDone = 0;
-inline constexpr auto kFailed = static_cast<std::uint32_t>(-1);
-
-// An answer that fails on its way, and what the log says about it.
-struct Trouble {
-  const char* name;
-  RawServer::Pieces answer;
-  const char* words;  // libcurl's
-  int httpStatus;
-};
-std::vector<Trouble> Troubles();
-void PrintTo(const Trouble& trouble, std::ostream* out);
-
-// What a whole answer with an HTTP status amounts to.
-struct StatusVerdict {
-  int status;
-  std::uint32_t result;
-};
-std::vector<StatusVerdict> StatusVerdicts();
-void PrintTo(const StatusVerdict& verdict, std::ostream* out);
 
 }  // namespace test

@@ -1,251 +1,177 @@
-// File uploads: what goes out, and what the answer amounts to.
+// File uploads.
 #include <gmock/gmock.h>
 
+#include <filesystem>
+
+#include "exchange.h"
+#include "support/faults.h"
 #include "support/logs.h"
-#include "upload.h"
+#include "taps.h"
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::SizeIs;
 
 namespace {
 
-using test::Function;
 using test::HttpAnswer;
-using test::kFile;
-using test::kName;
+using test::kDone;
+using test::kFailed;
 using test::kUntouched;
 using test::LogRecord;
-using test::Multipart;
-using test::Number;
-using test::Pointer;
+using test::Option;
 using test::WriteFile;
 
-class Upload : public test::Upload {};
+constexpr char kFile[] = "/media/mmcblk0p1/data/S1.tar.gz";
+constexpr std::size_t kLargestFile = 40959;
 
-TEST_F(Upload, GoesOutByteForByte) {
+class HttpUpload : public test::HttpTest {
+ protected:
+  // Uploads the file with m_frame.
+  std::uint32_t Upload(const std::string& path = kFile) {
+    m_frame = FileFrame(path);
+    return GetCHttpInstance().UploadFile(&m_frame);
+  }
+  // Fails, leaves the success flag and sends nothing.
+  void ExpectFailure(const std::string& path = kFile) {
+    EXPECT_EQ(Upload(path), kFailed);
+    EXPECT_EQ(m_frame.successFlag, kUntouched);
+    EXPECT_THAT(m_server.Requests(), IsEmpty());
+  }
+  // Reports success without sending anything.
+  void ExpectJudgedSent(const std::string& path = kFile) {
+    EXPECT_EQ(Upload(path), kDone);
+    EXPECT_EQ(m_frame.successFlag, 1);
+    EXPECT_THAT(m_server.Requests(), IsEmpty());
+  }
+
+  ST_FRAME_FILE_UPLOAD m_frame{};
+};
+
+TEST_F(HttpUpload, SendsTheseHeaders) {
   WriteFile(kFile, "archive");
-  auto frame = Frame();
 
-  Send(frame);
+  Upload();
 
-  const auto requests = m_server.Requests();
-  ASSERT_THAT(requests, SizeIs(1));
-  EXPECT_EQ(requests[0].head,
-            "POST /eqpapi/EqpUploadDataInfo HTTP/1.1\r\n"
-            "Host: 127.0.0.1:" +
-                std::to_string(m_server.Port()) +
-                "\r\n"
-                "Connection: Keep-Alive\r\n"
-                "Accept: */*; q=0.01\r\n"
-                "Accept-Encoding: gzip, deflate,sdch\r\n"
-                "Accept-Language: zh-CN,zh;q=0.8\r\n"
-                "Content-Type:multipart/form-data;charset=UTF-8;"
-                "boundary=--WebKitFormBoundaryslLU7UmlAp48QHln\r\n"
-                "Content-Length: 212");
-  EXPECT_EQ(requests[0].body, Multipart(kName, "archive"));
-  EXPECT_EQ(requests[0].body.size(), 212U);
+  ASSERT_THAT(m_server.Requests(), SizeIs(1));
+  EXPECT_EQ(m_server.Requests()[0].Line(), "POST /e HTTP/1.1");
+  EXPECT_THAT(m_server.Requests()[0].Headers(),
+              ElementsAre("Host: 127.0.0.1:" + std::to_string(m_server.Port()),
+                          "Connection: Keep-Alive", "Accept: */*; q=0.01",
+                          "Accept-Encoding: gzip, deflate,sdch", "Accept-Language: zh-CN,zh;q=0.8",
+                          "Content-Type:multipart/form-data;charset=UTF-8;"
+                          "boundary=--WebKitFormBoundaryslLU7UmlAp48QHln",
+                          "Content-Length: 199"));
 }
 
-TEST_F(Upload, SetsItsOptionsInThisOrder) {
+TEST_F(HttpUpload, SetsTheseOptionsInThisOrder) {
   WriteFile(kFile, "archive");
-  auto frame = Frame();
+  auto frame = FileFrame(kFile);
+  frame.readCallback = ReadNothing;
+  void* flag = &frame.successFlag;
 
-  Send(frame);
+  GetCHttpInstance().UploadFile(&frame);
 
   auto options = test::Options();
-  ASSERT_THAT(options, SizeIs(13));
-  EXPECT_EQ(options[9].option, CURLOPT_POSTFIELDS);
-  options.erase(options.begin() + 9);
-  EXPECT_EQ(options[10].option, CURLOPT_HEADERFUNCTION);
-  options.resize(10);  // behind them stand those that bound the answer's headers
+  ASSERT_THAT(options, SizeIs(14));
+  EXPECT_EQ(options[10].first, CURLOPT_POSTFIELDS);
+  options.resize(10);
   EXPECT_THAT(
       options,
-      ElementsAre(Pointer(CURLOPT_URL, frame.url), Number(CURLOPT_SSL_VERIFYPEER, 0),
-                  Number(CURLOPT_SSL_VERIFYHOST, 0), Pointer(CURLOPT_HTTPHEADER, nullptr),
-                  Number(CURLOPT_TIMEOUT, 90), Number(CURLOPT_NOSIGNAL, 1), Number(CURLOPT_POST, 1),
-                  Function(CURLOPT_WRITEFUNCTION, test::TakeAnswer),
-                  Pointer(CURLOPT_WRITEDATA, &frame.successFlag),
-                  Number(CURLOPT_POSTFIELDSIZE, 212)));
+      ElementsAre(Option(CURLOPT_URL, frame.url), Option(CURLOPT_SSL_VERIFYPEER, 0),
+                  Option(CURLOPT_SSL_VERIFYHOST, 0), Option(CURLOPT_HTTPHEADER, 0),
+                  Option(CURLOPT_TIMEOUT, 90), Option(CURLOPT_NOSIGNAL, 1), Option(CURLOPT_POST, 1),
+                  Option(CURLOPT_WRITEFUNCTION, TakeAnswer), Option(CURLOPT_WRITEDATA, flag),
+                  Option(CURLOPT_READFUNCTION, ReadNothing)));
 }
 
-TEST_F(Upload, InstallsTheReadCallbackBehindTheAnswerCallback) {
+TEST_F(HttpUpload, LogsItsStartByNameAndItsEndByPath) {
   WriteFile(kFile, "archive");
-  auto frame = Frame();
-  frame.readCallback = test::ReadNothing;
+  m_server.Answer(HttpAnswer(201, "{}"));
 
-  Send(frame);
-
-  const auto options = test::Options();
-  ASSERT_THAT(options, SizeIs(14));
-  EXPECT_EQ(options[9], Function(CURLOPT_READFUNCTION, test::ReadNothing));
-  EXPECT_EQ(m_server.Requests().at(0).body, Multipart(kName, "archive"));
-}
-
-TEST_F(Upload, WithoutAnAnswerCallbackPrintsTheAnswer) {
-  WriteFile(kFile, "archive");
-  m_server.Answer(HttpAnswer(200, R"({"status":0})"));
-  auto frame = Frame();
-  frame.answerCallback = nullptr;
-  testing::internal::CaptureStdout();
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), R"({"status":0})");
-  EXPECT_EQ(result, test::kDone);
-  EXPECT_THAT(test::Options(), SizeIs(11));
-}
-
-TEST_F(Upload, WithoutMemoryForItsHeadersGoesOutWithLibcurlsOwn) {
-  WriteFile(kFile, "archive");
-  m_server.Answer(HttpAnswer(200, "{}"));
-  auto frame = Frame();
-  test::FailHeaderLine(2);
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kDone);
-  EXPECT_THAT(test::Options(), Not(::testing::Contains(Pointer(CURLOPT_HTTPHEADER, nullptr))));
-  EXPECT_EQ(m_server.Requests().at(0).body, Multipart(kName, "archive"));
-}
-
-TEST_F(Upload, TellsItsStartByNameAndItsEndByPath) {
-  WriteFile(kFile, "archive");
-  m_server.Answer(HttpAnswer(200, "{}"));
-  auto frame = Frame();
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kDone);
+  EXPECT_EQ(Upload(), kDone);
+  EXPECT_EQ(m_frame.successFlag, kUntouched) << "the answer callback sets it";
   EXPECT_THAT(test::TextLog(),
-              ElementsAre(LogRecord{"INFO", std::string("start Send file ") + kName + " to " +
-                                                m_server.Url("/eqpapi/EqpUploadDataInfo")},
+              ElementsAre(LogRecord{"INFO", "start Send file S1.tar.gz to " + m_server.Url("/e")},
                           LogRecord{"INFO", std::string("Send file ") + kFile + " finish"}));
 }
 
-TEST_F(Upload, LeavesTheSuccessFlagToTheAnswerCallback) {
+TEST_F(HttpUpload, LogsAFailureWithThePathTheErrorAndTheStatus) {
   WriteFile(kFile, "archive");
-  m_server.Answer(HttpAnswer(200, R"({"status":0})"));
-  auto frame = Frame();
+  m_server.Answer(HttpAnswer(500, "{}"));
 
-  Send(frame);
-
-  EXPECT_EQ(frame.successFlag, kUntouched);
-  EXPECT_EQ(test::Answer().userdata, static_cast<void*>(&frame.successFlag));
-  EXPECT_EQ(test::Answer().bytes, R"({"status":0})");
+  EXPECT_EQ(Upload(), kFailed);
+  EXPECT_THAT(test::TextLog("WARN"),
+              ElementsAre(std::string("send file ") + kFile + " failed: No error,httpcode =500"));
+  EXPECT_THAT(test::TextLog("INFO"), SizeIs(1));
 }
 
-TEST_F(Upload, KeepsEveryByteOfTheFile) {
-  std::string content;
-  for (int i = 0; i < 256; ++i) content += static_cast<char>(i);
-  content += "\r\n----WebKitFormBoundaryslLU7UmlAp48QHln--\r\n";
-  WriteFile(kFile, content);
-  auto frame = Frame();
+TEST_F(HttpUpload, SendsFilesFromOneByteToTheLargestSize) {
+  for (const std::size_t size : {std::size_t{1}, kLargestFile}) {
+    const std::string content(size, 'x');
+    WriteFile(kFile, content);
 
-  Send(frame);
+    Upload();
 
-  EXPECT_EQ(m_server.Requests().at(0).body, Multipart(kName, content));
-}
-
-TEST_F(Upload, AddsNoZeroToTheBody) {
-  WriteFile(kFile, "plain text");
-  auto frame = Frame();
-
-  Send(frame);
-
-  EXPECT_EQ(m_server.Requests().at(0).body.find('\0'), std::string::npos);
-}
-
-TEST_F(Upload, NamesTheFileAsItIsNamed) {
-  const std::string path = "/media/mmcblk0p1/100%s%n \"quoted\".tar.gz";
-  WriteFile(path, "archive");
-  auto frame = Frame(path);
-
-  Send(frame);
-
-  EXPECT_EQ(m_server.Requests().at(0).body, Multipart("100%s%n \"quoted\".tar.gz", "archive"));
-}
-
-TEST_F(Upload, TakesAPathOf127Characters) {
-  const std::string directory = "/media/mmcblk0p1/";
-  const std::string name(127 - directory.size(), 'n');
-  WriteFile(directory + name, "archive");
-  auto frame = Frame(directory + name);
-
-  Send(frame);
-
-  EXPECT_EQ(m_server.Requests().at(0).body, Multipart(name, "archive"));
-}
-
-class UploadStatus : public Upload, public ::testing::WithParamInterface<test::StatusVerdict> {};
-
-TEST_P(UploadStatus, DecidesTheResult) {
-  WriteFile(kFile, "archive");
-  m_server.Answer(HttpAnswer(GetParam().status, R"({"status":0,"message":"ok"})"));
-  auto frame = Frame();
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, GetParam().result);
-  const std::string failed = std::string("send file ") + kFile +
-                             " failed: No error,httpcode =" + std::to_string(GetParam().status);
-  if (result == test::kDone) {
-    EXPECT_THAT(test::TextLog("WARN"), IsEmpty());
-  } else {
-    EXPECT_THAT(test::TextLog("WARN"), ElementsAre(failed));
-    EXPECT_THAT(test::TextLog("INFO"), Not(::testing::Contains(HasSubstr("finish"))));
+    ASSERT_FALSE(m_server.Requests().empty());
+    EXPECT_THAT(m_server.Requests().back().body, HasSubstr("\r\n\r\n" + content + "\r\n"));
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Statuses, UploadStatus, ::testing::ValuesIn(test::StatusVerdicts()),
-                         [](const auto& test) { return std::to_string(test.param.status); });
+TEST_F(HttpUpload, JudgesALargerFileSent) {
+  // The low 32 bits of the last size are one that would be sent.
+  for (const std::uintmax_t size :
+       {std::uintmax_t{kLargestFile} + 1, std::uintmax_t{0x100000064}}) {
+    test::DiscardLogs();
+    WriteFile(kFile, "");
+    std::filesystem::resize_file(kFile, size);
 
-class UploadTrouble : public Upload, public ::testing::WithParamInterface<test::Trouble> {};
-
-TEST_P(UploadTrouble, IsLoggedWithThePathTheErrorAndTheStatus) {
-  WriteFile(kFile, "archive");
-  m_server.Answer(GetParam().answer);
-  auto frame = Frame();
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kFailed);
-  EXPECT_THAT(test::TextLog("WARN"),
-              ElementsAre(std::string("send file ") + kFile + " failed: " + GetParam().words +
-                          ",httpcode =" + std::to_string(GetParam().httpStatus)));
-  EXPECT_THAT(m_server.Requests(), SizeIs(1)) << "a failed upload is not repeated here";
+    ExpectJudgedSent();
+    EXPECT_THAT(test::TextLog("WARN"),
+                ElementsAre(HasSubstr("size is 0"),
+                            std::string("file ") + kFile + " has " + std::to_string(size) +
+                                " bytes,the largest that is sent has 40959"));
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Answers, UploadTrouble, ::testing::ValuesIn(test::Troubles()),
-                         [](const auto& test) { return test.param.name; });
+TEST_F(HttpUpload, JudgesAnEmptyFileSent) {
+  WriteFile(kFile, "");
 
-TEST_F(Upload, ToNobodyIsLoggedWithStatusZero) {
-  WriteFile(kFile, "archive");
-  auto frame =
-      test::FileFrame("http://127.0.0.1:" + std::to_string(test::ClosedPort()) + "/", kFile);
-
-  const auto result = Send(frame);
-
-  EXPECT_EQ(result, test::kFailed);
-  EXPECT_EQ(frame.successFlag, 0);
-  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(std::string("send file ") + kFile +
-                                                 " failed: Couldn't connect to server,httpcode "
-                                                 "=0"));
+  ExpectJudgedSent();
+  EXPECT_THAT(
+      test::TextLog(),
+      ElementsAre(LogRecord{"WARN", std::string("file ") + kFile +
+                                        " size is 0 ,error,do not send it,judge it send OK"}));
 }
 
-TEST_F(Upload, WithStatus201SucceedsAlsoWhenTheCallbackReturnsAnotherCount) {
+TEST_F(HttpUpload, JudgesAMissingFileSent) {
+  ExpectJudgedSent();
+  EXPECT_THAT(test::TextLog(),
+              ElementsAre(LogRecord{"WARN", std::string("Can not find File ") + kFile +
+                                                " when send files,judge it send OK"}));
+}
+
+// The sandbox shows the system's files read-only.
+TEST_F(HttpUpload, FailsForAFileThatCannotBeWritten) {
+  ExpectFailure("/etc/passwd");
+  EXPECT_THAT(test::TextLog(), ElementsAre(LogRecord{"WARN", "can not open file /etc/passwd\n"}));
+}
+
+TEST_F(HttpUpload, FailsWithoutMemory) {
   WriteFile(kFile, "archive");
-  m_server.Answer(HttpAnswer(201, R"({"status":0})"));
-  auto frame = Frame();
-  frame.answerCallback = test::RejectAnswer;
+  test::FailCalls(test::Call::kCalloc);
 
-  const auto result = Send(frame);
+  ExpectFailure();
+  EXPECT_THAT(test::TextLog(), ElementsAre(LogRecord{"WARN", "calloc size 2055 buff error"}));
+}
 
-  EXPECT_EQ(result, test::kDone);
-  EXPECT_THAT(test::TextLog("INFO"), SizeIs(2));
-  EXPECT_THAT(test::TextLog("WARN"), IsEmpty());
+TEST_F(HttpUpload, FailsSilentlyWithoutAHandle) {
+  WriteFile(kFile, "archive");
+  test::FailCalls(test::Call::kCurlEasyInit);
+
+  ExpectFailure();
+  EXPECT_THAT(test::TextLog(), IsEmpty());
 }
 
 }  // namespace

@@ -3,52 +3,42 @@
 
 #include <gmock/gmock.h>
 
-#include "filetap.h"
 #include "support/faults.h"
 #include "support/gateway.h"
 #include "support/logs.h"
+#include "taps.h"
 
 namespace {
 
-constexpr char kFile[] = "/media/mmcblk0p1/data.tar.gz";
-// What stands around the bytes of a file with a name of 11 characters.
-constexpr std::size_t kHeadBytes = 150;
+// The name holds what a format or a form would trip over.
+constexpr char kFile[] = "/media/mmcblk0p1/%s%n\"data\".tar.gz";
+// A body is a head, the file and a closing of 44 bytes.
+constexpr std::size_t kHeadBytes = 156;
 constexpr std::size_t kFramingBytes = kHeadBytes + 44;
 constexpr std::size_t kRoomBytes = 2048;
 
 class Multipart : public test::GatewayTest {};
 
-TEST_F(Multipart, HasRoomForTheFileAnd2048Bytes) {
-  const MultipartBody body(100);
-
-  EXPECT_TRUE(static_cast<bool>(body));
-  EXPECT_EQ(body.Capacity(), 2148U);
-  EXPECT_EQ(body.Length(), 0U);
-}
-
-TEST_F(Multipart, WithoutMemoryForEitherBufferIsFalse) {
-  test::FailCalls(test::Call::kCalloc, 1, 0);
-  const MultipartBody withoutFirst(100);
-  test::FailCalls(test::Call::kCalloc, 1, 1);
-  const MultipartBody withoutSecond(100);
-
-  EXPECT_FALSE(static_cast<bool>(withoutFirst));
-  EXPECT_FALSE(static_cast<bool>(withoutSecond));
-}
-
-TEST_F(Multipart, IsHeadFileAndClosing) {
+TEST_F(Multipart, PutsHeadFileAndClosingTogether) {
   test::WriteFile(kFile, "x");
-  MultipartBody body(1);
+  MultipartBody body(7);  // a file may have shrunk meanwhile
 
   EXPECT_TRUE(body.Build(kFile));
-  EXPECT_EQ(std::string(body.Data(), body.Length()),
+  EXPECT_EQ(body.Text(),
             "----WebKitFormBoundaryslLU7UmlAp48QHln\r\n"
-            "Content-Disposition:form-data;name=\"licence\";filename=\"data.tar.gz\"\r\n"
+            "Content-Disposition:form-data;name=\"licence\";filename=\"%s%n\"data\".tar.gz\"\r\n"
             "Content-Type:application/octet-stream\r\n"
             "\r\n"
             "x\r\n"
             "----WebKitFormBoundaryslLU7UmlAp48QHln--\r\n");
-  EXPECT_EQ(body.Length(), kFramingBytes + 1);
+}
+
+TEST_F(Multipart, TakesAFileThatHasBecomeEmpty) {
+  test::WriteFile(kFile, "");
+  MultipartBody body(7);
+
+  EXPECT_TRUE(body.Build(kFile));
+  EXPECT_EQ(body.Text().size(), kFramingBytes);
 }
 
 TEST_F(Multipart, TakesAFileThatJustFitsItsRoom) {
@@ -57,8 +47,8 @@ TEST_F(Multipart, TakesAFileThatJustFitsItsRoom) {
   MultipartBody body(100);
 
   EXPECT_TRUE(body.Build(kFile));
-  EXPECT_EQ(body.Length(), body.Capacity());
-  EXPECT_EQ(std::string(body.Data(), body.Length()).find(content), kHeadBytes);
+  EXPECT_EQ(body.Text().size(), 2148U);
+  EXPECT_EQ(body.Text().find(content), kHeadBytes);
 }
 
 TEST_F(Multipart, RefusesAFileThatIsOneByteTooLargeForItsRoom) {
@@ -67,6 +57,22 @@ TEST_F(Multipart, RefusesAFileThatIsOneByteTooLargeForItsRoom) {
 
   EXPECT_FALSE(body.Build(kFile));
   EXPECT_THAT(test::TextLog(), ::testing::IsEmpty());
+}
+
+TEST_F(Multipart, RefusesAFileThatCannotBeReadWhole) {
+  test::WriteFile(kFile, "archive");
+  MultipartBody body(7);
+  test::ShortenNextRead();
+
+  EXPECT_FALSE(body.Build(kFile));
+}
+
+TEST_F(Multipart, ConvertsToFalseWithoutMemoryForEitherBuffer) {
+  for (const int skipped : {0, 1}) {
+    test::FailCalls(test::Call::kCalloc, 1, skipped);
+
+    EXPECT_FALSE(static_cast<bool>(MultipartBody(100)));
+  }
 }
 
 }  // namespace

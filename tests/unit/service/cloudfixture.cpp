@@ -1,8 +1,9 @@
 #include "cloudfixture.h"
 
+#include <vector>
+
 #include "config/snset.h"
 #include "config/sysset.h"
-#include "support/clock.h"
 #include "support/logs.h"
 #include "util/paths.h"
 
@@ -18,11 +19,17 @@ void Load(const SysXml& settings) {
   settings.Write();
   GetCSysSetInstance().Open(paths::kSystemFile);
   GetCSysSetInstance().Close();
+  DiscardLogs();
 }
 
-std::string WholeTextLog() {
-  EXPECT_TRUE(FlushLogs());
-  return ReadFile("/tmp/CloudLog/0307_log.txt");
+std::string AddressInUse() {
+  return GetCSysSetInstance().GetRealIpAddress();
+}
+
+std::size_t Judge(Callback callback, const std::string& answer, void* data) {
+  std::vector<char> bytes(answer.begin(), answer.end());
+  bytes.reserve(1);  // an empty answer is not a null one
+  return callback(bytes.data(), 1, bytes.size(), data);
 }
 
 void CloudTest::SetUp() {
@@ -32,8 +39,14 @@ void CloudTest::SetUp() {
   GetCsnSetInstance().Open(paths::kIdentityFile);
   GetCsnSetInstance().Close();
   Load(CloudAt(m_cloud.Port()));
-  DiscardLogs();
-  ForgetPauses();
+}
+
+std::string CloudTest::Request() const {
+  const auto requests = m_cloud.Requests();
+  if (requests.size() != 1) return std::to_string(requests.size()) + " requests";
+  const std::string line = requests[0].Line();
+  const auto path = line.find(' ') + 1;
+  return line.substr(path, line.find(' ', path) - path) + " " + requests[0].body;
 }
 
 }  // namespace test

@@ -1,5 +1,5 @@
-// The process entry. Returns only when the card or the configuration is missing, for a supervisor
-// to start it again; otherwise it runs until the gateway stops it.
+// The process entry. It returns only when the card or the configuration is missing, so that a
+// supervisor starts it again; otherwise it runs until the gateway stops it.
 #include <unistd.h>
 
 #include <csignal>
