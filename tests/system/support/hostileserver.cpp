@@ -72,7 +72,7 @@ void HostileServer::Serve(Exchange exchange, const RawRequest& request, int conn
   Send(connection, HttpAnswer(200, exchange == kCheck && !ordered ? kNoRedirect : good));
 }
 
-// Of the requests before `end`. This and the next two are called with the mutex held.
+// Counts the requests before `end`. This and the next two are called with the mutex held.
 long HostileServer::Count(Exchange exchange, Place end) const {
   return std::count_if(m_seen.begin(), end,
                        [=](const Seen& seen) { return seen.exchange == exchange; });

@@ -1,4 +1,4 @@
-// A cloud that misbehaves once in each exchange, and the effects of it.
+// A cloud that misbehaves once in each exchange.
 #pragma once
 
 #include <functional>
@@ -15,25 +15,25 @@ enum Exchange { kLogin, kAddress, kCheck, kRealData, kAlarmData, kRecallData };
 // What a server does with a connection instead of sending the sound answer with this body.
 using Misdeed = std::function<void(int connection, const std::string& good)>;
 
-// What it is for: answers the first request of each exchange by the misdeed and all later ones
-// soundly. A sound address check leads to "localhost". The recall of order 7 stands until it has
-// been answered `answersWanted` times.
-// Threads: the test's; see RawServer. Owns: the server and the record of the requests.
+// Answers the first request of each exchange by the misdeed and all later ones soundly. A sound
+// address check leads to "localhost". Order 7 stands in the sound recall checks until it has been
+// answered `answersWanted` times.
 class HostileServer {
  public:
   HostileServer(Misdeed misdeed, long answersWanted);
 
   int Port() const { return m_server.Port(); }
-  // A sign for each exchange, in their order: A when its first request was as good as answered
-  // soundly, R when it had no effect and the second one had, ? for anything else.
+  // A sign for each exchange, in the order of the enumeration: A when the service accepted the
+  // misdeed like a sound answer, R when it repeated the exchange and accepted the second answer, ?
+  // for anything else.
   std::string Effects() const;
-  // Whether the latest request has followed the redirect.
+  // Whether the latest request went to the redirected address.
   bool IsFollowed() const;
 
  private:
   struct Seen {
     Exchange exchange;
-    bool redirected;  // to "localhost"; never an address check
+    bool redirected;  // to "localhost"
     bool operator==(const Seen&) const = default;
   };
   using Place = std::vector<Seen>::const_iterator;
