@@ -10,8 +10,6 @@
 #include <vector>
 
 #include "acquisition/eventwriter.h"
-#include "acquisition/historywriter.h"
-#include "support/databasefile.h"
 #include "system/support/alarms.h"
 #include "system/support/ledger.h"
 #include "system/support/systemtest.h"
@@ -23,7 +21,6 @@ namespace {
 namespace fs = std::filesystem;
 using test::Begin;
 using test::DamagePage;
-using test::DatabaseFile;
 using test::Fill;
 using test::Lock;
 using test::Once;
@@ -35,7 +32,6 @@ using test::Trouble;
 
 constexpr char kDay[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata/7";
 constexpr char kEvents[] = "/media/mmcblk0p1/202403_event.db";
-constexpr char kHistory[] = "/media/mmcblk0p1/demand_history.db";
 constexpr std::uintmax_t kPage = 4096;
 constexpr char kReading[] = "begin; select count(*) from sqlite_master";
 constexpr char kAboutToWrite[] = "begin immediate";
@@ -238,86 +234,19 @@ TEST_P(EventTrouble, LosesNoEvent) {
   EXPECT_EQ(test::CountResults(0), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Database, EventTrouble,
-    ::testing::Values(Row{"Read", Lock(kEvents, kReading), "1+"},
-                      Row{"Reserved", Lock(kEvents, kAboutToWrite), "1+"},
-                      Row{"Written", Lock(kEvents, kWriting), "1"},
-                      Row{"Corrupt", Replace(kEvents, std::string(5000, 'x')), "1"},
-                      Row{"WithoutAColumn",
-                          Replace(kEvents,
-                                  [] {
-                                    DatabaseFile(kEvents).Run(
-                                        "create table event_tbl(RecordDate, upload)");
-                                  }),
-                          "1"},
-                      Row{"OfNullsAndTexts",
-                          Run(kEvents,
-                              "create table loose as select * from event_tbl; drop table event_tbl;"
-                              "alter table loose rename to event_tbl;"
-                              "update event_tbl set RecordTime=null, threshold='high', grade=null"),
-                          "1"}),
-    kName);
+INSTANTIATE_TEST_SUITE_P(Database, EventTrouble,
+                         ::testing::Values(Row{"Read", Lock(kEvents, kReading), "1+"},
+                                           Row{"Reserved", Lock(kEvents, kAboutToWrite), "1+"},
+                                           Row{"Written", Lock(kEvents, kWriting), "1"},
+                                           Row{"Corrupt", Replace(kEvents, std::string(5000, 'x')),
+                                               "1"}),
+                         kName);
 
 INSTANTIATE_TEST_SUITE_P(
     Card, EventTrouble,
     ::testing::Values(Row{"Full", Fill(paths::kCardMount), "1+"},
                       Row{"WithALockedLedger", Lock(paths::kLedger, kWriting), "1"},
                       Row{"WithAFailingTar", OtherTar("exit 2"), "1", Clock(4, 50), Clock(5, 2)}),
-    kName);
-
-// One order comes in the trouble and one after it. Both answers' values are counted: "0 31 ".
-class HistoryTrouble : public Card, public ::testing::WithParamInterface<Row> {
- protected:
-  // The minutes from 10:00 to 10:30.
-  void Order(int id) {
-    m_cloud.Order({.id = id,
-                   .devices = {{.groupId = 1,
-                                .eqpId = 3,
-                                .points = {{.pointId = 0x0001,
-                                            .beginTime = "2024-03-07 10:00:00",
-                                            .endTime = "2024-03-07 10:30:00"}}}}});
-  }
-};
-
-TEST_P(HistoryTrouble, CostsOnlyTheAnswerUnderWay) {
-  HistoryWriter().Append(HistoryRows({0x01030001}, At(10, 0), At(10, 30)));
-  m_service.emplace(At(12, 4, 30));
-  Trouble trouble = GetParam().begin();
-  Order(7);
-  m_service->RunUntil(At(12, 7));
-  trouble.reset();
-  Order(8);
-
-  m_service->RunUntil(At(12, 9));
-
-  std::string values;
-  for (const auto& exchange : m_cloud.AcceptedUploads()) {
-    if (!exchange.recall) continue;
-    values += std::to_string(exchange.recall->points.at(0).values.size()) + " ";
-  }
-  EXPECT_EQ(values, GetParam().delivered);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Database, HistoryTrouble,
-    ::testing::Values(
-        Row{"Written", Lock(kHistory, kWriting), "0 31 "},
-        Row{"Corrupt", Replace(kHistory, std::string(5000, 'x')), "0 31 "},
-        Row{"WithoutAColumn",
-            Replace(kHistory,
-                    [] {
-                      DatabaseFile(kHistory).Run(
-                          "create table history_0103_tbl(dataid, UnixTime, Upload)");
-                    }),
-            "0 31 "},
-        Row{"OfNullsAndTexts",
-            Run(kHistory,
-                "create table loose as select * from history_0103_tbl; drop table history_0103_tbl;"
-                "alter table loose rename to history_0103_tbl;"
-                "update history_0103_tbl set TriggerValue='high';"
-                "update history_0103_tbl set Upload=null where UnixTime%120=0"),
-            "15 15 "}),
     kName);
 
 }  // namespace

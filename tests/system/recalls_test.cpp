@@ -27,8 +27,8 @@ constexpr std::uint32_t kEnergy = 0x01040207;
 
 using Series = std::vector<std::pair<std::string, std::string>>;  // time mark, value
 
-// The service starts at 12:03:10 and asks for orders at once, then 120 s after the end of each turn.
-// Packing an answer takes a second.
+// The service starts at 12:03:10 and asks for orders at once, then 120 s after the end of each
+// turn. Packing an answer takes a second.
 class RecallRoad : public test::ConnectedTest {
  protected:
   void SetUp() override {
@@ -100,9 +100,9 @@ TEST_F(RecallRoad, BuildsTheAnswerAnewAfterAFailedUpload) {
 
   service.RunUntil(At(12, 10));
 
-  EXPECT_THAT(FileNames(Endpoint::kCallData),
-              ElementsAre("R20240307120310.tar.gz", "R20240307120511.tar.gz",
-                          "R20240307120712.tar.gz"));
+  EXPECT_THAT(
+      FileNames(Endpoint::kCallData),
+      ElementsAre("R20240307120310.tar.gz", "R20240307120511.tar.gz", "R20240307120712.tar.gz"));
   EXPECT_THAT(m_cloud.AcceptedUploads(), SizeIs(1));
 }
 

@@ -89,7 +89,8 @@ class VirtualClock {
     }
   }
 
-  // Counts as asleep while it waits: the thread that holds the mutex may sleep, and time must go on.
+  // Counts as asleep while it waits: the thread that holds the mutex may sleep, and time must go
+  // on.
   int Lock(pthread_mutex_t* mutex) {
     int result = m_tryLock(mutex);
     while (result == EBUSY) {

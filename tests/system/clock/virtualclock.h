@@ -29,9 +29,9 @@ struct ClockFace {
   std::atomic<std::int64_t> nowMicroseconds;    // of the sleeps; written by the service
   std::atomic<std::int64_t> wallAhead;          // seconds that `time` is ahead; written by the test
   std::atomic<std::int64_t> limitMicroseconds;  // written by the test
-  std::atomic<std::int64_t> restedAt;  // the limit at which all threads slept; by the service
-  std::atomic<std::uint32_t> threads;  // alive in the service, the main thread included
-  std::atomic<std::uint32_t> changes;  // of any other field, for AwaitChange
+  std::atomic<std::int64_t> restedAt;   // the limit at which all threads slept; by the service
+  std::atomic<std::uint32_t> threads;   // alive in the service, the main thread included
+  std::atomic<std::uint32_t> changes;   // of any other field, for AwaitChange
   std::atomic<std::uint32_t> silences;  // connections on which a server is silent
 };
 static_assert(std::atomic<std::int64_t>::is_always_lock_free);

@@ -1,5 +1,5 @@
-// What a hostile cloud does instead of answering soundly. In the bytes, "@" stands for the sound body
-// of the exchange, "#" for its length and "~" for its length in hexadecimal digits.
+// What a hostile cloud does instead of answering soundly. In the bytes, "@" stands for the sound
+// body of the exchange, "#" for its length and "~" for its length in hexadecimal digits.
 #pragma once
 
 #include <cstddef>

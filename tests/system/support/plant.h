@@ -29,7 +29,8 @@ void WriteEmptyPlant();
 
 // A live value for every point of the example plant.
 std::vector<SegmentPoint> ExampleValues();
-// The document of these values; the time reads "2024-03-07 12:05:00". The document of an empty plant.
+// The document of these values; the time reads "2024-03-07 12:05:00". The document of an empty
+// plant.
 std::string ExampleDocument(const std::string& timeMark);
 std::string EmptyDocument();
 

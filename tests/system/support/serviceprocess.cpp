@@ -64,7 +64,8 @@ std::string Setting(const char* variable, const std::string& otherwise) {
 std::vector<std::string> ServiceEnvironment() {
   std::vector<std::string> variables;
   for (char** variable = environ; *variable != nullptr; ++variable) {
-    if (!std::string_view(*variable).starts_with("ASAN_OPTIONS=")) variables.emplace_back(*variable);
+    if (!std::string_view(*variable).starts_with("ASAN_OPTIONS="))
+      variables.emplace_back(*variable);
   }
   // The address sanitizer wants to be the first library; the clock before it does no harm.
   variables.push_back("ASAN_OPTIONS=verify_asan_link_order=0:" + Setting("ASAN_OPTIONS", ""));

@@ -16,8 +16,8 @@ namespace test {
 // process is killed with the object.
 class ServiceProcess {
  public:
-  // Starts the service at `start`, Unix time, and waits until it rests or has ended. BRENNIK_SERVICE
-  // in the environment names the service of another build.
+  // Starts the service at `start`, Unix time, and waits until it rests or has ended.
+  // BRENNIK_SERVICE in the environment names the service of another build.
   explicit ServiceProcess(std::time_t start);
   // Fails the test when a sanitizer has reported something, or when the service has ended and the
   // test has asked neither RunToItsEnd nor ExitStatus.

@@ -27,8 +27,8 @@ Begin Replace(const std::string& path, const std::function<void()>& make = {});
 Begin Replace(const std::string& path, const std::string& content);
 // Overwrites the page where the ledger's "table" or its "index" begins.
 Begin DamagePage(const std::string& type);
-// Makes the card read-only. tests/faults/card, which starts the sandbox then, does it when it sees a
-// certain file.
+// Makes the card read-only. tests/faults/card, which starts the sandbox then, does it when it sees
+// a certain file.
 Trouble ReadOnly();
 // Puts another program in tar's place, for services that start while an ExchangeableTar lives.
 Begin OtherTar(const std::string& script);
