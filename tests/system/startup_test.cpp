@@ -1,4 +1,6 @@
 // The start of the process: the card, the configuration, the switch, the workers.
+#include <gmock/gmock.h>
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -14,6 +16,7 @@ namespace {
 
 using cloud::Endpoint;
 using test::LogRecord;
+using ::testing::Contains;
 
 constexpr unsigned kMainAndLogThreads = 3;
 
@@ -44,7 +47,7 @@ TEST_F(StartUp, EndsAfterTenSecondsWithABrokenConfiguration) {
   EXPECT_EQ(service.RunToItsEnd(At(12, 5)), 255);
 
   EXPECT_EQ(service.Now(), At(12, 0, 10));
-  EXPECT_EQ(test::OfLevel(test::ReadTextLog(), "ERROR").back(), "Brennik Init failed\n");
+  EXPECT_THAT(test::ReadTextLog(), Contains(LogRecord{"ERROR", "Brennik Init failed\n"}));
   EXPECT_FALSE(test::Exists(paths::kCloudTree));
 }
 

@@ -91,10 +91,19 @@ pid_t StartService() {
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, kOutputFile,
                                    O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
   posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+  // A caller that ignores SIGPIPE would hand that on and hide what the service does about it.
+  sigset_t defaults;
+  sigemptyset(&defaults);
+  sigaddset(&defaults, SIGPIPE);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+  posix_spawnattr_setsigdefault(&attributes, &defaults);
   pid_t pid = -1;
   const std::string service = Setting("BRENNIK_SERVICE", BRENNIK_SERVICE);
   const int error =
-      posix_spawn(&pid, service.c_str(), &actions, nullptr, arguments, environment.data());
+      posix_spawn(&pid, service.c_str(), &actions, &attributes, arguments, environment.data());
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::system_error(error, std::generic_category(), "cannot start brennik");
   return pid;
