@@ -56,10 +56,7 @@ class Card : public test::ConnectedTest {
  protected:
   void SetUp() override {
     ConnectedTest::SetUp();
-    test::SystemFile(m_cloud.Port())
-        .Cloud("FailInterval", "90")
-        .Cloud("RecallInterval", "60")
-        .Write();
+    test::SystemFile(m_cloud.Port(), {.upload = 90, .recall = 60}).Write();
     m_waiting = test::PackDataFile(At(11, 55) - 86400);
     test::WriteLedger({{m_waiting}});
   }

@@ -80,7 +80,7 @@ class WholeDay : public Day {
   void SetUp() override {
     Day::SetUp();
     test::WriteLedger({});
-    test::SystemFile(m_cloud.Port()).Cloud("RecallInterval", "300").Write();
+    test::SystemFile(m_cloud.Port(), {.recall = 300}).Write();
     for (const auto endpoint : {Endpoint::kRealData, Endpoint::kAlarmData, Endpoint::kCallData}) {
       m_cloud.Script(endpoint, {Behaviour::Normal(), Behaviour::Refuse(), Behaviour::Normal(),
                                 Behaviour::Status(503, "busy"), Behaviour::Nonsense("<html>"),

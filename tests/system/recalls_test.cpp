@@ -34,7 +34,7 @@ class RecallRoad : public test::ConnectedTest {
   void SetUp() override {
     ConnectedTest::SetUp();
     test::WriteExamplePlant();
-    test::SystemFile(m_cloud.Port()).Cloud("RecallInterval", "120").Write();
+    test::SystemFile(m_cloud.Port(), {.recall = 120}).Write();
     HistoryWriter().Append(HistoryRows({kPressure, kEnergy}, At(9, 55), At(10, 35)));
     m_cloud.Order({.id = 7,
                    .devices = {{.groupId = 1, .eqpId = 3, .points = {HalfAnHourOf(0x0001)}},

@@ -19,7 +19,7 @@ class Redirect : public test::ConnectedTest {
  protected:
   void SetUp() override {
     ConnectedTest::SetUp();
-    test::SystemFile(m_cloud.Port()).Cloud("RecallInterval", "60").Write();
+    test::SystemFile(m_cloud.Port(), {.recall = 60}).Write();
   }
 
   // The addresses at which the cloud was asked, in order, without repeats.
@@ -52,10 +52,10 @@ TEST_F(Redirect, MovesUploadsAndRecallChecksFromTheAddressCheckOn) {
 
 TEST_F(Redirect, LeavesTheLoginWhereItWas) {
   m_cloud.Redirect(kSecondAddress);
-  m_cloud.Script(Endpoint::kAuthorize, std::vector<Behaviour>(10, Behaviour::Refuse()));
+  m_cloud.Script(Endpoint::kAuthorize, std::vector<Behaviour>(20, Behaviour::Refuse()));
   test::ServiceProcess service(At(12, 3, 10));
 
-  service.RunUntil(At(12, 15));
+  service.RunUntil(At(12, 30));
 
   EXPECT_THAT(AddressesOf(Endpoint::kAuthorize), ElementsAre(kConfigured));
   EXPECT_THAT(AddressesOf(Endpoint::kRealData), ElementsAre(kSecondAddress));
@@ -64,13 +64,13 @@ TEST_F(Redirect, LeavesTheLoginWhereItWas) {
 TEST_F(Redirect, LastsUntilTheNextOne) {
   m_cloud.Redirect(kSecondAddress);
   test::ServiceProcess service(At(12, 3, 10));
-  service.RunUntil(At(12, 19));
+  service.RunUntil(At(12, 25));
   m_cloud.Redirect("");
-  service.RunUntil(At(12, 29));
+  service.RunUntil(At(12, 45));
   EXPECT_THAT(AddressesOf(Endpoint::kRealData), ElementsAre(kConfigured, kSecondAddress));
   m_cloud.Redirect(kConfigured);
 
-  service.RunUntil(At(12, 39));
+  service.RunUntil(At(13, 5));
 
   EXPECT_THAT(AddressesOf(Endpoint::kRealData),
               ElementsAre(kConfigured, kSecondAddress, kConfigured));

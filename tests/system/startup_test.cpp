@@ -66,17 +66,13 @@ TEST_F(StartUp, StartsARecallWorkerOnlyWithARecallInterval) {
     test::ServiceProcess service(At(12, 0, 10));
     EXPECT_EQ(service.Threads(), kMainAndLogThreads + 4);
   }
-  test::SystemFile(m_cloud.Port()).Cloud("RecallInterval", "120").Write();
+  test::SystemFile(m_cloud.Port(), {.recall = 120}).Write();
   test::ServiceProcess service(At(12, 0, 20));
   EXPECT_EQ(service.Threads(), kMainAndLogThreads + 5);
 }
 
 TEST_F(StartUp, GivesEachWorkerItsInterval) {
-  test::SystemFile(m_cloud.Port())
-      .Cloud("RealDataInv", "120")
-      .Cloud("AlarmDataInv", "20")
-      .Cloud("FailInterval", "30")
-      .Cloud("RecallInterval", "90")
+  test::SystemFile(m_cloud.Port(), {.realData = 120, .alarms = 20, .upload = 30, .recall = 90})
       .Write();
   EventWriter().Append(test::AlarmEvents(At(12, 0), 1));
   test::ServiceProcess service(At(12, 0, 1));

@@ -12,9 +12,15 @@ namespace test {
 
 inline constexpr char kSerialNumber[] = "TS20240117";
 
-// sys.xml: switched on, with a cloud on this machine and otherwise no attributes. So real data are
-// packed every 300 s, alarms every 30 s, files are uploaded every 60 s and nothing is recalled.
-SysXml SystemFile(int cloudPort);
+// Seconds. Without a recall interval nothing is recalled.
+struct Intervals {
+  int realData = 300;
+  int alarms = 30;
+  int upload = 60;
+  int recall = 0;
+};
+// sys.xml: switched on, with a cloud on this machine.
+SysXml SystemFile(int cloudPort, const Intervals& intervals = {});
 
 // sn.xml, the channel template and its definition files:
 //
