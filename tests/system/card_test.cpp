@@ -32,6 +32,7 @@ using test::Trouble;
 
 constexpr char kDay[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata/7";
 constexpr char kEvents[] = "/media/mmcblk0p1/202403_event.db";
+constexpr char kHangingTar[] = "/tmp/hanging-tar";  // holds its process number
 constexpr std::uintmax_t kPage = 4096;
 constexpr char kReading[] = "begin; select count(*) from sqlite_master";
 constexpr char kAboutToWrite[] = "begin immediate";
@@ -201,13 +202,15 @@ INSTANTIATE_TEST_SUITE_P(
 
 // Time stands still as long as tar hangs.
 TEST_F(Card, ReceivesFilesAgainOnceAHangingTarIsKilled) {
+  fs::remove(kHangingTar);
   m_service.emplace(At(12, 4, 30));
-  Trouble trouble = OtherTar("echo $$ > /tmp/hanging-tar; exec tail -f /dev/null")();
+  Trouble trouble =
+      OtherTar("echo $$ > " + std::string(kHangingTar) + "; exec tail -f /dev/null")();
   m_service->LetRunUntil(At(12, 8));
   std::string pid;
   while (pid.find('\n') == std::string::npos) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    pid = test::ReadFile("/tmp/hanging-tar");
+    pid = test::ReadFile(kHangingTar);
   }
   trouble.reset();
   kill(std::stoi(pid), SIGKILL);

@@ -31,7 +31,7 @@ std::vector<std::string> Archives() {
   return names;
 }
 
-// The service lives from midnight on, cycle by cycle.
+// The service runs from midnight on, cycle by cycle.
 class Day : public test::ConnectedTest {
  protected:
   void SetUp() override {
@@ -41,7 +41,7 @@ class Day : public test::ConnectedTest {
 
   static std::time_t Begin(int cycle) { return At(0, 0) + cycle * kCycleSeconds; }
 
-  // Lives through the cycles from `first` to before `end`: the discharge pressure is their number.
+  // Runs the cycles from `first` to before `end`: the discharge pressure is their number.
   void RunCycles(test::ServiceProcess& service, int first, int end) {
     for (int cycle = first; cycle < end; ++cycle) {
       m_segment.Set(0x01030001, cycle);

@@ -52,9 +52,9 @@ TEST_F(Logging, ComesBackWhenItsDirectoryIsRemoved) {
   service.RunUntil(At(12, 9));
   fs::remove_all(paths::kLogDirectory);
 
-  service.RunUntil(At(12, 10, 30));
+  service.RunUntil(At(12, 21));  // an address check leaves a record in the text log
 
-  EXPECT_EQ(Errors(), 1U);
+  EXPECT_GT(Errors(), 0U);
   EXPECT_GT(TextRecords(), 0U);
 }
 

@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <ctime>
-#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>

@@ -46,7 +46,7 @@ Function* Next(const char* name) {
 // A thread that waits for a mutex.
 struct Waiter {
   const pthread_mutex_t* mutex;
-  bool blocked = true;  // until somebody unlocks the mutex
+  bool blocked = true;  // until the mutex is unlocked
 };
 
 // The service's side of the clock. All threads of the service may call it.

@@ -37,7 +37,7 @@ struct ClockFace {
 static_assert(std::atomic<std::int64_t>::is_always_lock_free);
 static_assert(sizeof(std::atomic<std::uint32_t>) == sizeof(std::uint32_t));
 
-// Wakes whoever awaits a change, on both sides.
+// Wakes every waiter of AwaitChange, on both sides.
 inline void AnnounceChange(ClockFace* face) {
   ++face->changes;
   syscall(SYS_futex, &face->changes, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
