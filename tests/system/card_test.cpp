@@ -137,26 +137,24 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Row{"Foreign", Once([] { test::WriteFile(paths::kLedger, "the shopping list\n"); }), "23"},
         Row{"Truncated", Once([] { fs::resize_file(paths::kLedger, kPage); }), "23"},
-        Row{"WithoutItsTable", Run(paths::kLedger, "drop table tJsonFileNames"), "23"},
-        Row{"InATablePage", DamagePage("table"), "23"},
-        Row{"InAnIndexPage", DamagePage("index"), "0123"}),
+        Row{"NoTable", Run(paths::kLedger, "drop table tJsonFileNames"), "23"},
+        Row{"TablePage", DamagePage("table"), "23"}, Row{"IndexPage", DamagePage("index"), "0123"}),
     kName);
 
 INSTANTIATE_TEST_SUITE_P(
     Full, CardTrouble,
-    ::testing::Values(
-        Row{"ForTwoCycles", Fill(paths::kCardMount), "03"},
-        Row{"WhileATextIsWritten", Fill(paths::kCardMount), "023", Clock(4, 50), Clock(5)},
-        Row{"WhileAnArchiveIsWritten", Fill(paths::kCardMount), "023", Clock(5), Clock(5, 20)},
-        Row{"WhileTheLedgerIsWritten", Fill(paths::kCardMount, kPage), "0123", Clock(5),
-            Clock(5, 20)},
-        Row{"InAMark", Fill(paths::kCardMount), "0123", Clock(5, 50), Clock(8)},
-        Row{"InTheLogs",
-            [] {
-              fs::remove_all(paths::kLogDirectory);  // its files would have room left
-              return Fill("/tmp")();
-            },
-            "0123"}),
+    ::testing::Values(Row{"TwoCycles", Fill(paths::kCardMount), "03"},
+                      Row{"TextWriting", Fill(paths::kCardMount), "023", Clock(4, 50), Clock(5)},
+                      Row{"ArchiveWriting", Fill(paths::kCardMount), "023", Clock(5), Clock(5, 20)},
+                      Row{"LedgerWriting", Fill(paths::kCardMount, kPage), "0123", Clock(5),
+                          Clock(5, 20)},
+                      Row{"Marking", Fill(paths::kCardMount), "0123", Clock(5, 50), Clock(8)},
+                      Row{"Logs",
+                          [] {
+                            fs::remove_all(paths::kLogDirectory);  // its files would have room left
+                            return Fill("/tmp")();
+                          },
+                          "0123"}),
     kName);
 
 INSTANTIATE_TEST_SUITE_P(
@@ -196,8 +194,8 @@ TEST_P(ReadOnlyCard, LosesOnlyTheCycleUnderWay) {
 
 INSTANTIATE_TEST_SUITE_P(
     Card, ReadOnlyCard,
-    ::testing::Values(Row{"WhilePacking", ReadOnly, "023", Clock(4, 50), Clock(12), true},
-                      Row{"WhileUploading", ReadOnly, "0123", Clock(5, 50), Clock(9, 50)}),
+    ::testing::Values(Row{"Packing", ReadOnly, "023", Clock(4, 50), Clock(12), true},
+                      Row{"Uploading", ReadOnly, "0123", Clock(5, 50), Clock(9, 50)}),
     kName);
 
 // Time stands still as long as tar hangs.
@@ -242,11 +240,11 @@ INSTANTIATE_TEST_SUITE_P(Database, EventTrouble,
                                                "1"}),
                          kName);
 
-INSTANTIATE_TEST_SUITE_P(
-    Card, EventTrouble,
-    ::testing::Values(Row{"Full", Fill(paths::kCardMount), "1+"},
-                      Row{"WithALockedLedger", Lock(paths::kLedger, kWriting), "1"},
-                      Row{"WithAFailingTar", OtherTar("exit 2"), "1", Clock(4, 50), Clock(5, 2)}),
-    kName);
+INSTANTIATE_TEST_SUITE_P(Card, EventTrouble,
+                         ::testing::Values(Row{"FullCard", Fill(paths::kCardMount), "1+"},
+                                           Row{"LockedLedger", Lock(paths::kLedger, kWriting), "1"},
+                                           Row{"FailingTar", OtherTar("exit 2"), "1", Clock(4, 50),
+                                               Clock(5, 2)}),
+                         kName);
 
 }  // namespace

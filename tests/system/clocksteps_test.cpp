@@ -242,7 +242,8 @@ INSTANTIATE_TEST_SUITE_P(
                                          Step{"AnHourForward", kHour},
                                          Step{"AnHourBack", -kHour, 0, 6, 70 * kMinute},
                                          Step{"ADayForward", kDay}, Step{"ADayBack", -kDay},
-                                         Step{"To1970", 0, kTo1970}, Step{"To2038", 0, kTo2038}),
+                                         Step{"BackTo1970", 0, kTo1970},
+                                         Step{"AheadTo2038", 0, kTo2038}),
                        ::testing::Bool()),
     [](const auto& row) {
       return std::string(std::get<0>(row.param).name) +

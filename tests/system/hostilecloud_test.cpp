@@ -114,13 +114,13 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Body, Misbehaviour,
     ::testing::Values(
-        Row{"ApartFromItsHead", SaysApart({kNoLength, "@"})},
-        Row{"InPieces", SaysApart({kNoLength + " ", "@"})},
-        Row{"OfTwoThousandPieces", Says(kChunked + Repeated("1\r\n \r\n", 2000) + kLast + "\r\n")},
-        Row{"OfHundredMebibytes", Floods(kNoLength, "x", 100 * kMebibyte)},
-        Row{"OfHundredMebibytesOfBlanks", Floods(kNoLength, " ", 100 * kMebibyte)},
-        Row{"OfHtml", Answers("<html>status</html>")},
-        Row{"OfTheWrongTypes", Answers(R"({"status":{},"message":{},"data":{}})")},
+        Row{"HeadAndBodyApart", SaysApart({kNoLength, "@"})},
+        Row{"TwoPieces", SaysApart({kNoLength + " ", "@"})},
+        Row{"TwoThousandPieces", Says(kChunked + Repeated("1\r\n \r\n", 2000) + kLast + "\r\n")},
+        Row{"HundredMebibytes", Floods(kNoLength, "x", 100 * kMebibyte)},
+        Row{"HundredMebibytesOfBlanks", Floods(kNoLength, " ", 100 * kMebibyte)},
+        Row{"Html", Answers("<html>status</html>")},
+        Row{"WrongTypes", Answers(R"({"status":{},"message":{},"data":{}})")},
         Row{"NestedDeeply", Answers(R"({"message":"","status":)" + Repeated("[", 100000) +
                                     Repeated("]", 100000) + "}")}),
     kName);
