@@ -1,134 +1,164 @@
-// Whole days of the running service, with everything accounted for.
+// Long runs of the service in which every file is accounted for.
+#include <algorithm>
+#include <filesystem>
 #include <map>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "cloud/simulator.h"
+#include "acquisition/eventwriter.h"
+#include "acquisition/historywriter.h"
+#include "system/support/alarms.h"
 #include "system/support/ledger.h"
-#include "system/support/plant.h"
 #include "system/support/systemtest.h"
-#include "util/text.h"
+#include "util/paths.h"
 
 namespace {
 
 using cloud::Behaviour;
 using cloud::Endpoint;
 
-constexpr int kCycles = 288;  // of a day, 300 s each
 constexpr int kCycleSeconds = 300;
 
-class Day : public test::SystemTest {
+// Names below the root of the data files of every archive on the card.
+std::vector<std::string> Archives() {
+  std::vector<std::string> names;
+  const std::filesystem::path root = paths::kDataFiles;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+    if (entry.is_regular_file()) names.push_back(entry.path().lexically_relative(root));
+  }
+  std::ranges::sort(names);
+  return names;
+}
+
+// The service runs from midnight on, cycle by cycle.
+class Day : public test::ConnectedTest {
  protected:
   void SetUp() override {
-    SystemTest::SetUp();
+    ConnectedTest::SetUp();
     test::WriteExamplePlant();
   }
 
-  // The live values of a cycle: the discharge pressure is the cycle's number.
-  static std::vector<SegmentPoint> Values(int cycle) {
-    auto values = test::ExampleValues();
-    values[0].value = cycle;
-    return values;
-  }
+  static std::time_t Begin(int cycle) { return At(0, 0) + cycle * kCycleSeconds; }
 
-  static std::string Document(int cycle) {
-    const int minutes = cycle * kCycleSeconds / 60;
-    std::string document =
-        test::ExampleDocument(util::Format("2024-03-07 %02d:%02d:00", minutes / 60, minutes % 60));
-    return document.replace(document.find("12.500"), 6, util::Format("%d.000", cycle));
-  }
-
-  // The day's data files, each with what must be in it.
-  static std::map<std::string, std::string> Documents() {
-    std::map<std::string, std::string> documents;
-    for (int cycle = 0; cycle < kCycles; ++cycle) {
-      const std::string name = test::RealDataName(At(0, 0) + cycle * kCycleSeconds);
-      documents[name.substr(name.rfind('/') + 1)] = Document(cycle);
-    }
-    return documents;
-  }
-
-  // Lives through the cycles from `first` to before `end`, each with values of its own.
-  static void RunCycles(test::ServiceProcess& service, Segment& segment, int first, int end) {
+  // Runs the cycles from `first` to before `end`: the discharge pressure is their number.
+  void RunCycles(test::ServiceProcess& service, int first, int end) {
     for (int cycle = first; cycle < end; ++cycle) {
-      segment.Write(Values(cycle));
-      service.RunUntil(At(0, 0) + (cycle + 1) * kCycleSeconds - 1);
+      m_segment.Set(0x01030001, cycle);
+      service.RunUntil(Begin(cycle + 1) - 1);
     }
   }
 
-  // What the cloud has accepted, each file once, is what was packed: as documents and as bytes.
-  static void CheckCopies(const std::vector<cloud::Exchange>& uploads) {
-    std::map<std::string, std::string> copies;
-    for (const auto& upload : uploads) {
-      const std::string path = test::DataFilePath("realdata/7/" + upload.fileName);
-      EXPECT_EQ(upload.archive, test::ReadFile(path)) << path;
-      copies[upload.fileName] = upload.document;
+  // The cloud has accepted the file of every cycle once, with the cycle's value and byte for byte
+  // as it stands on the card.
+  static void ExpectRealData(const cloud::Simulator& cloud, int cycles) {
+    std::map<std::string, cloud::Exchange> copies;
+    for (const auto& upload : cloud.AcceptedUploads()) {
+      if (upload.endpoint != Endpoint::kRealData) continue;
+      EXPECT_TRUE(copies.emplace("realdata/7/" + upload.fileName, upload).second)
+          << upload.fileName << " was accepted twice";
     }
-    EXPECT_EQ(copies, Documents());
-    EXPECT_EQ(copies.size(), uploads.size()) << "a file was accepted twice";
+    EXPECT_EQ(copies.size(), static_cast<std::size_t>(cycles));
+    for (int cycle = 0; cycle < cycles; ++cycle) {
+      const std::string name = test::RealDataName(Begin(cycle));
+      const auto& copy = copies[name];
+      EXPECT_EQ(copy.archive, test::ReadFile(test::DataFilePath(name))) << name;
+      EXPECT_NE(copy.document.find("\"" + std::to_string(cycle) + ".000\""), std::string::npos)
+          << name;
+    }
   }
+
+  Segment m_segment{test::ExampleValues()};
 };
 
-// Every sixth upload goes wrong, each time in another way.
-std::vector<Behaviour> Troubles(int count) {
-  const std::vector<Behaviour> troubles = {Behaviour::Refuse(), Behaviour::Status(503, "busy"),
-                                           Behaviour::Nonsense("<html>"), Behaviour::Close()};
-  std::vector<Behaviour> script;
-  for (int i = 0; i < count; ++i) {
-    script.insert(script.end(), 5, Behaviour::Normal());
-    script.push_back(troubles[static_cast<std::size_t>(i) % troubles.size()]);
+// Everything that can come in a day: events and orders, refusals, redirected data traffic.
+class WholeDay : public Day {
+ protected:
+  static constexpr int kCycles = 288;
+  static constexpr int kCyclesAnOrder = 36;
+
+  void SetUp() override {
+    Day::SetUp();
+    test::WriteLedger({});
+    test::SystemFile(m_cloud.Port(), {.recall = 300}).Write();
+    for (const auto endpoint : {Endpoint::kRealData, Endpoint::kAlarmData, Endpoint::kCallData}) {
+      m_cloud.Script(endpoint, {Behaviour::Normal(), Behaviour::Refuse(), Behaviour::Normal(),
+                                Behaviour::Status(503, "busy"), Behaviour::Nonsense("<html>"),
+                                Behaviour::Close()});
+    }
   }
-  return script;
-}
 
-TEST_F(Day, WithTroublesEndsWithEverythingAccepted) {
-  constexpr int kTroubles = 40;
-  constexpr int kAddressChecks = 143;  // every ten minutes from 00:10 to 23:50
-  cloud::Simulator cloud({.serialNumber = test::kSerialNumber});
-  cloud.Script(Endpoint::kRealData, Troubles(kTroubles));
-  test::SystemFile(cloud.Port()).Write();
-  Segment segment(Values(0));
-  test::ServiceProcess service(At(0, 0));
+  void Live() {
+    test::ServiceProcess service(At(0, 0));
+    for (int cycle = 0; cycle < kCycles; ++cycle) {
+      if (cycle % kCyclesAnOrder == 6) OrderTheHalfHourBefore(Begin(cycle));
+      if (cycle == 80) m_cloud.Redirect(kSecondAddress);
+      if (cycle == 200) m_cloud.Redirect("127.0.0.1");
+      const int burst = cycle % 24 == 12 ? 41 : 0;
+      const auto events = test::AlarmEvents(Begin(cycle), cycle % 4 == 0 ? 1 + burst : 0);
+      EventWriter().Append(events);
+      m_events.insert(m_events.end(), events.begin(), events.end());
+      HistoryWriter().Append(HistoryRows({0x01030001}, Begin(cycle), Begin(cycle + 1) - 60));
+      RunCycles(service, cycle, cycle + 1);
+    }
+  }
 
-  RunCycles(service, segment, 0, kCycles);
+  void OrderTheHalfHourBefore(std::time_t now) {
+    const auto mark = [](std::time_t when) { return test::TimesOf({{.time = when}}).front(); };
+    m_cloud.Order({.id = ++m_orders,
+                   .devices = {{.groupId = 1,
+                                .eqpId = 3,
+                                .points = {{.pointId = 1,
+                                            .beginTime = mark(now - 1800),
+                                            .endTime = mark(now - 60)}}}}});
+  }
 
-  EXPECT_EQ(test::CountResults(1), kCycles);
+  std::vector<AlarmEvent> m_events;
+  int m_orders = 0;
+};
+
+TEST_F(WholeDay, LosesNothingOfAnyWorker) {
+  Live();
+
+  std::vector<std::string> produced = Archives();
+  std::erase_if(produced, [](const auto& name) { return name.starts_with("calldata/"); });
+  std::vector<std::string> recorded;
+  for (const auto& row : test::ReadLedger()) recorded.push_back(row.name);
+  EXPECT_EQ(recorded, produced);
   EXPECT_EQ(test::CountResults(0), 0);
-  EXPECT_EQ(cloud.Exchanges().size(), 1U + kCycles + kTroubles + kAddressChecks);
-  CheckCopies(cloud.AcceptedUploads());
+  ExpectRealData(m_cloud, kCycles);
+  EXPECT_EQ(test::SentAlarmTimes(m_cloud), test::TimesOf(m_events));
+  EXPECT_EQ(m_cloud.StandingOrders(), 0U);
+  EXPECT_EQ(m_cloud.AcceptedUploads().size(), produced.size() + kCycles / kCyclesAnOrder);
 }
 
-TEST_F(Day, WithoutACloudUntilNoonIsMadeUpForAfterwards) {
-  auto cloud = std::make_unique<cloud::Simulator>(cloud::Settings{});
+TEST_F(Day, CatchesUpAfterHoursWithoutACloud) {
+  constexpr int kCycles = 60;
+  std::optional<cloud::Simulator> cloud(std::in_place, cloud::Settings{});
   const int port = cloud->Port();
   cloud.reset();
   test::SystemFile(port).Write();
-  Segment segment(Values(0));
   test::ServiceProcess service(At(0, 0));
-  RunCycles(service, segment, 0, kCycles / 2);
-  const int pendingAtNoon = test::CountResults(0);
-  cloud = std::make_unique<cloud::Simulator>(cloud::Settings{.port = port});
+  RunCycles(service, 0, kCycles / 2);
+  EXPECT_EQ(test::CountResults(0), kCycles / 2);
+  cloud.emplace(cloud::Settings{.port = port});
 
-  RunCycles(service, segment, kCycles / 2, kCycles);
+  RunCycles(service, kCycles / 2, kCycles);
 
-  EXPECT_EQ(pendingAtNoon, kCycles / 2);
-  EXPECT_EQ(test::CountResults(1), kCycles);
-  CheckCopies(cloud->AcceptedUploads());
+  EXPECT_EQ(test::CountResults(0), 0);
+  ExpectRealData(*cloud, kCycles);
 }
 
-TEST_F(Day, WithTheProcessKilledTwiceLosesNothing) {
-  cloud::Simulator cloud({});
-  test::SystemFile(cloud.Port()).Write();
-  Segment segment(Values(0));
+TEST_F(Day, LosesNothingWhenTheProcessIsKilled) {
+  constexpr int kCycles = 36;
   for (const int first : {0, kCycles / 3, 2 * kCycles / 3}) {
-    segment.Write(Values(first));
-    test::ServiceProcess service(At(0, 0) + first * kCycleSeconds);
-    RunCycles(service, segment, first, first + kCycles / 3);
+    m_segment.Set(0x01030001, first);
+    test::ServiceProcess service(Begin(first));
+    RunCycles(service, first, first + kCycles / 3);
   }
 
   EXPECT_EQ(test::CountResults(1), kCycles);
-  CheckCopies(cloud.AcceptedUploads());
+  ExpectRealData(m_cloud, kCycles);
 }
 
 }  // namespace

@@ -1,73 +1,65 @@
-// The tree that a damaged ledger condemns, and what is recorded twice.
+// Files and rows that get too old, and a damaged ledger.
 #include <fcntl.h>
 
-#include <algorithm>
+#include <ctime>
 #include <filesystem>
 #include <string>
 #include <vector>
 
-#include "cloud/simulator.h"
 #include "system/support/ledger.h"
-#include "system/support/plant.h"
 #include "system/support/systemtest.h"
 #include "util/file.h"
 #include "util/paths.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using test::LedgerRow;
 
-const std::vector<SegmentPoint> kAnyValue = {{0x01030001, 1}};
+constexpr std::time_t kAge = 31 * 86400;
 
 // The service starts at 12:04:30; its cycle of 12:05:00 saves at 12:05:01.
-class Ledger : public test::SystemTest {
+class Ledger : public test::ConnectedTest {
  protected:
-  void SetUp() override {
-    SystemTest::SetUp();
-    test::WriteEmptyPlant();
-    test::SystemFile(m_cloud.Port()).Write();
-  }
-
-  cloud::Simulator m_cloud{{}};
-  Segment m_segment{kAnyValue};
+  Segment m_segment{test::ExampleValues()};
 };
 
-// The path of an open directory as the kernel knows it now.
-std::string PathOf(const util::Descriptor& directory) {
-  return fs::read_symlink("/proc/self/fd/" + std::to_string(directory.Get())).string();
+TEST_F(Ledger, DropsWhatTheServicePacked31DaysBefore) {
+  {
+    test::ServiceProcess service(At(12, 4, 30));
+    service.RunUntil(At(12, 5, 20));
+  }
+  const std::string name = test::RealDataName(At(12, 5));
+  test::ServiceProcess service(At(11, 59, 30) + kAge);
+
+  service.RunUntil(At(12, 4, 59) + kAge);
+  EXPECT_TRUE(test::Exists(test::DataFilePath(name)));
+  service.RunUntil(At(12, 5, 20) + kAge);
+
+  EXPECT_FALSE(test::Exists(test::DataFilePath(name)));
+  EXPECT_EQ(test::ReadLedger(),
+            (std::vector<LedgerRow>{{test::RealDataName(At(12, 0) + kAge), 2, 1},
+                                    {test::RealDataName(At(12, 5) + kAge), 2, 0}}));
 }
 
-TEST_F(Ledger, DamagedCondemnsTheTreeWhichIsMovedAsideAndRemoved) {
+TEST_F(Ledger, MovesItsTreeAsideWhenItIsDamaged) {
+  const std::string earlier = test::DataFilePath(test::RealDataName(At(0, 0) - 4 * 86400));
   test::WriteFile(paths::kLedger, "the shopping list\n");
-  test::WriteFile(test::DataFilePath("realdata/3/S20240303000000.tar.gz"), "an earlier file");
+  test::WriteFile(earlier, "an earlier file");
   const util::Descriptor tree(open(paths::kCloudTree, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   test::ServiceProcess service(At(12, 4, 30));
 
   service.RunUntil(At(12, 5, 20));
 
-  EXPECT_EQ(PathOf(tree), "/media/mmcblk0p1/Cloud.lost (deleted)");
+  // The kernel knows by which name the directory was removed.
+  EXPECT_EQ(std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(tree.Get())),
+            "/media/mmcblk0p1/Cloud.lost (deleted)");
   EXPECT_FALSE(test::Exists(paths::kLostTree));
-  EXPECT_FALSE(test::Exists(test::DataFilePath("realdata/3/S20240303000000.tar.gz")));
+  EXPECT_FALSE(test::Exists(earlier));
+  EXPECT_EQ(test::List(paths::kRealData).size(), 31U);
+  EXPECT_TRUE(test::List(paths::kLedgerDirectory).empty());
 }
 
-TEST_F(Ledger, DamagedIsReplacedByAnEmptyTreeWithoutCallData) {
-  test::WriteFile(paths::kLedger, "the shopping list\n");
-  test::ServiceProcess service(At(12, 4, 30));
-
-  service.RunUntil(At(12, 5, 20));
-
-  std::vector<std::string> days;
-  for (int day = 1; day <= 31; ++day) days.push_back(std::to_string(day));
-  std::sort(days.begin(), days.end());
-  EXPECT_EQ(test::List(paths::kCloudTree), (std::vector<std::string>{"DB", "JsonFiles"}));
-  EXPECT_EQ(test::List(paths::kDataFiles), (std::vector<std::string>{"alarmdata", "realdata"}));
-  EXPECT_EQ(test::List(paths::kRealData), days);
-  EXPECT_EQ(test::List(paths::kAlarmData), days);
-  EXPECT_EQ(test::List(paths::kLedgerDirectory), std::vector<std::string>{});
-}
-
-TEST_F(Ledger, DamagedBesideAnEarlierLostTreeIsWholeAgainInTheNextCycle) {
+TEST_F(Ledger, WorksAgainInTheNextCycleAlsoBesideAnEarlierLostTree) {
   test::WriteFile(paths::kLedger, "the shopping list\n");
   test::WriteFile(paths::kLostTree + std::string("/deep/inside/file"), "lost before");
   test::ServiceProcess service(At(12, 4, 30));
@@ -75,18 +67,7 @@ TEST_F(Ledger, DamagedBesideAnEarlierLostTreeIsWholeAgainInTheNextCycle) {
   service.RunUntil(At(12, 10, 20));
 
   EXPECT_FALSE(test::Exists(paths::kLostTree));
-  EXPECT_EQ(test::ReadLedger(), (std::vector<LedgerRow>{{"realdata/7/S20240307121000.tar.gz"}}));
-}
-
-TEST_F(Ledger, KeepsTheRowOfAFileThatIsPackedAgain) {
-  test::WriteLedger({{"realdata/7/S20240307120500.tar.gz", 2, 1}});
-  test::ServiceProcess service(At(12, 4, 30));
-
-  service.RunUntil(At(12, 6, 30));
-
-  EXPECT_EQ(test::ReadLedger(),
-            (std::vector<LedgerRow>{{"realdata/7/S20240307120500.tar.gz", 2, 1}}));
-  EXPECT_TRUE(m_cloud.AcceptedUploads().empty());
+  EXPECT_EQ(test::ReadLedger(), (std::vector<LedgerRow>{{test::RealDataName(At(12, 10))}}));
 }
 
 }  // namespace

@@ -20,10 +20,10 @@ namespace {
 
 constexpr std::int64_t kMicrosecondsPerSecond = 1000000;
 constexpr int kSecondMilliseconds = 1000;
-constexpr int kLookMilliseconds = 3;  // as long as a silent server's byte may take to arrive
+constexpr int kLookMilliseconds = 3;  // the time that a silent server's byte may take to arrive
 
-// What it is for: a lock that the thread sanitizer does not see. A pthread mutex around every sleep
-// would look to it like an order between the service's threads, and hide the races among them.
+// A lock that the thread sanitizer does not see. A pthread mutex around every sleep would look like
+// an order between the service's threads and hide their races.
 class UnseenLock {
  public:
   void lock() {
@@ -46,10 +46,10 @@ Function* Next(const char* name) {
 // A thread that waits for a mutex.
 struct Waiter {
   const pthread_mutex_t* mutex;
-  bool blocked = true;  // until somebody unlocks the mutex
+  bool blocked = true;  // until the mutex is unlocked
 };
 
-// What it is for: the process's side of the clock. Threads: all of the process's.
+// The service's side of the clock. All threads of the service may call it.
 class VirtualClock {
  public:
   VirtualClock() : m_face(MapFace()) {}
@@ -89,7 +89,8 @@ class VirtualClock {
     }
   }
 
-  // Waits for a mutex the way a thread sleeps: who holds it may sleep, and the time must go on.
+  // Counts as asleep while it waits: the thread that holds the mutex may sleep, and time must go
+  // on.
   int Lock(pthread_mutex_t* mutex) {
     int result = m_tryLock(mutex);
     while (result == EBUSY) {
@@ -97,7 +98,7 @@ class VirtualClock {
       Waiter self{mutex};
       m_waiters.insert(&self);
       ++m_waiterCount;
-      result = m_tryLock(mutex);  // unlocked before anybody could see this thread wait
+      result = m_tryLock(mutex);  // again: an unlock may have come before this thread was a waiter
       while (result == EBUSY && self.blocked) AwaitMove(lock);
       --m_waiterCount;
       m_waiters.erase(&self);
@@ -134,11 +135,11 @@ class VirtualClock {
     void* memory = mmap(nullptr, sizeof(ClockFace), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (memory == MAP_FAILED) abort();
     close(file);
-    unsetenv("LD_PRELOAD");  // the shell and tar keep the real time
+    unsetenv("LD_PRELOAD");  // the shell and tar run on the real time
     return static_cast<ClockFace*>(memory);
   }
 
-  // Moves the time, or waits until something has changed.
+  // Moves the time, or waits for a change.
   void AwaitMove(std::unique_lock<UnseenLock>& lock) {
     const std::uint32_t seen = m_face->changes.load();
     if (Advance()) return;
@@ -153,15 +154,15 @@ class VirtualClock {
     return m_wakings.size() + static_cast<std::size_t>(blocked);
   }
 
-  // Moves the time to the next waking when every thread sleeps, or waits for one that does, and the
-  // limit allows it; says whether it moved. Called with the lock held, by such a thread.
+  // Moves the time to the next waking if every thread sleeps or waits for a sleeping one, and the
+  // limit allows it. Returns whether it moved. Called with the lock held.
   bool Advance() {
     if (m_wakings.empty() || IdleThreads() < m_face->threads.load()) return false;
     const std::int64_t next = *m_wakings.begin();
-    if (next <= m_face->nowMicroseconds.load()) return false;  // somebody is about to wake
+    if (next <= m_face->nowMicroseconds.load()) return false;  // that thread is about to wake
     const std::int64_t limit = m_face->limitMicroseconds.load();
     if (next > limit) {
-      m_face->restedAt = limit;
+      if (m_face->restedAt.exchange(limit) != limit) AnnounceChange(m_face);
       return false;
     }
     m_face->nowMicroseconds = next;
@@ -173,8 +174,8 @@ class VirtualClock {
   int (*m_tryLock)(pthread_mutex_t*) = Next<int(pthread_mutex_t*)>("pthread_mutex_trylock");
   int (*m_unlock)(pthread_mutex_t*) = Next<int(pthread_mutex_t*)>("pthread_mutex_unlock");
   int (*m_poll)(pollfd*, nfds_t, int) = Next<int(pollfd*, nfds_t, int)>("poll");
-  UnseenLock m_lock;                      // guards the two sets and the moves of the time
-  std::multiset<std::int64_t> m_wakings;  // of the threads that sleep now
+  UnseenLock m_lock;                      // guards both sets and the moves of the time
+  std::multiset<std::int64_t> m_wakings;  // when the threads that sleep now will wake
   std::set<Waiter*> m_waiters;            // the threads that wait for a mutex now
   std::atomic<std::size_t> m_waiterCount = 0;
 };
@@ -184,7 +185,7 @@ VirtualClock& Clock() {
   return *clock;
 }
 
-// Made before anything of the process runs.
+// Made before the service's main runs.
 [[maybe_unused]] const bool kReady = (Clock(), true);
 
 using Entry = void* (*)(void*);
@@ -194,7 +195,7 @@ struct Start {
   void* argument;
 };
 
-// Counts the thread out on every way of ending.
+// Counts the thread out, however it ends.
 struct Presence {
   Presence() = default;
   ~Presence() { Clock().RemoveThread(); }
@@ -256,7 +257,7 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, test::En
   test::Clock().AddThread();
   const int result = real(thread, attributes, test::Run, start.get());
   if (result == 0) {
-    static_cast<void>(start.release());  // the thread's own now
+    static_cast<void>(start.release());  // the thread owns it now
   } else {
     test::Clock().RemoveThread();
   }

@@ -1,15 +1,15 @@
-// The virtual clock of a real process, as the test sees it: a file that the process and the test
-// map.
+// The virtual clock of the service under test, as both sides see it: a file that the service and
+// the test map into their memory.
 //
-// Preloaded into the process, the clock replaces `time`, `sleep`, `usleep`, the monotonic clock and
-// `poll`. Time stands still while any thread works (or waits for the network or a child); when all
-// of them sleep, or wait for a mutex that a sleeping one holds, it jumps to the next waking, but
-// never past the limit that the test sets. A day takes as long as its work does, and the same run
-// gives the same times. While a server of the test is silent, waiting for the network is sleep, a
-// second at a time, so that a transfer's time-out comes when it must.
+// The library that is preloaded into the service replaces `time`, `sleep`, `usleep`, the monotonic
+// clock and `poll`. Time stands still while any thread works, waits for a child or for the network.
+// When every thread sleeps, or waits for a mutex that a sleeping thread holds, time jumps to the
+// next waking, but never past the limit that the test sets. So a day takes as long as its work, and
+// the same run gives the same times. While a server of the test is silent, waiting for the network
+// counts as sleep, a second at a time, so that time-outs come.
 //
-// The test may set the wall clock, as an operator or a time server would: `time` then jumps, and no
-// sleep gets shorter or longer by it.
+// The test may set the wall clock as an operator or a time server would: `time` then jumps, and the
+// sleeps stay as long as they were.
 #pragma once
 
 #include <linux/futex.h>
@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <climits>
 #include <cstdint>
 
@@ -25,26 +26,34 @@ namespace test {
 inline constexpr char kClockFileVariable[] = "BRENNIK_TEST_CLOCK";
 
 struct ClockFace {
-  std::atomic<std::int64_t> nowMicroseconds;  // written by the process, what sleeps are counted in
-  std::atomic<std::int64_t> wallAhead;        // written by the test: `time` minus that, seconds
+  std::atomic<std::int64_t> nowMicroseconds;    // of the sleeps; written by the service
+  std::atomic<std::int64_t> wallAhead;          // seconds that `time` is ahead; written by the test
   std::atomic<std::int64_t> limitMicroseconds;  // written by the test
-  std::atomic<std::int64_t> restedAt;           // the limit at which all threads slept beyond it
-  std::atomic<std::uint32_t> threads;           // alive in the process, the main thread included
-  std::atomic<std::uint32_t> changes;           // of time, limit and threads, to wait for
-  std::atomic<std::uint32_t> silences;          // connections on which a server is silent
+  std::atomic<std::int64_t> restedAt;   // the limit at which all threads slept; by the service
+  std::atomic<std::uint32_t> threads;   // alive in the service, the main thread included
+  std::atomic<std::uint32_t> changes;   // of any other field, for AwaitChange
+  std::atomic<std::uint32_t> silences;  // connections on which a server is silent
 };
 static_assert(std::atomic<std::int64_t>::is_always_lock_free);
 static_assert(sizeof(std::atomic<std::uint32_t>) == sizeof(std::uint32_t));
 
-// Tells both sides that the face has changed.
+// Wakes every waiter of AwaitChange, on both sides.
 inline void AnnounceChange(ClockFace* face) {
   ++face->changes;
   syscall(SYS_futex, &face->changes, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
 }
 
-// Returns once the face has changed since `changes` had the value `seen`.
-inline void AwaitChange(ClockFace* face, std::uint32_t seen) {
-  syscall(SYS_futex, &face->changes, FUTEX_WAIT, seen, nullptr, nullptr, 0);
+// Returns once `changes` is no longer `seen`, or after `patience` if there is one. It may return
+// earlier.
+inline void AwaitChange(ClockFace* face, std::uint32_t seen,
+                        std::chrono::milliseconds patience = {}) {
+  // The kernel's own record: a C library with 64-bit time has another one on 32 bits.
+  struct {
+    long seconds;
+    long nanoseconds;
+  } timeout{0, static_cast<long>(std::chrono::nanoseconds(patience).count())};
+  syscall(SYS_futex, &face->changes, FUTEX_WAIT, seen, patience.count() == 0 ? nullptr : &timeout,
+          nullptr, 0);
 }
 
 }  // namespace test

@@ -29,29 +29,21 @@ std::vector<int> TakenFlags(std::time_t when) {
   return flags;
 }
 
-std::vector<cloud::Exchange> AlarmUploads(const cloud::Simulator& cloud) {
-  std::vector<cloud::Exchange> uploads;
+std::vector<std::string> SentAlarmTimes(const cloud::Simulator& cloud) {
+  std::map<std::string, std::string> documents;  // by file name
   for (const auto& upload : cloud.AcceptedUploads()) {
-    if (upload.endpoint == cloud::Endpoint::kAlarmData) uploads.push_back(upload);
+    if (upload.endpoint == cloud::Endpoint::kAlarmData) {
+      documents[upload.fileName] = upload.document;
+    }
   }
-  return uploads;
-}
-
-std::vector<std::string> AlarmTimes(const std::string& document) {
-  rapidjson::Document json;
-  json.Parse(document.c_str());
   std::vector<std::string> times;
-  for (const auto& alarm : json["data"].GetArray()) {
-    times.emplace_back(alarm["alarmTime"].GetString());
+  for (const auto& [name, document] : documents) {
+    rapidjson::Document json;
+    json.Parse(document.c_str());
+    for (const auto& alarm : json["data"].GetArray()) {
+      times.emplace_back(alarm["alarmTime"].GetString());
+    }
   }
-  return times;
-}
-
-std::vector<std::string> SentAlarmTimes(const std::vector<cloud::Exchange>& uploads) {
-  std::map<std::string, std::vector<std::string>> byName;
-  for (const auto& upload : uploads) byName[upload.fileName] = AlarmTimes(upload.document);
-  std::vector<std::string> times;
-  for (const auto& [name, ofFile] : byName) times.insert(times.end(), ofFile.begin(), ofFile.end());
   return times;
 }
 

@@ -1,4 +1,4 @@
-// Alarm events on their way: written as the acquisition side would, and as the cloud received them.
+// Alarm events as the acquisition side records them and as the cloud receives them.
 #pragma once
 
 #include <ctime>
@@ -12,17 +12,12 @@ namespace test {
 
 // `count` events of the plant's discharge pressure, one a second from `first` on.
 std::vector<AlarmEvent> AlarmEvents(std::time_t first, int count);
-// "2024-03-07 12:03:00" of each.
+// "2024-03-07 12:03:00" of each event.
 std::vector<std::string> TimesOf(const std::vector<AlarmEvent>& events);
-
-// The column `upload` of the events of the month that `when` falls into, in their order.
+// The column `upload` of all events of the month that `when` falls into.
 std::vector<int> TakenFlags(std::time_t when);
-
-// The alarm-data files that the cloud has accepted, in order of arrival.
-std::vector<cloud::Exchange> AlarmUploads(const cloud::Simulator& cloud);
-// "alarmTime" of each alarm of a document, in its order.
-std::vector<std::string> AlarmTimes(const std::string& document);
-// The same of all files, in the order of their names.
-std::vector<std::string> SentAlarmTimes(const std::vector<cloud::Exchange>& uploads);
+// "alarmTime" of every alarm in the files that the cloud has accepted, in the order of the files'
+// names.
+std::vector<std::string> SentAlarmTimes(const cloud::Simulator& cloud);
 
 }  // namespace test

@@ -1,4 +1,4 @@
-// Environment variables for a while.
+// An environment variable for a while.
 #pragma once
 
 #include <cstdlib>
@@ -8,8 +8,7 @@
 
 namespace test {
 
-// What it is for: one variable of the test's environment, which the service inherits at its start.
-// Threads: the test's. Owns: the variable, which gets its earlier value back with the object's end.
+// Sets a variable, which a service that starts meanwhile inherits, and restores it at the end.
 class Environment {
  public:
   Environment(std::string name, const std::string& value) : m_name(std::move(name)) {
@@ -17,11 +16,7 @@ class Environment {
     setenv(m_name.c_str(), value.c_str(), 1);
   }
   ~Environment() {
-    if (m_earlier) {
-      setenv(m_name.c_str(), m_earlier->c_str(), 1);
-    } else {
-      unsetenv(m_name.c_str());
-    }
+    m_earlier ? setenv(m_name.c_str(), m_earlier->c_str(), 1) : unsetenv(m_name.c_str());
   }
   Environment(const Environment&) = delete;
   Environment& operator=(const Environment&) = delete;

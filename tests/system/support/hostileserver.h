@@ -1,53 +1,39 @@
-// A cloud that misbehaves once in each exchange, and the effects of it.
+// A cloud that misbehaves once in each exchange.
 #pragma once
 
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
-#include <vector>
 
 #include "support/rawserver.h"
 
 namespace test {
 
-enum Exchange { kLogin, kAddress, kCheck, kRealData, kAlarmData, kRecallData };
-
-// What a server does with a connection instead of sending the sound answer with this body.
+// What a server does on a connection instead of sending the sound answer with this body.
 using Misdeed = std::function<void(int connection, const std::string& good)>;
 
-// What it is for: answers the first request of each exchange by the misdeed and all later ones
-// soundly. A sound address check leads to "localhost". The recall of order 7 stands until it has
-// been answered `answersWanted` times.
-// Threads: the test's; see RawServer. Owns: the server and the record of the requests.
+// Answers the first request of each of the six exchanges by the misdeed and all later ones soundly.
+// A sound address check leads to "localhost", and a sound recall check orders a recall.
 class HostileServer {
  public:
-  HostileServer(Misdeed misdeed, long answersWanted);
+  explicit HostileServer(Misdeed misdeed);
 
   int Port() const { return m_server.Port(); }
-  // A sign for each exchange, in their order: A when its first request was as good as answered
-  // soundly, R when it had no effect and the second one had, ? for anything else.
-  std::string Effects() const;
-  // Whether the latest request has followed the redirect.
+  // How many of the exchanges have met the misdeed.
+  std::size_t Met() const;
+  // Whether the latest upload went to the redirected address.
   bool IsFollowed() const;
 
  private:
-  struct Seen {
-    Exchange exchange;
-    bool redirected;  // to "localhost"; never an address check
-    bool operator==(const Seen&) const = default;
-  };
-  using Place = std::vector<Seen>::const_iterator;
-
-  void Serve(Exchange exchange, const RawRequest& request, int connection);
-  long Count(Exchange exchange, Place end) const;
-  Place FirstOf(Exchange exchange) const;
-  bool IsRedirectedAtOnce() const;
+  void Serve(const std::string& path, const std::string& good, const RawRequest& request,
+             int connection);
 
   const Misdeed m_misdeed;
-  const long m_answersWanted;
-  mutable std::mutex m_mutex;  // guards the requests
-  std::vector<Seen> m_seen;
-  RawServer m_server;  // last: its threads see all of the above
+  mutable std::mutex m_mutex;           // guards the two below
+  std::map<std::string, int> m_counts;  // requests, by path
+  std::string m_latestUpload;           // its head
+  RawServer m_server;                   // last: its threads use all of the above
 };
 
 }  // namespace test

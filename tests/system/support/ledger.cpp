@@ -6,6 +6,7 @@
 #include <ostream>
 #include <stdexcept>
 
+#include "support/databasefile.h"
 #include "support/files.h"
 #include "system/support/plant.h"
 #include "util/paths.h"
@@ -25,10 +26,6 @@ std::string Name(const char* folder, char prefix, std::time_t stamp) {
   char digits[sizeof("YYYYMMDDhhmmss")];
   std::strftime(digits, sizeof(digits), "%Y%m%d%H%M%S", &time);
   return util::Format("%s/%d/%c%s.tar.gz", folder, time.tm_mday, prefix, digits);
-}
-
-void Execute(util::Database& database, const std::string& sql) {
-  if (!database.Execute(sql)) throw std::runtime_error(sql + ": " + database.ErrorText());
 }
 
 }  // namespace
@@ -57,11 +54,11 @@ int CountResults(int result) {
 
 void WriteLedger(const std::vector<LedgerRow>& rows) {
   std::filesystem::create_directories(paths::kLedgerDirectory);
-  util::Database database(paths::kLedger);
-  Execute(database, kCreate);
+  DatabaseFile ledger(paths::kLedger);
+  ledger.Run(kCreate);
   for (const auto& row : rows) {
-    Execute(database, util::Format("insert into tJsonFileNames values('%s',%d,%d)",
-                                   row.name.c_str(), row.type, row.result));
+    ledger.Run(util::Format("insert into tJsonFileNames values('%s',%d,%d)", row.name.c_str(),
+                            row.type, row.result));
   }
 }
 

@@ -1,4 +1,4 @@
-// The upload ledger on the card and the data files that it lists, read and prepared.
+// The upload ledger on the card and the data files that it lists.
 #pragma once
 
 #include <ctime>
@@ -18,23 +18,23 @@ struct LedgerRow {
 
   bool operator==(const LedgerRow&) const = default;
 };
-// How a test that fails shows a row.
+// Shows a row in the message of a failed test.
 void PrintTo(const LedgerRow& row, std::ostream* out);
 
 // The rows, by name. Empty when there is no ledger.
 std::vector<LedgerRow> ReadLedger();
 // How many rows have that result.
 int CountResults(int result);
-// Makes the ledger where there is none, and adds rows.
+// Adds rows, and makes the ledger when it is missing.
 void WriteLedger(const std::vector<LedgerRow>& rows);
 
 // "realdata/7/S20240307120500.tar.gz" of a stamp, Unix time.
 std::string RealDataName(std::time_t stamp);
 std::string AlarmDataName(std::time_t stamp);
-// Where a ledger's name stands on the card.
+// The path on the card of a name in the ledger.
 std::string DataFilePath(const std::string& name);
 
-// Packs a sound real-data file of the empty plant as the service would, without a row; its name.
+// Packs a real-data file of the empty plant as the service does, without a row. Returns its name.
 std::string PackDataFile(std::time_t stamp);
 
 }  // namespace test

@@ -6,14 +6,13 @@
 #include <thread>
 
 #include "system/support/serviceprocess.h"
-#include "util/json.h"
 #include "util/text.h"
 
 namespace test {
 namespace {
 
 constexpr std::chrono::milliseconds kApart{20};
-constexpr std::chrono::milliseconds kSecondOfSilence{3};  // the service's second
+constexpr std::chrono::milliseconds kSecondOfSilence{3};  // real time for a second of the service
 constexpr std::size_t kBlockBytes = 65536;
 
 std::string Replaced(std::string text, const std::string& what, const std::string& by) {
@@ -29,20 +28,6 @@ std::string Filled(std::string text, const std::string& good) {
   return Replaced(std::move(text), "@", good);
 }
 
-void Mistype(rapidjson::Value& value, const std::string& member) {
-  if (value.IsArray()) {
-    for (auto& element : value.GetArray()) Mistype(element, member);
-  }
-  if (!value.IsObject()) return;
-  for (auto& [name, inner] : value.GetObject()) {
-    if (name.GetString() == member) {
-      inner.SetObject();
-    } else {
-      Mistype(inner, member);
-    }
-  }
-}
-
 }  // namespace
 
 Misdeed Says(const std::string& bytes) {
@@ -52,24 +37,6 @@ Misdeed Says(const std::string& bytes) {
 Misdeed Answers(const std::string& body) {
   return [=](int connection, const std::string& good) {
     Send(connection, HttpAnswer(200, Filled(body, good)));
-  };
-}
-
-Misdeed AnswersReplacing(const std::string& what, const std::string& by) {
-  return [=](int connection, const std::string& good) {
-    Send(connection, HttpAnswer(200, Replaced(good, what, by)));
-  };
-}
-
-Misdeed AnswersWithMistyped(const std::string& member) {
-  return [=](int connection, const std::string& good) {
-    rapidjson::Document document;
-    document.Parse(good.c_str());
-    Mistype(document, member);
-    rapidjson::StringBuffer text;
-    rapidjson::Writer writer(text);
-    document.Accept(writer);
-    Send(connection, HttpAnswer(200, text.GetString()));
   };
 }
 

@@ -1,5 +1,5 @@
-// What a hostile cloud does instead of answering soundly. In all texts "@" stands for the sound
-// body of the exchange, "#" for its length, "~" for its length in hexadecimal digits.
+// What a hostile cloud does instead of answering soundly. In the bytes, "@" stands for the sound
+// body of the exchange, "#" for its length and "~" for its length in hexadecimal digits.
 #pragma once
 
 #include <cstddef>
@@ -10,21 +10,19 @@
 
 namespace test {
 
-// These bytes.
+// Sends these bytes.
 Misdeed Says(const std::string& bytes);
-// A sound head, and this body; the sound body with other words; with an object where the member has
-// its value.
+// Sends a sound head and this body.
 Misdeed Answers(const std::string& body);
-Misdeed AnswersReplacing(const std::string& what, const std::string& by);
-Misdeed AnswersWithMistyped(const std::string& member);
-// The pieces one by one, far enough apart to arrive alone.
+// Sends the pieces one by one, far enough apart to arrive alone.
 Misdeed SaysApart(const std::vector<std::string>& pieces);
-// The head, then the same again and again, at most so many bytes.
+// Sends the head, then the part again and again, at most so many bytes.
 Misdeed Floods(const std::string& head, const std::string& part, std::size_t bytes);
-// These bytes, then the end without a farewell.
+// Sends these bytes and resets the connection.
 Misdeed Resets(const std::string& bytes);
-// A byte every second, then nothing until the client gives up; all at once, then nothing.
+// Sends a byte every second, then nothing until the client gives up.
 Misdeed Stalls(const std::string& bytes);
+// Sends all bytes at once, then nothing until the client gives up.
 Misdeed SaysAndStalls(const std::string& bytes);
 
 }  // namespace test

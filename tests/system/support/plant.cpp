@@ -4,11 +4,16 @@
 
 namespace test {
 
-SysXml SystemFile(int cloudPort) {
-  return SysXml()
-      .Cloud("checked", "1")
+SysXml SystemFile(int cloudPort, const Intervals& intervals) {
+  SysXml file;
+  file.Cloud("checked", "1")
       .Cloud("cloudip", "127.0.0.1")
-      .Cloud("port", std::to_string(cloudPort));
+      .Cloud("port", std::to_string(cloudPort))
+      .Cloud("RealDataInv", std::to_string(intervals.realData))
+      .Cloud("AlarmDataInv", std::to_string(intervals.alarms))
+      .Cloud("FailInterval", std::to_string(intervals.upload));
+  if (intervals.recall > 0) file.Cloud("RecallInterval", std::to_string(intervals.recall));
+  return file;
 }
 
 void WriteExamplePlant() {

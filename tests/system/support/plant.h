@@ -1,8 +1,7 @@
-// The gateway that most system tests run: its configuration, a small plant, the plant's live values
-// and the document that the service must make of them.
+// The gateway of most system tests: its configuration, a small plant, live values and the document
+// that the service makes of them.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -13,9 +12,15 @@ namespace test {
 
 inline constexpr char kSerialNumber[] = "TS20240117";
 
-// sys.xml: switched on, with a cloud on this machine. The other attributes are absent, so real data
-// are packed every 300 s and uploaded every 60 s; a test may add them.
-SysXml SystemFile(int cloudPort);
+// Seconds. Without a recall interval nothing is recalled.
+struct Intervals {
+  int realData = 300;
+  int alarms = 30;
+  int upload = 60;
+  int recall = 0;
+};
+// sys.xml: switched on, with a cloud on this machine.
+SysXml SystemFile(int cloudPort, const Intervals& intervals = {});
 
 // sn.xml, the channel template and its definition files:
 //
@@ -23,14 +28,15 @@ SysXml SystemFile(int cloudPort);
 //              device 4: ACC 7 (0x01040207)
 //   channel 2, device 1: DO 2 (0x02010302), AO 0xAB (0x020104AB)
 //
-// Loading it takes 0.5 s, a document of it 1.3 s, its compression 1 s.
+// The service takes 0.5 s to load it, 1.3 s for a document and 1 s for its compression.
 void WriteExamplePlant();
-// The first two alone: sn.xml and a template without channels, which take no time at all.
+// sn.xml and a template without channels, which the service loads in no time.
 void WriteEmptyPlant();
 
-// A live value for every point of the plant.
+// A live value for every point of the example plant.
 std::vector<SegmentPoint> ExampleValues();
-// The documents of these values and of the empty plant; the time reads "2024-03-07 12:05:00".
+// The document of these values; the time reads "2024-03-07 12:05:00". The document of an empty
+// plant.
 std::string ExampleDocument(const std::string& timeMark);
 std::string EmptyDocument();
 

@@ -26,10 +26,10 @@ namespace {
 constexpr char kClockFile[] = "/tmp/service-clock";
 constexpr char kOutputFile[] = "/tmp/service-output";
 constexpr std::int64_t kMicrosecondsPerSecond = 1000000;
-constexpr std::chrono::seconds kPatience{600};  // a deadline for a broken service, never waited for
-constexpr std::chrono::milliseconds kLook{1};
-constexpr std::string_view kAddressSanitizer = "ASAN_OPTIONS=";
-constexpr std::string_view kSanitizerMarks[] = {"Sanitizer", "runtime error:"};
+// Deadlines for a broken service; a sound one never takes as long.
+constexpr std::chrono::seconds kRestPatience{600};
+constexpr std::chrono::seconds kEndPatience{60};
+constexpr std::chrono::milliseconds kLook{2};  // between two looks whether the process has ended
 
 // The last microsecond of a second: what falls into that second still happens.
 std::int64_t EndOf(std::time_t moment) {
@@ -37,7 +37,7 @@ std::int64_t EndOf(std::time_t moment) {
 }
 
 std::mutex g_faceMutex;
-ClockFace* g_face = nullptr;  // of the service that lives; guarded by g_faceMutex
+ClockFace* g_face = nullptr;  // the living service's; guarded by g_faceMutex
 
 ClockFace* MakeFace(std::time_t start) {
   WriteFile(kClockFile, std::string(sizeof(ClockFace), '\0'));
@@ -54,32 +54,27 @@ ClockFace* MakeFace(std::time_t start) {
   return face;
 }
 
-// The file that the environment names, or the one of this build.
-std::string Chosen(const char* variable, const char* ours) {
-  const char* other = std::getenv(variable);
-  return other == nullptr ? ours : other;
+// The environment's value of a variable, or another one.
+std::string Setting(const char* variable, const std::string& otherwise) {
+  const char* value = std::getenv(variable);
+  return value == nullptr ? otherwise : value;
 }
 
 // The test's environment with the clock preloaded.
 std::vector<std::string> ServiceEnvironment() {
-  // The address sanitizer wants to be the first library; the clock before it is harmless.
-  std::string addressSanitizer = "ASAN_OPTIONS=verify_asan_link_order=0";
   std::vector<std::string> variables;
   for (char** variable = environ; *variable != nullptr; ++variable) {
-    const std::string_view text(*variable);
-    if (text.starts_with(kAddressSanitizer)) {
-      addressSanitizer.append(":").append(text.substr(kAddressSanitizer.size()));
-    } else {
-      variables.emplace_back(text);
-    }
+    if (!std::string_view(*variable).starts_with("ASAN_OPTIONS="))
+      variables.emplace_back(*variable);
   }
-  variables.push_back(addressSanitizer);
+  // The address sanitizer wants to be the first library; the clock before it does no harm.
+  variables.push_back("ASAN_OPTIONS=verify_asan_link_order=0:" + Setting("ASAN_OPTIONS", ""));
   const std::string preload =
-      "LD_PRELOAD=" + Chosen("BRENNIK_VIRTUAL_CLOCK", BRENNIK_VIRTUAL_CLOCK);
-  // An emulator is a program of this machine; the clock is for the one that it runs.
+      "LD_PRELOAD=" + Setting("BRENNIK_VIRTUAL_CLOCK", BRENNIK_VIRTUAL_CLOCK);
+  // An emulator is a program of this machine; the clock is for the program that it runs.
   const bool emulated = std::getenv("QEMU_LD_PREFIX") != nullptr;
   variables.push_back(emulated ? "QEMU_SET_ENV=" + preload : preload);
-  variables.emplace_back(std::string(kClockFileVariable) + "=" + kClockFile);
+  variables.push_back(std::string(kClockFileVariable) + "=" + kClockFile);
   return variables;
 }
 
@@ -96,10 +91,19 @@ pid_t StartService() {
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, kOutputFile,
                                    O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
   posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+  // A caller that ignores SIGPIPE would hand that on and hide what the service does about it.
+  sigset_t defaults;
+  sigemptyset(&defaults);
+  sigaddset(&defaults, SIGPIPE);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+  posix_spawnattr_setsigdefault(&attributes, &defaults);
   pid_t pid = -1;
-  const std::string service = Chosen("BRENNIK_SERVICE", BRENNIK_SERVICE);
+  const std::string service = Setting("BRENNIK_SERVICE", BRENNIK_SERVICE);
   const int error =
-      posix_spawn(&pid, service.c_str(), &actions, nullptr, arguments, environment.data());
+      posix_spawn(&pid, service.c_str(), &actions, &attributes, arguments, environment.data());
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::system_error(error, std::generic_category(), "cannot start brennik");
   return pid;
@@ -113,24 +117,21 @@ ServiceProcess::ServiceProcess(std::time_t start)
 }
 
 ServiceProcess::~ServiceProcess() {
-  if (!HasEnded()) {
+  const bool endedByItself = HasEnded();
+  if (!endedByItself) {
     kill(m_pid, SIGKILL);
     waitpid(m_pid, nullptr, 0);
   }
-  CheckEnd();
-  const std::lock_guard lock(g_faceMutex);
-  g_face = nullptr;  // a server may still speak
-  munmap(m_face, sizeof(ClockFace));
-}
-
-void ServiceProcess::CheckEnd() {
   const std::string output = Output();
-  for (const auto mark : kSanitizerMarks) {
+  for (const std::string_view mark : {"Sanitizer", "runtime error:"}) {
     EXPECT_EQ(output.find(mark), std::string::npos) << output;
   }
-  EXPECT_TRUE(!m_exitStatus || m_statusAsked)
+  EXPECT_TRUE(!endedByItself || m_endExpected)
       << "the service has ended with status " << *m_exitStatus << "; it has printed:\n"
       << output;
+  const std::lock_guard lock(g_faceMutex);
+  g_face = nullptr;  // a server's thread may still call SpeakAgain
+  munmap(m_face, sizeof(ClockFace));
 }
 
 bool ServiceProcess::RunUntil(std::time_t moment) {
@@ -144,19 +145,29 @@ void ServiceProcess::LetRunUntil(std::time_t moment) {
   AnnounceChange(m_face);
 }
 
-void ServiceProcess::SetWallClock(std::time_t moment) {
-  m_face->wallAhead += moment - m_limit;
-  m_limit = moment;
-}
-
 bool ServiceProcess::AwaitRest() {
-  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  const auto deadline = std::chrono::steady_clock::now() + kRestPatience;
   while (std::chrono::steady_clock::now() < deadline) {
+    const std::uint32_t seen = m_face->changes;
     if (m_face->restedAt == m_face->limitMicroseconds || HasEnded()) return true;
-    std::this_thread::sleep_for(kLook);
+    AwaitChange(m_face, seen, kLook);
   }
   ADD_FAILURE() << "the service does not come to rest; it has printed:\n" << Output();
   return false;
+}
+
+std::optional<int> ServiceProcess::RunToItsEnd(std::time_t latest) {
+  LetRunUntil(latest);
+  const auto deadline = std::chrono::steady_clock::now() + kEndPatience;
+  while (!ExitStatus() && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(kLook);
+  }
+  return m_exitStatus;
+}
+
+void ServiceProcess::SetWallClock(std::time_t moment) {
+  m_face->wallAhead += moment - m_limit;
+  m_limit = moment;
 }
 
 void ServiceProcess::FallSilent() {
@@ -175,7 +186,7 @@ std::time_t ServiceProcess::Now() const {
 }
 
 std::optional<int> ServiceProcess::ExitStatus() {
-  m_statusAsked = true;
+  m_endExpected = true;
   HasEnded();
   return m_exitStatus;
 }

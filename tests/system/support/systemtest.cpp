@@ -14,6 +14,7 @@ void SystemTest::SetUp() {
   Empty("/tessel");
   Empty(paths::kCardMount);
   std::filesystem::remove_all(paths::kLogDirectory);
+  std::filesystem::remove_all(paths::kCardDevice);
   WriteFile(paths::kCardDevice, "");
 }
 
@@ -27,7 +28,26 @@ std::time_t SystemTest::On(int year, int month, int day) {
   date.tm_year = year - 1900;
   date.tm_mon = month - 1;
   date.tm_mday = day;
+  date.tm_isdst = -1;
   return std::mktime(&date);
+}
+
+void ConnectedTest::SetUp() {
+  SystemTest::SetUp();
+  WriteEmptyPlant();
+  SystemFile(m_cloud.Port()).Write();
+}
+
+std::vector<cloud::Exchange> ConnectedTest::Exchanges(cloud::Endpoint endpoint) const {
+  auto exchanges = m_cloud.Exchanges();
+  std::erase_if(exchanges, [=](const auto& exchange) { return exchange.endpoint != endpoint; });
+  return exchanges;
+}
+
+std::vector<std::string> ConnectedTest::FileNames(cloud::Endpoint endpoint) const {
+  std::vector<std::string> names;
+  for (const auto& exchange : Exchanges(endpoint)) names.push_back(exchange.fileName);
+  return names;
 }
 
 }  // namespace test

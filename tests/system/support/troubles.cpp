@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kTools[] = "/tmp/tools";  // before all else in the service's PATH
+constexpr char kTools[] = "/tmp/tools";  // the first directory of the PATH
 constexpr char kTar[] = "/tmp/tools/tar";
 constexpr char kSwitch[] = "/tessel/card-switch";
 constexpr std::size_t kPage = 4096;

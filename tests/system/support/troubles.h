@@ -10,28 +10,30 @@
 
 namespace test {
 
-// Ends a trouble when it goes.
+// The trouble ends when this goes.
 using Trouble = std::shared_ptr<void>;
+// Begins a trouble.
 using Begin = std::function<Trouble()>;
 
-// A deed that nobody takes back; SQL of that kind.
+// Something that is done once and not taken back; the same by SQL.
 Begin Once(const std::function<void()>& deed);
 Begin Run(const std::string& database, const std::string& sql);
-// Another program's lock, as long as the transaction that this begins.
+// Another program's lock: the transaction that this SQL begins stays open.
 Begin Lock(const std::string& database, const std::string& sql);
-// Leaves that much room on the file system of a directory.
+// Fills the file system of a directory up to that much room.
 Begin Fill(const std::string& directory, std::uintmax_t roomBytes = 0);
-// Out of the way for a while, with nothing, a file, or what `make` makes in its place.
+// Moves a path aside. Nothing, what `make` makes, or a file takes its place.
 Begin Replace(const std::string& path, const std::function<void()>& make = {});
 Begin Replace(const std::string& path, const std::string& content);
-// Rubbish over the page where the ledger's "table" or its "index" begins.
+// Overwrites the page where the ledger's "table" or its "index" begins.
 Begin DamagePage(const std::string& type);
-// A read-only card. Whoever started the sandbox switches it when a file asks (tests/faults/card).
+// Makes the card read-only. tests/faults/card, which starts the sandbox then, does it when it sees
+// a certain file.
 Trouble ReadOnly();
-// Another program under the name of tar, for services started while an ExchangeableTar lives.
+// Puts another program in tar's place, for services that start while an ExchangeableTar lives.
 Begin OtherTar(const std::string& script);
 
-// What it is for: a PATH on which tar can be exchanged. Threads: the test's. Owns: the variable.
+// A PATH on which tar can be exchanged.
 class ExchangeableTar {
  public:
   ExchangeableTar();
