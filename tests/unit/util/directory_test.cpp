@@ -1,4 +1,3 @@
-// Making directories, and the size of a file.
 #include "util/directory.h"
 
 #include <fcntl.h>
@@ -7,6 +6,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <ostream>
 #include <string>
 
 #include "support/files.h"
@@ -14,15 +14,10 @@
 
 namespace {
 
-constexpr std::size_t kPathLimit = 126;
-constexpr std::size_t kPrefixLimit = 126;
+constexpr std::size_t kLimit = 126;
 
 int Make(const std::string& path) {
-  return util::MakeDirectories(path.c_str(), kPathLimit, kPrefixLimit);
-}
-
-bool IsDirectory(const std::string& path) {
-  return std::filesystem::is_directory(path);
+  return util::MakeDirectories(path.c_str(), kLimit, kLimit);
 }
 
 mode_t Mode(const std::string& path) {
@@ -33,159 +28,112 @@ mode_t Mode(const std::string& path) {
 
 class MakeDirectories : public test::GatewayTest {};
 
-TEST_F(MakeDirectories, MakesEveryMissingOne) {
-  const int result = Make("/tessel/a/b/c");
+TEST_F(MakeDirectories, MakesEveryMissingOneForItsOwnerToWrite) {
+  for (const char* path : {"/tessel/a/b", "/tessel/c/d/", "/tessel//e///f"}) {
+    SCOPED_TRACE(path);
+    const mode_t mask = umask(0);
+    EXPECT_EQ(Make(path), 0);
+    umask(mask);
 
-  EXPECT_EQ(result, 0);
-  EXPECT_TRUE(IsDirectory("/tessel/a/b/c"));
+    EXPECT_TRUE(std::filesystem::is_directory(path));
+    EXPECT_EQ(Mode(path), 0755U);
+  }
 }
 
-TEST_F(MakeDirectories, MakesTheLastOneAlsoBeforeAClosingSlash) {
-  const int result = Make("/tessel/a/b/");
-
-  EXPECT_EQ(result, 0);
-  EXPECT_TRUE(IsDirectory("/tessel/a/b"));
-}
-
-TEST_F(MakeDirectories, LetsItsOwnerWriteAndEverybodyLook) {
-  const mode_t mask = umask(0);
-
-  Make("/tessel/a/b");
-
-  umask(mask);
-  EXPECT_EQ(Mode("/tessel/a"), 0755U);
-  EXPECT_EQ(Mode("/tessel/a/b"), 0755U);
-}
-
-TEST_F(MakeDirectories, LeavesWhatIsThere) {
-  test::WriteFile("/tessel/a/kept.txt", "kept");
-
-  const int result = Make("/tessel/a");
-
-  EXPECT_EQ(result, 0);
-  EXPECT_EQ(test::ReadFile("/tessel/a/kept.txt"), "kept");
-}
-
-TEST_F(MakeDirectories, TakesARelativePathFromTheWorkingDirectory) {
+TEST_F(MakeDirectories, StartsARelativePathAtTheWorkingDirectory) {
   const auto before = std::filesystem::current_path();
   std::filesystem::current_path("/tessel");
-
   const int result = Make("a/b");
-
   std::filesystem::current_path(before);
-  EXPECT_EQ(result, 0);
-  EXPECT_TRUE(IsDirectory("/tessel/a/b"));
-}
-
-TEST_F(MakeDirectories, TakesDoubledSlashesForOne) {
-  const int result = Make("/tessel//a///b");
 
   EXPECT_EQ(result, 0);
-  EXPECT_TRUE(IsDirectory("/tessel/a/b"));
+  EXPECT_TRUE(std::filesystem::is_directory("/tessel/a/b"));
 }
 
-TEST_F(MakeDirectories, DoesNothingForAnEmptyPath) {
+TEST_F(MakeDirectories, AcceptsWhatExists) {
+  test::WriteFile("/tessel/a/file", "kept");
+
   EXPECT_EQ(Make(""), 0);
-}
-
-TEST_F(MakeDirectories, DoesNothingForTheRoot) {
   EXPECT_EQ(Make("/"), 0);
-}
-
-TEST_F(MakeDirectories, FailsForANullPath) {
-  EXPECT_EQ(util::MakeDirectories(nullptr, kPathLimit, kPrefixLimit), -1);
-}
-
-TEST_F(MakeDirectories, FailsBelowAFileAndLeavesItAlone) {
-  test::WriteFile("/tessel/a", "a file");
-
-  const int result = Make("/tessel/a/b");
-
-  EXPECT_EQ(result, -1);
-  EXPECT_EQ(test::ReadFile("/tessel/a"), "a file");
-}
-
-TEST_F(MakeDirectories, TakesAFileInTheLastPlaceForTheDirectory) {
-  test::WriteFile("/tessel/a", "a file");
-
   EXPECT_EQ(Make("/tessel/a"), 0);
+  EXPECT_EQ(Make("/tessel/a/file"), 0) << "a file in the last place";
+  EXPECT_EQ(test::ReadFile("/tessel/a/file"), "kept");
 }
 
 TEST_F(MakeDirectories, FailsWhereThePathCannotBeExamined) {
+  test::WriteFile("/tessel/file", "");
   ASSERT_EQ(symlink("/tessel/loop", "/tessel/loop"), 0);
 
+  EXPECT_EQ(util::MakeDirectories(nullptr, kLimit, kLimit), -1);
+  EXPECT_EQ(Make("/tessel/file/a"), -1);
   EXPECT_EQ(Make("/tessel/loop/a"), -1);
 }
 
-TEST_F(MakeDirectories, FailsWhereNoneCanBeMadeAndKeepsThoseBefore) {
+TEST_F(MakeDirectories, KeepsTheDirectoriesBeforeOneThatCannotBeMade) {
   const std::string tooLong(256, 'x');
 
-  const int result = util::MakeDirectories(("/tessel/a/" + tooLong).c_str(), 500, 500);
+  EXPECT_EQ(util::MakeDirectories(("/tessel/a/" + tooLong).c_str(), 500, 500), -1);
 
-  EXPECT_EQ(result, -1);
-  EXPECT_TRUE(IsDirectory("/tessel/a"));
+  EXPECT_TRUE(std::filesystem::is_directory("/tessel/a"));
 }
 
-TEST_F(MakeDirectories, LooksAtNoMoreOfThePathThanItsLimit) {
-  const int result = util::MakeDirectories("/tessel/abcdef/g", 11, kPrefixLimit);
+TEST_F(MakeDirectories, CutsThePathAtItsLimit) {
+  EXPECT_EQ(util::MakeDirectories("/tessel/abcdef/g", 11, kLimit), 0);
 
-  EXPECT_EQ(result, 0);
   EXPECT_THAT(test::List("/tessel"), ::testing::ElementsAre("abc"));
 }
 
-TEST_F(MakeDirectories, CutsEachDirectorysOwnPathAtItsLimit) {
-  const int result = util::MakeDirectories("/tessel/abcdef/g", kPathLimit, 11);
+TEST_F(MakeDirectories, CutsThePathOfEachDirectoryAtItsLimit) {
+  EXPECT_EQ(util::MakeDirectories("/tessel/abcdef/g", kLimit, 11), 0);
 
-  EXPECT_EQ(result, 0);
   EXPECT_THAT(test::List("/tessel"), ::testing::ElementsAre("abc"));
   EXPECT_THAT(test::List("/tessel/abc"), ::testing::IsEmpty());
 }
 
-class Exists : public test::GatewayTest {};
+struct KindRow {
+  const char* path;
+  bool exists, isDirectory, isRegularFile, isMissing;
+};
 
-TEST_F(Exists, IsTrueForFilesAndDirectories) {
-  test::WriteFile("/tessel/file", "");
-
-  EXPECT_TRUE(util::Exists("/tessel/file"));
-  EXPECT_TRUE(util::Exists("/tessel"));
+void PrintTo(const KindRow& row, std::ostream* out) {
+  *out << row.path;
 }
 
-TEST_F(Exists, IsFalseForWhatIsMissing) {
-  EXPECT_FALSE(util::Exists("/tessel/file"));
-}
+class FileKind : public test::GatewayTest, public ::testing::WithParamInterface<KindRow> {};
 
-TEST_F(Exists, IsFalseBelowAFileAndBehindALinkToNowhere) {
+TEST_P(FileKind, IsTold) {
+  const auto& [path, exists, isDirectory, isRegularFile, isMissing] = GetParam();
   test::WriteFile("/tessel/file", "");
   ASSERT_EQ(symlink("/tessel/nowhere", "/tessel/link"), 0);
+  ASSERT_EQ(symlink("/tessel/loop", "/tessel/loop"), 0);
 
-  EXPECT_FALSE(util::Exists("/tessel/file/below"));
-  EXPECT_FALSE(util::Exists("/tessel/link"));
+  EXPECT_EQ(util::Exists(path), exists);
+  EXPECT_EQ(util::IsDirectory(path), isDirectory);
+  EXPECT_EQ(util::IsRegularFile(path), isRegularFile);
+  EXPECT_EQ(util::IsMissing(path), isMissing);
 }
+
+INSTANTIATE_TEST_SUITE_P(Paths, FileKind,
+                         ::testing::Values(KindRow{"/tessel/file", true, false, true, false},
+                                           KindRow{"/tessel", true, true, false, false},
+                                           KindRow{"/dev/null", true, false, false, false},
+                                           KindRow{"/tessel/none", false, false, false, true},
+                                           KindRow{"/tessel/file/below", false, false, false, true},
+                                           KindRow{"/tessel/link", false, false, false, true},
+                                           KindRow{"/tessel/loop", false, false, false, false}));
 
 class FileSize : public test::GatewayTest {};
 
-TEST_F(FileSize, IsTheNumberOfItsBytes) {
-  test::WriteFile("/tessel/file", std::string(40'960, 'x'));
-
-  EXPECT_EQ(util::FileSize("/tessel/file"), 40'960);
-}
-
-TEST_F(FileSize, IsZeroForAnEmptyFile) {
-  test::WriteFile("/tessel/file", "");
-
-  EXPECT_EQ(util::FileSize("/tessel/file"), 0);
-}
-
-TEST_F(FileSize, IsZeroForAMissingFile) {
-  EXPECT_EQ(util::FileSize("/tessel/file"), 0);
-}
-
-TEST_F(FileSize, CountsBehindFourGigabytes) {
+TEST_F(FileSize, CountsBytesBeyondFourGigabytes) {
   constexpr off_t kFiveGigabytes = 5'000'000'000;
   test::WriteFile("/tessel/file", "");
   ASSERT_EQ(truncate("/tessel/file", kFiveGigabytes), 0);
 
   EXPECT_EQ(util::FileSize("/tessel/file"), kFiveGigabytes);
+}
+
+TEST_F(FileSize, IsZeroForAMissingFile) {
+  EXPECT_EQ(util::FileSize("/tessel/file"), 0);
 }
 
 TEST(Directory, ClosesWhatItOpened) {

@@ -1,4 +1,3 @@
-// Owners of files, descriptors and memory.
 #include "util/file.h"
 
 #include <fcntl.h>
@@ -6,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <limits>
 #include <string>
 
 #include "support/faults.h"
@@ -19,10 +17,14 @@ bool IsOpen(int descriptor) {
   return fcntl(descriptor, F_GETFD) != -1;
 }
 
+int OpenNull() {
+  return open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
+
 TEST(Descriptor, ClosesAtItsEnd) {
   int number = -1;
   {
-    const util::Descriptor descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const util::Descriptor descriptor(OpenNull());
     ASSERT_TRUE(descriptor);
     number = descriptor.Get();
     ASSERT_TRUE(IsOpen(number));
@@ -31,20 +33,12 @@ TEST(Descriptor, ClosesAtItsEnd) {
   EXPECT_FALSE(IsOpen(number));
 }
 
-TEST(Descriptor, HoldsNoneOnceClosed) {
-  util::Descriptor descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));
-
-  descriptor.Close();
-
-  EXPECT_FALSE(descriptor);
-  EXPECT_EQ(descriptor.Get(), -1);
-}
-
 TEST(Descriptor, ClosesOnlyOnce) {
-  util::Descriptor first(open("/dev/null", O_RDONLY | O_CLOEXEC));
+  util::Descriptor first(OpenNull());
   const int number = first.Get();
   first.Close();
-  const util::Descriptor second(open("/dev/null", O_RDONLY | O_CLOEXEC));
+  EXPECT_FALSE(first);
+  const util::Descriptor second(OpenNull());
   ASSERT_EQ(second.Get(), number) << "the number is given out again";
 
   first.Close();
@@ -52,32 +46,29 @@ TEST(Descriptor, ClosesOnlyOnce) {
   EXPECT_TRUE(IsOpen(number));
 }
 
-TEST(Descriptor, IsNoneAfterAFailedOpen) {
-  const util::Descriptor descriptor(open("/nonexistent", O_RDONLY | O_CLOEXEC));
-
-  EXPECT_FALSE(descriptor);
+TEST(Descriptor, HoldsNothingAfterAFailedOpen) {
+  EXPECT_FALSE(util::Descriptor(open("/nonexistent", O_RDONLY | O_CLOEXEC)));
 }
 
 TEST(Descriptor, TakesZeroForADescriptor) {
-  int pipes[2];
-  ASSERT_EQ(pipe2(pipes, O_CLOEXEC), 0);
   const int keptInput = dup(0);
-  ASSERT_EQ(dup2(pipes[0], 0), 0);
+  const int null = OpenNull();
+  ASSERT_EQ(dup2(null, 0), 0);
 
   util::Descriptor descriptor(0);
   const bool holds = static_cast<bool>(descriptor);
   descriptor.Close();
-  const bool open = IsOpen(0);
+  const bool isOpen = IsOpen(0);
 
   dup2(keptInput, 0);
-  for (const int number : {keptInput, pipes[0], pipes[1]}) close(number);
+  for (const int number : {keptInput, null}) close(number);
   EXPECT_TRUE(holds);
-  EXPECT_FALSE(open);
+  EXPECT_FALSE(isOpen);
 }
 
 class File : public test::GatewayTest {};
 
-TEST_F(File, IsFlushedAndClosedAtItsEnd) {
+TEST_F(File, FlushesAndClosesAtItsEnd) {
   int number = -1;
   {
     const util::File file(std::fopen("/tessel/file", "w"));
@@ -89,7 +80,7 @@ TEST_F(File, IsFlushedAndClosedAtItsEnd) {
   EXPECT_EQ(test::ReadFile("/tessel/file"), "written");
 }
 
-TEST(ZeroedArray, HoldsTheObjectsAskedForAllZero) {
+TEST(ZeroedArray, HoldsTheObjectsWithAllBytesZero) {
   struct Record {
     int number;
     char text[12];
@@ -104,7 +95,7 @@ TEST(ZeroedArray, HoldsTheObjectsAskedForAllZero) {
                           [](unsigned char byte) { return byte == 0; }));
 }
 
-TEST(ZeroedArray, IsNullWhereThereIsNoMemory) {
+TEST(ZeroedArray, IsNullWithoutMemory) {
   test::FailCalls(test::Call::kCalloc);
 
   EXPECT_FALSE(util::MakeZeroed<int>(10));

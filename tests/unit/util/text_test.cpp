@@ -1,70 +1,34 @@
-// Fixed text fields, bounded printing, and the last part of a path.
 #include "util/text.h"
 
 #include <gmock/gmock.h>
 
+#include <limits>
+#include <ostream>
 #include <string>
 #include <string_view>
 
 namespace {
 
-TEST(CopyText, CopiesATextThatFits) {
+TEST(CopyText, CutsToOneCharacterLessThanTheFieldAndTerminates) {
   char field[8] = "#######";
-
   util::CopyText(field, "gateway");
-
   EXPECT_STREQ(field, "gateway");
-}
 
-TEST(CopyText, CutsSilentlyToOneCharacterLessThanTheField) {
-  char field[8] = "";
+  util::CopyText(field, "GATEWAYS");
+  EXPECT_STREQ(field, "GATEWAY");
 
-  util::CopyText(field, "gateways");
-
-  EXPECT_STREQ(field, "gateway");
-}
-
-TEST(CopyText, TerminatesAShortTextInAFieldThatWasLonger) {
-  char field[8] = "gateway";
-
-  util::CopyText(field, "SD");
-
+  util::CopyText(field, std::string_view("SDcard").substr(0, 2));
   EXPECT_STREQ(field, "SD");
-}
-
-TEST(CopyText, EmptiesTheFieldForTheEmptyText) {
-  char field[8] = "gateway";
-
-  util::CopyText(field, "");
-
-  EXPECT_STREQ(field, "");
-}
-
-TEST(CopyText, EmptiesTheFieldForATextWithoutAnAddress) {
-  char field[8] = "gateway";
 
   util::CopyText(field, std::string_view());
-
   EXPECT_STREQ(field, "");
+
+  char one[1] = {'#'};
+  util::CopyText(one, "gateway");
+  EXPECT_EQ(one[0], '\0');
 }
 
-TEST(CopyText, KeepsOnlyTheTerminatorInAFieldOfOne) {
-  char field[1] = {'#'};
-
-  util::CopyText(field, "gateway");
-
-  EXPECT_EQ(field[0], '\0');
-}
-
-TEST(CopyText, TakesNoMoreThanTheViewHolds) {
-  char field[8] = "";
-
-  util::CopyText(field, std::string_view("gateway").substr(0, 4));
-
-  EXPECT_STREQ(field, "gate");
-}
-
-TEST(CopyText, WritesNothingBehindTheStatedSize) {
+TEST(CopyText, WritesNothingAfterTheGivenSize) {
   char field[8] = "#######";
 
   util::CopyText(field, 4, "gateway");
@@ -80,51 +44,58 @@ TEST(CopyText, CopiesAPartOfTheFieldOntoItself) {
   EXPECT_STREQ(field, "way");
 }
 
-TEST(PrintText, PrintsLikePrintf) {
-  char field[16] = "";
-
-  util::PrintText(field, sizeof(field), "%02d/%s", 7, "log");
-
-  EXPECT_STREQ(field, "07/log");
-}
-
-TEST(PrintText, CutsSilentlyAndTerminatesWithinTheStatedSize) {
+TEST(PrintText, CutsAndTerminatesWithinTheGivenSize) {
   char field[8] = "#######";
-
-  util::PrintText(field, 5, "%s", "gateway");
-
-  EXPECT_EQ(std::string_view(field, 8), std::string_view("gate\0##\0", 8));
+  util::PrintText(field, 5, "%02d/%s", 7, "log");
+  EXPECT_EQ(std::string_view(field, 8), std::string_view("07/l\0##\0", 8));
 }
 
-TEST(Format, PrintsLikePrintf) {
-  EXPECT_EQ(util::Format("%04x|%-3d|%s", 0x103U, 5, "AI"), "0103|5  |AI");
-}
-
-TEST(Format, GivesTheEmptyTextForAnEmptyResult) {
-  EXPECT_EQ(util::Format("%s", ""), "");
-}
-
-TEST(Format, KeepsALongResultWhole) {
+TEST(Format, GivesTheWholeResult) {
   const std::string text(100'000, 'x');
 
+  EXPECT_EQ(util::Format("%s", ""), "");
+  EXPECT_EQ(util::Format("%04x|%-3d|%s", 0x103U, 5, "AI"), "0103|5  |AI");
   EXPECT_EQ(util::Format("<%s>", text.c_str()), "<" + text + ">");
 }
 
-struct BaseNameRow {
-  const char* path;
-  const char* name;
-};
-
-class BaseName : public ::testing::TestWithParam<BaseNameRow> {};
-
-TEST_P(BaseName, IsWhatFollowsTheLastSlash) {
-  EXPECT_EQ(util::BaseName(GetParam().path), GetParam().name);
+TEST(BaseName, GivesWhatFollowsTheLastSlash) {
+  EXPECT_EQ(util::BaseName("/media/7/S20240307.tar.gz"), "S20240307.tar.gz");
+  EXPECT_EQ(util::BaseName("S20240307.tar.gz"), "S20240307.tar.gz");
+  EXPECT_EQ(util::BaseName("/media/"), "");
+  EXPECT_EQ(util::BaseName(""), "");
 }
 
+constexpr auto kMost = std::numeric_limits<std::int32_t>::max();
+constexpr auto kLeast = std::numeric_limits<std::int32_t>::min();
+
+struct DecimalRow {
+  const char* text;
+  std::int32_t value;
+};
+
+void PrintTo(const DecimalRow& row, std::ostream* out) {
+  *out << '"' << row.text << "\" is " << row.value;
+}
+
+class Decimal : public ::testing::TestWithParam<DecimalRow> {};
+
+TEST_P(Decimal, ReadsTheNumberAtTheStart) {
+  EXPECT_EQ(util::Decimal(GetParam().text), GetParam().value);
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, Decimal,
+                         ::testing::Values(DecimalRow{"70000", 70000}, DecimalRow{"010", 10},
+                                           DecimalRow{"-5", -5}, DecimalRow{"+5", 5},
+                                           DecimalRow{"--5", 0}, DecimalRow{"- 5", 0},
+                                           DecimalRow{"\t\n\v\f\r -12", -12}, DecimalRow{"1 2", 1},
+                                           DecimalRow{"", 0}, DecimalRow{"12.9", 12},
+                                           DecimalRow{"1e3", 1}, DecimalRow{"0x1F", 0},
+                                           DecimalRow{"abc", 0}, DecimalRow{"１２", 0}));
 INSTANTIATE_TEST_SUITE_P(
-    Paths, BaseName,
-    ::testing::Values(BaseNameRow{"/media/7/S20240307.tar.gz", "S20240307.tar.gz"},
-                      BaseNameRow{"S20240307.tar.gz", "S20240307.tar.gz"},
-                      BaseNameRow{"/media/", ""}, BaseNameRow{"/", ""}, BaseNameRow{"", ""}));
+    EndsOfTheRange, Decimal,
+    ::testing::Values(DecimalRow{"2147483647", kMost}, DecimalRow{"2147483648", kMost},
+                      DecimalRow{"4294967296", kMost}, DecimalRow{"99999999999999999999999", kMost},
+                      DecimalRow{"-2147483648", kLeast}, DecimalRow{"-2147483649", kLeast},
+                      DecimalRow{"-99999999999999999999999", kLeast}));
 
 }  // namespace

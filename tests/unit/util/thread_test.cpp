@@ -1,11 +1,9 @@
-// Starting threads.
 #include "util/thread.h"
 
 #include <gmock/gmock.h>
 
 #include <atomic>
 #include <cerrno>
-#include <cstdint>
 
 #include "support/faults.h"
 #include "support/threads.h"
@@ -13,17 +11,10 @@
 namespace {
 
 constexpr pthread_t kNobody = 0;
+constexpr std::size_t kStackBytes = 0x200000;
 
 void* PassBack(void* argument) {
   return argument;
-}
-
-void* MeasureStack(void* bytes) {
-  pthread_attr_t attributes{};
-  pthread_getattr_np(pthread_self(), &attributes);
-  pthread_attr_getstacksize(&attributes, static_cast<std::size_t*>(bytes));
-  pthread_attr_destroy(&attributes);
-  return nullptr;
 }
 
 void* RaiseFlag(void* flag) {
@@ -32,7 +23,7 @@ void* RaiseFlag(void* flag) {
   return nullptr;
 }
 
-TEST(StartThread, RunsTheEntryWithItsArgument) {
+TEST(StartThread, RunsTheEntryWithItsArgumentAndStack) {
   pthread_t id = kNobody;
   int errorCode = -1;
   int argument = 0;
@@ -42,24 +33,12 @@ TEST(StartThread, RunsTheEntryWithItsArgument) {
 
   EXPECT_EQ(result, util::StartResult::kDone);
   EXPECT_EQ(errorCode, 0);
+  EXPECT_FALSE(test::LatestThread().detached);
+  EXPECT_EQ(test::LatestThread().stackBytes, kStackBytes);
   ASSERT_NE(id, kNobody);
   void* passedBack = nullptr;
   EXPECT_EQ(pthread_join(id, &passedBack), 0);
   EXPECT_EQ(passedBack, &argument);
-}
-
-TEST(StartThread, GivesAJoinableThreadAStackOfTwoMebibytes) {
-  pthread_t id = kNobody;
-  int errorCode = -1;
-  std::size_t stackBytes = 0;
-
-  util::StartThread(&id, util::DetachState::kJoinable, MeasureStack, &stackBytes, &errorCode);
-
-  ASSERT_NE(id, kNobody);
-  pthread_join(id, nullptr);
-  EXPECT_GE(stackBytes, 0x200000U);
-  EXPECT_EQ(test::LatestThread().stackBytes, 0x200000U);
-  EXPECT_FALSE(test::LatestThread().detached);
 }
 
 TEST(StartThread, DetachesOnDemandWithTheSameStack) {
@@ -71,12 +50,12 @@ TEST(StartThread, DetachesOnDemandWithTheSameStack) {
   util::StartThread(&id, util::DetachState::kDetached, RaiseFlag, &hasRun, &errorCode);
 
   EXPECT_TRUE(test::LatestThread().detached);
-  EXPECT_EQ(test::LatestThread().stackBytes, 0x200000U);
+  EXPECT_EQ(test::LatestThread().stackBytes, kStackBytes);
   hasRun.wait(false);
 }
 
-TEST(StartThread, SaysWhyThereIsNoThread) {
-  pthread_t id = kNobody;
+TEST(StartThread, KeepsTheIdAndTellsWhyWhenThereIsNoThread) {
+  pthread_t id = pthread_self();
   int errorCode = 0;
   test::FailNextThread();
 
@@ -84,17 +63,6 @@ TEST(StartThread, SaysWhyThereIsNoThread) {
       util::StartThread(&id, util::DetachState::kJoinable, PassBack, nullptr, &errorCode);
 
   EXPECT_EQ(result, util::StartResult::kDone);
-  EXPECT_EQ(errorCode, EAGAIN);
-  EXPECT_EQ(id, kNobody);
-}
-
-TEST(StartThread, LeavesAnEarlierThreadsIdWhereThereIsNoNewOne) {
-  pthread_t id = pthread_self();
-  int errorCode = 0;
-  test::FailNextThread();
-
-  util::StartThread(&id, util::DetachState::kJoinable, PassBack, nullptr, &errorCode);
-
   EXPECT_EQ(errorCode, EAGAIN);
   EXPECT_EQ(id, pthread_self());
 }
