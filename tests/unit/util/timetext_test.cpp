@@ -16,10 +16,16 @@ std::tm Morning() {
 }
 
 TEST(TimeText, HasAFormForEachUse) {
+  const std::tm evening = util::ReadTimeMark("2038-12-31 23:59:58");
+
   EXPECT_EQ(util::Stamp(Morning()), "20240307040506");
+  EXPECT_EQ(util::Stamp(evening), "20381231235958");
   EXPECT_EQ(util::TimeMark(Morning()), "2024-03-07 04:05:06");
+  EXPECT_EQ(util::TimeMark(evening), "2038-12-31 23:59:58");
   EXPECT_EQ(util::DateText(Morning()), "2024-03-07");
+  EXPECT_EQ(util::DateText(evening), "2038-12-31");
   EXPECT_EQ(util::ClockText(Morning()), "04:05:06");
+  EXPECT_EQ(util::ClockText(evening), "23:59:58");
 }
 
 // A text, and the fields read from it.

@@ -99,6 +99,10 @@ TEST_F(Xml, ReadsFilesUpToTheLimits) {
   std::string nested = "<e/>";
   for (int i = 1; i < 100; ++i) nested = "<e>" + nested + "</e>";
   RootOf(nested);
+
+  std::string spaces;
+  for (int i = 0; i < util::kXmlSpacesLimit; ++i) spaces += "<e xmlns:a='u'/>";
+  RootOf("<r>" + spaces + "</r>");
 }
 
 TEST_F(Xml, TakesAPathAsItStands) {

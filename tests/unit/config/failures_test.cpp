@@ -1,0 +1,140 @@
+// Configuration files that cannot be used: what the loader returns and reports.
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "config/channelset.h"
+#include "config/snset.h"
+#include "config/sysset.h"
+#include "support/faults.h"
+#include "support/gateway.h"
+#include "support/logs.h"
+#include "util/text.h"
+
+namespace {
+
+using ::testing::StartsWith;
+
+constexpr char kPath[] = "/tessel/file.xml";
+
+template <typename Settings>
+bool IsHeld(const Settings& settings) {
+  return settings.IsOpen();
+}
+bool IsHeld(const CChannelSet& catalogue) {
+  return catalogue.IsOpen() == 0;
+}
+
+template <typename Settings>
+int Open(const char* path) {
+  Settings settings;
+  const int result = settings.Open(path);
+  EXPECT_FALSE(IsHeld(settings));
+  return result;
+}
+
+template <typename Settings>
+int OpenText(const char* text) {
+  test::WriteFile(kPath, text);
+  return Open<Settings>(kPath);
+}
+
+template <typename Settings>
+int OpenWithoutRoot(const char* text) {
+  test::FailCalls(test::Call::kXmlRoot);
+  return OpenText<Settings>(text);
+}
+
+template <typename Settings>
+int LoadNothing() {
+  return Settings().LoadNodeFromXml();
+}
+
+int LoadDefinition(const char* text) {
+  test::WriteFile(kPath, text);
+  ST_DEV_ATTR device{};
+  util::CopyText(device.Name, kPath);
+  return CChannelSet().LoadDevPointAttr(device);
+}
+
+struct FailureRow {
+  const char* name;
+  std::function<int()> act;
+  int result;
+  const char* message;      // of the one log record, an ERROR
+  const char* reason = "";  // the start of the line on standard error
+};
+
+void PrintTo(const FailureRow& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class UnusableFile : public test::GatewayTest, public ::testing::WithParamInterface<FailureRow> {};
+
+TEST_P(UnusableFile, IsReportedAndNotHeld) {
+  testing::internal::CaptureStderr();
+
+  EXPECT_EQ(GetParam().act(), GetParam().result);
+
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), StartsWith(GetParam().reason));
+  EXPECT_EQ(test::TextLog(), (std::vector<test::LogRecord>{{"ERROR", GetParam().message}}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    SystemSettings, UnusableFile,
+    ::testing::Values(FailureRow{"missing", [] { return Open<CSysSet>("/tessel/none"); }, -1,
+                                 "parsed /tessel/none failed", "/tessel/none: "},
+                      FailureRow{"no document", [] { return LoadNothing<CSysSet>(); }, -1,
+                                 "SysConfigXml document is null"},
+                      FailureRow{"no root", [] { return OpenWithoutRoot<CSysSet>("<sysConfig/>"); },
+                                 0, "SysConfigXml document,Empty document."},
+                      FailureRow{"other root", [] { return OpenText<CSysSet>("<other/>"); }, 0,
+                                 "SysConfigXml document,root is not sysConfig.",
+                                 "/tessel/file.xml: line 1: the root is not sysConfig\n"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Identity, UnusableFile,
+    ::testing::Values(FailureRow{"missing", [] { return Open<CsnSet>("/tessel/none"); }, -1,
+                                 "parse Document /tessel/none failed", "/tessel/none: "},
+                      FailureRow{"no document", [] { return LoadNothing<CsnSet>(); }, -1,
+                                 "parse SN Document failed"},
+                      FailureRow{"no root", [] { return OpenWithoutRoot<CsnSet>("<snConfig/>"); },
+                                 -1, "parse SN Document failed,empty document."},
+                      FailureRow{"other root", [] { return OpenText<CsnSet>("\n<other/>"); }, -1,
+                                 "parse SN Document failed,wrong type,root node is not snConfig",
+                                 "/tessel/file.xml: line 2: the root is not snConfig\n"},
+                      FailureRow{"no values", [] { return OpenText<CsnSet>("<snConfig/>"); }, -1,
+                                 "parse SN Document failed,no usable model or sn",
+                                 "/tessel/file.xml: has no usable model or sn\n"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    ChannelTemplate, UnusableFile,
+    ::testing::Values(FailureRow{"missing", [] { return Open<CChannelSet>("/tessel/none"); }, -1,
+                                 "Document /tessel/none parsed failed.", "/tessel/none: "},
+                      FailureRow{"no document", [] { return LoadNothing<CChannelSet>(); }, -1,
+                                 "[LoadChannelParamFromXml]: Xml document is null"},
+                      FailureRow{"no root",
+                                 [] { return OpenWithoutRoot<CChannelSet>("<ChannelConfig/>"); },
+                                 -1, "[LoadChannelParamFromXml]: Empty document."},
+                      FailureRow{"other root", [] { return OpenText<CChannelSet>("<other/>"); }, -1,
+                                 "[LoadChannelParamFromXml]: Root node is not 'ChannelConfig'",
+                                 "/tessel/file.xml: line 1: the root is not ChannelConfig\n"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    DeviceDefinition, UnusableFile,
+    ::testing::Values(FailureRow{"malformed", [] { return LoadDefinition(""); }, -1,
+                                 "[LoadDevPointAttr]: parsed Parse failed", "/tessel/file.xml: "},
+                      FailureRow{"no root",
+                                 [] {
+                                   test::FailCalls(test::Call::kXmlRoot);
+                                   return LoadDefinition("<DevConfig/>");
+                                 },
+                                 -1, "[LoadDevPointAttr]: empty document"},
+                      FailureRow{"other root", [] { return LoadDefinition("<other/>"); }, -1,
+                                 "[LoadDevPointAttr]:  wrong type, root node != DevConfig",
+                                 "/tessel/file.xml: line 1: the root is not DevConfig\n"}));
+
+}  // namespace
