@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <ostream>
 #include <string>
 
 #include "support/files.h"
@@ -77,63 +76,46 @@ TEST_F(MakeDirectories, KeepsTheDirectoriesBeforeOneThatCannotBeMade) {
   EXPECT_TRUE(std::filesystem::is_directory("/tessel/a"));
 }
 
-TEST_F(MakeDirectories, CutsThePathAtItsLimit) {
+TEST_F(MakeDirectories, CutsThePathAndThatOfEachDirectoryAtTheirLimits) {
   EXPECT_EQ(util::MakeDirectories("/tessel/abcdef/g", 11, kLimit), 0);
+  EXPECT_EQ(util::MakeDirectories("/tessel/uvwxyz/g", kLimit, 11), 0);
 
-  EXPECT_THAT(test::List("/tessel"), ::testing::ElementsAre("abc"));
+  EXPECT_THAT(test::List("/tessel"), ::testing::ElementsAre("abc", "uvw"));
+  EXPECT_THAT(test::List("/tessel/uvw"), ::testing::IsEmpty());
 }
 
-TEST_F(MakeDirectories, CutsThePathOfEachDirectoryAtItsLimit) {
-  EXPECT_EQ(util::MakeDirectories("/tessel/abcdef/g", kLimit, 11), 0);
+class FileStatus : public test::GatewayTest {};
 
-  EXPECT_THAT(test::List("/tessel"), ::testing::ElementsAre("abc"));
-  EXPECT_THAT(test::List("/tessel/abc"), ::testing::IsEmpty());
-}
-
-struct KindRow {
-  const char* path;
-  bool exists, isDirectory, isRegularFile, isMissing;
-};
-
-void PrintTo(const KindRow& row, std::ostream* out) {
-  *out << row.path;
-}
-
-class FileKind : public test::GatewayTest, public ::testing::WithParamInterface<KindRow> {};
-
-TEST_P(FileKind, IsTold) {
-  const auto& [path, exists, isDirectory, isRegularFile, isMissing] = GetParam();
+TEST_F(FileStatus, IsToldApart) {
+  struct Row {
+    const char* path;
+    bool exists, isDirectory, isRegularFile, isMissing;
+  };
   test::WriteFile("/tessel/file", "");
   ASSERT_EQ(symlink("/tessel/nowhere", "/tessel/link"), 0);
   ASSERT_EQ(symlink("/tessel/loop", "/tessel/loop"), 0);
 
-  EXPECT_EQ(util::Exists(path), exists);
-  EXPECT_EQ(util::IsDirectory(path), isDirectory);
-  EXPECT_EQ(util::IsRegularFile(path), isRegularFile);
-  EXPECT_EQ(util::IsMissing(path), isMissing);
+  for (const auto& row :
+       {Row{"/tessel/file", true, false, true, false}, Row{"/tessel", true, true, false, false},
+        Row{"/dev/null", true, false, false, false}, Row{"/tessel/none", false, false, false, true},
+        Row{"/tessel/file/below", false, false, false, true},
+        Row{"/tessel/link", false, false, false, true},
+        Row{"/tessel/loop", false, false, false, false}}) {
+    SCOPED_TRACE(row.path);
+    EXPECT_EQ(util::Exists(row.path), row.exists);
+    EXPECT_EQ(util::IsDirectory(row.path), row.isDirectory);
+    EXPECT_EQ(util::IsRegularFile(row.path), row.isRegularFile);
+    EXPECT_EQ(util::IsMissing(row.path), row.isMissing);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Paths, FileKind,
-                         ::testing::Values(KindRow{"/tessel/file", true, false, true, false},
-                                           KindRow{"/tessel", true, true, false, false},
-                                           KindRow{"/dev/null", true, false, false, false},
-                                           KindRow{"/tessel/none", false, false, false, true},
-                                           KindRow{"/tessel/file/below", false, false, false, true},
-                                           KindRow{"/tessel/link", false, false, false, true},
-                                           KindRow{"/tessel/loop", false, false, false, false}));
-
-class FileSize : public test::GatewayTest {};
-
-TEST_F(FileSize, CountsBytesBeyondFourGigabytes) {
+TEST_F(FileStatus, HasASizeAlsoBeyondFourGigabytes) {
   constexpr off_t kFiveGigabytes = 5'000'000'000;
   test::WriteFile("/tessel/file", "");
   ASSERT_EQ(truncate("/tessel/file", kFiveGigabytes), 0);
 
   EXPECT_EQ(util::FileSize("/tessel/file"), kFiveGigabytes);
-}
-
-TEST_F(FileSize, IsZeroForAMissingFile) {
-  EXPECT_EQ(util::FileSize("/tessel/file"), 0);
+  EXPECT_EQ(util::FileSize("/tessel/none"), 0);
 }
 
 TEST(Directory, ClosesWhatItOpened) {

@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 
 #include <limits>
-#include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -68,34 +68,31 @@ TEST(BaseName, GivesWhatFollowsTheLastSlash) {
 constexpr auto kMost = std::numeric_limits<std::int32_t>::max();
 constexpr auto kLeast = std::numeric_limits<std::int32_t>::min();
 
-struct DecimalRow {
-  const char* text;
-  std::int32_t value;
-};
-
-void PrintTo(const DecimalRow& row, std::ostream* out) {
-  *out << '"' << row.text << "\" is " << row.value;
+TEST(Decimal, ReadsTheNumberAtTheStart) {
+  for (const auto& [text, value] : {
+           std::pair{"70000", 70000},
+           {"010", 10},
+           {"-5", -5},
+           {"+5", 5},
+           {"--5", 0},
+           {"- 5", 0},
+           {"\t\n\v\f\r -12", -12},
+           {"1 2", 1},
+           {"12.9", 12},
+           {"1e3", 1},
+           {"0x1F", 0},
+           {"abc", 0},
+           {"", 0},
+           {"2147483647", kMost},
+           {"2147483648", kMost},
+           {"4294967296", kMost},
+           {"99999999999999999999999", kMost},
+           {"-2147483648", kLeast},
+           {"-2147483649", kLeast},
+           {"-99999999999999999999999", kLeast},
+       }) {
+    EXPECT_EQ(util::Decimal(text), value) << '"' << text << '"';
+  }
 }
-
-class Decimal : public ::testing::TestWithParam<DecimalRow> {};
-
-TEST_P(Decimal, ReadsTheNumberAtTheStart) {
-  EXPECT_EQ(util::Decimal(GetParam().text), GetParam().value);
-}
-
-INSTANTIATE_TEST_SUITE_P(Texts, Decimal,
-                         ::testing::Values(DecimalRow{"70000", 70000}, DecimalRow{"010", 10},
-                                           DecimalRow{"-5", -5}, DecimalRow{"+5", 5},
-                                           DecimalRow{"--5", 0}, DecimalRow{"- 5", 0},
-                                           DecimalRow{"\t\n\v\f\r -12", -12}, DecimalRow{"1 2", 1},
-                                           DecimalRow{"", 0}, DecimalRow{"12.9", 12},
-                                           DecimalRow{"1e3", 1}, DecimalRow{"0x1F", 0},
-                                           DecimalRow{"abc", 0}, DecimalRow{"１２", 0}));
-INSTANTIATE_TEST_SUITE_P(
-    EndsOfTheRange, Decimal,
-    ::testing::Values(DecimalRow{"2147483647", kMost}, DecimalRow{"2147483648", kMost},
-                      DecimalRow{"4294967296", kMost}, DecimalRow{"99999999999999999999999", kMost},
-                      DecimalRow{"-2147483648", kLeast}, DecimalRow{"-2147483649", kLeast},
-                      DecimalRow{"-99999999999999999999999", kLeast}));
 
 }  // namespace

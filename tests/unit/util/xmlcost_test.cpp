@@ -56,38 +56,8 @@ std::string Laughs() {
          "]><r a=\"&l10;\">&l10;</r>";
 }
 
-std::string ParameterLaughs() {
-  return "<!DOCTYPE r [<!ENTITY % a '<!ENTITY x \"" + std::string(10'000, 'x') + "\">'>" +
-         Repeat("%a;", 100'000) + "]><r a=\"&x;\"/>";
-}
-
-std::string DefaultAttributes() {
-  return "<!DOCTYPE r [<!ATTLIST e" +
-         Numbered(2'000, [](const std::string& i) { return " a" + i + " (v|w) \"v\""; }) + ">]>" +
-         Content(Repeat("<e/>", 400'000));
-}
-
 std::string ManyAttributes() {
   return "<r" + Numbered(150'000, [](const std::string& i) { return " a" + i + "=\"\""; }) + "/>";
-}
-
-std::string ManyNameSpaces() {
-  return Numbered(200,
-                  [](const std::string& depth) {
-                    return "<e" +
-                           Numbered(64,
-                                    [&depth](const std::string& i) {
-                                      return " xmlns:a" + depth + "_" + i + "='u'";
-                                    }) +
-                           ">";
-                  }) +
-         Repeat("<a0_0:e/>", 250'000) + Repeat("</e>", 200);
-}
-
-std::string ForeseenPoints() {
-  return Content(Repeat("<Node Id=\"4095\" Name=\"" + std::string(170, 'n') + "\" EUUnits=\"" +
-                            std::string(170, 'u') + "\"/>\n",
-                        20'480));
 }
 
 std::string ElementDeclarations() {
@@ -149,10 +119,7 @@ TEST_P(XmlBomb, IsRefusedBeforeItGoesOff) {
 INSTANTIATE_TEST_SUITE_P(
     Documents, XmlBomb,
     ::testing::Values(CostRow{"billion laughs", Laughs},
-                      CostRow{"laughs of parameter entities", ParameterLaughs},
-                      CostRow{"default attributes", DefaultAttributes},
                       CostRow{"attributes of one element", ManyAttributes},
-                      CostRow{"name spaces around many elements", ManyNameSpaces},
                       CostRow{"comments without an end", [] { return Content(Fill("<!--")); }},
                       CostRow{"comment full of errors", [] { return "<r>" + Fill("<!--"); }},
                       CostRow{"opening tags only", [] { return Fill("<e>"); }}));
@@ -170,7 +137,6 @@ INSTANTIATE_TEST_SUITE_P(
         CostRow{
             "attributes",
             [] { return Content(Repeat("<e a='' b='' c=''/>", util::kXmlNodesLimit / 4 - 1)); }},
-        CostRow{"as many points as are foreseen", ForeseenPoints},
         CostRow{"pieces of text", [] { return Content(Fill("A<!---->")); }},
         CostRow{"instructions", [] { return Content(Fill("<?a?>")); }},
         CostRow{"undeclared prefixes",
