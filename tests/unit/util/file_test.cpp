@@ -39,19 +39,16 @@ TEST(Descriptor, ClosesOnlyOnceAndAtItsEnd) {
 }
 
 TEST(Descriptor, TakesZeroForADescriptor) {
-  const int keptInput = dup(0);
-  const int null = OpenNull();
-  ASSERT_EQ(dup2(null, 0), 0);
+  const util::Descriptor keptInput(dup(0));
+  close(0);
 
-  util::Descriptor descriptor(0);
-  const bool holds = static_cast<bool>(descriptor);
-  descriptor.Close();
-  const bool isOpen = IsOpen(0);
+  util::Descriptor input(OpenNull());
+  ASSERT_EQ(input.Get(), 0);
+  EXPECT_TRUE(input);
+  input.Close();
+  EXPECT_FALSE(IsOpen(0));
 
-  dup2(keptInput, 0);
-  for (const int number : {keptInput, null}) close(number);
-  EXPECT_TRUE(holds);
-  EXPECT_FALSE(isOpen);
+  dup2(keptInput.Get(), 0);
 }
 
 class File : public test::GatewayTest {};

@@ -23,15 +23,21 @@ void* RaiseFlag(void* flag) {
   return nullptr;
 }
 
-TEST(StartThread, RunsTheEntryWithItsArgumentAndStack) {
+class StartThread : public ::testing::Test {
+ protected:
+  util::StartResult Start(util::DetachState state, void* (*entry)(void*), void* argument) {
+    return util::StartThread(&id, state, entry, argument, &errorCode);
+  }
+
   pthread_t id = kNobody;
   int errorCode = -1;
+};
+
+TEST_F(StartThread, RunsTheEntryWithItsArgumentAndStack) {
   int argument = 0;
 
-  const auto result =
-      util::StartThread(&id, util::DetachState::kJoinable, PassBack, &argument, &errorCode);
+  EXPECT_EQ(Start(util::DetachState::kJoinable, PassBack, &argument), util::StartResult::kDone);
 
-  EXPECT_EQ(result, util::StartResult::kDone);
   EXPECT_EQ(errorCode, 0);
   EXPECT_FALSE(test::LatestThread().detached);
   EXPECT_EQ(test::LatestThread().stackBytes, kStackBytes);
@@ -41,42 +47,34 @@ TEST(StartThread, RunsTheEntryWithItsArgumentAndStack) {
   EXPECT_EQ(passedBack, &argument);
 }
 
-TEST(StartThread, DetachesOnDemandWithTheSameStack) {
-  pthread_t id = kNobody;
-  int errorCode = -1;
+TEST_F(StartThread, DetachesOnDemandWithTheSameStack) {
   static std::atomic<bool> hasRun;  // outlives a thread that nobody joins
   hasRun = false;
 
-  util::StartThread(&id, util::DetachState::kDetached, RaiseFlag, &hasRun, &errorCode);
+  Start(util::DetachState::kDetached, RaiseFlag, &hasRun);
 
   EXPECT_TRUE(test::LatestThread().detached);
   EXPECT_EQ(test::LatestThread().stackBytes, kStackBytes);
   hasRun.wait(false);
 }
 
-TEST(StartThread, KeepsTheIdAndTellsWhyWhenThereIsNoThread) {
-  pthread_t id = pthread_self();
-  int errorCode = 0;
+TEST_F(StartThread, KeepsTheIdAndTellsWhyWhenThereIsNoThread) {
+  id = pthread_self();
   test::FailNextThread();
 
-  const auto result =
-      util::StartThread(&id, util::DetachState::kJoinable, PassBack, nullptr, &errorCode);
+  EXPECT_EQ(Start(util::DetachState::kJoinable, PassBack, nullptr), util::StartResult::kDone);
 
-  EXPECT_EQ(result, util::StartResult::kDone);
   EXPECT_EQ(errorCode, EAGAIN);
   EXPECT_EQ(id, pthread_self());
 }
 
-TEST(StartThread, CreatesNothingWithoutItsDetachState) {
-  pthread_t id = kNobody;
-  int errorCode = 0;
+TEST_F(StartThread, CreatesNothingWithoutItsDetachState) {
   test::ForgetThreads();
   test::FailCalls(test::Call::kSetDetachState);
 
-  const auto result =
-      util::StartThread(&id, util::DetachState::kJoinable, PassBack, nullptr, &errorCode);
+  EXPECT_EQ(Start(util::DetachState::kJoinable, PassBack, nullptr),
+            util::StartResult::kNoDetachState);
 
-  EXPECT_EQ(result, util::StartResult::kNoDetachState);
   EXPECT_EQ(errorCode, EINVAL);
   EXPECT_THAT(test::ThreadsMade(), ::testing::IsEmpty());
 }

@@ -45,6 +45,11 @@ std::string Content(const std::string& text) {
   return "<r>" + text + "</r>";
 }
 
+// As many as are accepted.
+std::string Elements(const std::string& element, int nodes) {
+  return Content(Repeat(element, static_cast<std::size_t>(util::kXmlNodesLimit / nodes - 1)));
+}
+
 // Eleven levels of entities, each ten times the one before: 80 GB of text in 800 bytes.
 std::string Laughs() {
   return "<!DOCTYPE r [<!ENTITY l0 \"laughing\">" +
@@ -120,8 +125,7 @@ INSTANTIATE_TEST_SUITE_P(
     Documents, XmlBomb,
     ::testing::Values(CostRow{"billion laughs", Laughs},
                       CostRow{"attributes of one element", ManyAttributes},
-                      CostRow{"comments without an end", [] { return Content(Fill("<!--")); }},
-                      CostRow{"comment full of errors", [] { return "<r>" + Fill("<!--"); }},
+                      CostRow{"comments without an end", [] { return "<r>" + Fill("<!--"); }},
                       CostRow{"opening tags only", [] { return Fill("<e>"); }}));
 
 class XmlBulk : public XmlCost {};
@@ -132,15 +136,11 @@ TEST_P(XmlBulk, IsReadWithinBoundedTimeAndMemory) {
 
 INSTANTIATE_TEST_SUITE_P(
     Documents, XmlBulk,
-    ::testing::Values(
-        CostRow{"elements", [] { return Content(Repeat("<e/>", util::kXmlNodesLimit - 1)); }},
-        CostRow{
-            "attributes",
-            [] { return Content(Repeat("<e a='' b='' c=''/>", util::kXmlNodesLimit / 4 - 1)); }},
-        CostRow{"pieces of text", [] { return Content(Fill("A<!---->")); }},
-        CostRow{"instructions", [] { return Content(Fill("<?a?>")); }},
-        CostRow{"undeclared prefixes",
-                [] { return Content(Repeat("<x:e/>", util::kXmlNodesLimit - 1)); }},
-        CostRow{"element declarations", ElementDeclarations}));
+    ::testing::Values(CostRow{"elements", [] { return Elements("<e/>", 1); }},
+                      CostRow{"attributes", [] { return Elements("<e a='' b='' c=''/>", 4); }},
+                      CostRow{"undeclared prefixes", [] { return Elements("<x:e/>", 1); }},
+                      CostRow{"pieces of text", [] { return Content(Fill("A<!---->")); }},
+                      CostRow{"instructions", [] { return Content(Fill("<?a?>")); }},
+                      CostRow{"element declarations", ElementDeclarations}));
 
 }  // namespace
