@@ -107,7 +107,6 @@ TEST_F(Catalogue, GivesNodesAbove4095TheIdentifiersOfLowerOnes) {
 
   ASSERT_THAT(Points(), ElementsAre(Key(0x01030000)));
   EXPECT_STREQ(Points().at(0x01030000).Name, "second");
-  EXPECT_STREQ(Groups().at(1).at(3).at(0x01030000).Name, "second");
 }
 
 TEST_F(Catalogue, CutsNumbersToTheirFields) {
@@ -184,24 +183,18 @@ TEST_F(Catalogue, KeepsThePointsOfBothDevicesWithOneNumber) {
 
 TEST_F(Catalogue, LetsADeviceInheritWhatItLeavesOut) {
   LoadTemplate(
-      "<Channel No=\"4\"><Dev SlaveId=\"1\" Name=\"a\" Protocol=\"P\" Desc=\"D\" Group=\"6\"/>"
+      "<Channel><Dev/></Channel><Channel No=\"4\"><Dev SlaveId=\"1\" Name=\"a\" Protocol=\"P\" "
+      "Desc=\"D\" Group=\"6\"/>"
       "<Dev Desc=\"E\"/></Channel><Channel><Dev SlaveId=\"2\"/></Channel>");
 
-  ASSERT_THAT(Devices(), ElementsAre(Key(0x0401), Key(0x0402)));
+  ASSERT_THAT(Devices(), ElementsAre(Key(0), Key(0x0401), Key(0x0402)));
+  EXPECT_STREQ(Devices().at(0).Name, "") << "the first device has nothing to inherit";
   EXPECT_STREQ(Devices().at(0x0401).Desc, "E")
       << "a device without an address replaces the one before";
   EXPECT_STREQ(Devices().at(0x0402).Name, "a");
   EXPECT_STREQ(Devices().at(0x0402).Protocol, "P");
   EXPECT_STREQ(Devices().at(0x0402).Desc, "E");
   EXPECT_EQ(Devices().at(0x0402).GroupNo, 6);
-}
-
-TEST_F(Catalogue, StartsTheFirstDeviceFromZero) {
-  LoadTemplate("<Channel><Dev/></Channel>");
-
-  ASSERT_THAT(Devices(), ElementsAre(Key(0)));
-  EXPECT_STREQ(Devices().at(0).Name, "");
-  EXPECT_EQ(Devices().at(0).GroupNo, 0);
 }
 
 TEST_F(Catalogue, LetsAPointInheritWhatItLeavesOut) {

@@ -1,7 +1,6 @@
 // Configuration files that cannot be used: what the loader returns and reports.
 #include <gmock/gmock.h>
 
-#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -49,7 +48,7 @@ int OpenWithoutRoot(const char* text) {
 }
 
 template <typename Settings>
-int LoadNothing() {
+int LoadNothing(const char* /*text*/) {
   return Settings().LoadNodeFromXml();
 }
 
@@ -60,9 +59,15 @@ int LoadDefinition(const char* text) {
   return CChannelSet().LoadDevPointAttr(device);
 }
 
+int LoadDefinitionWithoutRoot(const char* text) {
+  test::FailCalls(test::Call::kXmlRoot);
+  return LoadDefinition(text);
+}
+
 struct FailureRow {
   const char* name;
-  std::function<int()> act;
+  int (*act)(const char*);
+  const char* argument;
   int result;
   const char* message;      // of the one log record, an ERROR
   const char* reason = "";  // the start of the line on standard error
@@ -77,64 +82,59 @@ class UnusableFile : public test::GatewayTest, public ::testing::WithParamInterf
 TEST_P(UnusableFile, IsReportedAndNotHeld) {
   testing::internal::CaptureStderr();
 
-  EXPECT_EQ(GetParam().act(), GetParam().result);
+  EXPECT_EQ(GetParam().act(GetParam().argument), GetParam().result);
 
   EXPECT_THAT(testing::internal::GetCapturedStderr(), StartsWith(GetParam().reason));
   EXPECT_EQ(test::TextLog(), (std::vector<test::LogRecord>{{"ERROR", GetParam().message}}));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    SystemSettings, UnusableFile,
-    ::testing::Values(FailureRow{"missing", [] { return Open<CSysSet>("/tessel/none"); }, -1,
-                                 "parsed /tessel/none failed", "/tessel/none: "},
-                      FailureRow{"no document", [] { return LoadNothing<CSysSet>(); }, -1,
-                                 "SysConfigXml document is null"},
-                      FailureRow{"no root", [] { return OpenWithoutRoot<CSysSet>("<sysConfig/>"); },
-                                 0, "SysConfigXml document,Empty document."},
-                      FailureRow{"other root", [] { return OpenText<CSysSet>("<other/>"); }, 0,
-                                 "SysConfigXml document,root is not sysConfig.",
-                                 "/tessel/file.xml: line 1: the root is not sysConfig\n"}));
+INSTANTIATE_TEST_SUITE_P(SystemSettings, UnusableFile,
+                         ::testing::ValuesIn<std::vector<FailureRow>>(
+                             {{"missing", Open<CSysSet>, "/tessel/none", -1,
+                               "parsed /tessel/none failed", "/tessel/none: "},
+                              {"no document", LoadNothing<CSysSet>, "", -1,
+                               "SysConfigXml document is null"},
+                              {"no root", OpenWithoutRoot<CSysSet>, "<sysConfig/>", 0,
+                               "SysConfigXml document,Empty document."},
+                              {"other root", OpenText<CSysSet>, "<other/>", 0,
+                               "SysConfigXml document,root is not sysConfig.",
+                               "/tessel/file.xml: line 1: the root is not sysConfig\n"}}));
 
-INSTANTIATE_TEST_SUITE_P(
-    Identity, UnusableFile,
-    ::testing::Values(FailureRow{"missing", [] { return Open<CsnSet>("/tessel/none"); }, -1,
-                                 "parse Document /tessel/none failed", "/tessel/none: "},
-                      FailureRow{"no document", [] { return LoadNothing<CsnSet>(); }, -1,
-                                 "parse SN Document failed"},
-                      FailureRow{"no root", [] { return OpenWithoutRoot<CsnSet>("<snConfig/>"); },
-                                 -1, "parse SN Document failed,empty document."},
-                      FailureRow{"other root", [] { return OpenText<CsnSet>("\n<other/>"); }, -1,
-                                 "parse SN Document failed,wrong type,root node is not snConfig",
-                                 "/tessel/file.xml: line 2: the root is not snConfig\n"},
-                      FailureRow{"no values", [] { return OpenText<CsnSet>("<snConfig/>"); }, -1,
-                                 "parse SN Document failed,no usable model or sn",
-                                 "/tessel/file.xml: has no usable model or sn\n"}));
+INSTANTIATE_TEST_SUITE_P(Identity, UnusableFile,
+                         ::testing::ValuesIn<std::vector<FailureRow>>(
+                             {{"missing", Open<CsnSet>, "/tessel/none", -1,
+                               "parse Document /tessel/none failed", "/tessel/none: "},
+                              {"no document", LoadNothing<CsnSet>, "", -1,
+                               "parse SN Document failed"},
+                              {"no root", OpenWithoutRoot<CsnSet>, "<snConfig/>", -1,
+                               "parse SN Document failed,empty document."},
+                              {"other root", OpenText<CsnSet>, "\n<other/>", -1,
+                               "parse SN Document failed,wrong type,root node is not snConfig",
+                               "/tessel/file.xml: line 2: the root is not snConfig\n"},
+                              {"no values", OpenText<CsnSet>, "<snConfig/>", -1,
+                               "parse SN Document failed,no usable model or sn",
+                               "/tessel/file.xml: has no usable model or sn\n"}}));
 
-INSTANTIATE_TEST_SUITE_P(
-    ChannelTemplate, UnusableFile,
-    ::testing::Values(FailureRow{"missing", [] { return Open<CChannelSet>("/tessel/none"); }, -1,
-                                 "Document /tessel/none parsed failed.", "/tessel/none: "},
-                      FailureRow{"no document", [] { return LoadNothing<CChannelSet>(); }, -1,
-                                 "[LoadChannelParamFromXml]: Xml document is null"},
-                      FailureRow{"no root",
-                                 [] { return OpenWithoutRoot<CChannelSet>("<ChannelConfig/>"); },
-                                 -1, "[LoadChannelParamFromXml]: Empty document."},
-                      FailureRow{"other root", [] { return OpenText<CChannelSet>("<other/>"); }, -1,
-                                 "[LoadChannelParamFromXml]: Root node is not 'ChannelConfig'",
-                                 "/tessel/file.xml: line 1: the root is not ChannelConfig\n"}));
+INSTANTIATE_TEST_SUITE_P(ChannelTemplate, UnusableFile,
+                         ::testing::ValuesIn<std::vector<FailureRow>>(
+                             {{"missing", Open<CChannelSet>, "/tessel/none", -1,
+                               "Document /tessel/none parsed failed.", "/tessel/none: "},
+                              {"no document", LoadNothing<CChannelSet>, "", -1,
+                               "[LoadChannelParamFromXml]: Xml document is null"},
+                              {"no root", OpenWithoutRoot<CChannelSet>, "<ChannelConfig/>", -1,
+                               "[LoadChannelParamFromXml]: Empty document."},
+                              {"other root", OpenText<CChannelSet>, "<other/>", -1,
+                               "[LoadChannelParamFromXml]: Root node is not 'ChannelConfig'",
+                               "/tessel/file.xml: line 1: the root is not ChannelConfig\n"}}));
 
-INSTANTIATE_TEST_SUITE_P(
-    DeviceDefinition, UnusableFile,
-    ::testing::Values(FailureRow{"malformed", [] { return LoadDefinition(""); }, -1,
-                                 "[LoadDevPointAttr]: parsed Parse failed", "/tessel/file.xml: "},
-                      FailureRow{"no root",
-                                 [] {
-                                   test::FailCalls(test::Call::kXmlRoot);
-                                   return LoadDefinition("<DevConfig/>");
-                                 },
-                                 -1, "[LoadDevPointAttr]: empty document"},
-                      FailureRow{"other root", [] { return LoadDefinition("<other/>"); }, -1,
-                                 "[LoadDevPointAttr]:  wrong type, root node != DevConfig",
-                                 "/tessel/file.xml: line 1: the root is not DevConfig\n"}));
+INSTANTIATE_TEST_SUITE_P(DeviceDefinition, UnusableFile,
+                         ::testing::ValuesIn<std::vector<FailureRow>>(
+                             {{"malformed", LoadDefinition, "", -1,
+                               "[LoadDevPointAttr]: parsed Parse failed", "/tessel/file.xml: "},
+                              {"no root", LoadDefinitionWithoutRoot, "<DevConfig/>", -1,
+                               "[LoadDevPointAttr]: empty document"},
+                              {"other root", LoadDefinition, "<other/>", -1,
+                               "[LoadDevPointAttr]:  wrong type, root node != DevConfig",
+                               "/tessel/file.xml: line 1: the root is not DevConfig\n"}}));
 
 }  // namespace

@@ -18,18 +18,8 @@ std::string Printed(int result, const std::function<int()>& call) {
 }
 
 TEST(SettingsPrintOut, ShowsTheCloudRecord) {
-  ST_CLOUDSERVER_CONFIG_ATTR cloud{};
-  cloud.checked = 1;
-  util::CopyText(cloud.cloudip, "127.0.0.9");
-  cloud.port = 8080;
-  util::CopyText(cloud.Dir, "/cloud");
-  cloud.RealDataInv = -1;
-  cloud.AlarmDataInv = 10;
-  cloud.HeartBeatInv = 60;
-  cloud.CheckFailInv = 30;
-  cloud.RecallInv = -5;
-  util::CopyText(cloud.filetype, "json");
-  cloud.isCompress = 2;
+  const ST_CLOUDSERVER_CONFIG_ATTR cloud{1,  "127.0.0.9", 8080, "/cloud", -1, 10,
+                                         60, 30,          -5,   "json",   2};
   const CSysSet settings;
 
   EXPECT_EQ(Printed(0, [&] { return settings.ShowCloudConfig(&cloud); }),
@@ -48,17 +38,7 @@ TEST(SettingsPrintOut, ShowsTheCloudRecord) {
 }
 
 TEST(SettingsPrintOut, ShowsTheGatewayRecord) {
-  ST_GATEWAY_INFO info{};
-  util::CopyText(info.stationName, "S");
-  util::CopyText(info.version, "V1\n");
-  util::CopyText(info.roomName, "R");
-  util::CopyText(info.roomDesc, "RD");
-  util::CopyText(info.gateWayName, "G");
-  util::CopyText(info.address, "A");
-  util::CopyText(info.ownerName, "O");
-  util::CopyText(info.ownerDesc, "OD");
-  util::CopyText(info.longitude, "1");
-  util::CopyText(info.latitude, "2");
+  const ST_GATEWAY_INFO info{"S", "V1\n", "R", "RD", "G", "A", "O", "OD", "1", "2"};
   const CSysSet settings;
 
   EXPECT_EQ(Printed(0, [&] { return settings.ShowGateWayInfo(&info); }),
@@ -77,7 +57,7 @@ TEST(SettingsPrintOut, ShowsTheGatewayRecord) {
 }
 
 TEST(SettingsPrintOut, ShowsTheHttpsRecord) {
-  ST_HTTPS_CERT_INFO https{.checked = 1, .certfile = "/a.pem", .user = "u", .passwd = "p"};
+  const ST_HTTPS_CERT_INFO https{1, "/a.pem", "u", "p"};
   const CSysSet settings;
 
   EXPECT_EQ(Printed(0, [&] { return settings.ShowHttpsCertInfo(&https); }),
@@ -117,13 +97,7 @@ TEST(SettingsPrintOut, RefusesANullRecord) {
 }
 
 TEST(CataloguePrintOut, ShowsAPointAndTheTreeOfPoints) {
-  ST_POINTID_ATTR point{.Name = "Level",
-                        .GroupNo = 1,
-                        .DevId = 3,
-                        .type = 1,
-                        .NodeId = 291,
-                        .db_link = 0x01031123,
-                        .EUUnits = "m"};
+  const ST_POINTID_ATTR point{"Level", 1, 3, 1, 291, 0x01031123, "m"};
   CChannelSet catalogue;
   catalogue.AddSamplePoint(point);
   MAP_GROUP_ATTR* groups = nullptr;
@@ -137,12 +111,7 @@ TEST(CataloguePrintOut, ShowsAPointAndTheTreeOfPoints) {
 }
 
 TEST(CataloguePrintOut, ShowsADeviceAndTheListOfDevices) {
-  ST_DEV_ATTR device{.Name = "/d.xml",
-                     .Protocol = "Modbus",
-                     .Desc = "Pump",
-                     .SlaveId = 3,
-                     .GroupNo = 5,
-                     .ChannelNo = 1};
+  const ST_DEV_ATTR device{"/d.xml", "Modbus", "Pump", 3, 5, 1};
   CChannelSet catalogue;
   catalogue.AddDev(device);
   MAP_DEV_ATTR* devices = nullptr;

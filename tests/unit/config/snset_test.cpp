@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <string>
+#include <vector>
 
 #include "support/configs.h"
 #include "support/gateway.h"
@@ -43,15 +44,19 @@ TEST_P(ModelTable, GivesAModelItsNumberAndItsPrefix) {
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, ModelTable,
-    ::testing::Values(ModelRow{"Ostra-7K", "AB12", 0, 12}, ModelRow{"Ostra-7K-M", "AB12", 1, 12},
-                      ModelRow{"Ostra-5N", "XY4567", 2, 4567},
-                      ModelRow{"Ostra-5N-M", "AB12", 3, 12}, ModelRow{"Ostra-R9", "ABC12", 100, 12},
-                      ModelRow{"Ostra-R9-M", "ABC000123", 101, 123},
-                      ModelRow{"Unknown", "AB12", 1, 12}, ModelRow{"ostra-7k", "AB12", 1, 12},
-                      ModelRow{"", "AB12", 1, 12}, ModelRow{"Ostra-7K", "AB12x34", 0, 12},
-                      ModelRow{"Ostra-7K", "A", 0, 0}, ModelRow{"Ostra-7K", "AB-1", 0, 4294967295U},
-                      ModelRow{"Ostra-7K", "AB9999999999", 0, 2147483647U}),
-    [](const auto& row) { return "Row" + std::to_string(row.index); });
+    ::testing::ValuesIn<std::vector<ModelRow>>({{"Ostra-7K", "AB12", 0, 12},
+                                                {"Ostra-7K-M", "AB12", 1, 12},
+                                                {"Ostra-5N", "XY4567", 2, 4567},
+                                                {"Ostra-5N-M", "AB12", 3, 12},
+                                                {"Ostra-R9", "ABC12", 100, 12},
+                                                {"Ostra-R9-M", "ABC000123", 101, 123},
+                                                {"Unknown", "AB12", 1, 12},
+                                                {"ostra-7k", "AB12", 1, 12},
+                                                {"", "AB12", 1, 12},
+                                                {"Ostra-7K", "AB12x34", 0, 12},
+                                                {"Ostra-7K", "A", 0, 0},
+                                                {"Ostra-7K", "AB-1", 0, 4294967295U},
+                                                {"Ostra-7K", "AB9999999999", 0, 2147483647U}}));
 
 class Identity : public test::GatewayTest {};
 

@@ -16,6 +16,7 @@ TEST(Paths, NameTheGatewaysPlaces) {
   EXPECT_STREQ(paths::kLedgerDirectory, "/media/mmcblk0p1/Cloud/DB");
   EXPECT_STREQ(paths::kLedger, "/media/mmcblk0p1/Cloud/DB/CloudDB.db");
   EXPECT_STREQ(paths::kLedgerJournal, "/media/mmcblk0p1/Cloud/DB/CloudDB.db-journal");
+  EXPECT_STREQ(paths::kNewLedger, "/media/mmcblk0p1/Cloud/DB/CloudDB.db.new");
   EXPECT_STREQ(paths::kDataFiles, "/media/mmcblk0p1/Cloud/JsonFiles");
   EXPECT_STREQ(paths::kRealData, "/media/mmcblk0p1/Cloud/JsonFiles/realdata");
   EXPECT_STREQ(paths::kAlarmData, "/media/mmcblk0p1/Cloud/JsonFiles/alarmdata");

@@ -8,6 +8,7 @@
 #include <functional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "support/files.h"
 #include "support/gateway.h"
@@ -76,60 +77,53 @@ TEST_P(RefusedXml, IsNamedOnOneLineWithTheReason) {
 
 INSTANTIATE_TEST_SUITE_P(
     Files, RefusedXml,
-    ::testing::Values(
-        RefusedRow{"missing", [] {}, "cannot be read: No such file or directory"},
-        RefusedRow{"directory", [] { mkdir(kPath, 0755); }, "is not a regular file"},
-        RefusedRow{"pipe without a writer", [] { mkfifo(kPath, 0600); }, "is not a regular file"},
-        RefusedRow{"too large", Text("<r>" + std::string(8388608 - 7 + 1, ' ') + "</r>"),
-                   "is larger than 8388608 bytes"}));
+    ::testing::ValuesIn<std::vector<RefusedRow>>(
+        {{"missing", [] {}, "cannot be read: No such file or directory"},
+         {"directory", [] { mkdir(kPath, 0755); }, "is not a regular file"},
+         {"pipe without a writer", [] { mkfifo(kPath, 0600); }, "is not a regular file"},
+         {"too large", Text("<r>" + std::string(8388608 - 7 + 1, ' ') + "</r>"),
+          "is larger than 8388608 bytes"}}));
 
-INSTANTIATE_TEST_SUITE_P(
-    Limits, RefusedXml,
-    ::testing::Values(RefusedRow{"attributes of a tag",
-                                 Text("<r>\n\n<e" + Attributes(65) + "/></r>"),
-                                 "line 3: has a tag with more than 64 attributes"},
-                      RefusedRow{"name spaces", Elements(65, "<e xmlns:a='u'/>"),
-                                 "line 2: declares more than 64 name spaces"},
-                      RefusedRow{"elements", Elements(262144, "<e/>"),
-                                 "line 2: has more than 262144 elements and attributes"},
-                      RefusedRow{"attributes", Elements(131072, "<e a=''/>"),
-                                 "line 2: has more than 262144 elements and attributes"}));
+INSTANTIATE_TEST_SUITE_P(Limits, RefusedXml,
+                         ::testing::ValuesIn<std::vector<RefusedRow>>(
+                             {{"attributes of a tag", Text("<r>\n\n<e" + Attributes(65) + "/></r>"),
+                               "line 3: has a tag with more than 64 attributes"},
+                              {"name spaces", Elements(65, "<e xmlns:a='u'/>"),
+                               "line 2: declares more than 64 name spaces"},
+                              {"elements", Elements(262144, "<e/>"),
+                               "line 2: has more than 262144 elements and attributes"},
+                              {"attributes", Elements(131072, "<e a=''/>"),
+                               "line 2: has more than 262144 elements and attributes"}}));
 
 INSTANTIATE_TEST_SUITE_P(
     Declarations, RefusedXml,
-    ::testing::Values(
-        RefusedRow{"entity", Text("<!DOCTYPE r [\n<!ENTITY x \"x\">]><r/>"),
-                   "line 2: declares an entity"},
-        RefusedRow{
-            "unparsed entity",
-            Text("<!DOCTYPE r [<!NOTATION n SYSTEM 'n'><!ENTITY x SYSTEM 'x' NDATA n>]><r/>"),
-            "line 1: declares an entity"},
-        RefusedRow{"attribute", Text("<!DOCTYPE r [<!ATTLIST r a (b|c) \"b\">]>\n<r/>"),
-                   "line 1: declares an attribute"}));
+    ::testing::ValuesIn<std::vector<RefusedRow>>(
+        {{"entity", Text("<!DOCTYPE r [\n<!ENTITY x \"x\">]><r/>"), "line 2: declares an entity"},
+         {"unparsed entity",
+          Text("<!DOCTYPE r [<!NOTATION n SYSTEM 'n'><!ENTITY x SYSTEM 'x' NDATA n>]><r/>"),
+          "line 1: declares an entity"},
+         {"attribute", Text("<!DOCTYPE r [<!ATTLIST r a (b|c) \"b\">]>\n<r/>"),
+          "line 1: declares an attribute"}}));
 
 INSTANTIATE_TEST_SUITE_P(
     Malformed, RefusedXml,
-    ::testing::Values(
-        RefusedRow{"empty", Text(""), kAnyReason},
-        RefusedRow{"cut short", Text("<r><a/>"), kAnyReason},
-        RefusedRow{"several errors", Text("<r>\n<!--<!--<!--<!--</r>"),
-                   "line 2: Double hyphen within comment"},
-        RefusedRow{"message of two lines", Text("<r a=\"caf\xE9\"/>"),
-                   "line 1: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE9 0x22 0x2F "
-                   "0x3E"},
-        RefusedRow{
-            "long message", Text("<r></" + std::string(1000, 'a') + ">"),
-            ("line 1: Opening and ending tag mismatch: r line 1 and "s + std::string(1000, 'a'))
-                .substr(0, 300)},
-        RefusedRow{"GBK", Text("<?xml version=\"1.0\" encoding=\"GBK\"?><r a=\"\xB1\xC3\"/>"),
-                   kAnyReason},
-        RefusedRow{"UTF-16", Text("\xFF\xFE" + Utf16("<r/>")), kAnyReason},
-        RefusedRow{"UTF-16 without a mark", Text(Utf16("<r/>")), kAnyReason},
-        RefusedRow{"zero byte in a value", Text("<r a=\"1\0002\"/>"s), kAnyReason},
-        RefusedRow{"comment start in a value", Text("<r a=\"<!--\"/><!-- -->"), kAnyReason},
-        RefusedRow{"comment start in a tag", Text("<r <!-- a='' -->/>"), kAnyReason},
-        RefusedRow{"compressed", Text("\x1F\x8B\x08\0\0\0\0\0\0\x03\xB3\x29\xD2\xB7\x03\0"s),
-                   kAnyReason}));
+    ::testing::ValuesIn<std::vector<RefusedRow>>(
+        {{"empty", Text(""), kAnyReason},
+         {"cut short", Text("<r><a/>"), kAnyReason},
+         {"several errors", Text("<r>\n<!--<!--<!--<!--</r>"),
+          "line 2: Double hyphen within comment"},
+         {"message of two lines", Text("<r a=\"caf\xE9\"/>"),
+          "line 1: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE9 0x22 0x2F "
+          "0x3E"},
+         {"long message", Text("<r></" + std::string(1000, 'a') + ">"),
+          ("line 1: Opening and ending tag mismatch: r line 1 and "s + std::string(1000, 'a'))
+              .substr(0, 300)},
+         {"GBK", Text("<?xml version=\"1.0\" encoding=\"GBK\"?><r a=\"\xB1\xC3\"/>"), kAnyReason},
+         {"UTF-16", Text("\xFF\xFE" + Utf16("<r/>")), kAnyReason},
+         {"zero byte in a value", Text("<r a=\"1\0002\"/>"s), kAnyReason},
+         {"comment start in a value", Text("<r a=\"<!--\"/><!-- -->"), kAnyReason},
+         {"comment start in a tag", Text("<r <!-- a='' -->/>"), kAnyReason},
+         {"compressed", Text("\x1F\x8B\x08\0\0\0\0\0\0\x03\xB3\x29\xD2\xB7\x03\0"s), kAnyReason}}));
 
 class XmlRefusal : public test::GatewayTest {};
 
@@ -218,14 +212,13 @@ TEST_P(ReachingXml, NeverReadsFromAPipe) {
 
 INSTANTIATE_TEST_SUITE_P(
     Documents, ReachingXml,
-    ::testing::Values(
-        ReachingRow{"entity", "<!DOCTYPE r [<!ENTITY x SYSTEM \"", "\">]><r a=\"&x;\">&x;</r>"},
-        ReachingRow{"parameter entity", "<!DOCTYPE r [<!ENTITY % x SYSTEM \"", "\"> %x;]><r/>"},
-        ReachingRow{"type declaration", "<!DOCTYPE r SYSTEM \"", "\"><r a=\"&x;\">&x;</r>"},
-        ReachingRow{"public type declaration", "<!DOCTYPE r PUBLIC \"p\" \"", "\"><r/>"},
-        ReachingRow{"inclusion",
-                    "<r xmlns:xi=\"http://www.w3.org/2001/XInclude\"><xi:include href=\"",
-                    "\"/></r>"},
-        ReachingRow{"style sheet", "<?xml-stylesheet href=\"", "\"?><r/>"}));
+    ::testing::ValuesIn<std::vector<ReachingRow>>(
+        {{"entity", "<!DOCTYPE r [<!ENTITY x SYSTEM \"", "\">]><r a=\"&x;\">&x;</r>"},
+         {"parameter entity", "<!DOCTYPE r [<!ENTITY % x SYSTEM \"", "\"> %x;]><r/>"},
+         {"type declaration", "<!DOCTYPE r SYSTEM \"", "\"><r a=\"&x;\">&x;</r>"},
+         {"public type declaration", "<!DOCTYPE r PUBLIC \"p\" \"", "\"><r/>"},
+         {"inclusion", "<r xmlns:xi=\"http://www.w3.org/2001/XInclude\"><xi:include href=\"",
+          "\"/></r>"},
+         {"style sheet", "<?xml-stylesheet href=\"", "\"?><r/>"}}));
 
 }  // namespace

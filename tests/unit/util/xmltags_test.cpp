@@ -4,6 +4,7 @@
 
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "support/files.h"
 #include "support/gateway.h"
@@ -70,22 +71,21 @@ TEST_P(SurroundedTag, IsSeenAsTheParserSeesIt) {
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, SurroundedTag,
-    ::testing::Values(
-        SurroundedRow{"comment", "<!-- it's a='1' -->", ""},
-        SurroundedRow{"short comments", "<!---->", "<!-- -->"},
-        SurroundedRow{"end of a comment at its start", "<!-->-->", "<!-- -->"},
-        SurroundedRow{"instruction", "<?a it's b='1'?>", "<?c?>"},
-        SurroundedRow{"character section", "<e><![CDATA[it's a='1']]>", "</e>"},
-        SurroundedRow{"comment start in an instruction", "<?a <!--?>", "<!-- -->"},
-        SurroundedRow{"comment start in a character section", "<e><![CDATA[<!--]]>",
-                      "<!-- --></e>"},
-        SurroundedRow{"instruction start in a comment", "<!-- <?a -->", "<?b?>"},
-        SurroundedRow{"section start in a comment", "<e><!-- <![CDATA[ -->", "<![CDATA[]]></e>"},
-        SurroundedRow{"quotes in text", "<e>it's 5\" > 4", "'\"</e>"},
-        SurroundedRow{"tag end in a value", "<e a='>' b=\"'>\">", "</e>"},
-        SurroundedRow{"comment start in a type", "<!DOCTYPE r SYSTEM \"<!--\">", "<!-- -->"},
-        SurroundedRow{"instruction start in a type", "<!DOCTYPE r SYSTEM '<?a'>", "<?a?>"},
-        SurroundedRow{"comment start in a notation", "<!DOCTYPE r [<!NOTATION n SYSTEM '<!--'>]>",
-                      "<!-- -->"}));
+    ::testing::ValuesIn<std::vector<SurroundedRow>>(
+        {{"comment", "<!-- it's a='1' -->", ""},
+         {"short comments", "<!---->", "<!-- -->"},
+         {"end of a comment at its start", "<!-->-->", "<!-- -->"},
+         {"instruction", "<?a it's b='1'?>", "<?c?>"},
+         {"character section", "<e><![CDATA[it's a='1']]>", "</e>"},
+         {"comment start in an instruction", "<?a <!--?>", "<!-- -->"},
+         {"comment start in a character section", "<e><![CDATA[<!--]]>", "<!-- --></e>"},
+         {"instruction start in a comment", "<!-- <?a -->", "<?b?>"},
+         {"section start in a comment", "<e><!-- <![CDATA[ -->", "<![CDATA[]]></e>"},
+         {"quotes in text", "<e>it's 5\" > 4", "'\"</e>"},
+         {"tag end in a value", "<e a='>' b=\"'>\">", "</e>"},
+         {"comment start in a type", "<!DOCTYPE r SYSTEM \"<!--\">", "<!-- -->"},
+         {"instruction start in a type", "<!DOCTYPE r SYSTEM '<?a'>", "<?a?>"},
+         {"comment start in a notation", "<!DOCTYPE r [<!NOTATION n SYSTEM '<!--'>]>",
+          "<!-- -->"}}));
 
 }  // namespace
