@@ -41,10 +41,16 @@ int OpenText(const char* text) {
   return Open<Settings>(kPath);
 }
 
+// Opens a document that is in order, then loads it without its root.
 template <typename Settings>
-int OpenWithoutRoot(const char* text) {
+int LoadWithoutRoot(const char* text) {
+  test::WriteFile(kPath, text);
+  Settings settings;
+  EXPECT_EQ(settings.Open(kPath), 0);
   test::FailCalls(test::Call::kXmlRoot);
-  return OpenText<Settings>(text);
+  const int result = settings.LoadNodeFromXml();
+  EXPECT_FALSE(IsHeld(settings));
+  return result;
 }
 
 template <typename Settings>
@@ -94,26 +100,26 @@ INSTANTIATE_TEST_SUITE_P(SystemSettings, UnusableFile,
                                "parsed /tessel/none failed", "/tessel/none: "},
                               {"no document", LoadNothing<CSysSet>, "", -1,
                                "SysConfigXml document is null"},
-                              {"no root", OpenWithoutRoot<CSysSet>, "<sysConfig/>", 0,
+                              {"no root", LoadWithoutRoot<CSysSet>, "<sysConfig/>", -1,
                                "SysConfigXml document,Empty document."},
                               {"other root", OpenText<CSysSet>, "<other/>", 0,
                                "SysConfigXml document,root is not sysConfig.",
                                "/tessel/file.xml: line 1: the root is not sysConfig\n"}}));
 
-INSTANTIATE_TEST_SUITE_P(Identity, UnusableFile,
-                         ::testing::ValuesIn<std::vector<FailureRow>>(
-                             {{"missing", Open<CsnSet>, "/tessel/none", -1,
-                               "parse Document /tessel/none failed", "/tessel/none: "},
-                              {"no document", LoadNothing<CsnSet>, "", -1,
-                               "parse SN Document failed"},
-                              {"no root", OpenWithoutRoot<CsnSet>, "<snConfig/>", -1,
-                               "parse SN Document failed,empty document."},
-                              {"other root", OpenText<CsnSet>, "\n<other/>", -1,
-                               "parse SN Document failed,wrong type,root node is not snConfig",
-                               "/tessel/file.xml: line 2: the root is not snConfig\n"},
-                              {"no values", OpenText<CsnSet>, "<snConfig/>", -1,
-                               "parse SN Document failed,no usable model or sn",
-                               "/tessel/file.xml: has no usable model or sn\n"}}));
+INSTANTIATE_TEST_SUITE_P(
+    Identity, UnusableFile,
+    ::testing::ValuesIn<std::vector<FailureRow>>(
+        {{"missing", Open<CsnSet>, "/tessel/none", -1, "parse Document /tessel/none failed",
+          "/tessel/none: "},
+         {"no document", LoadNothing<CsnSet>, "", -1, "parse SN Document failed"},
+         {"no root", LoadWithoutRoot<CsnSet>, "<snConfig><model model=''/><sn sn='1'/></snConfig>",
+          -1, "parse SN Document failed,empty document."},
+         {"other root", OpenText<CsnSet>, "\n<other/>", -1,
+          "parse SN Document failed,wrong type,root node is not snConfig",
+          "/tessel/file.xml: line 2: the root is not snConfig\n"},
+         {"no values", OpenText<CsnSet>, "<snConfig/>", -1,
+          "parse SN Document failed,no usable model or sn",
+          "/tessel/file.xml: has no usable model or sn\n"}}));
 
 INSTANTIATE_TEST_SUITE_P(ChannelTemplate, UnusableFile,
                          ::testing::ValuesIn<std::vector<FailureRow>>(
@@ -121,7 +127,7 @@ INSTANTIATE_TEST_SUITE_P(ChannelTemplate, UnusableFile,
                                "Document /tessel/none parsed failed.", "/tessel/none: "},
                               {"no document", LoadNothing<CChannelSet>, "", -1,
                                "[LoadChannelParamFromXml]: Xml document is null"},
-                              {"no root", OpenWithoutRoot<CChannelSet>, "<ChannelConfig/>", -1,
+                              {"no root", LoadWithoutRoot<CChannelSet>, "<ChannelConfig/>", -1,
                                "[LoadChannelParamFromXml]: Empty document."},
                               {"other root", OpenText<CChannelSet>, "<other/>", -1,
                                "[LoadChannelParamFromXml]: Root node is not 'ChannelConfig'",
