@@ -17,7 +17,6 @@ using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Key;
-using ::testing::UnorderedElementsAre;
 
 constexpr char kDefinitionFile[] = "/tessel/Config/devices/d.xml";
 constexpr char kOtherFile[] = "/tessel/Config/devices/e.xml";
@@ -226,7 +225,7 @@ TEST_F(Catalogue, StartsTheFirstPointOfEachFileFromZero) {
 }
 
 TEST_F(Catalogue, ReadsAnAttributeWithoutANumberAsZero) {
-  for (const std::string text : {"x", "", "x7"}) {
+  for (const std::string& text : std::vector<std::string>{"x", "", "x7"}) {
     SCOPED_TRACE(text);
     CChannelSet fresh;
     WriteDefinition("<DI><Node Id=\"291\"/><Node Id=\"" + text + "\"/></DI>");

@@ -85,7 +85,7 @@ void PrintTo(const FailureRow& row, std::ostream* out) {
 
 class UnusableFile : public test::GatewayTest, public ::testing::WithParamInterface<FailureRow> {};
 
-TEST_P(UnusableFile, IsReportedAndNotHeld) {
+TEST_P(UnusableFile, GivesTheResultAndTheMessage) {
   testing::internal::CaptureStderr();
 
   EXPECT_EQ(GetParam().act(GetParam().argument), GetParam().result);

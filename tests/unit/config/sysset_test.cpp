@@ -17,7 +17,7 @@ namespace {
 
 constexpr char kDefaultAddress[] = BRENNIK_DEFAULT_CLOUD_IP;
 
-class SystemSettings : public test::GatewayTest {
+class SysSet : public test::GatewayTest {
  protected:
   void Load(const test::SysXml& xml) { LoadText(xml.Text()); }
   void LoadText(const std::string& text) {
@@ -41,7 +41,7 @@ void PrintTo(const CloudRow& row, std::ostream* out) {
   *out << row.attribute;
 }
 
-class CloudAttribute : public SystemSettings, public ::testing::WithParamInterface<CloudRow> {
+class CloudAttribute : public SysSet, public ::testing::WithParamInterface<CloudRow> {
  protected:
   std::string Stored(const std::string& attribute) const {
     if (attribute == "cloudip") return cloud.cloudip;
@@ -58,7 +58,7 @@ class CloudAttribute : public SystemSettings, public ::testing::WithParamInterfa
   }
 };
 
-TEST_P(CloudAttribute, IsStoredByItsRule) {
+TEST_P(CloudAttribute, FollowsItsRule) {
   const auto& [attribute, absent, present] = GetParam();
   Load(test::SysXml());
   EXPECT_EQ(Stored(attribute), absent);
@@ -87,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"IsCompress", "0", {{"258", "2"}}},
     }));
 
-TEST_F(SystemSettings, TakeTheDefaultsForARepeatedCloudElement) {
+TEST_F(SysSet, TakesTheDefaultsForARepeatedCloudElement) {
   LoadText(
       "<sysConfig><!-- c --><other port=\"1\"/><cloud cloudip=\"127.0.0.9\" port=\"81\" Dir=\"/x\">"
       "</cloud><cloud RealDataInv=\"70\"/></sysConfig>");
@@ -99,7 +99,7 @@ TEST_F(SystemSettings, TakeTheDefaultsForARepeatedCloudElement) {
   EXPECT_STREQ(settings.GetRealIpAddress(), kDefaultAddress);
 }
 
-TEST_F(SystemSettings, DescribeTheGateway) {
+TEST_F(SysSet, DescribesTheGateway) {
   Load(test::SysXml()
            .Info("station", {{"stationName", "N"}, {"longitude", "104"}, {"latitude", "30"}})
            .Info("rooms", {{"roomName", "泵房"}, {"desc", std::string(300, 'd')}})
@@ -119,7 +119,7 @@ TEST_F(SystemSettings, DescribeTheGateway) {
   EXPECT_STREQ(info.ownerDesc, "municipal");
 }
 
-TEST_F(SystemSettings, StoreTheHttpsAttributesThatArePresent) {
+TEST_F(SysSet, StoresTheHttpsAttributesThatArePresent) {
   LoadText("<sysConfig><cloud><other user=\"x\"/><https checked=\"258\" certfile=\"" +
            std::string(200, 'c') + "\" user=\"u\" password=\"" + std::string(100, 'p') +
            "\"/><https user=\"" + std::string(100, 'v') + "\"/></cloud></sysConfig>");
@@ -130,7 +130,7 @@ TEST_F(SystemSettings, StoreTheHttpsAttributesThatArePresent) {
   EXPECT_EQ(https.passwd, std::string(63, 'p'));
 }
 
-TEST_F(SystemSettings, TakeNothingFromAnotherRoot) {
+TEST_F(SysSet, TakesNothingFromAnotherRoot) {
   test::WriteFile(paths::kVersionFile, "V2.3.1\n");
 
   LoadText("<other><cloud port=\"81\"/></other>");
@@ -140,7 +140,7 @@ TEST_F(SystemSettings, TakeNothingFromAnotherRoot) {
   EXPECT_STREQ(info.version, "");
 }
 
-TEST_F(SystemSettings, KeepTheirValuesAfterClose) {
+TEST_F(SysSet, KeepsItsValuesAfterClose) {
   Load(test::SysXml().Cloud("port", "8080"));
   ASSERT_TRUE(settings.IsOpen());
 
@@ -151,7 +151,7 @@ TEST_F(SystemSettings, KeepTheirValuesAfterClose) {
   EXPECT_EQ(cloud.port, 8080);
 }
 
-TEST_F(SystemSettings, TakeTheFirstLineOfTheVersionFileWithItsEnd) {
+TEST_F(SysSet, TakesTheFirstLineOfTheVersionFileWithItsEnd) {
   test::WriteFile(paths::kVersionFile, "V2.3.1\nsecond line\n");
 
   Load(test::SysXml());
@@ -159,7 +159,7 @@ TEST_F(SystemSettings, TakeTheFirstLineOfTheVersionFileWithItsEnd) {
   EXPECT_STREQ(info.version, "V2.3.1\n");
 }
 
-TEST_F(SystemSettings, Keep99CharactersOfTheVersion) {
+TEST_F(SysSet, Keeps99CharactersOfTheVersion) {
   test::WriteFile(paths::kVersionFile, std::string(150, 'v'));
 
   EXPECT_EQ(settings.getVersionInfo(), 0);
@@ -167,7 +167,7 @@ TEST_F(SystemSettings, Keep99CharactersOfTheVersion) {
   EXPECT_EQ(info.version, std::string(99, 'v'));
 }
 
-TEST_F(SystemSettings, ReportAMissingVersionFileOnStandardOutput) {
+TEST_F(SysSet, ReportsAMissingVersionFileOnStandardOutput) {
   testing::internal::CaptureStdout();
 
   EXPECT_EQ(settings.getVersionInfo(), -1);
@@ -176,14 +176,14 @@ TEST_F(SystemSettings, ReportAMissingVersionFileOnStandardOutput) {
             "/tessel/Config/version/main-version.conf is not exist\n");
 }
 
-TEST_F(SystemSettings, DoNotWaitForAPipeInPlaceOfTheVersionFile) {
+TEST_F(SysSet, DoesNotWaitForAPipeInPlaceOfTheVersionFile) {
   test::WriteFile("/tessel/Config/version/other", "");
   ASSERT_EQ(mkfifo(paths::kVersionFile, 0600), 0);
 
   EXPECT_EQ(settings.getVersionInfo(), -1);
 }
 
-TEST_F(SystemSettings, LogTheAddressInUse) {
+TEST_F(SysSet, LogsTheAddressInUse) {
   Load(test::SysXml().Cloud("cloudip", "127.0.0.9"));
 
   EXPECT_EQ(settings.SetRealIPAddress("10.1.2.3"), 0);
@@ -195,7 +195,7 @@ TEST_F(SystemSettings, LogTheAddressInUse) {
                                           {"INFO", "real IP has become 10.1.2.3"}}));
 }
 
-TEST_F(SystemSettings, Keep63CharactersOfTheAddressInUse) {
+TEST_F(SysSet, Keeps63CharactersOfTheAddressInUse) {
   settings.SetRealIPAddress(std::string(80, 'h').c_str());
 
   EXPECT_EQ(settings.GetRealIpAddress(), std::string(63, 'h'));

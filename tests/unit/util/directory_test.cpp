@@ -87,7 +87,7 @@ TEST_F(MakeDirectories, CutsThePathAndThatOfEachDirectoryAtTheirLimits) {
 
 class FileStatus : public test::GatewayTest {};
 
-TEST_F(FileStatus, IsToldApart) {
+TEST_F(FileStatus, TellsKindsApart) {
   struct Row {
     const char* path;
     bool exists, isDirectory, isRegularFile, isMissing;

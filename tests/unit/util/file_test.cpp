@@ -74,7 +74,7 @@ TEST(ZeroedArray, HoldsTheObjectsWithAllBytesZero) {
   EXPECT_EQ(std::count(numbers.get(), numbers.get() + kCount, 0), kCount);
 }
 
-TEST(ZeroedArray, IsNullWithoutMemory) {
+TEST(ZeroedArray, BecomesNullWithoutMemory) {
   test::FailCalls(test::Call::kCalloc);
 
   EXPECT_FALSE(util::MakeZeroed<int>(10));

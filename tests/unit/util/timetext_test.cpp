@@ -124,7 +124,7 @@ TEST_F(LocalTime, FollowsAChangedZoneAtOnce) {
   EXPECT_EQ(util::TimeMark(*time), "1970-01-01 01:00:00");
 }
 
-TEST_F(LocalTime, IsNothingWhenItCannotBeConverted) {
+TEST_F(LocalTime, GivesNothingWhenItCannotBeConverted) {
   EXPECT_FALSE(util::LocalTime(std::numeric_limits<std::time_t>::max()));
 
   test::FailCalls(test::Call::kLocaltime);

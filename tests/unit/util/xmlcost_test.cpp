@@ -103,14 +103,14 @@ class XmlCost : public test::GatewayTest {
   }
 };
 
-TEST_F(XmlCost, IsBoundedForAFileThatIsRefused) {
+TEST_F(XmlCost, StaysBoundedForAFileThatIsRefused) {
   Check(false, 32 * kMebibyte,
         {{"attributes of one element", ManyAttributes},
          {"comments without an end", [] { return "<r>" + Fill("<!--"); }},
          {"opening tags only", [] { return Fill("<e>"); }}});
 }
 
-TEST_F(XmlCost, IsBoundedForAFileThatIsRead) {
+TEST_F(XmlCost, StaysBoundedForAFileThatIsRead) {
   Check(true, 128 * kMebibyte,
         {{"elements", [] { return Elements("<e/>", 1); }},
          {"attributes", [] { return Elements("<e a='' b='' c=''/>", 4); }},

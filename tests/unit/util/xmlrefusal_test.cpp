@@ -57,7 +57,7 @@ std::string Attributes(int count) {
 
 class RefusedXml : public test::GatewayTest, public ::testing::WithParamInterface<RefusedRow> {};
 
-TEST_P(RefusedXml, IsNamedOnOneLineWithTheReason) {
+TEST_P(RefusedXml, GetsOneLineWithItsNameAndTheReason) {
   test::WriteFile(kPath, "");
   unlink(kPath);
   GetParam().make();

@@ -17,7 +17,9 @@ std::string Attributes(int count) {
   return text;
 }
 
-TEST(OverloadedTag, IsTheFirstWithMoreThan64Attributes) {
+class OverloadedTag : public test::GatewayTest {};
+
+TEST_F(OverloadedTag, GivesTheFirstWithMoreThan64Attributes) {
   const std::string most = "<r" + Attributes(64) + ">";
   const std::string more = "<e" + Attributes(65) + "/>";
 
@@ -26,7 +28,7 @@ TEST(OverloadedTag, IsTheFirstWithMoreThan64Attributes) {
 }
 
 // Attributes that no tag has: none of them may count.
-TEST(OverloadedTag, CountsOnlyAttributesOfTags) {
+TEST_F(OverloadedTag, CountsOnlyAttributesOfTags) {
   const std::string many = Attributes(100);
   for (const auto& text : {
            "<!--" + many + "--><r><!--" + many + "--></r>",
@@ -42,9 +44,7 @@ TEST(OverloadedTag, CountsOnlyAttributesOfTags) {
   }
 }
 
-class XmlTags : public test::GatewayTest {};
-
-TEST_F(XmlTags, AreSeenAsTheParserSeesThem) {
+TEST_F(OverloadedTag, SeesTagsAsTheParserDoes) {
   const auto isRead = [](const std::string& text) {
     test::WriteFile("/tessel/file.xml", text);
     return static_cast<bool>(util::XmlDocument::Read("/tessel/file.xml"));
