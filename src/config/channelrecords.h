@@ -1,4 +1,4 @@
-// The records of the channel catalogue, and how a point identifier is composed.
+// The records of the channel catalogue, and the make-up of a point identifier.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@ struct ST_DEV_ATTR {
   char Protocol[128];      // text, not interpreted
   char Desc[128];          // description
   std::uint8_t SlaveId;    // bus address on its channel
-  std::uint8_t GroupNo;    // attribute `Group`; stored and shown, part of no key
+  std::uint8_t GroupNo;    // attribute `Group`; stored and shown, not part of a key
   std::uint8_t ChannelNo;  // attribute `No` of the enclosing channel
 };
 static_assert(sizeof(ST_DEV_ATTR) == 387);
@@ -43,10 +43,10 @@ static_assert(offsetof(ST_POINTID_ATTR, EUUnits) == 137);
 
 #pragma pack(pop)
 
-// Point identifier, the gateway-wide name of a sample point (shared with the acquisition side):
+// The point identifier (DataId), by which the gateway and the acquisition side name a sample point:
 //   bits 31-24 channel | 23-16 device address | 15-12 node bits 11-8 | 11-8 type | 7-0 node bits
 //   7-0
-// Node numbers above 4095 alias lower ones.
+// Node numbers above 4095 have the same identifiers as lower ones.
 constexpr std::uint32_t ComposeDataId(std::uint8_t channel, std::uint8_t device, std::uint8_t type,
                                       std::uint16_t node) {
   return (std::uint32_t{channel} << 24) | (std::uint32_t{device} << 16) |
@@ -55,7 +55,7 @@ constexpr std::uint32_t ComposeDataId(std::uint8_t channel, std::uint8_t device,
 }
 static_assert(ComposeDataId(1, 3, 1, 0x123) == 0x01031123);
 
-// Device number: the high 16 bits of the identifier of every point of the device.
+// The device number: the high 16 bits of the identifiers of the device's points.
 constexpr std::uint16_t ComposeDeviceNumber(std::uint8_t channel, std::uint8_t device) {
   return static_cast<std::uint16_t>((channel << 8) | device);
 }

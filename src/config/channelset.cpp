@@ -14,7 +14,7 @@
 namespace {
 
 constexpr unsigned kPacePauseMicroseconds = 100000;
-constexpr std::size_t kTextLimitBytes = 127;  // one less than the field: 126 characters
+constexpr std::size_t kTextLimitBytes = 127;  // deliberate: one less than the field
 
 std::uint8_t LowByte(std::int32_t value) {
   return static_cast<std::uint8_t>(value);
@@ -26,7 +26,7 @@ void CopyAttribute(char (&field)[N], const util::XmlAttribute& attribute) {
   util::CopyText(field, kTextLimitBytes, attribute.value);
 }
 
-// Attributes that the element leaves out keep what the record holds.
+// Deliberate: where an attribute is missing, the record keeps the value it has.
 void ReadDevice(const util::XmlElement& element, ST_DEV_ATTR& dev) {
   for (const auto& attribute : element.Attributes()) {
     if (attribute.name == "Name") {
@@ -165,7 +165,7 @@ int CChannelSet::AddDev(ST_DEV_ATTR dev) {
 }
 
 int CChannelSet::AddSamplePoint(ST_POINTID_ATTR point) {
-  const std::uint32_t dataId = point.db_link;  // of a packed record: no reference may bind to it
+  const std::uint32_t dataId = point.db_link;  // a reference to a packed field is not allowed
   m_groups[point.GroupNo][point.DevId][dataId] = point;
   m_points[dataId] = point;
   return 0;

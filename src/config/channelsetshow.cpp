@@ -5,7 +5,7 @@
 
 namespace {
 
-// The fields after the name, which close the line.
+// The fields after the name, to the end of the line.
 void PrintPointFields(const ST_POINTID_ATTR& point) {
   std::printf("GroupNo = %d,", point.GroupNo);
   std::printf("DevId = %d,", point.DevId);

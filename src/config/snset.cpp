@@ -1,6 +1,5 @@
 #include "config/snset.h"
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -12,19 +11,12 @@ namespace {
 struct Model {
   std::string_view name;
   std::int32_t number;
+  std::size_t prefixLength;  // characters of a serial number before its digits
 };
 constexpr Model kModels[] = {
-    {"Ostra-7K", 0},   {"Ostra-7K-M", 1}, {"Ostra-5N", 2},
-    {"Ostra-5N-M", 3}, {"Ostra-R9", 100}, {"Ostra-R9-M", 101},
+    {"Ostra-7K", 0, 2},   {"Ostra-7K-M", 1, 2}, {"Ostra-5N", 2, 2},
+    {"Ostra-5N-M", 3, 2}, {"Ostra-R9", 100, 3}, {"Ostra-R9-M", 101, 3},
 };
-constexpr std::int32_t kUnknownModel = 1;
-
-// Characters before the digits of the serial number; nothing for a number of no model.
-std::optional<std::size_t> SerialPrefixLength(std::int32_t model) {
-  if (model >= 0 && model <= 3) return 2;
-  if (model == 100 || model == 101) return 3;
-  return std::nullopt;
-}
 
 }  // namespace
 
@@ -91,11 +83,12 @@ int CsnSet::ModelToDigit(const char* name) const {
 }
 
 void CsnSet::Model2Sn(const char* serial) {
-  const auto prefixLength = SerialPrefixLength(m_model);
-  if (!prefixLength) return;
-  std::string digits(serial);
-  digits.erase(0, *prefixLength);  // a text shorter than its prefix leaves no digits
-  m_numericSn = static_cast<std::uint32_t>(util::Decimal(digits.c_str()));
+  for (const auto& model : kModels) {
+    if (model.number != m_model) continue;
+    std::string digits(serial);
+    digits.erase(0, model.prefixLength);  // a text shorter than the prefix leaves no digits
+    m_numericSn = static_cast<std::uint32_t>(util::Decimal(digits.c_str()));
+  }
 }
 
 CsnSet& GetCsnSetInstance() {

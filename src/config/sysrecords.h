@@ -1,4 +1,4 @@
-// The records that the system file /tessel/Config/sys.xml fills.
+// The records of the system settings.
 #pragma once
 
 #include <cstddef>
@@ -14,11 +14,11 @@ struct ST_CLOUDSERVER_CONFIG_ATTR {
   char Dir[64];               // path prefix between port and every API path
   std::int16_t RealDataInv;   // real-data interval, s; below 1: worker off
   std::int16_t AlarmDataInv;  // alarm interval, s
-  std::int16_t HeartBeatInv;  // heartbeat interval, s; read and shown, the worker always takes 600
+  std::int16_t HeartBeatInv;  // heartbeat interval, s; stored and shown, not used by the worker
   std::int16_t CheckFailInv;  // upload and retry interval, s
   std::int16_t RecallInv;     // demand-recall interval, s; below 1: worker off
   char filetype[16];  // data-file type tag; only real-data files with it in their path are sent
-  std::uint8_t isCompress;  // kept and shown, otherwise unused
+  std::uint8_t isCompress;  // stored and shown, not used
 };
 static_assert(sizeof(ST_CLOUDSERVER_CONFIG_ATTR) == 158);
 static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, cloudip) == 1);
@@ -32,7 +32,7 @@ static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, RecallInv) == 139);
 static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, filetype) == 141);
 static_assert(offsetof(ST_CLOUDSERVER_CONFIG_ATTR, isCompress) == 157);
 
-// The `Info` element and the firmware version: what and where the gateway is. Kept and shown.
+// The `Info` element and the firmware version. Stored and shown only.
 struct ST_GATEWAY_INFO {
   char stationName[256];
   char version[256];  // first line of the version file, its line end included
@@ -56,7 +56,7 @@ static_assert(offsetof(ST_GATEWAY_INFO, ownerDesc) == 1792);
 static_assert(offsetof(ST_GATEWAY_INFO, longitude) == 2048);
 static_assert(offsetof(ST_GATEWAY_INFO, latitude) == 2304);
 
-// The `https` element. Kept and shown; the service speaks plain HTTP.
+// The `https` element. Stored and shown only; the service uses plain HTTP.
 struct ST_HTTPS_CERT_INFO {
   std::uint8_t checked;  // 0 or 1
   char certfile[128];
@@ -70,7 +70,7 @@ static_assert(offsetof(ST_HTTPS_CERT_INFO, passwd) == 193);
 
 #pragma pack(pop)
 
-// The pace of the five workers, in seconds; a worker whose value is below 1 is not started.
+// The intervals of the five workers, in seconds. A worker with a value below 1 is not started.
 struct Interval_Info {
   std::int32_t realDataInv;   // real data
   std::int32_t alarmDataInv;  // alarm data

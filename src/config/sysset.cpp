@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -16,7 +17,29 @@ namespace {
 
 constexpr int kVersionLineBytes = 100;
 
-// Overwrites the field only when the element has the attribute.
+// The `cloud` element: what an absent attribute counts as.
+constexpr char kDefaultAddress[] = BRENNIK_DEFAULT_CLOUD_IP;
+constexpr std::uint16_t kDefaultPort = 80;
+constexpr std::uint8_t kDefaultChecked = 0;
+constexpr char kDefaultDir[] = "";
+constexpr char kDefaultFileType[] = "json";
+constexpr std::uint8_t kDefaultIsCompress = 0;
+
+// The intervals of the workers, in seconds. They deliberately follow different rules.
+struct IntervalRule {
+  const char* attribute;
+  std::int16_t absent;
+  std::int16_t least;  // a smaller value becomes this one
+};
+constexpr IntervalRule kAlarmRule{"AlarmDataInv", 30, 10};
+constexpr IntervalRule kHeartRule{"HeartInterval", 600, 60};
+constexpr IntervalRule kFailRule{"FailInterval", 60, 30};
+constexpr std::uint16_t kDefaultRealDataInterval = 300;  // also for a value that is too small
+constexpr std::uint16_t kLeastRealDataInterval = 60;
+constexpr std::int16_t kDefaultRecallInterval = -1;  // the worker is off
+constexpr std::int16_t kLeastRecallInterval = 60;
+
+// Keeps the field's value when the attribute is absent.
 template <std::size_t N>
 void CopyAttribute(char (&field)[N], const util::XmlElement& element, const char* name) {
   if (const auto value = element.Attribute(name)) util::CopyText(field, *value);
@@ -28,42 +51,29 @@ void CopyAttributeOr(char (&field)[N], const util::XmlElement& element, const ch
   util::CopyText(field, element.Attribute(name).value_or(absent));
 }
 
-// The attribute's decimal number cut to the low bits of T, or `absent`.
+// The low bits of the attribute's number, as many as T has, or `absent`.
 template <typename T>
 T NumberOr(const util::XmlElement& element, const char* name, T absent) {
   const auto value = element.Attribute(name);
   return value ? static_cast<T>(util::Decimal(value->c_str())) : absent;
 }
 
-struct IntervalRule {
-  const char* attribute;
-  std::int16_t absent;
-  std::int16_t least;
-  std::int16_t tooSmall;
-};
-constexpr IntervalRule kAlarmRule{"AlarmDataInv", 30, 10, 10};
-constexpr IntervalRule kHeartRule{"HeartInterval", 600, 60, 60};
-constexpr IntervalRule kFailRule{"FailInterval", 60, 30, 30};
-
 std::int16_t ReadInterval(const util::XmlElement& cloud, const IntervalRule& rule) {
-  const auto seconds = NumberOr<std::int16_t>(cloud, rule.attribute, rule.absent);
-  return seconds < rule.least ? rule.tooSmall : seconds;
+  return std::max(NumberOr(cloud, rule.attribute, rule.absent), rule.least);
 }
 
-// Deliberately tested without a sign: "-1" passes as 65535 and reads back as -1, worker off.
+// Deliberate: the limit is tested without a sign. "-1" passes as 65535, is stored as -1 and
+// switches the worker off.
 std::int16_t ReadRealDataInterval(const util::XmlElement& cloud) {
-  constexpr std::uint16_t kDefault = 300;
-  constexpr std::uint16_t kLeast = 60;
-  const auto seconds = NumberOr<std::uint16_t>(cloud, "RealDataInv", kDefault);
-  return static_cast<std::int16_t>(seconds < kLeast ? kDefault : seconds);
+  const auto seconds = NumberOr(cloud, "RealDataInv", kDefaultRealDataInterval);
+  return static_cast<std::int16_t>(seconds < kLeastRealDataInterval ? kDefaultRealDataInterval
+                                                                    : seconds);
 }
 
-// Lifts only small positive values; 0 and negative ones pass and switch the recall worker off.
+// Raises only small positive values. 0 and negative values are stored and switch the worker off.
 std::int16_t ReadRecallInterval(const util::XmlElement& cloud) {
-  constexpr std::int16_t kOff = -1;
-  constexpr std::int16_t kLeast = 60;
-  const auto seconds = NumberOr<std::int16_t>(cloud, "RecallInterval", kOff);
-  return seconds > 0 && seconds < kLeast ? kLeast : seconds;
+  const auto seconds = NumberOr(cloud, "RecallInterval", kDefaultRecallInterval);
+  return seconds > 0 ? std::max(seconds, kLeastRecallInterval) : seconds;
 }
 
 }  // namespace
@@ -124,18 +134,18 @@ void CSysSet::LoadInfo(const util::XmlElement& info) {
 
 void CSysSet::LoadCloud(const util::XmlElement& cloud) {
   auto& config = m_cloudConfigInfo;
-  CopyAttributeOr(config.cloudip, cloud, "cloudip", BRENNIK_DEFAULT_CLOUD_IP);
+  CopyAttributeOr(config.cloudip, cloud, "cloudip", kDefaultAddress);
   SetRealIPAddress(config.cloudip);
-  config.port = NumberOr<std::uint16_t>(cloud, "port", 80);
-  config.checked = NumberOr<std::uint8_t>(cloud, "checked", 0);
-  CopyAttributeOr(config.Dir, cloud, "Dir", "");
+  config.port = NumberOr(cloud, "port", kDefaultPort);
+  config.checked = NumberOr(cloud, "checked", kDefaultChecked);
+  CopyAttributeOr(config.Dir, cloud, "Dir", kDefaultDir);
   config.RealDataInv = ReadRealDataInterval(cloud);
   config.AlarmDataInv = ReadInterval(cloud, kAlarmRule);
   config.HeartBeatInv = ReadInterval(cloud, kHeartRule);
   config.CheckFailInv = ReadInterval(cloud, kFailRule);
   config.RecallInv = ReadRecallInterval(cloud);
-  CopyAttributeOr(config.filetype, cloud, "FileType", "json");
-  config.isCompress = NumberOr<std::uint8_t>(cloud, "IsCompress", 0);
+  CopyAttributeOr(config.filetype, cloud, "FileType", kDefaultFileType);
+  config.isCompress = NumberOr(cloud, "IsCompress", kDefaultIsCompress);
 
   for (const auto& element : cloud.Children()) {
     if (element.Is("https")) LoadHttps(element);
@@ -154,7 +164,7 @@ int CSysSet::Close() {
 }
 
 const char* CSysSet::GetRealIpAddress() const {
-  thread_local char address[64];
+  thread_local char address[sizeof(m_cloudConfigInfo.cloudip)];
   m_realIpAddress.Read(address);
   return address;
 }
@@ -171,7 +181,7 @@ int CSysSet::getVersionInfo() {
     std::printf("%s is not exist\n", paths::kVersionFile);
     return -1;
   }
-  if (!util::IsRegularFile(paths::kVersionFile)) return -1;  // a named pipe would hold up the start
+  if (!util::IsRegularFile(paths::kVersionFile)) return -1;  // opening a named pipe would block
   const util::File file(std::fopen(paths::kVersionFile, "r"));
   if (!file) return -1;
   char line[kVersionLineBytes] = "";

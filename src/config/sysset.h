@@ -1,45 +1,31 @@
-// The system settings: the cloud server, the workers' intervals, the gateway's description, from
-// /tessel/Config/sys.xml; and the cloud address in use, which the cloud may redirect.
+// The system settings: the cloud server, the intervals of the workers, the description of the
+// gateway, and the cloud address in use, which the cloud may change.
 //
-// sys.xml: root `sysConfig` with `Info` (children `station`, `rooms`, `baseInfo`, `owner`) and
-// `cloud` (attributes below, child `https`). Unknown elements are ignored, repeated ones overwrite.
-//   cloud attribute  absent                    present
-//   cloudip          BRENNIK_DEFAULT_CLOUD_IP  copied; also becomes the address in use
-//   port             80                        low 16 bits
-//   checked          0                         low 8 bits
-//   Dir              ""                        copied
-//   RealDataInv      300                       as UNSIGNED 16 bits above 59 stored, else 300
-//   AlarmDataInv     30                        above 9 stored, else 10
-//   HeartInterval    600                       above 59 stored, else 60
-//   FailInterval     60                        above 29 stored, else 30
-//   RecallInterval   -1                        1 to 59 become 60, any other value stored
-//   FileType         "json"                    copied, at most 15 characters
-//   IsCompress       0                         low 8 bits
-// The asymmetries are deliberate.
+// File: root `sysConfig` > `Info` (children `station`, `rooms`, `baseInfo`, `owner`) and `cloud`
+// (child `https`). Unknown elements are ignored, repeated ones overwrite. The defaults and limits
+// of the attributes stand in sysset.cpp.
 #pragma once
 
 #include "config/sysrecords.h"
 #include "util/publishedtext.h"
 #include "util/xml.h"
 
-// What it is for: the system settings, read once at start-up.
-// Threads: loaded on the main thread before any worker starts; then read by all. Only
-// SetRealIPAddress writes later: one thread at a time (the heartbeat worker), without a lock.
-// Owns: the parsed document while open.
+// The system settings. The main thread loads them before any worker starts; after that all threads
+// read them without a lock. Only the address in use changes later, by one thread at a time. The
+// class holds the parsed document while open.
 class CSysSet {
  public:
   CSysSet() = default;
   CSysSet(const CSysSet&) = delete;
   CSysSet& operator=(const CSysSet&) = delete;
 
-  // Parses the file and takes its values over. -1, with an ERROR line, when it cannot be parsed;
-  // otherwise 0, also when the document is not a system file (which is logged, and leaves the
-  // values as they were).
+  // Parses the file and loads its values. -1, with an ERROR line, when it cannot be parsed. 0
+  // otherwise, also when the root is wrong: this is logged, and the values stay as they are.
   int Open(const char* path);
-  // Takes over the values of the held document and the firmware version. -1, with an ERROR line,
-  // without a document, a root, or the right root; the document is then freed.
+  // Loads the values of the held document and the firmware version. -1, with an ERROR line, without
+  // a document, without a root or with another root; the document is then freed.
   int LoadNodeFromXml();
-  // Frees the document, the values stay. -1 when none was held.
+  // Frees the document and keeps the values. -1 when none was held.
   int Close();
   bool IsOpen() const { return static_cast<bool>(m_document); }
 
@@ -48,17 +34,17 @@ class CSysSet {
   const ST_HTTPS_CERT_INFO* GetHttpsCertInfo() const { return &m_httpsCertInfo; }
 
   // The cloud host that data uploads and recall checks use now. The text belongs to the calling
-  // thread and is good until its next call.
+  // thread and is valid until its next call.
   const char* GetRealIpAddress() const;
-  // Moves data uploads and recall checks to another host, at most 63 characters; port and prefix
-  // stay the configured ones. -1 for null.
+  // Directs data uploads and recall checks to another host; port and prefix stay as configured. The
+  // text is cut to the length of a configured address. -1 for null.
   int SetRealIPAddress(const char* address);
 
-  // Reads the first line of the version file, at most 99 characters and its line end. -1, with a
-  // line on standard output, when there is no such file.
+  // Reads the first line of the version file, its line end included. -1 when it cannot be opened,
+  // with a line on standard output when it does not exist.
   int getVersionInfo();
 
-  // Print-outs on standard output, of the member or of a given record. -1 for a null record.
+  // Print the loaded or a given record to standard output. -1 for a null record.
   int ShowCloudConfig() const;
   int ShowCloudConfig(const ST_CLOUDSERVER_CONFIG_ATTR* config) const;
   int ShowGateWayInfo() const;
@@ -75,7 +61,7 @@ class CSysSet {
   ST_CLOUDSERVER_CONFIG_ATTR m_cloudConfigInfo{};
   ST_GATEWAY_INFO m_gateWayInfo{};
   ST_HTTPS_CERT_INFO m_httpsCertInfo{};
-  util::PublishedText<64> m_realIpAddress;
+  util::PublishedText<sizeof(ST_CLOUDSERVER_CONFIG_ATTR::cloudip)> m_realIpAddress;
 };
 
 // The one object of the process.

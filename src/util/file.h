@@ -19,7 +19,7 @@ struct MemoryFreer {
   void operator()(void* memory) const { std::free(memory); }
 };
 
-// `count` zeroed objects of a plain type; null when there is no memory for them.
+// `count` objects of a plain type, all bytes zero. Null when there is no memory.
 template <typename T>
 using ZeroedArray = std::unique_ptr<T[], MemoryFreer>;
 

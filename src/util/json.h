@@ -1,5 +1,5 @@
-// RapidJSON as the service uses it: its assertion throws instead of ending the process. Every use
-// of RapidJSON goes through this header, so that no source sees it with another assertion.
+// RapidJSON with an assertion that throws std::logic_error instead of ending the process. Every
+// source includes RapidJSON through this header, so that all see the same assertion.
 #pragma once
 
 #include <stdexcept>

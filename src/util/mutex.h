@@ -7,8 +7,8 @@
 
 namespace util {
 
-// What it is for: the one mutex type of the service.
-// Threads: any. Owns: the pthread_mutex_t, destroyed with the object unless it was abandoned.
+// The mutex type of the service. It holds a pthread_mutex_t and destroys it with the object, unless
+// the mutex was abandoned.
 class Mutex {
  public:
   Mutex() { pthread_mutex_init(&m_mutex, nullptr); }
@@ -18,12 +18,12 @@ class Mutex {
   Mutex(const Mutex&) = delete;
   Mutex& operator=(const Mutex&) = delete;
 
-  // The lower-case names are the standard library's for a lockable type.
+  // Lower case, as the standard library requires of a lockable type.
   void lock() { pthread_mutex_lock(&m_mutex); }
   bool try_lock() { return pthread_mutex_trylock(&m_mutex) == 0; }
   void unlock() { pthread_mutex_unlock(&m_mutex); }
 
-  // The caller holds the mutex and never gives it back: whoever waits at it waits for good, also
+  // The caller holds the mutex and will never unlock it. Every later lock() waits for ever, also
   // while the process ends.
   void Abandon() { m_isAbandoned = true; }
   bool IsAbandoned() const { return m_isAbandoned; }

@@ -13,7 +13,7 @@ inline constexpr char kVersionFile[] = "/tessel/Config/version/main-version.conf
 inline constexpr char kIdentityFile[] = "/tessel/Config/system/sn.xml";
 inline constexpr char kChannelTemplate[] = "/tessel/Config/Channel-template.xml";
 
-// The data files waiting for the cloud, their ledger, and a damaged tree on its way out.
+// The data files that wait for the cloud, their ledger, and a damaged tree before its removal.
 inline constexpr char kCloudTree[] = "/media/mmcblk0p1/Cloud";
 inline constexpr char kLostTree[] = "/media/mmcblk0p1/Cloud.lost";
 inline constexpr char kLedgerDirectory[] = "/media/mmcblk0p1/Cloud/DB";
@@ -25,7 +25,7 @@ inline constexpr char kRealData[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata";
 inline constexpr char kAlarmData[] = "/media/mmcblk0p1/Cloud/JsonFiles/alarmdata";
 inline constexpr char kCallData[] = "/media/mmcblk0p1/Cloud/JsonFiles/calldata";
 
-// The acquisition side's databases: alarm events, a file for each year and month; minute history.
+// The acquisition side's databases: alarm events, one file a month, and minute history.
 inline constexpr char kEventDatabaseFormat[] = "/media/mmcblk0p1/%d%02d_event.db";
 inline constexpr char kDemandHistory[] = "/media/mmcblk0p1/demand_history.db";
 

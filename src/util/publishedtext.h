@@ -1,4 +1,4 @@
-// A short text that one thread replaces while others read it, without a lock and never torn.
+// A short text that one thread replaces while others read it, without a lock.
 #pragma once
 
 #include <array>
@@ -10,9 +10,9 @@
 
 namespace util {
 
-// What it is for: a text of at most N - 1 characters, published by a sequence count: the writer
-// makes it odd while it writes, a reader that meets an odd or a changed count reads again.
-// Threads: one writer at a time, any number of readers. Owns: the text.
+// A text of at most N - 1 characters, for one writer at a time and any number of readers. A
+// sequence count protects it: it is odd while the writer works, and a reader that finds it odd or
+// changed reads again.
 template <std::size_t N>
 class PublishedText {
  public:
@@ -26,7 +26,7 @@ class PublishedText {
     m_count.store(count + 2, std::memory_order_release);
   }
 
-  // Copies the text into `text`, terminated: always one that was published, never a mixture.
+  // Copies the latest published text into `text`, terminated. It is never a mixture of two.
   void Read(char (&text)[N]) const {
     for (;;) {
       const unsigned before = m_count.load(std::memory_order_acquire);

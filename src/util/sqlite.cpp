@@ -5,6 +5,9 @@
 namespace util {
 namespace {
 
+constexpr char kKeepJournal[] = "PRAGMA journal_mode=PERSIST;";
+constexpr char kSmallCache[] = "PRAGMA cache_size=-256";  // negative: in KiB
+
 Failure FailureOf(int result) {
   switch (result) {
     case SQLITE_OK:
@@ -83,12 +86,12 @@ void Database::WaitForLocks(int milliseconds) {
 }
 
 bool Database::MakeCommitsDurable() {
-  if (m_opened) m_opened = Execute("PRAGMA journal_mode=PERSIST;PRAGMA cache_size=-256");
+  if (m_opened) m_opened = Execute(std::string(kKeepJournal) + kSmallCache);
   return m_opened;
 }
 
 void Database::KeepCacheSmall() {
-  if (m_opened) Execute("PRAGMA cache_size=-256");
+  if (m_opened) Execute(kSmallCache);
 }
 
 bool Database::Execute(const std::string& sql) {

@@ -1,4 +1,4 @@
-// Owners of SQLite connections and statements. sqlite3.h is included by sqlite.cpp alone.
+// Owners of SQLite connections and statements. Only sqlite.cpp includes sqlite3.h.
 #pragma once
 
 #include <cstdint>
@@ -17,12 +17,12 @@ inline constexpr int kLockWaitMilliseconds = 2000;
 // Why a statement, or the opening of a database, failed.
 enum class Failure {
   kNone,
-  kStatement,    // it does not fit what is there: a name that is taken, a column that is missing
+  kStatement,    // the statement does not fit the tables: a name is taken, a column is missing
   kDamaged,      // the file is no database, or its content is damaged
-  kUnavailable,  // it says nothing about the content: a lock, a full card, no memory, an I/O error
+  kUnavailable,  // a lock, a full card, no memory, an I/O error: nothing is known of the content
 };
 
-// A failure with SQLite's own words for it.
+// A failure with SQLite's error message.
 struct SqlError {
   Failure why = Failure::kNone;
   std::string text;
@@ -34,21 +34,21 @@ struct StatementFinalizer {
   void operator()(sqlite3_stmt* statement) const;
 };
 
-// What it is for: one prepared query, read row by row.
-// Threads: the one that prepared it. Owns: the statement, finalised with the object.
+// One prepared query, read row by row by the thread that prepared it. It holds the statement and
+// finalises it with the object.
 class Statement {
  public:
   explicit Statement(sqlite3_stmt* statement) : m_statement(statement) {}
 
   // False when the query could not be prepared.
   explicit operator bool() const { return m_statement != nullptr; }
-  // Moves to the next row; false at the end and on an error.
+  // Moves to the next row. False at the end and on an error.
   bool NextRow();
-  // Whether an error, not the end, has stopped NextRow, and which.
+  // Whether NextRow stopped at an error and not at the end, and why.
   bool Failed() const { return m_failure != Failure::kNone; }
   Failure WhyFailed() const { return m_failure; }
-  // Columns of the current row, counted from 0. A NULL reads as 0 and as the empty text; the text
-  // lives until the next call of NextRow.
+  // Columns of the current row, counted from 0. NULL is read as 0 or the empty text. A text is
+  // valid until the next call of NextRow.
   std::int32_t Integer(int column) const;
   double Real(int column) const;
   std::string_view Text(int column) const;
@@ -58,8 +58,8 @@ class Statement {
   Failure m_failure = Failure::kNone;
 };
 
-// On a connection that somebody else owns: runs a statement without rows (false on an error),
-// prepares a query, gives SQLite's own words for the latest failure.
+// For a connection that the caller owns: run a statement without rows (false on an error), prepare
+// a query, get SQLite's message for the latest failure.
 bool Execute(sqlite3* database, const char* sql);
 Statement Prepare(sqlite3* database, const char* sql);
 const char* ErrorText(sqlite3* database);
@@ -68,28 +68,27 @@ struct DatabaseCloser {
   void operator()(sqlite3* database) const;
 };
 
-// What it is for: one open database, used and closed within one operation.
-// Threads: the one that opened it. Owns: the connection, closed with the object, also after a
-// failed open.
+// One open database, used by the thread that opened it, normally for one operation. It holds the
+// connection and closes it with the object, also after a failed open.
 class Database {
  public:
   enum class Missing { kIsMade, kFails };
 
-  // Opens the file; `missing` says what becomes of one that is not there.
+  // Opens the file. `missing` tells whether a missing file is created or is a failure.
   explicit Database(const char* path, Missing missing = Missing::kIsMade);
 
-  // False when the open failed; ErrorText then says why.
+  // False when the open failed. ErrorText then says why.
   explicit operator bool() const { return m_opened; }
   sqlite3* Get() const { return m_database.get(); }
 
-  // Lets statements wait up to `milliseconds` for another process's lock instead of failing at
-  // once.
+  // Lets statements wait up to `milliseconds` for another connection's lock. Without it they fail
+  // at once.
   void WaitForLocks(int milliseconds);
-  // Has every commit reach the disk before it counts as made, and keeps the cache small. With
-  // SQLite's own setting a power cut can bring the deleted journal back, which then undoes the
-  // commit. False, and the connection counts as not opened, when that cannot be set.
+  // Keeps the journal file after a commit, and the cache small. By default SQLite deletes the
+  // journal; after a power cut it can be back, and would then undo the commit. When this fails, the
+  // result is false and the connection counts as not opened.
   bool MakeCommitsDurable();
-  // Keeps the cache small: a long reading gains nothing by a large one. A favour, not more.
+  // Keeps the cache small, which costs a long reading nothing. A failure is ignored.
   void KeepCacheSmall();
   bool Execute(const std::string& sql);
   Statement Prepare(const std::string& sql);

@@ -1,11 +1,13 @@
-// What libraries with 32-bit time ask the C library about files, answered in its place.
+// Replaces the C library's stat64, lstat64 and fstat64 for libraries that are built with 32-bit
+// time.
 //
-// On a 32-bit gateway Debian's libraries count time in 32 bits. Their stat() fails with EOVERFLOW
-// on every file that was written after 2038-01-19: no database would open any more. The dynamic
-// linker prefers a program's own functions to the C library's, so these are what the libraries of
-// this process call. They give such a file the last moment that the libraries know.
+// Such a library's stat() fails with EOVERFLOW for a file dated after 2038-01-19, and SQLite could
+// then open no database. The dynamic linker prefers functions of the program to those of the C
+// library, so the libraries of this process call the functions below. A file with a later date gets
+// the last moment that 32 bits can hold.
 //
-// This file alone is compiled with 32-bit time, for the record that those libraries expect.
+// CMakeLists.txt adds this file only where the libraries need it, and compiles it with 32-bit time:
+// the record must have the layout that those libraries expect.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -14,7 +16,7 @@
 #include <cstdint>
 #include <limits>
 
-static_assert(sizeof(time_t) == 4, "only where libraries can have 32-bit time");
+static_assert(sizeof(time_t) == 4, "the libraries expect a record with 32-bit time");
 
 namespace {
 

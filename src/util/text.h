@@ -21,16 +21,15 @@ void CopyText(char (&field)[N], std::string_view text) {
 __attribute__((format(printf, 3, 4))) void PrintText(char* field, std::size_t size,
                                                      const char* format, ...);
 
-// Prints into a text of whatever length the result needs.
+// Prints into a text as long as the result.
 __attribute__((format(printf, 1, 2))) std::string Format(const char* format, ...);
 
-// The part of `path` after its last "/", or all of it when there is none.
+// The part of `path` after the last "/", or the whole path when it has none.
 std::string_view BaseName(std::string_view path);
 
-// The decimal number that `text` begins with, as `strtol` reads it on the gateway, where long has
-// 32 bits: leading white space and a sign are taken, the first other character ends the number, a
-// number out of range gives the nearest end of the range, no number gives 0. The result is the
-// same on every build.
+// The decimal number at the start of `text`. Leading white space and a sign are allowed, and the
+// first other character ends the number. A number out of range gives the nearest end of the range,
+// no number gives 0. This is what `strtol` does on the gateway, where long has 32 bits.
 std::int32_t Decimal(const char* text);
 
 }  // namespace util

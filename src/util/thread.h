@@ -1,4 +1,4 @@
-// Starting threads with a stated detach state and stack size.
+// Starting threads with a given detach state and a fixed stack size.
 #pragma once
 
 #include <pthread.h>
@@ -7,18 +7,17 @@
 
 namespace util {
 
-inline constexpr std::size_t kThreadStackBytes = 0x200000;  // 2 MiB, every thread of the service
+inline constexpr std::size_t kThreadStackBytes = 0x200000;  // of every thread
 
 enum class DetachState { kJoinable, kDetached };
 
 enum class StartResult {
-  kDone,           // the creation call was made; `errorCode` tells whether it succeeded
+  kDone,           // the thread was to be created; `errorCode` tells whether it was
   kNoDetachState,  // the detach state could not be set; nothing was created
 };
 
-// Creates a thread with a 2 MiB stack that runs `entry(argument)`. `id` receives the thread, and
-// keeps what it holds when there is none; `errorCode` receives the failing call's error number, or
-// 0.
+// Creates a thread that runs `entry(argument)`. `id` receives the thread; without one it keeps its
+// value. `errorCode` receives 0 or the error number of the call that failed.
 StartResult StartThread(pthread_t* id, DetachState state, void* (*entry)(void*), void* argument,
                         int* errorCode);
 

@@ -7,7 +7,7 @@
 namespace util {
 
 std::optional<std::tm> LocalTime(std::time_t when) {
-  tzset();  // localtime_r need not look whether the zone has changed; under the C library's lock
+  tzset();  // localtime_r need not notice a changed zone
   std::tm time{};
   if (localtime_r(&when, &time) == nullptr) return std::nullopt;
   return time;
@@ -31,7 +31,7 @@ std::string ClockText(const std::tm& time) {
   return Format("%02d:%02d:%02d", time.tm_hour, time.tm_min, time.tm_sec);
 }
 
-// sscanf is the definition here: its field widths and its stop at the first mismatch are meant.
+// The result is defined by sscanf: its field widths, and its stop at the first mismatch.
 // NOLINTBEGIN(cert-err34-c)
 void ReadDate(const char* text, std::tm* time) {
   int year = 0;

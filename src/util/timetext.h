@@ -1,4 +1,4 @@
-// Time as text: the one place where broken-down times become the forms that files and logs use.
+// Times as text, in the forms that files and logs use, and back.
 #pragma once
 
 #include <ctime>
@@ -7,8 +7,8 @@
 
 namespace util {
 
-// Local broken-down time of a Unix time, in the zone that the machine has at the moment of the
-// call; nothing when it cannot be converted. Any thread may call it.
+// The local time of a Unix time, in the time zone that the machine has now. Nothing when it cannot
+// be converted. Any thread may call it.
 std::optional<std::tm> LocalTime(std::time_t when);
 
 // 14 digits, "YYYYMMDDhhmmss": the stamp in data-file names and in the ledger's ageing cut-off.
@@ -21,15 +21,15 @@ std::string TimeMark(const std::tm& time);
 std::string DateText(const std::tm& time);
 std::string ClockText(const std::tm& time);
 
-// Read the fields of "YYYY-MM-DD" and "hh:mm:ss" into their members of `time`, as sscanf reads
-// "%4d-%02d-%02d" and "%02d:%02d:%02d": from the first field that is no number on, they count as 0.
+// Read "YYYY-MM-DD" and "hh:mm:ss" into the members of `time`, as sscanf reads "%4d-%02d-%02d" and
+// "%02d:%02d:%02d". The first field that is no number, and all after it, are 0.
 void ReadDate(const char* text, std::tm* time);
 void ReadClock(const char* text, std::tm* time);
 
-// Broken-down time of a time mark, read like a date, a blank and a clock.
+// The broken-down time of a time mark, read in the same way.
 std::tm ReadTimeMark(const char* text);
 
-// Unix time of a local broken-down time, whether in daylight saving or not.
+// The Unix time of a local time. The time zone decides whether it is daylight saving time.
 std::time_t UnixTime(std::tm time);
 
 }  // namespace util

@@ -1,5 +1,5 @@
-// Reading XML configuration files through libxml2, safely: nothing but the named file itself is
-// ever read, its size, its nesting and its parts are bounded, and a file that is refused is named.
+// Reading XML configuration files safely. Only the named file itself is read. Its size, nesting and
+// number of elements are limited. A file that is refused is named on standard error.
 #pragma once
 
 #include <cstddef>
@@ -15,18 +15,19 @@ struct _xmlNode;  // NOLINT(*-reserved-identifier,cert-dcl*)
 
 namespace util {
 
-inline constexpr std::size_t kXmlFileLimitBytes = 8388608;  // larger files are not read
-inline constexpr int kXmlAttributesLimit = 64;              // an element with more spoils its file
-inline constexpr int kXmlNodesLimit = 262144;               // elements and attributes of a file
-inline constexpr int kXmlSpacesLimit = 64;                  // name spaces that a file declares
+// A file beyond one of these limits is refused.
+inline constexpr std::size_t kXmlFileLimitBytes = 8388608;
+inline constexpr int kXmlAttributesLimit = 64;  // of one element
+inline constexpr int kXmlNodesLimit = 262144;   // elements and attributes of the file
+inline constexpr int kXmlSpacesLimit = 64;      // name spaces that the file declares
 
 struct XmlAttribute {
   std::string name;
   std::string value;
 };
 
-// What it is for: a look at one element of a document. Cheap to copy; lives as long as the
-// document.
+// One element of a document, without its own copy of the data. It is cheap to copy and valid as
+// long as the document is held.
 class XmlElement {
  public:
   explicit XmlElement(_xmlNode* node) : m_node(node) {}
@@ -48,27 +49,26 @@ struct XmlDocumentFreer {
   void operator()(_xmlDoc* document) const;
 };
 
-// What it is for: one parsed configuration file.
-// Threads: the one that holds it. Owns: the parsed tree.
+// One parsed configuration file. It is used by one thread at a time and holds the parsed tree until
+// Free or its destruction.
 class XmlDocument {
  public:
   XmlDocument() = default;
 
-  // Parses a regular file of at most kXmlFileLimitBytes, as UTF-8 whatever it claims. Without a
-  // document, and with a line on standard error, when the file cannot be read, is larger, is not
-  // well-formed, is beyond a limit above, or declares entities or attributes of its own: no
-  // configuration file needs them, and small files grow huge by them. The document holds elements
-  // with their attributes and nothing else.
+  // Parses a regular file within the limits above, as UTF-8 whatever encoding it claims. Only
+  // elements and attributes are kept. The result holds no document, and a line on standard error
+  // says why, when the file cannot be read, is not well-formed, is beyond a limit, or declares
+  // entities or attributes: no configuration file needs those, and they let a small file grow huge.
   static XmlDocument Read(const char* path);
 
   explicit operator bool() const { return m_document != nullptr; }
-  // Nothing when there is no root element. A document must be held.
+  // The root element, if there is one. A document must be held.
   std::optional<XmlElement> Root() const;
-  // Frees the document; false when none was held.
+  // Frees the document. False when none was held.
   bool Free();
-  // Says on standard error that the file is refused: one line of its path and the reason.
+  // Writes to standard error, on one line, that the file is refused and why.
   void SayRefused(const std::string& reason) const;
-  // The same for a root, which there must be, of another name.
+  // The same when the root element, which must exist, has another name than wanted.
   void SayOtherRoot(const char* wanted) const;
 
  private:

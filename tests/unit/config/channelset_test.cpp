@@ -1,294 +1,304 @@
-// Loading the channel template and the definition files.
 #include "config/channelset.h"
+
+#include <gmock/gmock.h>
 
 #include <string>
 #include <vector>
 
 #include "support/clock.h"
 #include "support/configs.h"
-#include "support/faults.h"
 #include "support/gateway.h"
-#include "support/logs.h"
-#include "templatefiles.h"
 #include "util/paths.h"
+#include "util/text.h"
 
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Key;
 
-using Template = test::GatewayTest;
-using test::DataIds;
-using test::Definition;
-using test::Devices;
-using test::kDefinitionFile;
-using test::LogRecord;
-using test::OpenDevice;
-using test::OpenText;
-using test::Pause;
-using test::Point;
+constexpr char kDefinitionFile[] = "/tessel/Config/devices/d.xml";
+constexpr char kOtherFile[] = "/tessel/Config/devices/e.xml";
 
-TEST_F(Template, ComposesThePointIdentifierAndTheDeviceNumber) {
+class Catalogue : public test::GatewayTest {
+ protected:
+  // Loads a template with these elements.
+  void LoadTemplate(const std::string& elements) {
+    test::WriteFile(paths::kChannelTemplate, "<ChannelConfig>" + elements + "</ChannelConfig>");
+    EXPECT_EQ(catalogue.Open(paths::kChannelTemplate), 0);
+  }
+
+  static void WriteDefinition(const std::string& types, const char* path = kDefinitionFile) {
+    test::WriteFile(path, "<DevConfig><NodeProperty>" + types + "</NodeProperty></DevConfig>");
+  }
+
+  // Loads device 3 on channel 1 with these point-type elements.
+  void LoadPoints(const std::string& types) {
+    WriteDefinition(types);
+    test::ChannelTemplate().Channel(1).Device(3, kDefinitionFile).Write();
+    EXPECT_EQ(catalogue.Open(paths::kChannelTemplate), 0);
+  }
+
+  const MAP_POINT_ATTR& Points() {
+    MAP_POINT_ATTR* points = nullptr;
+    catalogue.GetAttr(&points);
+    return *points;
+  }
+  const MAP_DEV_ATTR& Devices() {
+    MAP_DEV_ATTR* devices = nullptr;
+    catalogue.GetAttr(&devices);
+    return *devices;
+  }
+  const MAP_GROUP_ATTR& Groups() {
+    MAP_GROUP_ATTR* groups = nullptr;
+    catalogue.GetAttr(&groups);
+    return *groups;
+  }
+
   CChannelSet catalogue;
+};
 
-  EXPECT_EQ(OpenDevice(catalogue, Definition("<DI><Node Id=\"291\"/></DI>")), 0);
+TEST_F(Catalogue, HoldsADevice) {
+  LoadTemplate(
+      "<Channel No=\"7\"><Dev Name=\"/none.xml\" Protocol=\"Modbus\" Desc=\"泵\" SlaveId=\"9\""
+      " Group=\"5\"/></Channel>");
 
-  EXPECT_EQ(DataIds(catalogue), std::vector<std::uint32_t>{0x01031123});
-  EXPECT_EQ(Devices(catalogue).begin()->first, 0x0103);
+  ASSERT_THAT(Devices(), ElementsAre(Key(0x0709)));
+  const ST_DEV_ATTR& device = Devices().at(0x0709);
+  EXPECT_STREQ(device.Name, "/none.xml");
+  EXPECT_STREQ(device.Protocol, "Modbus");
+  EXPECT_STREQ(device.Desc, "泵");
+  EXPECT_EQ(device.SlaveId, 9);
+  EXPECT_EQ(device.GroupNo, 5);
+  EXPECT_EQ(device.ChannelNo, 7);
 }
 
-TEST_F(Template, GivesEachElementItsPointType) {
-  CChannelSet catalogue;
-
-  OpenDevice(catalogue, Definition("<AI><Node Id=\"1\"/></AI><DI><Node Id=\"1\"/></DI>"
-                                   "<ACC><Node Id=\"1\"/></ACC><DO><Node Id=\"1\"/></DO>"
-                                   "<AO><Node Id=\"1\"/></AO><XX><Node Id=\"9\"/></XX>"));
-
-  EXPECT_EQ(DataIds(catalogue), (std::vector<std::uint32_t>{0x01030001, 0x01030101, 0x01030201,
-                                                            0x01030301, 0x01030401}));
-}
-
-TEST_F(Template, KeepsWhatAPointIs) {
-  CChannelSet catalogue;
-
-  OpenDevice(catalogue,
-             Definition("<AI Num=\"99\"><Node Id=\"300\" Name=\"液位\" EUUnits=\"m³\"/></AI>"));
-
-  const ST_POINTID_ATTR point = Point(catalogue, 0x0103102C);
-  EXPECT_STREQ(point.Name, "液位");
-  EXPECT_STREQ(point.EUUnits, "m³");
-  EXPECT_EQ(point.GroupNo, 1);
-  EXPECT_EQ(point.DevId, 3);
-  EXPECT_EQ(point.type, 0);
-  EXPECT_EQ(std::uint16_t{point.NodeId}, 300);
-  EXPECT_EQ(std::uint32_t{point.db_link}, 0x0103102CU);
-}
-
-TEST_F(Template, KeepsWhatADeviceIs) {
-  CChannelSet catalogue;
-  test::ChannelTemplate()
-      .Channel(7)
-      .Device(9, "/tessel/none.xml", {{"Protocol", "Modbus"}, {"Desc", "泵"}, {"Group", "5"}})
-      .Write();
-
-  catalogue.Open(paths::kChannelTemplate);
-
-  ST_DEV_ATTR* device = nullptr;
-  ASSERT_EQ(catalogue.GetAttr(static_cast<unsigned short>(0x0709), &device), 0);
-  EXPECT_STREQ(device->Name, "/tessel/none.xml");
-  EXPECT_STREQ(device->Protocol, "Modbus");
-  EXPECT_STREQ(device->Desc, "泵");
-  EXPECT_EQ(device->SlaveId, 9);
-  EXPECT_EQ(device->GroupNo, 5);
-  EXPECT_EQ(device->ChannelNo, 7);
-}
-
-TEST_F(Template, APointTakesItsChannelFromTheDeviceAndNotItsGroup) {
-  CChannelSet catalogue;
-  test::WriteFile(kDefinitionFile, Definition("<AI><Node Id=\"1\"/></AI>"));
+TEST_F(Catalogue, HoldsAPointWithTheChannelOfItsDevice) {
+  WriteDefinition("<DI Num=\"99\"><Node Id=\"300\" Name=\"液位\" EUUnits=\"m³\"/></DI>");
   test::ChannelTemplate().Channel(7).Device(9, kDefinitionFile, {{"Group", "5"}}).Write();
 
   catalogue.Open(paths::kChannelTemplate);
 
-  EXPECT_EQ(Point(catalogue, 0x07090001).GroupNo, 7);
+  ASSERT_THAT(Points(), ElementsAre(Key(0x0709112C)));
+  const ST_POINTID_ATTR& point = Points().at(0x0709112C);
+  EXPECT_STREQ(point.Name, "液位");
+  EXPECT_STREQ(point.EUUnits, "m³");
+  EXPECT_EQ(point.GroupNo, 7);
+  EXPECT_EQ(point.DevId, 9);
+  EXPECT_EQ(point.type, 1);
+  EXPECT_EQ(std::uint16_t{point.NodeId}, 300);
+  EXPECT_EQ(std::uint32_t{point.db_link}, 0x0709112CU);
+  EXPECT_STREQ(Groups().at(7).at(9).at(0x0709112C).Name, "液位");
 }
 
-TEST_F(Template, NodeNumbersAbove4095AliasLowerOnesAndTheLaterPointCounts) {
-  CChannelSet catalogue;
+TEST_F(Catalogue, GivesEachElementItsPointType) {
+  LoadPoints(
+      "<AI><Node Id=\"1\"/></AI><DI><Node Id=\"1\"/></DI><ACC><Node Id=\"1\"/></ACC>"
+      "<DO><Node Id=\"1\"/></DO><AO><Node Id=\"1\"/></AO><XX><Node Id=\"9\"/></XX>");
 
-  OpenDevice(catalogue, Definition("<AI><Node Id=\"0\" Name=\"first\"/>"
-                                   "<Node Id=\"4096\" Name=\"second\"/></AI>"));
-
-  EXPECT_EQ(DataIds(catalogue), std::vector<std::uint32_t>{0x01030000});
-  EXPECT_STREQ(Point(catalogue, 0x01030000).Name, "second");
+  EXPECT_THAT(Points(), ElementsAre(Key(0x01030001), Key(0x01030101), Key(0x01030201),
+                                    Key(0x01030301), Key(0x01030401)));
 }
 
-TEST_F(Template, NumbersAreCutToTheirFields) {
-  CChannelSet catalogue;
-  test::WriteFile(kDefinitionFile, Definition("<AI><Node Id=\"65537\"/></AI>"));
+TEST_F(Catalogue, GivesNodesAbove4095TheIdentifiersOfLowerOnes) {
+  LoadPoints("<AI><Node Id=\"0\" Name=\"first\"/><Node Id=\"4096\" Name=\"second\"/></AI>");
 
-  OpenText(catalogue, "<ChannelConfig><Channel No=\"257\"><Dev Name=\"" +
-                          std::string(kDefinitionFile) +
-                          "\" SlaveId=\"258\" Group=\"259\"/></Channel></ChannelConfig>");
-
-  EXPECT_EQ(DataIds(catalogue), std::vector<std::uint32_t>{0x01020001});
-  EXPECT_EQ(Devices(catalogue).at(0x0102).GroupNo, 3);
+  ASSERT_THAT(Points(), ElementsAre(Key(0x01030000)));
+  EXPECT_STREQ(Points().at(0x01030000).Name, "second");
 }
 
-TEST_F(Template, TextsKeep126Characters) {
-  CChannelSet catalogue;
-  const std::string longText(200, 'x');
-  test::WriteFile(kDefinitionFile, Definition("<AI><Node Id=\"1\" Name=\"" + longText +
-                                              "\" EUUnits=\"" + longText + "\"/></AI>"));
-  test::ChannelTemplate()
-      .Channel(1)
-      .Device(3, kDefinitionFile, {{"Protocol", longText}, {"Desc", longText}})
-      .Write();
+TEST_F(Catalogue, CutsNumbersToTheirFields) {
+  WriteDefinition("<AI><Node Id=\"65537\"/></AI>");
 
-  catalogue.Open(paths::kChannelTemplate);
+  LoadTemplate("<Channel No=\"257\"><Dev Name=\"" + std::string(kDefinitionFile) +
+               "\" SlaveId=\"258\" Group=\"259\"/></Channel>");
 
+  EXPECT_THAT(Points(), ElementsAre(Key(0x01020001)));
+  EXPECT_EQ(Devices().at(0x0102).GroupNo, 3);
+}
+
+TEST_F(Catalogue, Keeps126CharactersOfATextAndAPath) {
+  const std::string text(200, 'x');
   const std::string kept(126, 'x');
-  EXPECT_EQ(Point(catalogue, 0x01030001).Name, kept);
-  EXPECT_EQ(Point(catalogue, 0x01030001).EUUnits, kept);
-  EXPECT_EQ(Devices(catalogue).at(0x0103).Protocol, kept);
-  EXPECT_EQ(Devices(catalogue).at(0x0103).Desc, kept);
-}
-
-TEST_F(Template, ADevicePathKeeps126Characters) {
-  CChannelSet catalogue;
-  test::ChannelTemplate().Channel(1).Device(3, "/" + std::string(199, 'n')).Write();
-
-  catalogue.Open(paths::kChannelTemplate);
-
-  EXPECT_EQ(Devices(catalogue).at(0x0103).Name, "/" + std::string(125, 'n'));
-}
-
-TEST_F(Template, OfTwoDevicesWithOneNumberTheLaterCountsAndThePointsOfBothAreLoaded) {
-  CChannelSet catalogue;
-  test::DeviceFile("a").Node("AI", 1).Write();
-  test::DeviceFile("b").Node("AI", 2).Write();
+  WriteDefinition("<AI><Node Id=\"1\" Name=\"" + text + "\" EUUnits=\"" + text + "\"/></AI>");
   test::ChannelTemplate()
       .Channel(1)
-      .Device(3, test::DeviceFile("a").Path())
-      .Device(3, test::DeviceFile("b").Path())
+      .Device(3, kDefinitionFile, {{"Protocol", text}, {"Desc", text}})
+      .Device(4, text)
       .Write();
 
   catalogue.Open(paths::kChannelTemplate);
 
-  EXPECT_EQ(Devices(catalogue).size(), 1U);
-  EXPECT_EQ(Devices(catalogue).at(0x0103).Name, test::DeviceFile("b").Path());
-  EXPECT_EQ(DataIds(catalogue), (std::vector<std::uint32_t>{0x01030001, 0x01030002}));
+  EXPECT_EQ(Points().at(0x01030001).Name, kept);
+  EXPECT_EQ(Points().at(0x01030001).EUUnits, kept);
+  EXPECT_EQ(Devices().at(0x0103).Protocol, kept);
+  EXPECT_EQ(Devices().at(0x0103).Desc, kept);
+  EXPECT_EQ(Devices().at(0x0104).Name, kept);
 }
 
-TEST_F(Template, OtherElementsAreSkipped) {
-  CChannelSet catalogue;
+TEST_F(Catalogue, SkipsOtherElements) {
   test::WriteFile(
       kDefinitionFile,
       "<DevConfig><Other><AI><Node Id=\"7\"/></AI></Other><NodeProperty>"
       "<AI><Other Id=\"8\"/><Node Id=\"1\" More=\"2\"/></AI></NodeProperty></DevConfig>");
 
-  OpenText(catalogue,
-           "<ChannelConfig><Other><Dev SlaveId=\"9\"/></Other><Channel No=\"1\"><Other/>"
-           "<Dev Name=\"" +
-               std::string(kDefinitionFile) +
-               "\" SlaveId=\"3\" More=\"1\"/></Channel></ChannelConfig>");
+  LoadTemplate(
+      "<Other><Dev SlaveId=\"9\"/></Other><Channel No=\"1\"><Other SlaveId=\"8\"/><Dev Name=\"" +
+      std::string(kDefinitionFile) + "\" SlaveId=\"3\" More=\"1\"/></Channel>");
 
-  EXPECT_EQ(DataIds(catalogue), std::vector<std::uint32_t>{0x01030001});
-  EXPECT_EQ(Devices(catalogue).size(), 1U);
+  EXPECT_THAT(Points(), ElementsAre(Key(0x01030001)));
+  EXPECT_THAT(Devices(), ElementsAre(Key(0x0103)));
 }
 
-TEST_F(Template, PausesAfterEveryDeviceAndEveryElementOfTheRoot) {
-  CChannelSet catalogue;
+TEST_F(Catalogue, PausesAfterEveryDeviceAndEveryElementOfTheRoot) {
   test::ForgetPauses();
 
-  OpenText(catalogue,
-           "<ChannelConfig><Channel No=\"1\"><Dev SlaveId=\"1\"/><Dev SlaveId=\"2\"/>"
-           "</Channel><!-- no element --><Other/><Channel No=\"2\"/></ChannelConfig>");
+  LoadTemplate(
+      "<Channel No=\"1\"><Dev SlaveId=\"1\"/><Dev SlaveId=\"2\"/></Channel><!-- no element -->"
+      "<Other/><Channel No=\"2\"/>");
 
-  EXPECT_EQ(test::Pauses(), std::vector<Pause>(5, 100ms));
+  EXPECT_EQ(test::Pauses(), std::vector<test::Pause>(5, 100ms));
 }
 
-struct BrokenDefinition {
-  const char* text;
-  const char* message;
-  const char* reason;
-};
+TEST_F(Catalogue, KeepsADeviceWithoutItsPointsWhenItsDefinitionFails) {
+  LoadTemplate("<Channel No=\"1\"><Dev Name=\"/none.xml\" SlaveId=\"3\"/></Channel>");
 
-class BrokenDefinitionFile : public test::GatewayTest,
-                             public ::testing::WithParamInterface<BrokenDefinition> {};
-
-TEST_P(BrokenDefinitionFile, IsLoggedAndNamedAndLeavesItsDeviceWithoutPoints) {
-  CChannelSet catalogue;
-  testing::internal::CaptureStderr();
-
-  EXPECT_EQ(OpenDevice(catalogue, GetParam().text), 0);
-
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            std::string(kDefinitionFile) + ": " + GetParam().reason + "\n");
-  EXPECT_EQ(test::TextLog(), (std::vector<LogRecord>{{"ERROR", GetParam().message}}));
-  EXPECT_EQ(Devices(catalogue).size(), 1U);
-  EXPECT_TRUE(DataIds(catalogue).empty());
+  EXPECT_THAT(Devices(), ElementsAre(Key(0x0103)));
+  EXPECT_THAT(Points(), IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Rows, BrokenDefinitionFile,
-    ::testing::Values(BrokenDefinition{"", "[LoadDevPointAttr]: parsed Parse failed",
-                                       "line 1: Document is empty"},
-                      BrokenDefinition{"\n<Other/>",
-                                       "[LoadDevPointAttr]:  wrong type, root node != DevConfig",
-                                       "line 2: the root is not DevConfig"}));
+TEST_F(Catalogue, KeepsThePointsOfBothDevicesWithOneNumber) {
+  WriteDefinition("<AI><Node Id=\"1\"/></AI>");
+  WriteDefinition("<AI><Node Id=\"2\"/></AI>", kOtherFile);
+  test::ChannelTemplate().Channel(1).Device(3, kDefinitionFile).Device(3, kOtherFile).Write();
 
-TEST_F(Template, ABrokenDefinitionFileGivesItsLoaderMinusOne) {
-  CChannelSet catalogue;
-  ST_DEV_ATTR device{};
+  catalogue.Open(paths::kChannelTemplate);
 
-  EXPECT_EQ(catalogue.LoadDevPointAttr(device), -1);
+  ASSERT_THAT(Devices(), ElementsAre(Key(0x0103)));
+  EXPECT_STREQ(Devices().at(0x0103).Name, kOtherFile);
+  EXPECT_THAT(Points(), ElementsAre(Key(0x01030001), Key(0x01030002)));
 }
 
-TEST_F(Template, AnUnreadableTemplateIsAnErrorThatNamesIt) {
-  CChannelSet catalogue;
+TEST_F(Catalogue, LetsADeviceInheritWhatItLeavesOut) {
+  LoadTemplate(
+      "<Channel><Dev/></Channel><Channel No=\"4\"><Dev SlaveId=\"1\" Name=\"a\" Protocol=\"P\" "
+      "Desc=\"D\" Group=\"6\"/>"
+      "<Dev Desc=\"E\"/></Channel><Channel><Dev SlaveId=\"2\"/></Channel>");
 
-  EXPECT_EQ(catalogue.Open("/tessel/absent.xml"), -1);
-
-  EXPECT_EQ(test::TextLog(),
-            (std::vector<LogRecord>{{"ERROR", "Document /tessel/absent.xml parsed failed."}}));
+  ASSERT_THAT(Devices(), ElementsAre(Key(0), Key(0x0401), Key(0x0402)));
+  EXPECT_STREQ(Devices().at(0).Name, "") << "the first device has nothing to inherit";
+  EXPECT_STREQ(Devices().at(0x0401).Desc, "E")
+      << "a device without an address replaces the one before";
+  EXPECT_STREQ(Devices().at(0x0402).Name, "a");
+  EXPECT_STREQ(Devices().at(0x0402).Protocol, "P");
+  EXPECT_STREQ(Devices().at(0x0402).Desc, "E");
+  EXPECT_EQ(Devices().at(0x0402).GroupNo, 6);
 }
 
-TEST_F(Template, AnotherRootIsAnErrorAndFreesTheDocument) {
-  CChannelSet catalogue;
-  testing::internal::CaptureStderr();
+TEST_F(Catalogue, LetsAPointInheritWhatItLeavesOut) {
+  LoadPoints(
+      "<AI><Node Id=\"1\" Name=\"N\" EUUnits=\"V\"/></AI>"
+      "<DI><Node Id=\"2\"/><Node Name=\"new\"/></DI><DO><Node/></DO>");
 
-  EXPECT_EQ(OpenText(catalogue, "<Other/>"), -1);
-
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "/tessel/Config/Channel-template.xml: line 1: the root is not ChannelConfig\n");
-  EXPECT_EQ(test::TextLog(),
-            (std::vector<LogRecord>{
-                {"ERROR", "[LoadChannelParamFromXml]: Root node is not 'ChannelConfig'"}}));
-  EXPECT_EQ(catalogue.IsOpen(), -1);
+  ASSERT_THAT(Points(), ElementsAre(Key(0x01030001), Key(0x01030102)));
+  const ST_POINTID_ATTR& point = Points().at(0x01030102);
+  EXPECT_STREQ(point.Name, "new") << "a point without a number replaces the one before";
+  EXPECT_STREQ(point.EUUnits, "V");
+  EXPECT_EQ(point.type, 3) << "also one of another type";
+  EXPECT_EQ(std::uint16_t{point.NodeId}, 2);
 }
 
-TEST_F(Template, ATemplateWithoutARootIsAnErrorAndFreesTheDocument) {
-  test::ChannelTemplate().Channel(1).Write();
-  CChannelSet catalogue;
-  test::FailCalls(test::Call::kXmlRoot);
+TEST_F(Catalogue, StartsTheFirstPointOfEachFileFromZero) {
+  WriteDefinition("<AI><Node Id=\"1\" Name=\"A\"/></AI>");
+  WriteDefinition("<DI><Node EUUnits=\"V\"/></DI>", kOtherFile);
+  test::ChannelTemplate().Channel(1).Device(1, kDefinitionFile).Device(2, kOtherFile).Write();
 
-  EXPECT_EQ(catalogue.Open(paths::kChannelTemplate), -1);
+  catalogue.Open(paths::kChannelTemplate);
 
-  EXPECT_EQ(test::TextLog(),
-            (std::vector<LogRecord>{{"ERROR", "[LoadChannelParamFromXml]: Empty document."}}));
-  EXPECT_EQ(catalogue.IsOpen(), -1);
+  ASSERT_THAT(Points(), ElementsAre(Key(0), Key(0x01010001)));
+  const ST_POINTID_ATTR& point = Points().at(0);
+  EXPECT_STREQ(point.Name, "");
+  EXPECT_EQ(point.GroupNo, 1);
+  EXPECT_EQ(point.DevId, 2);
+  EXPECT_EQ(point.type, 1);
 }
 
-TEST_F(Template, ADefinitionFileWithoutARootIsLogged) {
-  CChannelSet catalogue;
-  test::FailCalls(test::Call::kXmlRoot, 1, 1);  // the template's own root is found
+TEST_F(Catalogue, ReadsAnAttributeWithoutANumberAsZero) {
+  for (const std::string& text : std::vector<std::string>{"x", "", "x7"}) {
+    SCOPED_TRACE(text);
+    CChannelSet fresh;
+    WriteDefinition("<DI><Node Id=\"291\"/><Node Id=\"" + text + "\"/></DI>");
+    test::WriteFile(paths::kChannelTemplate,
+                    "<ChannelConfig><Channel No=\"4\"><Dev Name=\"" + std::string(kDefinitionFile) +
+                        "\" SlaveId=\"5\" Group=\"6\"/></Channel><Channel No=\"" + text +
+                        "\"><Dev SlaveId=\"" + text + "\" Group=\"" + text +
+                        "\"/></Channel></ChannelConfig>");
+    fresh.Open(paths::kChannelTemplate);
 
-  EXPECT_EQ(OpenDevice(catalogue, Definition("<AI><Node Id=\"1\"/></AI>")), 0);
-
-  EXPECT_EQ(test::TextLog(),
-            (std::vector<LogRecord>{{"ERROR", "[LoadDevPointAttr]: empty document"}}));
-  EXPECT_TRUE(DataIds(catalogue).empty());
+    MAP_DEV_ATTR* devices = nullptr;
+    MAP_POINT_ATTR* points = nullptr;
+    fresh.GetAttr(&devices);
+    fresh.GetAttr(&points);
+    ASSERT_THAT(*devices, ElementsAre(Key(0x0000), Key(0x0405)));
+    EXPECT_EQ(devices->at(0).GroupNo, 0);
+    EXPECT_THAT(*points,
+                ElementsAre(Key(0x00000100), Key(0x00001123), Key(0x04050100), Key(0x04051123)));
+  }
 }
 
-TEST_F(Template, LoadingWithoutADocumentIsAnError) {
-  CChannelSet catalogue;
-
-  EXPECT_EQ(catalogue.LoadNodeFromXml(), -1);
-
-  EXPECT_EQ(test::TextLog(),
-            (std::vector<LogRecord>{{"ERROR", "[LoadChannelParamFromXml]: Xml document is null"}}));
-}
-
-TEST_F(Template, IsOpenGivesZeroWhileOpenAndTheMapsOutliveTheDocument) {
-  CChannelSet catalogue;
-  OpenDevice(catalogue, Definition("<AI><Node Id=\"1\"/></AI>"));
+TEST_F(Catalogue, KeepsItsMapsAfterClose) {
+  LoadPoints("<AI><Node Id=\"1\"/></AI>");
   EXPECT_EQ(catalogue.IsOpen(), 0);
 
   EXPECT_EQ(catalogue.Close(), 0);
 
-  EXPECT_EQ(catalogue.IsOpen(), -1);
   EXPECT_EQ(catalogue.Close(), -1);
-  EXPECT_EQ(DataIds(catalogue).size(), 1U);
+  EXPECT_EQ(catalogue.IsOpen(), -1);
+  EXPECT_THAT(Points(), ElementsAre(Key(0x01030001)));
+}
+
+TEST_F(Catalogue, LooksRecordsUpWhereTheyStay) {
+  ST_POINTID_ATTR point{};
+  point.db_link = 0x01031123;
+  ST_DEV_ATTR device{};
+  device.ChannelNo = 0x12;
+  device.SlaveId = 0x34;
+  EXPECT_EQ(catalogue.AddSamplePoint(point), 0);
+  EXPECT_EQ(catalogue.AddDev(device), 0);
+
+  ST_POINTID_ATTR* foundPoint = nullptr;
+  ST_DEV_ATTR* foundDevice = nullptr;
+  EXPECT_EQ(catalogue.GetAttr(0x01031123U, &foundPoint), 0);
+  EXPECT_EQ(catalogue.GetAttr(static_cast<unsigned short>(0x1234), &foundDevice), 0);
+
+  EXPECT_EQ(foundPoint, &Points().at(0x01031123));
+  EXPECT_EQ(foundDevice, &Devices().at(0x1234));
+}
+
+TEST_F(Catalogue, ReportsAnUnknownKeyOnStandardOutput) {
+  ST_POINTID_ATTR* point = nullptr;
+  ST_DEV_ATTR* device = nullptr;
+
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(catalogue.GetAttr(0xABCDU, &point), -1);
+  EXPECT_EQ(catalogue.GetAttr(static_cast<unsigned short>(0xAB), &device), -1);
+
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "Can not find DataId 0000abcd's Attr \nCan not find Device 00ab's Attr\n");
+  EXPECT_EQ(point, nullptr);
+}
+
+TEST_F(Catalogue, RefusesANullOutputSilently) {
+  testing::internal::CaptureStdout();
+
+  EXPECT_EQ(catalogue.GetAttr(1U, nullptr), -1);
+  EXPECT_EQ(catalogue.GetAttr(static_cast<unsigned short>(1), nullptr), -1);
+  EXPECT_EQ(catalogue.GetAttr(static_cast<MAP_GROUP_ATTR**>(nullptr)), -1);
+  EXPECT_EQ(catalogue.GetAttr(static_cast<MAP_DEV_ATTR**>(nullptr)), -1);
+  EXPECT_EQ(catalogue.GetAttr(static_cast<MAP_POINT_ATTR**>(nullptr)), -1);
+
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
 }  // namespace

@@ -1,4 +1,3 @@
-// Making directories, and the size of a file.
 #include "util/directory.h"
 
 #include <fcntl.h>
@@ -6,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <string>
 
@@ -14,15 +14,10 @@
 
 namespace {
 
-constexpr std::size_t kPathLimit = 126;
-constexpr std::size_t kPrefixLimit = 126;
+constexpr std::size_t kLimit = 126;
 
 int Make(const std::string& path) {
-  return util::MakeDirectories(path.c_str(), kPathLimit, kPrefixLimit);
-}
-
-bool IsDirectory(const std::string& path) {
-  return std::filesystem::is_directory(path);
+  return util::MakeDirectories(path.c_str(), kLimit, kLimit);
 }
 
 mode_t Mode(const std::string& path) {
@@ -33,159 +28,96 @@ mode_t Mode(const std::string& path) {
 
 class MakeDirectories : public test::GatewayTest {};
 
-TEST_F(MakeDirectories, MakesEveryMissingOne) {
-  const int result = Make("/tessel/a/b/c");
+TEST_F(MakeDirectories, MakesEveryMissingOneForItsOwnerToWrite) {
+  for (const char* path : {"/tessel/a/b", "/tessel/c/d/", "/tessel//e///f"}) {
+    SCOPED_TRACE(path);
+    const mode_t mask = umask(0);
+    EXPECT_EQ(Make(path), 0);
+    umask(mask);
 
-  EXPECT_EQ(result, 0);
-  EXPECT_TRUE(IsDirectory("/tessel/a/b/c"));
+    EXPECT_TRUE(std::filesystem::is_directory(path));
+    EXPECT_EQ(Mode(path), 0755U);
+  }
 }
 
-TEST_F(MakeDirectories, MakesTheLastOneAlsoBeforeAClosingSlash) {
-  const int result = Make("/tessel/a/b/");
-
-  EXPECT_EQ(result, 0);
-  EXPECT_TRUE(IsDirectory("/tessel/a/b"));
-}
-
-TEST_F(MakeDirectories, LetsItsOwnerWriteAndEverybodyLook) {
-  const mode_t mask = umask(0);
-
-  Make("/tessel/a/b");
-
-  umask(mask);
-  EXPECT_EQ(Mode("/tessel/a"), 0755U);
-  EXPECT_EQ(Mode("/tessel/a/b"), 0755U);
-}
-
-TEST_F(MakeDirectories, LeavesWhatIsThere) {
-  test::WriteFile("/tessel/a/kept.txt", "kept");
-
-  const int result = Make("/tessel/a");
-
-  EXPECT_EQ(result, 0);
-  EXPECT_EQ(test::ReadFile("/tessel/a/kept.txt"), "kept");
-}
-
-TEST_F(MakeDirectories, TakesARelativePathFromTheWorkingDirectory) {
+TEST_F(MakeDirectories, StartsARelativePathAtTheWorkingDirectory) {
   const auto before = std::filesystem::current_path();
   std::filesystem::current_path("/tessel");
-
   const int result = Make("a/b");
-
   std::filesystem::current_path(before);
-  EXPECT_EQ(result, 0);
-  EXPECT_TRUE(IsDirectory("/tessel/a/b"));
-}
-
-TEST_F(MakeDirectories, TakesDoubledSlashesForOne) {
-  const int result = Make("/tessel//a///b");
 
   EXPECT_EQ(result, 0);
-  EXPECT_TRUE(IsDirectory("/tessel/a/b"));
+  EXPECT_TRUE(std::filesystem::is_directory("/tessel/a/b"));
 }
 
-TEST_F(MakeDirectories, DoesNothingForAnEmptyPath) {
+TEST_F(MakeDirectories, AcceptsWhatExists) {
+  test::WriteFile("/tessel/a/file", "kept");
+
   EXPECT_EQ(Make(""), 0);
-}
-
-TEST_F(MakeDirectories, DoesNothingForTheRoot) {
   EXPECT_EQ(Make("/"), 0);
-}
-
-TEST_F(MakeDirectories, FailsForANullPath) {
-  EXPECT_EQ(util::MakeDirectories(nullptr, kPathLimit, kPrefixLimit), -1);
-}
-
-TEST_F(MakeDirectories, FailsBelowAFileAndLeavesItAlone) {
-  test::WriteFile("/tessel/a", "a file");
-
-  const int result = Make("/tessel/a/b");
-
-  EXPECT_EQ(result, -1);
-  EXPECT_EQ(test::ReadFile("/tessel/a"), "a file");
-}
-
-TEST_F(MakeDirectories, TakesAFileInTheLastPlaceForTheDirectory) {
-  test::WriteFile("/tessel/a", "a file");
-
   EXPECT_EQ(Make("/tessel/a"), 0);
+  EXPECT_EQ(Make("/tessel/a/file"), 0) << "a file in the last place";
+  EXPECT_EQ(test::ReadFile("/tessel/a/file"), "kept");
 }
 
 TEST_F(MakeDirectories, FailsWhereThePathCannotBeExamined) {
+  test::WriteFile("/tessel/file", "");
   ASSERT_EQ(symlink("/tessel/loop", "/tessel/loop"), 0);
 
+  EXPECT_EQ(util::MakeDirectories(nullptr, kLimit, kLimit), -1);
+  EXPECT_EQ(Make("/tessel/file/a"), -1);
   EXPECT_EQ(Make("/tessel/loop/a"), -1);
 }
 
-TEST_F(MakeDirectories, FailsWhereNoneCanBeMadeAndKeepsThoseBefore) {
+TEST_F(MakeDirectories, KeepsTheDirectoriesBeforeOneThatCannotBeMade) {
   const std::string tooLong(256, 'x');
 
-  const int result = util::MakeDirectories(("/tessel/a/" + tooLong).c_str(), 500, 500);
+  EXPECT_EQ(util::MakeDirectories(("/tessel/a/" + tooLong).c_str(), 500, 500), -1);
 
-  EXPECT_EQ(result, -1);
-  EXPECT_TRUE(IsDirectory("/tessel/a"));
+  EXPECT_TRUE(std::filesystem::is_directory("/tessel/a"));
 }
 
-TEST_F(MakeDirectories, LooksAtNoMoreOfThePathThanItsLimit) {
-  const int result = util::MakeDirectories("/tessel/abcdef/g", 11, kPrefixLimit);
+TEST_F(MakeDirectories, CutsThePathAndThatOfEachDirectoryAtTheirLimits) {
+  EXPECT_EQ(util::MakeDirectories("/tessel/abcdef/g", 11, kLimit), 0);
+  EXPECT_EQ(util::MakeDirectories("/tessel/uvwxyz/g", kLimit, 11), 0);
 
-  EXPECT_EQ(result, 0);
-  EXPECT_THAT(test::List("/tessel"), ::testing::ElementsAre("abc"));
+  EXPECT_THAT(test::List("/tessel"), ::testing::ElementsAre("abc", "uvw"));
+  EXPECT_THAT(test::List("/tessel/uvw"), ::testing::IsEmpty());
 }
 
-TEST_F(MakeDirectories, CutsEachDirectorysOwnPathAtItsLimit) {
-  const int result = util::MakeDirectories("/tessel/abcdef/g", kPathLimit, 11);
+class FileStatus : public test::GatewayTest {};
 
-  EXPECT_EQ(result, 0);
-  EXPECT_THAT(test::List("/tessel"), ::testing::ElementsAre("abc"));
-  EXPECT_THAT(test::List("/tessel/abc"), ::testing::IsEmpty());
-}
-
-class Exists : public test::GatewayTest {};
-
-TEST_F(Exists, IsTrueForFilesAndDirectories) {
-  test::WriteFile("/tessel/file", "");
-
-  EXPECT_TRUE(util::Exists("/tessel/file"));
-  EXPECT_TRUE(util::Exists("/tessel"));
-}
-
-TEST_F(Exists, IsFalseForWhatIsMissing) {
-  EXPECT_FALSE(util::Exists("/tessel/file"));
-}
-
-TEST_F(Exists, IsFalseBelowAFileAndBehindALinkToNowhere) {
+TEST_F(FileStatus, TellsKindsApart) {
+  struct Row {
+    const char* path;
+    bool exists, isDirectory, isRegularFile, isMissing;
+  };
   test::WriteFile("/tessel/file", "");
   ASSERT_EQ(symlink("/tessel/nowhere", "/tessel/link"), 0);
+  ASSERT_EQ(symlink("/tessel/loop", "/tessel/loop"), 0);
 
-  EXPECT_FALSE(util::Exists("/tessel/file/below"));
-  EXPECT_FALSE(util::Exists("/tessel/link"));
+  for (const auto& row :
+       {Row{"/tessel/file", true, false, true, false}, Row{"/tessel", true, true, false, false},
+        Row{"/dev/null", true, false, false, false}, Row{"/tessel/none", false, false, false, true},
+        Row{"/tessel/file/below", false, false, false, true},
+        Row{"/tessel/link", false, false, false, true},
+        Row{"/tessel/loop", false, false, false, false}}) {
+    SCOPED_TRACE(row.path);
+    EXPECT_EQ(util::Exists(row.path), row.exists);
+    EXPECT_EQ(util::IsDirectory(row.path), row.isDirectory);
+    EXPECT_EQ(util::IsRegularFile(row.path), row.isRegularFile);
+    errno = ENOENT;  // of an earlier call
+    EXPECT_EQ(util::IsMissing(row.path), row.isMissing);
+  }
 }
 
-class FileSize : public test::GatewayTest {};
-
-TEST_F(FileSize, IsTheNumberOfItsBytes) {
-  test::WriteFile("/tessel/file", std::string(40'960, 'x'));
-
-  EXPECT_EQ(util::FileSize("/tessel/file"), 40'960);
-}
-
-TEST_F(FileSize, IsZeroForAnEmptyFile) {
-  test::WriteFile("/tessel/file", "");
-
-  EXPECT_EQ(util::FileSize("/tessel/file"), 0);
-}
-
-TEST_F(FileSize, IsZeroForAMissingFile) {
-  EXPECT_EQ(util::FileSize("/tessel/file"), 0);
-}
-
-TEST_F(FileSize, CountsBehindFourGigabytes) {
+TEST_F(FileStatus, HasASizeAlsoBeyondFourGigabytes) {
   constexpr off_t kFiveGigabytes = 5'000'000'000;
   test::WriteFile("/tessel/file", "");
   ASSERT_EQ(truncate("/tessel/file", kFiveGigabytes), 0);
 
   EXPECT_EQ(util::FileSize("/tessel/file"), kFiveGigabytes);
+  EXPECT_EQ(util::FileSize("/tessel/none"), 0);
 }
 
 TEST(Directory, ClosesWhatItOpened) {

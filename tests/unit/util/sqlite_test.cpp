@@ -1,4 +1,3 @@
-// Owners of SQLite connections and statements.
 #include "util/sqlite.h"
 
 #include <gmock/gmock.h>
@@ -6,7 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <string>
 #include <thread>
@@ -17,6 +15,8 @@
 
 namespace {
 
+using util::Failure;
+
 constexpr char kPath[] = "/tessel/test.db";
 constexpr std::chrono::milliseconds kWhileItWaits{50};
 
@@ -25,6 +25,7 @@ class Sqlite : public test::GatewayTest {
   void SetUp() override {
     GatewayTest::SetUp();
     database.emplace(kPath);
+    database->Execute("create table t(a unique)");
   }
   void TearDown() override {
     database.reset();
@@ -34,153 +35,136 @@ class Sqlite : public test::GatewayTest {
   std::optional<util::Database> database;
 };
 
-TEST_F(Sqlite, CreatesAMissingDatabase) {
-  database->Execute("create table t(a)");
-
-  EXPECT_TRUE(*database);
-  EXPECT_TRUE(test::Exists(kPath));
-}
-
-TEST_F(Sqlite, SaysWhyADatabaseCannotBeOpened) {
-  const util::Database missing("/tessel/missing/test.db");
-
-  EXPECT_FALSE(missing);
-  EXPECT_STREQ(missing.ErrorText(), "unable to open database file");
-}
-
-TEST_F(Sqlite, KeepsADatabaseThatCouldNotBeOpenedAwayFromTheLockWait) {
+TEST_F(Sqlite, TellsWhyADatabaseCannotBeOpened) {
   util::Database missing("/tessel/missing/test.db");
-
   missing.WaitForLocks(1000);
+  missing.KeepCacheSmall();
 
+  EXPECT_FALSE(missing.MakeCommitsDurable());
   EXPECT_FALSE(missing);
+  EXPECT_EQ(missing.Error().why, Failure::kUnavailable);
+  EXPECT_EQ(missing.Error().text, "unable to open database file");
 }
 
-TEST_F(Sqlite, ReadsRowsInOrder) {
-  database->Execute("create table t(number, word)");
-  database->Execute("insert into t values(1, 'one'), (-2147483648, 'least')");
+TEST_F(Sqlite, MakesAMissingDatabaseOnlyOnDemand) {
+  EXPECT_FALSE(util::Database("/tessel/new.db", util::Database::Missing::kFails));
+  EXPECT_FALSE(test::Exists("/tessel/new.db"));
 
-  auto rows = database->Prepare("select number, word from t order by rowid");
+  EXPECT_TRUE(util::Database("/tessel/new.db").Execute("create table t(a)"));
+  EXPECT_TRUE(test::Exists("/tessel/new.db"));
+}
+
+TEST_F(Sqlite, ReadsRowsToTheirEnd) {
+  database->Execute("insert into t values(-2.0 / 3), ('two'), (4294967303), (3238068225), (NULL)");
+
+  auto rows = database->Prepare("select a from t order by rowid");
 
   ASSERT_TRUE(rows);
   ASSERT_TRUE(rows.NextRow());
-  EXPECT_EQ(rows.Integer(0), 1);
-  EXPECT_EQ(rows.Text(1), "one");
+  EXPECT_EQ(rows.Real(0), -2.0 / 3);
   ASSERT_TRUE(rows.NextRow());
-  EXPECT_EQ(rows.Integer(0), -2147483648);
-  EXPECT_EQ(rows.Text(1), "least");
-  EXPECT_FALSE(rows.NextRow());
-}
-
-TEST_F(Sqlite, ReadsNullAsZeroAndAsTheEmptyText) {
-  auto rows = database->Prepare("select NULL, NULL, NULL");
-
+  EXPECT_EQ(rows.Text(0), "two");
   ASSERT_TRUE(rows.NextRow());
-
+  EXPECT_EQ(rows.Integer(0), 7) << "the lower 32 bits";
+  ASSERT_TRUE(rows.NextRow());
+  EXPECT_EQ(static_cast<std::uint32_t>(rows.Integer(0)), 3238068225U);
+  ASSERT_TRUE(rows.NextRow());
   EXPECT_EQ(rows.Integer(0), 0);
-  EXPECT_EQ(rows.Text(1), "");
-  EXPECT_EQ(rows.Real(2), 0);
-}
-
-TEST_F(Sqlite, KeepsEveryBitOfAReal) {
-  auto rows = database->Prepare("select 0.1, -2.0 / 3, 5e-324, 9e999, -9e999");
-
-  ASSERT_TRUE(rows.NextRow());
-
-  EXPECT_EQ(rows.Real(0), 0.1);
-  EXPECT_EQ(rows.Real(1), -2.0 / 3);
-  EXPECT_EQ(rows.Real(2), std::numeric_limits<double>::denorm_min());
-  EXPECT_EQ(rows.Real(3), std::numeric_limits<double>::infinity());
-  EXPECT_EQ(rows.Real(4), -std::numeric_limits<double>::infinity());
-}
-
-TEST_F(Sqlite, ReadsWhatIsNoRealAsTheOneItBeginsWith) {
-  auto rows = database->Prepare("select 7, '2.5 bar', 'bar', x'332e35', ''");
-
-  ASSERT_TRUE(rows.NextRow());
-
-  EXPECT_EQ(rows.Real(0), 7);
-  EXPECT_EQ(rows.Real(1), 2.5);
-  EXPECT_EQ(rows.Real(2), 0);
-  EXPECT_EQ(rows.Real(3), 3.5);
-  EXPECT_EQ(rows.Real(4), 0);
-}
-
-TEST_F(Sqlite, KeepsTheLower32BitsOfAnInteger) {
-  auto rows = database->Prepare("select 4294967303, 3238068225, 9223372036854775807, 2.9");
-
-  ASSERT_TRUE(rows.NextRow());
-
-  EXPECT_EQ(rows.Integer(0), 7);
-  EXPECT_EQ(static_cast<std::uint32_t>(rows.Integer(1)), 3238068225U);
-  EXPECT_EQ(rows.Integer(2), -1);
-  EXPECT_EQ(rows.Integer(3), 2);
-}
-
-TEST_F(Sqlite, KnowsTheEndOfTheRowsFromAnError) {
-  auto whole = database->Prepare("select 1");
-  auto failing = database->Prepare("select abs(-9223372036854775807 - 1)");
-
-  EXPECT_TRUE(whole.NextRow());
-  EXPECT_FALSE(whole.Failed());
-  EXPECT_FALSE(whole.NextRow());
-  EXPECT_FALSE(whole.Failed());
-  EXPECT_FALSE(failing.NextRow());
-  EXPECT_TRUE(failing.Failed());
-}
-
-TEST_F(Sqlite, HasNoStatementForAQueryThatCannotBePrepared) {
-  const auto rows = database->Prepare("select a from nowhere");
-
-  EXPECT_FALSE(rows);
-  EXPECT_STREQ(database->ErrorText(), "no such table: nowhere");
-}
-
-TEST_F(Sqlite, SaysWhyAStatementFailed) {
-  EXPECT_FALSE(database->Execute("delete from nowhere"));
-  EXPECT_STREQ(database->ErrorText(), "no such table: nowhere");
+  EXPECT_EQ(rows.Real(0), 0);
+  EXPECT_EQ(rows.Text(0), "");
+  EXPECT_FALSE(rows.NextRow());
+  EXPECT_FALSE(rows.Failed());
 }
 
 TEST_F(Sqlite, EndsTheRowsAtAnError) {
-  database->Execute("create table t(a)");
-  database->Execute("insert into t values(1)");
-  auto rows = database->Prepare("insert into t select abs(-9223372036854775807 - 1)");
+  auto rows = database->Prepare("select abs(-9223372036854775807 - 1)");
 
   EXPECT_FALSE(rows.NextRow());
-  EXPECT_STREQ(database->ErrorText(), "integer overflow");
+  EXPECT_TRUE(rows.Failed());
+  EXPECT_EQ(rows.WhyFailed(), Failure::kStatement);
+  EXPECT_FALSE(database->Prepare("select a from nowhere"));
+  EXPECT_EQ(database->WhyFailed(), Failure::kStatement);
 }
 
-TEST_F(Sqlite, ServesAConnectionThatSomebodyElseOwns) {
+TEST_F(Sqlite, TellsWhyAStatementFailed) {
+  database->Execute("create table n(a integer primary key)");
+
+  EXPECT_TRUE(database->Execute("insert into t values(1)"));
+  EXPECT_EQ(database->WhyFailed(), Failure::kNone);
+  for (const char* sql : {"delete from nowhere", "insert into t values(2), (2)",
+                          "insert into n values('no number')", "select zeroblob(2147483647)"}) {
+    EXPECT_FALSE(database->Execute(sql)) << sql;
+    EXPECT_EQ(database->WhyFailed(), Failure::kStatement) << sql;
+  }
+}
+
+TEST_F(Sqlite, TellsADamagedFileFromALockedOne) {
+  database->Execute("begin exclusive");
+  util::Database locked(kPath);
+  test::WriteFile("/tessel/damaged.db", std::string(4096, 'x'));
+  util::Database damaged("/tessel/damaged.db");
+
+  EXPECT_FALSE(locked.Execute("insert into t values(1)"));
+  EXPECT_FALSE(damaged.Execute("create table t(a)"));
+
+  EXPECT_EQ(locked.WhyFailed(), Failure::kUnavailable);
+  EXPECT_EQ(damaged.WhyFailed(), Failure::kDamaged);
+}
+
+TEST_F(Sqlite, TellsADamagedContent) {
+  for (int i = 0; i < 200; ++i) database->Execute("insert into t values(hex(randomblob(200)))");
+  database.reset();
+  std::string content = test::ReadFile(kPath);
+  content.replace(4096, content.size() - 4096, content.size() - 4096, '\xFF');
+  test::WriteFile(kPath, content);
+  database.emplace(kPath);
+
+  auto rows = database->Prepare("select sum(length(a)) from t");
+
+  EXPECT_FALSE(rows.NextRow());
+  EXPECT_EQ(rows.WhyFailed(), Failure::kDamaged);
+}
+
+TEST_F(Sqlite, ServesAConnectionOfTheCaller) {
   sqlite3* const connection = database->Get();
 
-  EXPECT_TRUE(util::Execute(connection, "create table t(a)"));
-  EXPECT_TRUE(util::Prepare(connection, "select a from t"));
-  EXPECT_FALSE(util::Execute(connection, "create table t(a)"));
-  EXPECT_STREQ(util::ErrorText(connection), "table t already exists");
+  EXPECT_TRUE(util::Execute(connection, "create table u(a)"));
+  EXPECT_TRUE(util::Prepare(connection, "select a from u"));
+  EXPECT_FALSE(util::Execute(connection, "create table u(a)"));
+  EXPECT_STREQ(util::ErrorText(connection), "table u already exists");
 }
 
-TEST_F(Sqlite, ClosesItsConnectionAndFreesItsLocks) {
-  database->Execute("create table t(a)");
+TEST_F(Sqlite, KeepsTheJournalAfterADurableCommitAndTheCacheSmall) {
+  util::Database other(kPath);
+  other.KeepCacheSmall();
+  EXPECT_TRUE(database->MakeCommitsDurable());
+  database->Execute("insert into t values(1)");
+
+  EXPECT_TRUE(test::Exists(std::string(kPath) + "-journal"));
+  for (auto* one : {&*database, &other}) {
+    auto size = one->Prepare("pragma cache_size");
+    ASSERT_TRUE(size.NextRow());
+    EXPECT_EQ(size.Integer(0), -256);
+  }
+}
+
+TEST_F(Sqlite, CountsAsNotOpenedWithoutDurableCommits) {
+  test::FailCalls(test::Call::kSqliteExec);
+
+  EXPECT_FALSE(database->MakeCommitsDurable());
+  EXPECT_FALSE(*database);
+}
+
+TEST_F(Sqlite, FreesItsLocksAtItsEnd) {
   database->Execute("begin exclusive");
   util::Database other(kPath);
-  ASSERT_FALSE(other.Execute("insert into t values(1)"));
 
   database.reset();
 
-  EXPECT_TRUE(other.Execute("insert into t values(1)"));
+  EXPECT_TRUE(other.Execute("insert into t values(1)")) << other.ErrorText();
 }
 
-TEST_F(Sqlite, FailsAtOnceAtALockUnlessToldToWait) {
-  database->Execute("create table t(a)");
-  database->Execute("begin exclusive");
-  util::Database other(kPath);
-
-  EXPECT_FALSE(other.Execute("insert into t values(1)"));
-  EXPECT_STREQ(other.ErrorText(), "database is locked");
-}
-
-TEST_F(Sqlite, WaitsForAnothersLockWhenTold) {
-  database->Execute("create table t(a)");
+TEST_F(Sqlite, WaitsForALockOnDemand) {
   database->Execute("begin exclusive");
   util::Database other(kPath);
   other.WaitForLocks(20'000);

@@ -1,70 +1,34 @@
-// Fixed text fields, bounded printing, and the last part of a path.
 #include "util/text.h"
 
 #include <gmock/gmock.h>
 
+#include <limits>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
-TEST(CopyText, CopiesATextThatFits) {
+TEST(CopyText, CutsToOneCharacterLessThanTheFieldAndTerminates) {
   char field[8] = "#######";
-
   util::CopyText(field, "gateway");
-
   EXPECT_STREQ(field, "gateway");
-}
 
-TEST(CopyText, CutsSilentlyToOneCharacterLessThanTheField) {
-  char field[8] = "";
+  util::CopyText(field, "GATEWAYS");
+  EXPECT_STREQ(field, "GATEWAY");
 
-  util::CopyText(field, "gateways");
-
-  EXPECT_STREQ(field, "gateway");
-}
-
-TEST(CopyText, TerminatesAShortTextInAFieldThatWasLonger) {
-  char field[8] = "gateway";
-
-  util::CopyText(field, "SD");
-
+  util::CopyText(field, std::string_view("SDcard").substr(0, 2));
   EXPECT_STREQ(field, "SD");
-}
-
-TEST(CopyText, EmptiesTheFieldForTheEmptyText) {
-  char field[8] = "gateway";
-
-  util::CopyText(field, "");
-
-  EXPECT_STREQ(field, "");
-}
-
-TEST(CopyText, EmptiesTheFieldForATextWithoutAnAddress) {
-  char field[8] = "gateway";
 
   util::CopyText(field, std::string_view());
-
   EXPECT_STREQ(field, "");
+
+  char one[1] = {'#'};
+  util::CopyText(one, "gateway");
+  EXPECT_EQ(one[0], '\0');
 }
 
-TEST(CopyText, KeepsOnlyTheTerminatorInAFieldOfOne) {
-  char field[1] = {'#'};
-
-  util::CopyText(field, "gateway");
-
-  EXPECT_EQ(field[0], '\0');
-}
-
-TEST(CopyText, TakesNoMoreThanTheViewHolds) {
-  char field[8] = "";
-
-  util::CopyText(field, std::string_view("gateway").substr(0, 4));
-
-  EXPECT_STREQ(field, "gate");
-}
-
-TEST(CopyText, WritesNothingBehindTheStatedSize) {
+TEST(CopyText, WritesNothingAfterTheGivenSize) {
   char field[8] = "#######";
 
   util::CopyText(field, 4, "gateway");
@@ -80,51 +44,55 @@ TEST(CopyText, CopiesAPartOfTheFieldOntoItself) {
   EXPECT_STREQ(field, "way");
 }
 
-TEST(PrintText, PrintsLikePrintf) {
-  char field[16] = "";
-
-  util::PrintText(field, sizeof(field), "%02d/%s", 7, "log");
-
-  EXPECT_STREQ(field, "07/log");
-}
-
-TEST(PrintText, CutsSilentlyAndTerminatesWithinTheStatedSize) {
+TEST(PrintText, CutsAndTerminatesWithinTheGivenSize) {
   char field[8] = "#######";
-
-  util::PrintText(field, 5, "%s", "gateway");
-
-  EXPECT_EQ(std::string_view(field, 8), std::string_view("gate\0##\0", 8));
+  util::PrintText(field, 5, "%02d/%s", 7, "log");
+  EXPECT_EQ(std::string_view(field, 8), std::string_view("07/l\0##\0", 8));
 }
 
-TEST(Format, PrintsLikePrintf) {
-  EXPECT_EQ(util::Format("%04x|%-3d|%s", 0x103U, 5, "AI"), "0103|5  |AI");
-}
-
-TEST(Format, GivesTheEmptyTextForAnEmptyResult) {
-  EXPECT_EQ(util::Format("%s", ""), "");
-}
-
-TEST(Format, KeepsALongResultWhole) {
+TEST(Format, GivesTheWholeResult) {
   const std::string text(100'000, 'x');
 
+  EXPECT_EQ(util::Format("%s", ""), "");
+  EXPECT_EQ(util::Format("%04x|%-3d|%s", 0x103U, 5, "AI"), "0103|5  |AI");
   EXPECT_EQ(util::Format("<%s>", text.c_str()), "<" + text + ">");
 }
 
-struct BaseNameRow {
-  const char* path;
-  const char* name;
-};
-
-class BaseName : public ::testing::TestWithParam<BaseNameRow> {};
-
-TEST_P(BaseName, IsWhatFollowsTheLastSlash) {
-  EXPECT_EQ(util::BaseName(GetParam().path), GetParam().name);
+TEST(BaseName, GivesWhatFollowsTheLastSlash) {
+  EXPECT_EQ(util::BaseName("/media/7/S20240307.tar.gz"), "S20240307.tar.gz");
+  EXPECT_EQ(util::BaseName("S20240307.tar.gz"), "S20240307.tar.gz");
+  EXPECT_EQ(util::BaseName("/media/"), "");
+  EXPECT_EQ(util::BaseName(""), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Paths, BaseName,
-    ::testing::Values(BaseNameRow{"/media/7/S20240307.tar.gz", "S20240307.tar.gz"},
-                      BaseNameRow{"S20240307.tar.gz", "S20240307.tar.gz"},
-                      BaseNameRow{"/media/", ""}, BaseNameRow{"/", ""}, BaseNameRow{"", ""}));
+constexpr auto kMost = std::numeric_limits<std::int32_t>::max();
+constexpr auto kLeast = std::numeric_limits<std::int32_t>::min();
+
+TEST(Decimal, ReadsTheNumberAtTheStart) {
+  for (const auto& [text, value] : {
+           std::pair{"70000", 70000},
+           {"010", 10},
+           {"-5", -5},
+           {"+5", 5},
+           {"--5", 0},
+           {"- 5", 0},
+           {"\t\n\v\f\r -12", -12},
+           {"1 2", 1},
+           {"12.9", 12},
+           {"1e3", 1},
+           {"0x1F", 0},
+           {"abc", 0},
+           {"", 0},
+           {"2147483647", kMost},
+           {"2147483648", kMost},
+           {"4294967296", kMost},
+           {"99999999999999999999999", kMost},
+           {"-2147483648", kLeast},
+           {"-2147483649", kLeast},
+           {"-99999999999999999999999", kLeast},
+       }) {
+    EXPECT_EQ(util::Decimal(text), value) << '"' << text << '"';
+  }
+}
 
 }  // namespace

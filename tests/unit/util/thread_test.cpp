@@ -1,11 +1,9 @@
-// Starting threads.
 #include "util/thread.h"
 
 #include <gmock/gmock.h>
 
 #include <atomic>
 #include <cerrno>
-#include <cstdint>
 
 #include "support/faults.h"
 #include "support/threads.h"
@@ -13,17 +11,10 @@
 namespace {
 
 constexpr pthread_t kNobody = 0;
+constexpr std::size_t kStackBytes = 0x200000;
 
 void* PassBack(void* argument) {
   return argument;
-}
-
-void* MeasureStack(void* bytes) {
-  pthread_attr_t attributes{};
-  pthread_getattr_np(pthread_self(), &attributes);
-  pthread_attr_getstacksize(&attributes, static_cast<std::size_t*>(bytes));
-  pthread_attr_destroy(&attributes);
-  return nullptr;
 }
 
 void* RaiseFlag(void* flag) {
@@ -32,83 +23,58 @@ void* RaiseFlag(void* flag) {
   return nullptr;
 }
 
-TEST(StartThread, RunsTheEntryWithItsArgument) {
+class StartThread : public ::testing::Test {
+ protected:
+  util::StartResult Start(util::DetachState state, void* (*entry)(void*), void* argument) {
+    return util::StartThread(&id, state, entry, argument, &errorCode);
+  }
+
   pthread_t id = kNobody;
   int errorCode = -1;
+};
+
+TEST_F(StartThread, RunsTheEntryWithItsArgumentAndStack) {
   int argument = 0;
 
-  const auto result =
-      util::StartThread(&id, util::DetachState::kJoinable, PassBack, &argument, &errorCode);
+  EXPECT_EQ(Start(util::DetachState::kJoinable, PassBack, &argument), util::StartResult::kDone);
 
-  EXPECT_EQ(result, util::StartResult::kDone);
   EXPECT_EQ(errorCode, 0);
+  EXPECT_FALSE(test::LatestThread().detached);
+  EXPECT_EQ(test::LatestThread().stackBytes, kStackBytes);
   ASSERT_NE(id, kNobody);
   void* passedBack = nullptr;
   EXPECT_EQ(pthread_join(id, &passedBack), 0);
   EXPECT_EQ(passedBack, &argument);
 }
 
-TEST(StartThread, GivesAJoinableThreadAStackOfTwoMebibytes) {
-  pthread_t id = kNobody;
-  int errorCode = -1;
-  std::size_t stackBytes = 0;
-
-  util::StartThread(&id, util::DetachState::kJoinable, MeasureStack, &stackBytes, &errorCode);
-
-  ASSERT_NE(id, kNobody);
-  pthread_join(id, nullptr);
-  EXPECT_GE(stackBytes, 0x200000U);
-  EXPECT_EQ(test::LatestThread().stackBytes, 0x200000U);
-  EXPECT_FALSE(test::LatestThread().detached);
-}
-
-TEST(StartThread, DetachesOnDemandWithTheSameStack) {
-  pthread_t id = kNobody;
-  int errorCode = -1;
+TEST_F(StartThread, DetachesOnDemandWithTheSameStack) {
   static std::atomic<bool> hasRun;  // outlives a thread that nobody joins
   hasRun = false;
 
-  util::StartThread(&id, util::DetachState::kDetached, RaiseFlag, &hasRun, &errorCode);
+  Start(util::DetachState::kDetached, RaiseFlag, &hasRun);
 
   EXPECT_TRUE(test::LatestThread().detached);
-  EXPECT_EQ(test::LatestThread().stackBytes, 0x200000U);
+  EXPECT_EQ(test::LatestThread().stackBytes, kStackBytes);
   hasRun.wait(false);
 }
 
-TEST(StartThread, SaysWhyThereIsNoThread) {
-  pthread_t id = kNobody;
-  int errorCode = 0;
+TEST_F(StartThread, KeepsTheIdAndTellsWhyWhenThereIsNoThread) {
+  id = pthread_self();
   test::FailNextThread();
 
-  const auto result =
-      util::StartThread(&id, util::DetachState::kJoinable, PassBack, nullptr, &errorCode);
-
-  EXPECT_EQ(result, util::StartResult::kDone);
-  EXPECT_EQ(errorCode, EAGAIN);
-  EXPECT_EQ(id, kNobody);
-}
-
-TEST(StartThread, LeavesAnEarlierThreadsIdWhereThereIsNoNewOne) {
-  pthread_t id = pthread_self();
-  int errorCode = 0;
-  test::FailNextThread();
-
-  util::StartThread(&id, util::DetachState::kJoinable, PassBack, nullptr, &errorCode);
+  EXPECT_EQ(Start(util::DetachState::kJoinable, PassBack, nullptr), util::StartResult::kDone);
 
   EXPECT_EQ(errorCode, EAGAIN);
   EXPECT_EQ(id, pthread_self());
 }
 
-TEST(StartThread, CreatesNothingWithoutItsDetachState) {
-  pthread_t id = kNobody;
-  int errorCode = 0;
+TEST_F(StartThread, CreatesNothingWithoutItsDetachState) {
   test::ForgetThreads();
   test::FailCalls(test::Call::kSetDetachState);
 
-  const auto result =
-      util::StartThread(&id, util::DetachState::kJoinable, PassBack, nullptr, &errorCode);
+  EXPECT_EQ(Start(util::DetachState::kJoinable, PassBack, nullptr),
+            util::StartResult::kNoDetachState);
 
-  EXPECT_EQ(result, util::StartResult::kNoDetachState);
   EXPECT_EQ(errorCode, EINVAL);
   EXPECT_THAT(test::ThreadsMade(), ::testing::IsEmpty());
 }
