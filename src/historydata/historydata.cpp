@@ -78,7 +78,7 @@ std::int32_t CHistoryData::SaveHistoryData(const std::vector<History_Data_Para>*
   BoundUnrecorded();
   const Aged aged = AgedFiles(CutOffStamp());
 
-  MakeMissingLedger(Tables::kPending);
+  MakeMissingLedger();
   const Visit visit = RecordAndAge(aged);
   if (visit == Visit::kDamaged || visit == Visit::kCondemned) ReplaceDamagedTree();
   return visit == Visit::kDone ? 0 : -1;
@@ -192,7 +192,7 @@ std::int32_t CHistoryData::SaveRecallData(const char* filename) {
   if (filename == nullptr) return -1;
   const std::lock_guard lock(m_mutex);
   const std::int64_t now = std::time(nullptr);
-  MakeMissingLedger(Tables::kPendingAndRecall);
+  MakeMissingLedger();
   m_unrecorded.push_back(InsertRecall(now, filename));
   return RecordAndAge(AgedRecalls(now - kRecallAgeSeconds)) == Visit::kDone ? 0 : -1;
 }

@@ -51,12 +51,11 @@ util::SqlError RolledBack(util::Database& database) {
   return error;
 }
 
-// Removes first what an attempt left that a power cut ended.
-bool MakeTables(const char* path, Tables tables) {
-  unlink(path);
-  util::Database database(path);
-  if (!database || !database.Execute(CreatePendingStatement())) return false;
-  return tables == Tables::kPending || database.Execute(CreateRecallStatement());
+// Makes the file that is to become the ledger. A power cut may have left an unfinished one.
+bool MakeNewLedger(const std::string& tables) {
+  unlink(paths::kNewLedger);
+  util::Database database(paths::kNewLedger);
+  return database && database.Execute(tables);
 }
 
 // Removes the old ledger's journal first: SQLite would play it back into the new one.
@@ -96,15 +95,15 @@ void CreateInLedger(const std::string& statement) {
   if (database.MakeCommitsDurable()) database.Execute(statement);
 }
 
-void MakeMissingLedger(Tables tables) {
+void MakeMissingLedger() {
   if (!util::IsMissing(paths::kLedger)) return;
   MakeDirectories(paths::kLedgerDirectory);
-  if (MakeTables(paths::kNewLedger, tables)) PutNewLedgerInPlace(RENAME_NOREPLACE);
+  if (MakeNewLedger(CreatePendingStatement())) PutNewLedgerInPlace(RENAME_NOREPLACE);
 }
 
 util::SqlError RewriteLedger() {
   util::SqlError unavailable{util::Failure::kUnavailable, "no new ledger can be made"};
-  if (!MakeTables(paths::kNewLedger, Tables::kPendingAndRecall)) return unavailable;
+  if (!MakeNewLedger(CreatePendingStatement() + ";" + CreateRecallStatement())) return unavailable;
   {
     util::Database database = OpenLedger();
     if (!database || !database.Execute(util::Format(kAttachNew, paths::kNewLedger)) ||

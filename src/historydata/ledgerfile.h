@@ -22,11 +22,10 @@ util::Database OpenLedgerForReading();
 // Runs a CREATE statement, in a new file if there is none. Errors are ignored.
 void CreateInLedger(const std::string& statement);
 
-// Makes a ledger, and its directory, if there is none. The file appears whole: after a power cut
-// there is none rather than an empty one, which would condemn the tree. Errors are ignored: the
-// next open fails.
-enum class Tables { kPending, kPendingAndRecall };
-void MakeMissingLedger(Tables tables);
+// Makes a ledger with the pending table, and its directory, if there is none. The file appears
+// whole: after a power cut there is none rather than an empty one, which would condemn the tree.
+// Errors are ignored: the next open fails.
+void MakeMissingLedger();
 
 // Copies every row into a new ledger, which replaces the old one. This mends a damaged index. After
 // a failure the ledger is as it was; kDamaged says that its rows cannot be read.

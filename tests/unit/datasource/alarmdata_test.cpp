@@ -86,10 +86,6 @@ struct Dated {
   bool taken;
 };
 
-void PrintTo(const Dated& row, std::ostream* out) {
-  *out << row.name;
-}
-
 class AlarmReaderDates : public AlarmReader, public ::testing::WithParamInterface<Dated> {};
 
 TEST_P(AlarmReaderDates, ReachFromThreeDaysAgoToToday) {
@@ -176,10 +172,6 @@ struct Damage {
   const char* name;
   std::function<void(test::DatabaseFile&)> inflict;
 };
-
-void PrintTo(const Damage& damage, std::ostream* out) {
-  *out << damage.name;
-}
 
 class AlarmReaderDamage : public AlarmReader, public ::testing::WithParamInterface<Damage> {};
 

@@ -121,10 +121,6 @@ struct Shape {
   std::uint32_t count;
 };
 
-void PrintTo(const Shape& shape, std::ostream* out) {
-  *out << shape.bytes << " bytes, count " << shape.count;
-}
-
 class SegmentShapes : public LiveValues, public ::testing::WithParamInterface<Shape> {};
 
 TEST_P(SegmentShapes, FailWhenTheCountIsNothingOrDoesNotFit) {

@@ -71,10 +71,6 @@ struct Content {
   void (*make)();
 };
 
-void PrintTo(const Content& content, std::ostream* out) {
-  *out << content.name;
-}
-
 class DamagedContent : public DamagedLedger, public ::testing::WithParamInterface<Content> {};
 
 TEST_P(DamagedContent, CondemnsTheTree) {
@@ -191,6 +187,18 @@ TEST_F(DamagedLedger, CondemnsTheTreeOnceItsPendingRowsCannotBeRead) {
 
   EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
   EXPECT_EQ(Save({Row(kName)}), 0);
+  EXPECT_THAT(test::Tables(), ElementsAre("tJsonFileNames"));  // a new ledger, not a rewritten one
+}
+
+TEST_F(DamagedLedger, CondemnsNothingWhenTheRewriteHasMendedIt) {
+  DamageALeaf();
+  std::vector<History_Data_Para> rows;
+  List(rows);
+  std::filesystem::remove(paths::kLedger);
+  test::MakePendingTable({"'realdata/7/S20240307120000.tar.gz',2,0"});
+
+  EXPECT_EQ(Save({Row(kNext)}), 0);
+  EXPECT_THAT(test::LedgerRows(), SizeIs(2));
 }
 
 }  // namespace

@@ -64,10 +64,6 @@ struct Unreadable {
   std::function<void()> make;
 };
 
-void PrintTo(const Unreadable& row, std::ostream* out) {
-  *out << row.name;
-}
-
 class LedgerReadingFailure : public LedgerReading,
                              public ::testing::WithParamInterface<Unreadable> {};
 

@@ -35,14 +35,12 @@ class SharedLedger : public test::LedgerTest {
 };
 
 TEST_F(SharedLedger, WaitsTwoSecondsForALock) {
-  Save({});
-  EXPECT_EQ(test::LatestLockWait(), 2000);
-  {
-    const test::LedgerFile other;  // sets its own wait on this thread
-    test::LedgerFile().Try("select 1");
+  const std::vector<std::int32_t (*)()> operations = {[] { return Save({}); }, ListRows};
+  for (const auto operation : operations) {
+    test::Tables();  // sets the test's own wait
+    operation();
+    EXPECT_EQ(test::LatestLockWait(), 2000);
   }
-  ListRows();
-  EXPECT_EQ(test::LatestLockWait(), 2000);
 }
 
 class LockedLedger : public SharedLedger, public ::testing::WithParamInterface<const char*> {
@@ -97,9 +95,14 @@ TEST_F(SharedLedger, KeepsItsJournalAfterEveryWriting) {
 
   write([] { Ledger().CreateTable(); });
   write([] { Ledger().CreateRecallTable(); });
-  write([] { Save({Row("a20240307110000.tar.gz")}); });
+  write([] { Save({Row("a20240307110000.tar.gz"), Row("b20240307110000.tar.gz")}); });
   write([] { Ledger().UpdateHistoryData("a20240307110000.tar.gz"); });
   write([] { Ledger().SaveRecallData("R20240307120000.tar.gz"); });
+  write([] {
+    test::FailCalls(Call::kSqliteOpen);
+    Ledger().UpdateHistoryData("b20240307110000.tar.gz");
+    ListRows();  // writes the mark that waits
+  });
 
   EXPECT_THAT(kept, Each(true));
 }
@@ -108,11 +111,12 @@ TEST_F(SharedLedger, KeepsItsJournalAfterEveryWriting) {
 struct Operation {
   const char* name;
   Call call;
-  void (*run)();
+  void (*run)(CHistoryData&);
 };
 
-void PrintTo(const Operation& operation, std::ostream* out) {
-  *out << operation.name;
+void SaveNothing(CHistoryData& ledger) {
+  const std::vector<History_Data_Para> rows;
+  ledger.SaveHistoryData(&rows);
 }
 
 class LedgerOperation : public SharedLedger, public ::testing::WithParamInterface<Operation> {};
@@ -126,39 +130,32 @@ TEST_P(LedgerOperation, KeepsOthersOutUntilItsEnd) {
     waited = other.wait_for(kAMoment) == std::future_status::timeout;
   });
 
-  GetParam().run();
+  GetParam().run(Ledger());
 
   EXPECT_TRUE(waited);
   EXPECT_EQ(other.wait_for(kPatience), std::future_status::ready);
 }
 
-CHistoryData& TheLedger() {
-  return GetCHistoryDataInstance();
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Operations, LedgerOperation,
     ::testing::Values(
-        Operation{"Look", Call::kSqlitePrepare, [] { TheLedger().IsTableExists("a"); }},
-        Operation{"PendingTable", Call::kSqliteExec, [] { TheLedger().CreateTable(); }},
-        Operation{"RecallTable", Call::kSqliteExec, [] { TheLedger().CreateRecallTable(); }},
-        Operation{"Saving", Call::kSqliteExec,
-                  [] {
-                    const std::vector<History_Data_Para> rows;
-                    TheLedger().SaveHistoryData(&rows);
-                  }},
+        Operation{"Look", Call::kSqlitePrepare, [](auto& ledger) { ledger.IsTableExists("a"); }},
+        Operation{"PendingTable", Call::kSqliteExec, [](auto& ledger) { ledger.CreateTable(); }},
+        Operation{"RecallTable", Call::kSqliteExec,
+                  [](auto& ledger) { ledger.CreateRecallTable(); }},
+        Operation{"Saving", Call::kSqliteExec, SaveNothing},
         Operation{"Reading", Call::kSqlitePrepare,
-                  [] {
+                  [](auto& ledger) {
                     std::vector<History_Data_Para> rows;
-                    TheLedger().GetHistoryData(&rows);
+                    ledger.GetHistoryData(&rows);
                   }},
-        Operation{"Marking", Call::kSqliteExec, [] { TheLedger().UpdateHistoryData("a"); }},
-        Operation{"Recall", Call::kSqliteExec, [] { TheLedger().SaveRecallData("R"); }},
+        Operation{"Marking", Call::kSqliteExec,
+                  [](auto& ledger) { ledger.UpdateHistoryData("a"); }},
+        Operation{"Recall", Call::kSqliteExec, [](auto& ledger) { ledger.SaveRecallData("R"); }},
         Operation{"Repair", Call::kUnlink,
-                  [] {
+                  [](auto& ledger) {
                     test::WriteFile(paths::kLedger, "nonsense");
-                    const std::vector<History_Data_Para> rows;
-                    TheLedger().SaveHistoryData(&rows);
+                    SaveNothing(ledger);
                     pthread_join(test::LatestThread().id, nullptr);
                   }}),
     [](const auto& test) { return test.param.name; });

@@ -57,10 +57,6 @@ struct Look {
   std::int32_t result;
 };
 
-void PrintTo(const Look& look, std::ostream* out) {
-  *out << look.name;
-}
-
 class TableLook : public test::LedgerTest, public ::testing::WithParamInterface<Look> {};
 
 TEST_P(TableLook, FindsATableOrFails) {
