@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "historydata/demandhistory.h"
+#include "datasource/demandhistory.h"
 #include "packtest.h"
 #include "support/faults.h"
 
