@@ -8,10 +8,16 @@
 
 namespace cloud {
 
+// What a sound request must have.
+struct Expectations {
+  const std::string& serialNumber;  // in each document; empty: any
+  bool headers;                     // the HTTP version and the gateway's headers
+};
+
 // Checks `exchange->request` from the outside in: HTTP version, the gateway's headers, the length;
-// for an upload the form, the file name and the archive; then the document and its serial number
-// (an empty `serialNumber` allows any). Fills the exchange up to the first thing that is wrong, and
-// puts that into `exchange->fault`. The fault is empty when the request is sound.
-void CheckRequest(const EndpointFacts& facts, const std::string& serialNumber, Exchange* exchange);
+// for an upload the form, the file name and the archive; then the document and its serial number.
+// Fills the exchange up to the first thing that is wrong, and puts that into `exchange->fault`. The
+// fault is empty when the request is sound.
+void CheckRequest(const EndpointFacts& facts, const Expectations& expected, Exchange* exchange);
 
 }  // namespace cloud

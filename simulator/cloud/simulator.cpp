@@ -157,7 +157,7 @@ Answer Simulator::Respond(const Request& request, const std::string& address) {
 
 void Simulator::RespondAt(const EndpointFacts& facts, Exchange* exchange) {
   exchange->endpoint = facts.endpoint;
-  CheckRequest(facts, m_settings.serialNumber, exchange);
+  CheckRequest(facts, {m_settings.serialNumber, m_settings.checksHeaders}, exchange);
   CheckOrder(exchange);
   const Behaviour behaviour = m_script.Next(facts.endpoint);
   const bool normal = AnswersNormally(behaviour);

@@ -29,6 +29,7 @@ struct Settings {
   std::string secondAddress{};        // listens there too, on the same port; empty: nowhere
   std::string prefix{};               // the gateway's "Dir": empty, or like "/cloud"
   std::string serialNumber{};         // expected of every document; empty: any
+  bool checksHeaders = true;          // false: any HTTP version and any headers are sound
   std::string uploadFolder{};         // where uploads are kept; empty: nowhere
   std::ostream* lines = nullptr;      // gets "listening on …", then a line for each exchange
   // What endpoints are told to do from the start, see Simulator::Script.

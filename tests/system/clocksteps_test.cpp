@@ -182,7 +182,7 @@ class Life {
     }
   }
 
-  cloud::Simulator m_cloud{{.serialNumber = test::kSerialNumber}};
+  cloud::Simulator m_cloud{{.serialNumber = test::kSerialNumber, .checksHeaders = false}};
   Segment m_segment{test::ExampleValues()};
   std::optional<test::ServiceProcess> m_service;
   std::time_t m_wall;

@@ -141,7 +141,7 @@ TEST_F(Day, CatchesUpAfterHoursWithoutACloud) {
   test::ServiceProcess service(At(0, 0));
   RunCycles(service, 0, kCycles / 2);
   EXPECT_EQ(test::CountResults(0), kCycles / 2);
-  cloud.emplace(cloud::Settings{.port = port});
+  cloud.emplace(cloud::Settings{.port = port, .checksHeaders = false});
 
   RunCycles(service, kCycles / 2, kCycles);
 
