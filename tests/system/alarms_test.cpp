@@ -14,15 +14,10 @@ using test::LedgerRow;
 
 // The service starts at 12:03:10. The alarm worker wakes at 12:03:30 and every 30 s from then on,
 // the upload worker at 12:04:00 and every minute.
-class AlarmRoad : public test::ConnectedTest {
- protected:
-  void SetUp() override {
-    ConnectedTest::SetUp();
-    test::WriteExamplePlant();
-  }
-};
+using AlarmRoad = test::ConnectedTest;
 
 TEST_F(AlarmRoad, BringsAnEventToTheCloudOnce) {
+  test::WriteExamplePlant();
   constexpr char kName[] = "alarmdata/7/T20240307120330.tar.gz";
   EventWriter().Append({{.time = At(12, 2, 59),
                          .dataId = 0x01030001,
@@ -49,29 +44,6 @@ TEST_F(AlarmRoad, BringsAnEventToTheCloudOnce) {
             R"("alarmTime":"2024-03-07 12:02:59","alarmType":"10000","alarmGrade":"000A","flag":2,)"
             R"~("alarmDes":"Discharge pressure(阀值:30.000)","alarmValues":[{"pointId":"0001",)~"
             R"("values":[{"timeMark":"2024-03-07 12:02:59","value":"31.250"}]}]}]})");
-}
-
-TEST_F(AlarmRoad, KeepsTheOrderOfABurst) {
-  const auto events = test::AlarmEvents(At(12, 0), 41);
-  EventWriter().Append(events);
-  test::ServiceProcess service(At(12, 3, 10));
-
-  service.RunUntil(At(12, 4, 30));
-
-  EXPECT_EQ(test::SentAlarmTimes(m_cloud), test::TimesOf(events));
-}
-
-TEST_F(AlarmRoad, TakesBothMonthsAroundMidnightOfTheFirst) {
-  const std::time_t midnight = On(2024, 4, 1);
-  test::ServiceProcess service(midnight - 50);
-  const auto events = test::AlarmEvents(midnight - 2, 4);
-  EventWriter().Append(events);
-
-  service.RunUntil(midnight + 90);
-
-  EXPECT_EQ(test::SentAlarmTimes(m_cloud), test::TimesOf(events));
-  EXPECT_EQ(test::TakenFlags(midnight - 1), (std::vector<int>{1, 1}));
-  EXPECT_EQ(test::TakenFlags(midnight), (std::vector<int>{1, 1}));
 }
 
 }  // namespace

@@ -16,19 +16,10 @@
 #include "system/support/troubles.h"
 #include "util/paths.h"
 
+namespace test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::Begin;
-using test::DamagePage;
-using test::Fill;
-using test::Lock;
-using test::Once;
-using test::OtherTar;
-using test::ReadOnly;
-using test::Replace;
-using test::Run;
-using test::Trouble;
 
 constexpr char kDay[] = "/media/mmcblk0p1/Cloud/JsonFiles/realdata/7";
 constexpr char kEvents[] = "/media/mmcblk0p1/202403_event.db";
@@ -53,13 +44,13 @@ struct Row {
 
 // One file waits from the day before. The service starts at 12:04:30, packs at 12:05:00, 12:10:00
 // and 12:15:00, and uploads every 90 s from 12:06:00 on. Every trouble is over by 12:12:00.
-class Card : public test::ConnectedTest {
+class Card : public ConnectedTest {
  protected:
   void SetUp() override {
     ConnectedTest::SetUp();
-    test::SystemFile(m_cloud.Port(), {.upload = 90, .recall = 60}).Write();
-    m_waiting = test::PackDataFile(At(11, 55) - 86400);
-    test::WriteLedger({{m_waiting}});
+    SystemFile(m_cloud.Port(), {.upload = 90, .recall = 60}).Write();
+    m_waiting = PackDataFile(At(11, 55) - 86400);
+    WriteLedger({{m_waiting}});
   }
 
   // Lives through the trouble and the first round of uploads after it.
@@ -86,16 +77,16 @@ class Card : public test::ConnectedTest {
       const std::vector<std::string> names{fs::path(m_waiting).filename(), "S20240307120500.tar.gz",
                                            "S20240307121000.tar.gz", "S20240307121500.tar.gz"};
       const auto at = std::ranges::find(names, upload.fileName) - names.begin();
-      signs += upload.document == test::EmptyDocument() ? "0123?"[at] : '!';
+      signs += upload.document == EmptyDocument() ? "0123?"[at] : '!';
     }
     std::ranges::sort(signs);
     return signs;
   }
 
-  test::ExchangeableTar m_tar;
-  Segment m_segment{test::ExampleValues()};
+  ExchangeableTar m_tar;
+  Segment m_segment{ExampleValues()};
   std::string m_waiting;
-  std::optional<test::ServiceProcess> m_service;
+  std::optional<ServiceProcess> m_service;
 };
 
 void PrintTo(const Row& row, std::ostream* out) {
@@ -108,8 +99,8 @@ TEST_P(CardTrouble, LosesOnlyWhatItMust) {
   Live(GetParam());
 
   EXPECT_EQ(Delivered(), GetParam().delivered);
-  EXPECT_EQ(test::CountResults(0), 0);
-  EXPECT_EQ(test::CountResults(1), static_cast<int>(Delivered().size()));
+  EXPECT_EQ(CountResults(0), 0);
+  EXPECT_EQ(CountResults(1), static_cast<int>(Delivered().size()));
 }
 
 // Another program's lock on the ledger: nothing is lost and nothing is sent twice.
@@ -134,11 +125,12 @@ INSTANTIATE_TEST_SUITE_P(LedgerLocked, CardTrouble, ::testing::ValuesIn(LedgerLo
 // If the rows cannot be read, the tree is lost with what waits in it and the file of that cycle.
 INSTANTIATE_TEST_SUITE_P(
     LedgerDamaged, CardTrouble,
-    ::testing::Values(
-        Row{"Foreign", Once([] { test::WriteFile(paths::kLedger, "the shopping list\n"); }), "23"},
-        Row{"Truncated", Once([] { fs::resize_file(paths::kLedger, kPage); }), "23"},
-        Row{"NoTable", Run(paths::kLedger, "drop table tJsonFileNames"), "23"},
-        Row{"TablePage", DamagePage("table"), "23"}, Row{"IndexPage", DamagePage("index"), "0123"}),
+    ::testing::Values(Row{"Foreign", Once([] { WriteFile(paths::kLedger, "the shopping list\n"); }),
+                          "23"},
+                      Row{"Truncated", Once([] { fs::resize_file(paths::kLedger, kPage); }), "23"},
+                      Row{"NoTable", Run(paths::kLedger, "drop table tJsonFileNames"), "23"},
+                      Row{"TablePage", DamagePage("table"), "23"},
+                      Row{"IndexPage", DamagePage("index"), "0123"}),
     kName);
 
 INSTANTIATE_TEST_SUITE_P(
@@ -189,7 +181,7 @@ TEST_P(ReadOnlyCard, LosesOnlyTheCycleUnderWay) {
   Live(GetParam());
 
   EXPECT_EQ(Delivered(), GetParam().delivered);
-  EXPECT_EQ(test::CountResults(0), 0);
+  EXPECT_EQ(CountResults(0), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -208,7 +200,7 @@ TEST_F(Card, ReceivesFilesAgainOnceAHangingTarIsKilled) {
   std::string pid;
   while (pid.find('\n') == std::string::npos) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    pid = test::ReadFile(kHangingTar);
+    pid = ReadFile(kHangingTar);
   }
   trouble.reset();
   kill(std::stoi(pid), SIGKILL);
@@ -222,14 +214,14 @@ TEST_F(Card, ReceivesFilesAgainOnceAHangingTarIsKilled) {
 class EventTrouble : public Card, public ::testing::WithParamInterface<Row> {};
 
 TEST_P(EventTrouble, LosesNoEvent) {
-  EventWriter().Append(test::AlarmEvents(At(12, 3), 1));
+  EventWriter().Append(AlarmEvents(At(12, 3), 1));
 
   Live(GetParam());
 
-  const std::size_t arrived = test::SentAlarmTimes(m_cloud).size();
+  const std::size_t arrived = SentAlarmTimes(m_cloud).size();
   EXPECT_TRUE(arrived == 1 || (arrived > 1 && GetParam().delivered == "1+")) << arrived;
-  EXPECT_EQ(test::TakenFlags(At(12, 3)), std::vector<int>{1});
-  EXPECT_EQ(test::CountResults(0), 0);
+  EXPECT_EQ(TakenFlags(At(12, 3)), std::vector<int>{1});
+  EXPECT_EQ(CountResults(0), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Database, EventTrouble,
@@ -248,3 +240,4 @@ INSTANTIATE_TEST_SUITE_P(Card, EventTrouble,
                          kName);
 
 }  // namespace
+}  // namespace test

@@ -8,25 +8,15 @@
 
 #include "system/support/hostileserver.h"
 #include "system/support/ledger.h"
-#include "system/support/misdeeds.h"
 #include "system/support/systemtest.h"
 
+namespace test {
 namespace {
 
-using test::Answers;
-using test::Floods;
-using test::Misdeed;
-using test::Resets;
-using test::Says;
-using test::SaysAndStalls;
-using test::SaysApart;
-using test::Stalls;
-
 constexpr long kMostKib = 40L << 10;
-constexpr std::size_t kMebibyte = 1U << 20;
+constexpr std::size_t kMuch = 64U << 20;  // more than the service may need
 const std::string kHead = "HTTP/1.1 200 OK\r\n";
 const std::string kNoLength = kHead + "\r\n";
-const std::string kSound = kHead + "Content-Length: #\r\n\r\n@";
 const std::string kChunked = kHead + "Transfer-Encoding: chunked\r\n\r\n";
 const std::string kLast = "~\r\n@\r\n0\r\n";
 
@@ -40,14 +30,14 @@ void PrintTo(const Row& row, std::ostream* out) {
 }
 
 // An alarm file is pending. By 12:27 the service has checked its address twice and uploaded often.
-class HostileCloud : public test::SystemTest {
+class HostileCloud : public SystemTest {
  protected:
   void SetUp() override {
     SystemTest::SetUp();
-    test::WriteEmptyPlant();
-    const std::string alarms = test::AlarmDataName(At(9, 0));
-    test::WriteFile(test::DataFilePath(alarms), "the alarms");
-    test::WriteLedger({{alarms, test::kAlarmDataType}});
+    WriteEmptyPlant();
+    const std::string alarms = AlarmDataName(At(9, 0));
+    WriteFile(DataFilePath(alarms), "the alarms");
+    WriteLedger({{alarms, kAlarmDataType}});
   }
 };
 
@@ -59,16 +49,16 @@ bool IsPlainBuild() {
 }
 
 TEST_P(Misbehaviour, CostsNoMoreThanTheExchange) {
-  test::HostileServer server(GetParam().misdeed);
-  test::SystemFile(server.Port(), {.recall = 60}).Write();
-  const Segment segment(test::ExampleValues());
-  test::ServiceProcess service(At(11, 58, 50));
+  HostileServer server(GetParam().misdeed);
+  SystemFile(server.Port(), {.recall = 60}).Write();
+  const Segment segment(ExampleValues());
+  ServiceProcess service(At(11, 58, 50));
 
   service.RunUntil(At(12, 27));
 
   EXPECT_EQ(server.Met(), 6U);
   EXPECT_TRUE(server.IsFollowed());
-  EXPECT_EQ(test::CountResults(0), 0);
+  EXPECT_EQ(CountResults(0), 0);
   if (IsPlainBuild()) {
     EXPECT_LT(service.PeakKib(), kMostKib);
     std::cout << "peak " << service.PeakKib() << " KiB\n";
@@ -89,86 +79,48 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"Closed", Says("")}, Row{"ClosedInTheHeaders", Says(kHead + "Content-Le")},
         Row{"ClosedInTheBody", Says(kHead + "Content-Length: 500\r\n\r\n{\"status\":0")},
         Row{"Reset", Resets("")}, Row{"ResetInTheBody", Resets(kNoLength + "{\"status\":0")},
-        Row{"Silent", Stalls("")}, Row{"AByteASecond", Stalls(kHead + Repeated("x", 200))},
-        Row{"SilentInTheBody", SaysAndStalls(kNoLength + "{\"status\":0")}),
+        Row{"Silent", Stalls("")}, Row{"AByteASecond", Stalls("", kHead + Repeated("x", 200))},
+        Row{"SilentInTheBody", Stalls(kNoLength + "{\"status\":0")}),
     kName);
 
 INSTANTIATE_TEST_SUITE_P(
     Http, Misbehaviour,
-    ::testing::Values(
-        Row{"NoHttp", Says("SSH-2.0-OpenSSH_9.2\r\n")},
-        Row{"Continued", Says("HTTP/1.1 100 Continue\r\n\r\n" + kSound)},
-        Row{"NoContent", Says("HTTP/1.1 204 No Content\r\n\r\n")},
-        Row{"HttpRedirect", Says("HTTP/1.1 302 Found\r\nLocation: http://127.0.0.1:1/\r\n\r\n")},
-        Row{"NotFoundWithASoundBody", Says("HTTP/1.1 404 Not Found\r\n\r\n@")},
-        Row{"LengthTooLarge", Says(kHead + "Content-Length: 500\r\n\r\n@")},
-        Row{"LengthTooSmall", Says(kHead + "Content-Length: 10\r\n\r\n@")},
-        Row{"Trailers", Says(kChunked + kLast + "Sum: 1\r\n\r\n")},
-        Row{"HeadersWithoutEnd", Floods(kHead, "X-Filler: 0123456789\r\n", 100 * kMebibyte)},
-        Row{"AHeaderWithoutEnd", Floods(kHead, "x", 100 * kMebibyte)},
-        Row{"TrailersWithoutEnd",
-            Floods(kChunked + "1\r\n \r\n0\r\n", "X-Filler: 0123456789\r\n", 40 * kMebibyte)},
-        Row{"Gzip", Says(kHead + "Content-Encoding: gzip\r\n\r\n\x1f\x8b\x08\x10\x03\x01")}),
+    ::testing::Values(Row{"NoHttp", Says("SSH-2.0-OpenSSH_9.2\r\n")},
+                      Row{"NoContent", Says("HTTP/1.1 204 No Content\r\n\r\n")},
+                      Row{"NotFoundWithASoundBody", Says("HTTP/1.1 404 Not Found\r\n\r\n@")},
+                      Row{"LengthTooSmall", Says(kHead + "Content-Length: 10\r\n\r\n@")},
+                      Row{"AHeaderWithoutEnd", Floods(kHead, "x", kMuch)},
+                      Row{"Gzip",
+                          Says(kHead + "Content-Encoding: gzip\r\n\r\n\x1f\x8b\x08\x10\x03\x01")}),
     kName);
 
 INSTANTIATE_TEST_SUITE_P(
     Body, Misbehaviour,
     ::testing::Values(
-        Row{"HeadAndBodyApart", SaysApart({kNoLength, "@"})},
-        Row{"TwoPieces", SaysApart({kNoLength + " ", "@"})},
         Row{"TwoThousandPieces", Says(kChunked + Repeated("1\r\n \r\n", 2000) + kLast + "\r\n")},
-        Row{"HundredMebibytes", Floods(kNoLength, "x", 100 * kMebibyte)},
-        Row{"HundredMebibytesOfBlanks", Floods(kNoLength, " ", 100 * kMebibyte)},
-        Row{"Html", Answers("<html>status</html>")},
+        Row{"Much", Floods(kNoLength, "x", kMuch)}, Row{"Html", Answers("<html>status</html>")},
         Row{"WrongTypes", Answers(R"({"status":{},"message":{},"data":{}})")},
         Row{"NestedDeeply", Answers(R"({"message":"","status":)" + Repeated("[", 100000) +
                                     Repeated("]", 100000) + "}")}),
     kName);
 
 TEST_F(HostileCloud, HoldsUpNoPackingByItsSilence) {
-  test::HostileServer server(Stalls(""));
-  test::SystemFile(server.Port()).Write();
-  const Segment segment(test::ExampleValues());
-  test::ServiceProcess service(At(11, 58, 50));
+  HostileServer server(Stalls(""));
+  SystemFile(server.Port()).Write();
+  const Segment segment(ExampleValues());
+  ServiceProcess service(At(11, 58, 50));
 
   service.RunUntil(At(12, 6));
 
-  EXPECT_TRUE(test::Exists(test::DataFilePath(test::RealDataName(At(12, 0)))));
-  EXPECT_TRUE(test::Exists(test::DataFilePath(test::RealDataName(At(12, 5)))));
+  EXPECT_TRUE(Exists(DataFilePath(RealDataName(At(12, 0)))));
+  EXPECT_TRUE(Exists(DataFilePath(RealDataName(At(12, 5)))));
 }
 
-struct Nowhere {
-  const char* name;
-  const char* host;
-};
-
-class UnreachableCloud : public test::ConnectedTest,
-                         public ::testing::WithParamInterface<Nowhere> {};
-
-TEST_P(UnreachableCloud, LeavesTheRowPendingUntilTheRedirectIsTakenBack) {
-  m_cloud.Redirect(GetParam().host);
-  test::ServiceProcess service(At(11, 59, 30));
-  service.RunUntil(At(12, 0, 30));  // the redirect is there
-  test::WriteLedger({{test::PackDataFile(At(11, 0))}});
-  service.RunUntil(At(12, 2, 30));
-  EXPECT_EQ(test::CountResults(0), 1);
-  m_cloud.Redirect("127.0.0.1");
-
-  service.RunUntil(At(12, 11, 30));
-
-  EXPECT_EQ(test::CountResults(1), 1);
-}
-
-INSTANTIATE_TEST_SUITE_P(HostileCloud, UnreachableCloud,
-                         ::testing::Values(Nowhere{"Refused", "127.0.0.3"},
-                                           Nowhere{"Unresolvable", "nowhere.invalid"}),
-                         kName);
-
-using BrokenPipe = test::ConnectedTest;
+using BrokenPipe = ConnectedTest;
 
 TEST_F(BrokenPipe, DoesNotEndTheService) {
-  const Segment segment(test::ExampleValues());
-  test::ServiceProcess service(At(12, 0));
+  const Segment segment(ExampleValues());
+  ServiceProcess service(At(12, 0));
   ASSERT_EQ(kill(service.Pid(), SIGPIPE), 0);
 
   service.RunUntil(At(12, 6, 30));
@@ -178,3 +130,4 @@ TEST_F(BrokenPipe, DoesNotEndTheService) {
 }
 
 }  // namespace
+}  // namespace test

@@ -5,13 +5,12 @@
 #include <functional>
 #include <sstream>
 #include <string>
-#include <tuple>
 #include <vector>
 
-#include "support/rawserver.h"
 #include "system/support/ledger.h"
 #include "system/support/systemtest.h"
 #include "util/paths.h"
+#include "util/text.h"
 
 namespace {
 
@@ -24,8 +23,8 @@ constexpr char kPipe[] = "/tmp/never-written";  // its reader waits for ever
 std::string Bomb() {
   std::string text = "<!DOCTYPE r [<!ENTITY e0 \"lol\">";
   for (int level = 1; level < 10; ++level) {
-    text += "<!ENTITY e" + std::to_string(level) + " \"";
-    for (int i = 0; i < 10; ++i) text += "&e" + std::to_string(level - 1) + ";";
+    text += util::Format("<!ENTITY e%d \"", level);
+    for (int i = 0; i < 10; ++i) text += util::Format("&e%d;", level - 1);
     text += "\">";
   }
   return text + "]><r>&e9;</r>";
@@ -54,7 +53,8 @@ const std::vector<Harm> kHarms = {
             std::string("<!DOCTYPE r [<!ENTITY x SYSTEM \"file://") + kPipe + "\">]><r>&x;</r>"),
 };
 
-class HostileConfiguration : public test::ConnectedTest {
+class HostileConfiguration : public test::ConnectedTest,
+                             public ::testing::WithParamInterface<Harm> {
  protected:
   void SetUp() override {
     ConnectedTest::SetUp();
@@ -71,36 +71,22 @@ class HostileConfiguration : public test::ConnectedTest {
   }
 };
 
-class UnusableFile : public HostileConfiguration,
-                     public ::testing::WithParamInterface<std::tuple<const char*, Harm>> {};
+TEST_P(HostileConfiguration, EndsTheStartAndIsNamedOnce) {
+  for (const auto* path : {paths::kSystemFile, paths::kIdentityFile, paths::kChannelTemplate}) {
+    SCOPED_TRACE(path);
+    SetUp();
+    GetParam().write(path);
+    test::ServiceProcess service(At(12, 0));
+    const long peak = service.PeakKib();
 
-TEST_P(UnusableFile, EndsTheStartAndIsNamedOnce) {
-  const auto& [path, harm] = GetParam();
-  harm.write(path);
-  test::ServiceProcess service(At(12, 0));
-  const long peak = service.PeakKib();
+    EXPECT_EQ(service.RunToItsEnd(At(12, 1)), 255);
 
-  EXPECT_EQ(service.RunToItsEnd(At(12, 1)), 255);
-
-  EXPECT_EQ(LinesAbout(path, service.Output()), 1);
-  EXPECT_LT(peak, kMostKib);
+    EXPECT_EQ(LinesAbout(path, service.Output()), 1);
+    EXPECT_LT(peak, kMostKib);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(HostileConfiguration, UnusableFile,
-                         ::testing::Combine(::testing::Values(paths::kSystemFile,
-                                                              paths::kIdentityFile,
-                                                              paths::kChannelTemplate),
-                                            ::testing::ValuesIn(kHarms)),
-                         [](const auto& row) {
-                           std::string file = fs::path(std::get<0>(row.param)).stem();
-                           std::erase(file, '-');
-                           return file + std::get<1>(row.param).name;
-                         });
-
-class UnusableDefinition : public HostileConfiguration,
-                           public ::testing::WithParamInterface<Harm> {};
-
-TEST_P(UnusableDefinition, CostsOnlyItsDevice) {
+TEST_P(HostileConfiguration, CostsOnlyItsDeviceInADefinitionFile) {
   test::WriteExamplePlant();
   const std::string path = test::DeviceFile("meter").Path();
   GetParam().write(path);
@@ -114,22 +100,7 @@ TEST_P(UnusableDefinition, CostsOnlyItsDevice) {
   EXPECT_LT(service.PeakKib(), kMostKib);
 }
 
-INSTANTIATE_TEST_SUITE_P(HostileConfiguration, UnusableDefinition, ::testing::ValuesIn(kHarms),
+INSTANTIATE_TEST_SUITE_P(Harms, HostileConfiguration, ::testing::ValuesIn(kHarms),
                          [](const auto& row) { return row.param.name; });
-
-TEST_F(HostileConfiguration, ContactsNoServerThatAFileNames) {
-  const test::RawServer named;
-  std::string system = test::SystemFile(m_cloud.Port()).Text();
-  system.insert(system.find("<sysConfig"),
-                "<!DOCTYPE sysConfig SYSTEM \"" + named.Url("/system.dtd") + "\">");
-  test::WriteFile(paths::kSystemFile, system);
-  test::WriteFile(paths::kIdentityFile, "<!DOCTYPE snConfig [<!ENTITY x SYSTEM \"" +
-                                            named.Url("/entity") + "\">]><snConfig>&x;</snConfig>");
-  test::ServiceProcess service(At(12, 0));
-
-  EXPECT_EQ(service.RunToItsEnd(At(12, 1)), 255);  // for the identity file
-
-  EXPECT_TRUE(named.Requests().empty());
-}
 
 }  // namespace

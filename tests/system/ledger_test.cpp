@@ -59,15 +59,4 @@ TEST_F(Ledger, MovesItsTreeAsideWhenItIsDamaged) {
   EXPECT_TRUE(test::List(paths::kLedgerDirectory).empty());
 }
 
-TEST_F(Ledger, WorksAgainInTheNextCycleAlsoBesideAnEarlierLostTree) {
-  test::WriteFile(paths::kLedger, "the shopping list\n");
-  test::WriteFile(paths::kLostTree + std::string("/deep/inside/file"), "lost before");
-  test::ServiceProcess service(At(12, 4, 30));
-
-  service.RunUntil(At(12, 10, 20));
-
-  EXPECT_FALSE(test::Exists(paths::kLostTree));
-  EXPECT_EQ(test::ReadLedger(), (std::vector<LedgerRow>{{test::RealDataName(At(12, 10))}}));
-}
-
 }  // namespace

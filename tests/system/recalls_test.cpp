@@ -3,7 +3,6 @@
 
 #include <ctime>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "acquisition/historywriter.h"
@@ -24,8 +23,6 @@ using ::testing::SizeIs;
 constexpr std::uint32_t kPressure = 0x01030001;
 constexpr std::uint32_t kEnergy = 0x01040207;
 
-using Series = std::vector<std::pair<std::string, std::string>>;  // time mark, value
-
 // The service starts at 12:03:10 and asks for orders at once, then 120 s after the end of each
 // turn. Packing an answer takes a second.
 class RecallRoad : public test::ConnectedTest {
@@ -45,25 +42,20 @@ class RecallRoad : public test::ConnectedTest {
         .pointId = pointId, .beginTime = "2024-03-07 10:00:00", .endTime = "2024-03-07 10:30:00"};
   }
 
-  // The values of a point in the history, as an answer shows them.
-  static Series Stored(std::uint32_t dataId, std::time_t first, std::time_t last) {
-    Series series;
+  // The point's values from 10:00 to 10:30, as an answer shows them.
+  static std::vector<cloud::TimedValue> HistoryOf(std::uint32_t dataId) {
+    std::vector<cloud::TimedValue> values;
     const auto rows = HistoryWriter().Rows(dataId);
     for (const auto& row : rows.value()) {
-      if (row.unixTime < first || row.unixTime > last) continue;
-      series.emplace_back(util::TimeMark(*util::LocalTime(row.unixTime)),
-                          util::Format("%.3lf", row.triggerValue));
+      if (row.unixTime < At(10, 0) || row.unixTime > At(10, 30)) continue;
+      values.push_back({util::TimeMark(*util::LocalTime(row.unixTime)),
+                        util::Format("%.3lf", row.triggerValue)});
     }
-    return series;
-  }
-  static Series Sent(const cloud::RecalledPoint& point) {
-    Series series;
-    for (const auto& value : point.values) series.emplace_back(value.timeMark, value.value);
-    return series;
+    return values;
   }
 };
 
-TEST_F(RecallRoad, AnswersWithTheValuesOfTheHistory) {
+TEST_F(RecallRoad, AnswersWithTheValuesOfTheHistoryAndKeepsTheArchive) {
   test::WriteLedger({});
   test::ServiceProcess service(At(12, 3, 10));
 
@@ -76,18 +68,10 @@ TEST_F(RecallRoad, AnswersWithTheValuesOfTheHistory) {
   const auto& points = answers[0].recall->points;
   ASSERT_THAT(points, SizeIs(2));
   EXPECT_THAT(points[0].values, SizeIs(31));
-  EXPECT_EQ(Sent(points[0]), Stored(kPressure, At(10, 0), At(10, 30)));
-  EXPECT_EQ(Sent(points[1]), Stored(kEnergy, At(10, 0), At(10, 30)));
-}
-
-TEST_F(RecallRoad, KeepsTheArchiveOnTheCardAndInTheLedger) {
-  test::WriteLedger({});
-  test::ServiceProcess service(At(12, 3, 10));
-
-  service.RunUntil(At(12, 3, 20));
-
+  EXPECT_EQ(points[0].values, HistoryOf(kPressure));
+  EXPECT_EQ(points[1].values, HistoryOf(kEnergy));
   const std::string path = std::string(paths::kCallData) + "/R20240307120310.tar.gz";
-  EXPECT_EQ(test::ReadFile(path), Exchanges(Endpoint::kCallData).at(0).archive);
+  EXPECT_EQ(test::ReadFile(path), answers[0].archive);
   EXPECT_THAT(test::DatabaseFile(paths::kLedger).Lines("select filename from recallJsonFile"),
               ElementsAre(path));
 }

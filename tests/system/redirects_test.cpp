@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "system/support/ledger.h"
 #include "system/support/systemtest.h"
 
 namespace {
@@ -36,18 +37,24 @@ class Redirect : public test::ConnectedTest {
   Segment m_segment{test::ExampleValues()};
 };
 
-TEST_F(Redirect, MovesUploadsAndRecallChecksFromTheAddressCheckOn) {
+TEST_F(Redirect, MovesUploadsAndRecallChecksFromOneAddressCheckToAnother) {
   m_cloud.Redirect(std::string(kSecondAddress) + ":1");  // the port is not looked at
   test::ServiceProcess service(At(12, 3, 10));
 
   service.RunUntil(At(12, 9, 59));
   EXPECT_THAT(AddressesOf(Endpoint::kRealData), ElementsAre(kConfigured));
   EXPECT_THAT(AddressesOf(Endpoint::kRecallCheck), ElementsAre(kConfigured));
-  service.RunUntil(At(12, 20, 59));
-
+  service.RunUntil(At(12, 25));
+  m_cloud.Redirect("");
+  service.RunUntil(At(12, 45));
   EXPECT_THAT(AddressesOf(Endpoint::kRealData), ElementsAre(kConfigured, kSecondAddress));
   EXPECT_THAT(AddressesOf(Endpoint::kRecallCheck), ElementsAre(kConfigured, kSecondAddress));
   EXPECT_THAT(AddressesOf(Endpoint::kSkipAddress), ElementsAre(kConfigured));
+  m_cloud.Redirect(kConfigured);
+  service.RunUntil(At(13, 5));
+
+  EXPECT_THAT(AddressesOf(Endpoint::kRealData),
+              ElementsAre(kConfigured, kSecondAddress, kConfigured));
 }
 
 TEST_F(Redirect, LeavesTheLoginWhereItWas) {
@@ -61,19 +68,16 @@ TEST_F(Redirect, LeavesTheLoginWhereItWas) {
   EXPECT_THAT(AddressesOf(Endpoint::kRealData), ElementsAre(kSecondAddress));
 }
 
-TEST_F(Redirect, LastsUntilTheNextOne) {
-  m_cloud.Redirect(kSecondAddress);
+TEST_F(Redirect, LeavesFilesPendingWhileItsAddressIsUnreachable) {
+  m_cloud.Redirect("nowhere.invalid");
   test::ServiceProcess service(At(12, 3, 10));
-  service.RunUntil(At(12, 25));
-  m_cloud.Redirect("");
-  service.RunUntil(At(12, 45));
-  EXPECT_THAT(AddressesOf(Endpoint::kRealData), ElementsAre(kConfigured, kSecondAddress));
+
+  service.RunUntil(At(12, 20, 59));
+  EXPECT_EQ(test::CountResults(0), 3);  // of 12:10, 12:15 and 12:20
   m_cloud.Redirect(kConfigured);
+  service.RunUntil(At(12, 33));
 
-  service.RunUntil(At(13, 5));
-
-  EXPECT_THAT(AddressesOf(Endpoint::kRealData),
-              ElementsAre(kConfigured, kSecondAddress, kConfigured));
+  EXPECT_EQ(test::CountResults(0), 0);
 }
 
 }  // namespace

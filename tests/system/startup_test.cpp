@@ -5,16 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "acquisition/eventwriter.h"
 #include "support/logfiles.h"
-#include "system/support/alarms.h"
 #include "system/support/ledger.h"
 #include "system/support/systemtest.h"
 #include "util/paths.h"
 
 namespace {
 
-using cloud::Endpoint;
 using test::LogRecord;
 using ::testing::Contains;
 
@@ -61,38 +58,11 @@ TEST_F(StartUp, StaysUpWithoutWorkersWhenSwitchedOff) {
   EXPECT_TRUE(m_cloud.Exchanges().empty());
 }
 
-TEST_F(StartUp, StartsARecallWorkerOnlyWithARecallInterval) {
+TEST_F(StartUp, PrintsAtOnceWhatIsMissing) {
   {
-    test::ServiceProcess service(At(12, 0, 10));
-    EXPECT_EQ(service.Threads(), kMainAndLogThreads + 4);
+    test::ServiceProcess service(At(12, 0));
+    EXPECT_TRUE(service.Output().ends_with(" is not exist\n"));  // the version file
   }
-  test::SystemFile(m_cloud.Port(), {.recall = 120}).Write();
-  test::ServiceProcess service(At(12, 0, 20));
-  EXPECT_EQ(service.Threads(), kMainAndLogThreads + 5);
-}
-
-TEST_F(StartUp, GivesEachWorkerItsInterval) {
-  test::SystemFile(m_cloud.Port(), {.realData = 120, .alarms = 20, .upload = 30, .recall = 90})
-      .Write();
-  EventWriter().Append(test::AlarmEvents(At(12, 0), 1));
-  test::ServiceProcess service(At(12, 0, 1));
-
-  service.RunUntil(At(12, 0, 40));
-  EXPECT_EQ(Exchanges(Endpoint::kAlarmData).size(), 1U);  // packed at 12:00:20, sent at 12:00:30
-  service.RunUntil(At(12, 10, 50));
-
-  EXPECT_EQ(Exchanges(Endpoint::kRealData).size(), 6U);     // 12:00, 12:02 to 12:10
-  EXPECT_EQ(Exchanges(Endpoint::kRecallCheck).size(), 8U);  // at once and every 90 s
-  EXPECT_EQ(Exchanges(Endpoint::kSkipAddress).size(), 1U);  // at 12:10
-}
-
-TEST_F(StartUp, PrintsEachLineAtOnce) {
-  test::ServiceProcess service(At(12, 0));
-
-  EXPECT_TRUE(service.Output().ends_with(" is not exist\n"));  // the version file
-}
-
-TEST_F(StartUp, PrintsNothingWhenNothingIsMissing) {
   test::WriteFile(paths::kVersionFile, "2.4.1\n");
   test::ServiceProcess service(At(12, 0));
 

@@ -12,6 +12,7 @@
 #include "util/paths.h"
 #include "util/sqlite.h"
 #include "util/text.h"
+#include "util/timetext.h"
 
 namespace test {
 namespace {
@@ -21,11 +22,8 @@ constexpr char kCreate[] =
     "FileType TINYINT DEFAULT 1,Result TINYINT DEFAULT 0)";
 
 std::string Name(const char* folder, char prefix, std::time_t stamp) {
-  std::tm time{};
-  localtime_r(&stamp, &time);
-  char digits[sizeof("YYYYMMDDhhmmss")];
-  std::strftime(digits, sizeof(digits), "%Y%m%d%H%M%S", &time);
-  return util::Format("%s/%d/%c%s.tar.gz", folder, time.tm_mday, prefix, digits);
+  const std::tm time = *util::LocalTime(stamp);
+  return util::Format("%s/%d/%c%s.tar.gz", folder, time.tm_mday, prefix, util::Stamp(time).c_str());
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,7 +13,6 @@
 #include <new>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -83,30 +81,19 @@ pid_t StartService() {
   std::vector<char*> environment;
   for (auto& variable : variables) environment.push_back(variable.data());
   environment.push_back(nullptr);
+  const std::string service = Setting("BRENNIK_SERVICE", BRENNIK_SERVICE);
   std::string name = "brennik";
   char* arguments[] = {name.data(), nullptr};
 
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, kOutputFile,
-                                   O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
-  posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+  const pid_t pid = fork();
+  if (pid != 0) return pid;
+  const int output = open(kOutputFile, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0600);
+  dup2(output, STDOUT_FILENO);
+  dup2(output, STDERR_FILENO);
   // A caller that ignores SIGPIPE would hand that on and hide what the service does about it.
-  sigset_t defaults;
-  sigemptyset(&defaults);
-  sigaddset(&defaults, SIGPIPE);
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-  posix_spawnattr_setsigdefault(&attributes, &defaults);
-  pid_t pid = -1;
-  const std::string service = Setting("BRENNIK_SERVICE", BRENNIK_SERVICE);
-  const int error =
-      posix_spawn(&pid, service.c_str(), &actions, &attributes, arguments, environment.data());
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&actions);
-  if (error != 0) throw std::system_error(error, std::generic_category(), "cannot start brennik");
-  return pid;
+  signal(SIGPIPE, SIG_DFL);
+  execve(service.c_str(), arguments, environment.data());
+  _exit(127);
 }
 
 }  // namespace
