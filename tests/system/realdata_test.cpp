@@ -77,21 +77,6 @@ TEST_F(RealDataRoad, TakesTheValuesAtTheBoundary) {
   EXPECT_NE(text.find("\"99.000\""), std::string::npos) << text;
 }
 
-TEST_F(RealDataRoad, ReplacesTheFileAndKeepsTheRowInASecondRunOfTheCycle) {
-  {
-    test::ServiceProcess service(At(12, 5));
-    service.RunUntil(At(12, 6, 30));
-  }
-  test::WriteFile(test::DataFilePath(kName), "of the first run");
-  test::ServiceProcess service(At(12, 7));
-
-  service.RunUntil(At(12, 9));
-
-  EXPECT_NE(test::ReadFile(test::DataFilePath(kName)), "of the first run");
-  EXPECT_EQ(test::ReadLedger(), (std::vector<LedgerRow>{{kName, test::kRealDataType, 1}}));
-  EXPECT_EQ(m_cloud.AcceptedUploads().size(), 1U);
-}
-
 TEST_F(RealDataRoad, GoesOnOnceTheSegmentIsSound) {
   m_segment.reset();
   test::ServiceProcess service(At(12, 3, 10));

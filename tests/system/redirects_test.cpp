@@ -9,7 +9,6 @@
 
 namespace {
 
-using cloud::Behaviour;
 using cloud::Endpoint;
 using ::testing::ElementsAre;
 
@@ -55,17 +54,6 @@ TEST_F(Redirect, MovesUploadsAndRecallChecksFromOneAddressCheckToAnother) {
 
   EXPECT_THAT(AddressesOf(Endpoint::kRealData),
               ElementsAre(kConfigured, kSecondAddress, kConfigured));
-}
-
-TEST_F(Redirect, LeavesTheLoginWhereItWas) {
-  m_cloud.Redirect(kSecondAddress);
-  m_cloud.Script(Endpoint::kAuthorize, std::vector<Behaviour>(20, Behaviour::Refuse()));
-  test::ServiceProcess service(At(12, 3, 10));
-
-  service.RunUntil(At(12, 30));
-
-  EXPECT_THAT(AddressesOf(Endpoint::kAuthorize), ElementsAre(kConfigured));
-  EXPECT_THAT(AddressesOf(Endpoint::kRealData), ElementsAre(kSecondAddress));
 }
 
 TEST_F(Redirect, LeavesFilesPendingWhileItsAddressIsUnreachable) {
