@@ -69,32 +69,16 @@ std::string RecordRows(const std::vector<HistoryRow>& rows, std::chrono::millise
   });
 }
 
-bool Every(std::int64_t distance, std::int64_t minute) {
-  return distance > 0 && minute / kMinuteSeconds % distance == 0;
-}
-
-void AppendMinute(std::uint32_t dataId, std::int64_t minute, const HistoryFaults& faults,
-                  std::vector<HistoryRow>& rows) {
-  if (Every(faults.gap, minute)) return;
-  HistoryRow row{dataId, minute, SignalValue(dataId, minute)};
-  if (Every(faults.notUploaded, minute)) row.upload = 0;
-  rows.push_back(row);
-  if (Every(faults.duplicate, minute)) rows.push_back(row);
-}
-
 }  // namespace
 
 std::vector<HistoryRow> HistoryRows(const std::vector<std::uint32_t>& dataIds, std::int64_t first,
-                                    std::int64_t last, const HistoryFaults& faults) {
+                                    std::int64_t last) {
   const std::int64_t firstMinute = (first + kMinuteSeconds - 1) / kMinuteSeconds * kMinuteSeconds;
   std::vector<HistoryRow> rows;
   for (std::int64_t minute = firstMinute; minute <= last; minute += kMinuteSeconds) {
-    const std::int64_t before = minute - kOffMinuteSeconds;
     for (const std::uint32_t dataId : dataIds) {
-      if (!Every(faults.offMinute, minute)) break;
-      rows.push_back({dataId, before, SignalValue(dataId, before)});
+      rows.push_back({dataId, minute, SignalValue(dataId, minute)});
     }
-    for (const std::uint32_t dataId : dataIds) AppendMinute(dataId, minute, faults, rows);
   }
   return rows;
 }

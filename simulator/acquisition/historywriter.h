@@ -22,21 +22,10 @@ struct HistoryRow {
   bool operator==(const HistoryRow&) const = default;
 };
 
-// What is wrong with a series of minutes. A member N concerns the minutes whose number since 1970
-// is a multiple of N; 0 means none.
-struct HistoryFaults {
-  std::int64_t gap = 0;          // the minute has no row
-  std::int64_t offMinute = 0;    // there is one more row kOffMinuteSeconds before the minute
-  std::int64_t duplicate = 0;    // the minute's row stands twice
-  std::int64_t notUploaded = 0;  // the minute's row has `upload` 0
-};
-
-inline constexpr std::int64_t kOffMinuteSeconds = 30;
-
 // The rows of the points for every whole minute from Unix time `first` to `last`, both included, in
 // the order of time, with the values of signals.h.
 std::vector<HistoryRow> HistoryRows(const std::vector<std::uint32_t>& dataIds, std::int64_t first,
-                                    std::int64_t last, const HistoryFaults& faults = {});
+                                    std::int64_t last);
 
 // The database, and the name of a point's table in it: "history_0103_tbl".
 std::string HistoryDatabasePath();

@@ -10,11 +10,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <map>
 #include <string>
 #include <vector>
 
-#include "acquisition/plant.h"
 #include "support/configs.h"
 #include "support/files.h"
 #include "util/sqlite.h"
@@ -56,24 +54,6 @@ inline std::vector<std::string> Lines(const std::string& path, const std::string
   util::Statement rows = database.Prepare(query);
   while (rows && rows.NextRow()) lines.emplace_back(rows.Text(0));
   return lines;
-}
-
-// A plant of these points, whose types their identifiers tell.
-inline Plant PlantOf(const std::vector<std::uint32_t>& dataIds) {
-  Plant plant;
-  for (const std::uint32_t dataId : dataIds) {
-    PlantPoint& point = plant.points[dataId];
-    point.dataId = dataId;
-    point.type = TypeOf(dataId).value_or(PointType::kAi);
-  }
-  return plant;
-}
-
-// `count` points of one type on device 0x0103.
-inline std::vector<std::uint32_t> Points(PointType type, std::uint16_t count) {
-  std::vector<std::uint32_t> points;
-  for (std::uint16_t node = 1; node <= count; ++node) points.push_back(DataIdOf(1, 3, type, node));
-  return points;
 }
 
 // Runs inside the sandbox only. Each test starts without configuration, on an empty card, eight

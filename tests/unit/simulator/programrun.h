@@ -11,8 +11,6 @@
 #include <string>
 #include <thread>
 
-#include "support/files.h"
-
 namespace test {
 
 // Returns once `happened` is true; false when that takes longer than ten seconds.
@@ -31,7 +29,7 @@ class ProgramRun {
  public:
   ProgramRun(const std::string& program, const std::string& arguments)
       : m_output(
-            popen(("echo $$; exec " + program + " " + arguments + " 2>" + kErrors).c_str(), "r")),
+            popen(("echo $$; exec " + program + " " + arguments + " 2>/dev/null").c_str(), "r")),
         m_pid(std::atoi(ReadLine().c_str())) {}
   ~ProgramRun() {
     if (m_output != nullptr) End(SIGKILL);
@@ -44,7 +42,6 @@ class ProgramRun {
     std::array<char, 4096> line{};
     return fgets(line.data(), line.size(), m_output) != nullptr ? line.data() : "";
   }
-  static std::string Errors() { return ReadFile(kErrors); }
 
   // Waits for its end; the exit status, or 128 + the signal that ended it.
   int Wait() {
@@ -60,8 +57,6 @@ class ProgramRun {
   }
 
  private:
-  static constexpr char kErrors[] = "/tmp/program-errors";
-
   FILE* m_output;
   pid_t m_pid;
 };
