@@ -7,9 +7,7 @@
 
 #include "ledgertest.h"
 #include "support/faults.h"
-#include "support/files.h"
 #include "support/logs.h"
-#include "util/paths.h"
 
 using test::Call;
 using test::Row;
@@ -27,31 +25,18 @@ constexpr char kSecondRow[] = "realdata/7/S20240307120000.tar.gz|2|0";
 
 class LedgerSaving : public test::LedgerTest {};
 
-TEST_F(LedgerSaving, MakesItsDirectoryAndItsTableOnANewCard) {
-  EXPECT_EQ(Save({Row(kFirst)}), 0);
-
-  EXPECT_THAT(test::List(paths::kCloudTree), ElementsAre("DB"));
-  EXPECT_THAT(test::Tables(), ElementsAre("tJsonFileNames"));
-  EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
-}
-
 // A power cut must not leave a ledger without its table.
-TEST_F(LedgerSaving, BringsANewLedgerToTheCardOnlyWhenItIsWhole) {
+TEST_F(LedgerSaving, BringsANewLedgerToANewCardOnceItIsWhole) {
   bool thereTooEarly = true;
   std::vector<std::string> onTheCard;
   test::AtNextCall(Call::kSqliteExec, [&] { thereTooEarly = test::Exists(paths::kLedger); });
   test::AtNextCall(Call::kFsync, [&] { onTheCard = test::Tables(); });
 
-  Save({});
+  EXPECT_EQ(Save({Row(kFirst)}), 0);
 
   EXPECT_FALSE(thereTooEarly);
   EXPECT_THAT(onTheCard, ElementsAre("tJsonFileNames"));
-}
-
-TEST_F(LedgerSaving, ReplacesANewLedgerThatAPowerCutHasEnded) {
-  test::WriteFile(paths::kNewLedger, "nonsense");
-
-  EXPECT_EQ(Save({Row(kFirst)}), 0);
+  EXPECT_THAT(test::List(paths::kCloudTree), ElementsAre("DB"));
   EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
 }
 
@@ -66,7 +51,7 @@ TEST_F(LedgerSaving, ReplacesNoLedgerThatAppearsMeanwhile) {
 }
 
 // SQLite plays back a journal that it finds beside a database.
-TEST_F(LedgerSaving, RemovesTheJournalOfAnEarlierLedger) {
+TEST_F(LedgerSaving, ReplacesAnUnfinishedLedgerAndRemovesTheJournalOfAnEarlierOne) {
   {
     test::LedgerFile earlier;
     earlier.Run(
@@ -75,60 +60,42 @@ TEST_F(LedgerSaving, RemovesTheJournalOfAnEarlierLedger) {
   }
   std::filesystem::remove(paths::kLedger);
   std::filesystem::rename("/media/mmcblk0p1/journal", paths::kLedgerJournal);
+  test::WriteFile(paths::kNewLedger, "nonsense");
 
   EXPECT_EQ(Save({Row(kFirst)}), 0);
   EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
 }
 
-TEST_F(LedgerSaving, RecordsRowsInTheirOrderAsTheyAre) {
+TEST_F(LedgerSaving, RecordsRowsInTheirOrderAndSkipsNamesThatAreThereOrCannotBe) {
   const std::string longest = std::string(106, 'd') + "20240307120000.tar.gz";
-  test::MakePendingTable();
-
-  EXPECT_EQ(Save({Row(longest), Row(kAlarm, 1, 1), Row(kFirst, -7, 5)}), 0);
-
-  EXPECT_THAT(test::LedgerRows(),
-              ElementsAre(longest + "|2|0", "alarmdata/7/T20240307115900.tar.gz|1|1",
-                          "realdata/7/S20240307115500.tar.gz|-7|5"));
-}
-
-TEST_F(LedgerSaving, SkipsANameThatIsRecordedOrCannotBe) {
   test::MakePendingTable({"'realdata/7/S20240307115500.tar.gz',1,1"});
 
-  EXPECT_EQ(Save({Row(kFirst), Row("realdata/7/S'20240307115800.tar.gz"), Row(kSecond)}), 0);
+  EXPECT_EQ(Save({Row(kFirst), Row(longest), Row("S'20240307115800.tar.gz"), Row(kAlarm, -7, 5)}),
+            0);
 
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307115500.tar.gz|1|1", kSecondRow));
+  EXPECT_THAT(test::LedgerRows(),
+              ElementsAre("realdata/7/S20240307115500.tar.gz|1|1", longest + "|2|0",
+                          "alarmdata/7/T20240307115900.tar.gz|-7|5"));
 }
 
-TEST_F(LedgerSaving, FailsWithoutAList) {
+TEST_F(LedgerSaving, FailsWithoutAListOrWhenItsDirectoryCannotBeMade) {
   EXPECT_EQ(Ledger().SaveHistoryData(nullptr), -1);
   EXPECT_FALSE(test::Exists(paths::kCloudTree));
-}
 
-TEST_F(LedgerSaving, FailsWhenItsDirectoryCannotBeMade) {
   test::WriteFile(paths::kCloudTree, "a file in the way");
-
   EXPECT_EQ(Save({Row(kFirst)}), -1);
   EXPECT_EQ(test::ReadFile(paths::kCloudTree), "a file in the way");
 }
 
-TEST_F(LedgerSaving, KeepsRowsInMemoryWhenTheLedgerCannotBeOpenedOrSetUp) {
+TEST_F(LedgerSaving, KeepsRowsInMemoryWhenTheyCannotBeRecorded) {
   test::MakePendingTable();
 
   test::FailCalls(Call::kSqliteOpen);
   EXPECT_EQ(Save({Row(kSecond)}), -1);
   test::FailCalls(Call::kSqliteExec);  // the setting that makes commits durable
   EXPECT_EQ(Save({}), -1);
-  EXPECT_THAT(test::LedgerRows(), IsEmpty());
-
-  EXPECT_EQ(Save({Row(kFirst)}), 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre(kSecondRow, kFirstRow));
-}
-
-TEST_F(LedgerSaving, KeepsRowsInMemoryWhenTheCommitFails) {
-  test::MakePendingTable();
-  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and the insert pass
-
-  EXPECT_EQ(Save({Row(kSecond)}), 0);
+  test::FailCalls(Call::kSqliteExec, 1, 3);  // the commit: setting, begin and insert pass
+  EXPECT_EQ(Save({}), 0);
   EXPECT_THAT(test::LedgerRows(), IsEmpty());
 
   EXPECT_EQ(Save({Row(kFirst)}), 0);

@@ -1,15 +1,12 @@
 // The ledger's two tables, the look for one, and the door to the demand history.
 #include <gmock/gmock.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "ledgertest.h"
 #include "support/faults.h"
-#include "support/files.h"
 #include "support/historydatabase.h"
-#include "util/paths.h"
 
 using test::Call;
 using ::testing::ElementsAre;
@@ -42,49 +39,32 @@ TEST_F(LedgerTables, KeepTheirRowsWhenMadeAgain) {
   EXPECT_THAT(test::RecallRows(), ElementsAre("5|r"));
 }
 
-TEST_F(LedgerTables, AreNotMadeWithoutADirectory) {
+TEST_F(LedgerTables, AreNotMadeWithoutADirectoryNorByALook) {
   Ledger().CreateTable();
   Ledger().CreateRecallTable();
 
+  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
   EXPECT_FALSE(test::Exists(paths::kCloudTree));
 }
 
-// A ledger with its pending table, what happens to it, and which table is looked for.
-struct Look {
-  const char* name;
-  std::function<void()> prepare;
-  const char* table;
-  std::int32_t result;
-};
-
-class TableLook : public test::LedgerTest, public ::testing::WithParamInterface<Look> {};
-
-TEST_P(TableLook, FindsATableOrFails) {
+TEST_F(LedgerTables, AreFoundByTheirExactNames) {
   test::MakePendingTable();
-  if (GetParam().prepare) GetParam().prepare();
+  test::LedgerFile().Run("create view v as select 1");
 
-  EXPECT_EQ(Ledger().IsTableExists(GetParam().table), GetParam().result);
+  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), 0);
+  EXPECT_EQ(Ledger().IsTableExists(nullptr), 0);
+  for (const char* name : {"recallJsonFile", "TJSONFILENAMES", "tJson'FileNames", "v"}) {
+    EXPECT_EQ(Ledger().IsTableExists(name), -1) << name;
+  }
 }
 
-constexpr char kPending[] = "tJsonFileNames";
-INSTANTIATE_TEST_SUITE_P(
-    Looks, TableLook,
-    ::testing::Values(
-        Look{"Table", {}, kPending, 0}, Look{"NoName", {}, nullptr, 0},
-        Look{"OtherTable", {}, "recallJsonFile", -1}, Look{"OtherCase", {}, "TJSONFILENAMES", -1},
-        Look{"Quote", {}, "tJson'FileNames", -1},
-        Look{"View", [] { test::LedgerFile().Run("create view v as select 1"); }, "v", -1},
-        Look{"NoFile", [] { test::Empty(paths::kCardMount); }, kPending, -1},
-        Look{"NoDatabase", [] { test::WriteFile(paths::kLedger, std::string(4096, 'x')); },
-             kPending, -1},
-        Look{"NotOpened", [] { test::FailCalls(Call::kSqliteOpen); }, kPending, -1},
-        Look{"NotPrepared", [] { test::FailCalls(Call::kSqlitePrepare); }, kPending, -1},
-        Look{"NotRead", [] { test::FailCalls(Call::kSqliteStep, 1, 1); }, kPending, -1}),
-    [](const auto& test) { return test.param.name; });
+TEST_F(LedgerTables, AreNotFoundInALedgerThatCannotBeRead) {
+  test::MakePendingTable();
 
-TEST_F(LedgerTables, AreNotMadeByALook) {
-  EXPECT_EQ(Ledger().IsTableExists(kPending), -1);
-  EXPECT_FALSE(test::Exists(paths::kCloudTree));
+  test::FailCalls(Call::kSqliteOpen);
+  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
+  test::FailCalls(Call::kSqliteStep, 1, 1);
+  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
 }
 
 TEST_F(LedgerTables, StandBesideTheDemandHistory) {
