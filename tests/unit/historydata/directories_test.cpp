@@ -54,24 +54,18 @@ TEST_F(Directories, AreNotMadeWithoutAPathOrBelowAFile) {
   EXPECT_EQ(Make(InTree("a").c_str()), -1);
 }
 
-TEST_F(Directories, AreMadeForEachDayBelowBothFolders) {
-  test::WriteFile(std::string(paths::kRealData) + "/30", "a file in the way of nothing");
-
+TEST_F(Directories, AreMadeForEachDayBelowEitherFolder) {
+  test::WriteFile(paths::kRealData, "a file in the way");
   MakeDayDirectories();
+  EXPECT_THAT(test::List(paths::kAlarmData), SizeIs(31));
 
+  test::Empty(paths::kCardMount);
+  MakeDayDirectories();
   for (const char* root : {paths::kRealData, paths::kAlarmData}) {
     EXPECT_THAT(test::List(root), SizeIs(31));
     EXPECT_TRUE(test::Exists(DayDirectory(root, 1)));
     EXPECT_TRUE(test::Exists(DayDirectory(root, 31)));
   }
-}
-
-TEST_F(Directories, AreMadeForAlarmsWhenThoseForRealDataCannotBe) {
-  test::WriteFile(paths::kRealData, "a file");
-
-  MakeDayDirectories();
-
-  EXPECT_THAT(test::List(paths::kAlarmData), SizeIs(31));
 }
 
 class RemovingATree : public test::GatewayTest {};

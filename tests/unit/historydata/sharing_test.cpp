@@ -139,35 +139,25 @@ INSTANTIATE_TEST_SUITE_P(
                   }}),
     [](const auto& test) { return test.param.name; });
 
-TEST_F(SharedLedger, IsMissedWithoutWaitingForAnOperation) {
-  test::MakePendingTable();
-  std::future<std::int32_t> other;
-  bool returned = false;
-  test::AtNextCall(Call::kSqliteExec, [&] {
-    std::filesystem::remove(paths::kLedger);
-    other = std::async(std::launch::async, [] { return List(); });
-    returned = other.wait_for(kPatience) == std::future_status::ready;
-  });
+TEST_F(SharedLedger, FailsToReadOnceItsFileIsGoneAndMakesNone) {
+  for (const bool atOnce : {true, false}) {  // or while the reading waits for a save
+    SCOPED_TRACE(atOnce);
+    test::MakePendingTable();
+    std::future<std::int32_t> other;
+    bool returned = false;
+    test::AtNextCall(Call::kSqliteExec, [&] {
+      if (atOnce) std::filesystem::remove(paths::kLedger);
+      other = std::async(std::launch::async, [] { return List(); });
+      returned = other.wait_for(atOnce ? kPatience : kAMoment) == std::future_status::ready;
+      std::filesystem::remove(paths::kLedger);
+    });
 
-  Save({});
+    Save({});
 
-  EXPECT_TRUE(returned);
-  EXPECT_EQ(other.get(), -1);
-}
-
-TEST_F(SharedLedger, IsNotMadeByAReadingThatHadToWait) {
-  test::MakePendingTable();
-  std::future<std::int32_t> other;
-  test::AtNextCall(Call::kSqliteExec, [&] {
-    other = std::async(std::launch::async, [] { return List(); });
-    other.wait_for(kAMoment);
-    std::filesystem::remove(paths::kLedger);
-  });
-
-  Save({});
-
-  EXPECT_EQ(other.get(), -1);
-  EXPECT_FALSE(test::Exists(paths::kLedger));
+    EXPECT_EQ(returned, atOnce);
+    EXPECT_EQ(other.get(), -1);
+    EXPECT_FALSE(test::Exists(paths::kLedger));
+  }
 }
 
 }  // namespace
