@@ -3,26 +3,57 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <functional>
+#include <future>
 #include <string>
+#include <thread>
+#include <vector>
 
-#include "alarmtest.h"
 #include "support/clock.h"
 #include "support/eventdatabase.h"
 #include "support/faults.h"
 #include "support/files.h"
+#include "support/gateway.h"
 
 using test::Call;
 using test::EventDatabase;
-using test::Events;
-using test::ValuesOf;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
 namespace {
 
-class AlarmReader : public test::AlarmTest {};
+using Events = std::vector<Alarm_Data_Para>;
+
+constexpr std::chrono::milliseconds kAMoment{50};  // long enough for what need not wait
+
+// The values that raised the events; the tests tell events by them.
+std::vector<double> ValuesOf(const Events& events) {
+  std::vector<double> values;
+  for (const auto& event : events) values.push_back(event.triggervalue);
+  return values;
+}
+
+class AlarmReader : public test::GatewayTest {
+ protected:
+  // One round of the alarm worker.
+  static Events Take() {
+    Events events;
+    EXPECT_EQ(GetCAlarmDataInstance().GetAlarmData(&events), 0U);
+    return events;
+  }
+  // Reads the file of March 2024 for the dates from the 4th to the 7th.
+  static int Read(Events& events) {
+    std::tm from{};
+    from.tm_year = 124;
+    from.tm_mon = 2;
+    from.tm_mday = 4;
+    std::tm to = from;
+    to.tm_mday = 7;
+    return static_cast<int>(GetCAlarmDataInstance().GetDataFromDB(&events, &to, &from, &to));
+  }
+};
 
 TEST_F(AlarmReader, TakesEveryFieldOfARow) {
   EventDatabase(2024, 3).Add({.date = "2024-03-06",
@@ -46,65 +77,34 @@ TEST_F(AlarmReader, TakesEveryFieldOfARow) {
   EXPECT_EQ(events[0].upflag, -2);
 }
 
-TEST_F(AlarmReader, AppendsEventsInTheOrderOfTheirRecording) {
-  EventDatabase(2024, 3).AddAll({{.clock = "11:00:00", .triggerValue = 2},
-                                 {.date = "2024-03-05", .triggerValue = 3},
-                                 {.clock = "10:00:00", .triggerValue = 4}});
+TEST_F(AlarmReader, AppendsEventsMarkedZeroInTheOrderOfTheirRecordingAndMarksThem) {
+  EventDatabase database(2024, 3);
+  database.AddAll({{.clock = "11:00:00", .triggerValue = 2},
+                   {.date = "2024-03-05", .triggerValue = 3},
+                   {.clock = "10:00:00", .triggerValue = 4},
+                   {.upload = 2},
+                   {.upload = -1}});
   Events events(1);
-  events[0].triggervalue = 1;
 
   GetCAlarmDataInstance().GetAlarmData(&events);
 
-  EXPECT_THAT(ValuesOf(events), ElementsAre(1, 2, 3, 4));
-}
-
-TEST_F(AlarmReader, TakesAndMarksAnEventOnce) {
-  EventDatabase database(2024, 3);
-  database.AddAll({{.triggerValue = 1}, {.triggerValue = 2}});
-
-  const Events first = Take();
-  database.Add({.triggerValue = 3});
-  const Events second = Take();
-
-  EXPECT_THAT(ValuesOf(first), ElementsAre(1, 2));
-  EXPECT_THAT(ValuesOf(second), ElementsAre(3));
-  EXPECT_THAT(database.Uploads(), ElementsAre("1", "1", "1"));
-}
-
-TEST_F(AlarmReader, LeavesEventsWithAnyOtherMarkThanZero) {
-  EventDatabase database(2024, 3);
-  database.AddAll({{.upload = 1}, {.upload = 2}, {.upload = -1}});
-
+  EXPECT_THAT(ValuesOf(events), ElementsAre(0, 2, 3, 4));
+  EXPECT_THAT(database.Uploads(), ElementsAre("1", "1", "1", "2", "-1"));
   EXPECT_THAT(Take(), IsEmpty());
-  EXPECT_THAT(database.Uploads(), ElementsAre("1", "2", "-1"));
 }
 
-struct Dated {
-  const char* name;
-  const char* date;
-  const char* clock;
-  bool taken;
-};
-
-class AlarmReaderDates : public AlarmReader, public ::testing::WithParamInterface<Dated> {};
-
-TEST_P(AlarmReaderDates, ReachFromThreeDaysAgoToToday) {
+TEST_F(AlarmReader, ReachesFromThreeDaysAgoToToday) {
   EventDatabase database(2024, 3);
-  database.Add({.date = GetParam().date, .clock = GetParam().clock});
+  database.AddAll({{.date = "2024-03-03", .clock = "23:59:59", .triggerValue = 0},
+                   {.date = "2024-03-04", .clock = "00:00:00", .triggerValue = 1},
+                   {.date = "2024-03-07", .clock = "23:59:59", .triggerValue = 2},  // to come
+                   {.date = "2024-03-08", .clock = "00:00:00", .triggerValue = 0},
+                   {.date = "2023-03-05", .triggerValue = 0},
+                   {.date = "2024-3-5", .triggerValue = 0}});
 
-  EXPECT_THAT(Take(), SizeIs(GetParam().taken ? 1 : 0));
-  EXPECT_THAT(database.Uploads(), ElementsAre(GetParam().taken ? "1" : "0"));
+  EXPECT_THAT(ValuesOf(Take()), ElementsAre(1, 2));
+  EXPECT_THAT(database.Uploads(), ElementsAre("0", "1", "1", "0", "0", "0"));
 }
-
-INSTANTIATE_TEST_SUITE_P(Dates, AlarmReaderDates,
-                         ::testing::Values(Dated{"DayBefore", "2024-03-03", "23:59:59", false},
-                                           Dated{"FirstSecond", "2024-03-04", "00:00:00", true},
-                                           Dated{"LastSecondToCome", "2024-03-07", "23:59:59",
-                                                 true},
-                                           Dated{"DayAfter", "2024-03-08", "00:00:00", false},
-                                           Dated{"YearBefore", "2023-03-05", "12:00:00", false},
-                                           Dated{"WithoutZeros", "2024-3-5", "12:00:00", false}),
-                         [](const auto& test) { return test.param.name; });
 
 TEST_F(AlarmReader, ReadsTheMonthBeforeFirst) {
   test::SetTime(test::LocalTimeOf(2024, 3, 2, 2));
@@ -149,14 +149,6 @@ TEST_F(AlarmReader, MakesNoFile) {
   EXPECT_THAT(test::List("/media/mmcblk0p1"), IsEmpty());
 }
 
-TEST_F(AlarmReader, TakesTheMonthBeforeWhenThisMonthCannotBeRead) {
-  test::SetTime(test::LocalTimeOf(2024, 3, 2, 2));
-  EventDatabase(2024, 2).Add({.date = "2024-02-29", .triggerValue = 1});
-  test::WriteFile(test::EventDatabasePathOf(2024, 3), std::string(4096, 'x'));
-
-  EXPECT_THAT(ValuesOf(Take()), ElementsAre(1));
-}
-
 TEST_F(AlarmReader, TakesNothingWhileTheTimeCannotBeConverted) {
   EventDatabase(2024, 3).Add();
 
@@ -167,44 +159,35 @@ TEST_F(AlarmReader, TakesNothingWhileTheTimeCannotBeConverted) {
   EXPECT_THAT(Take(), SizeIs(1));
 }
 
-// What happens to the file of March, which holds two events.
-struct Damage {
-  const char* name;
-  std::function<void(test::DatabaseFile&)> inflict;
-};
-
-class AlarmReaderDamage : public AlarmReader, public ::testing::WithParamInterface<Damage> {};
-
-TEST_P(AlarmReaderDamage, FailsTheReadingAndAppendsNothing) {
+TEST_F(AlarmReader, FailsOnAFileThatCannotBeReadAndAppendsNothing) {
   EventDatabase database(2024, 3);
   database.AddAll({{.triggerValue = 1}, {.triggerValue = 2}});
-  GetParam().inflict(database);
-  Events events(1);
-  events[0].triggervalue = 7;
+  const std::vector<std::function<void()>> damages = {
+      [] { test::FailCalls(Call::kSqliteOpen); },
+      [] { test::FailCalls(Call::kSqliteStep, 1, 1); },  // between the two rows
+      [] { test::FailCalls(Call::kSqliteStep, 1, 2); },  // after the last row
+      [&] { database.Run("drop table event_tbl"); },
+      [&] { test::WriteFile(database.Path(), std::string(4096, 'x')); },
+  };
 
-  EXPECT_EQ(Read(events), -1);
-  EXPECT_THAT(ValuesOf(events), ElementsAre(7));
+  for (const auto& damage : damages) {
+    SCOPED_TRACE(&damage - damages.data());
+    damage();
+    Events events(1);
+    EXPECT_EQ(Read(events), -1);
+    EXPECT_THAT(ValuesOf(events), ElementsAre(0));
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Damages, AlarmReaderDamage,
-    ::testing::Values(
-        Damage{"Nonsense",
-               [](auto& file) { test::WriteFile(file.Path(), std::string(4096, 'x')); }},
-        Damage{"NoTable", [](auto& file) { file.Run("drop table event_tbl"); }},
-        Damage{"NotOpened", [](auto&) { test::FailCalls(Call::kSqliteOpen); }},
-        Damage{"NotPrepared", [](auto&) { test::FailCalls(Call::kSqlitePrepare); }},
-        Damage{"BeforeTheFirstRow", [](auto&) { test::FailCalls(Call::kSqliteStep); }},
-        Damage{"BetweenTwoRows", [](auto&) { test::FailCalls(Call::kSqliteStep, 1, 1); }},
-        Damage{"AfterTheLastRow", [](auto&) { test::FailCalls(Call::kSqliteStep, 1, 2); }}),
-    [](const auto& test) { return test.param.name; });
+TEST_F(AlarmReader, TakesTheMonthBeforeWhenThisMonthCannotBeReadYet) {
+  test::SetTime(test::LocalTimeOf(2024, 3, 2, 2));
+  EventDatabase(2024, 2).Add({.date = "2024-02-29", .triggerValue = 1});
+  EventDatabase(2024, 3).AddAll(
+      {{.date = "2024-03-01", .triggerValue = 2}, {.date = "2024-03-01", .triggerValue = 3}});
+  test::FailCalls(Call::kSqliteStep, 1, 3);  // between the rows of March
 
-TEST_F(AlarmReader, TakesEverythingAgainAfterAReadingThatFailed) {
-  EventDatabase(2024, 3).AddAll({{.triggerValue = 1}, {.triggerValue = 2}});
-  test::FailCalls(Call::kSqliteStep, 1, 1);
-
-  EXPECT_THAT(Take(), IsEmpty());
-  EXPECT_THAT(ValuesOf(Take()), ElementsAre(1, 2));
+  EXPECT_THAT(ValuesOf(Take()), ElementsAre(1));
+  EXPECT_THAT(ValuesOf(Take()), ElementsAre(2, 3));
 }
 
 TEST_F(AlarmReader, TakesEventsAgainThatItCouldNotMark) {
@@ -228,6 +211,66 @@ TEST_F(AlarmReader, KeepsTheLower32BitsOfATimeAfterJanuary2038) {
   EXPECT_EQ(static_cast<std::uint32_t>(events[0].time), static_cast<std::uint32_t>(when));
   EXPECT_EQ(EventTime(events[0].time, when - 86400), when);
   EXPECT_EQ(EventTime(events[0].time, when + 86400), when);
+}
+
+// Deliberate: the mark goes by the dates, not by the rows that were read.
+TEST_F(AlarmReader, MarksEventsThatCameAfterTheReading) {
+  EventDatabase database(2024, 3);
+  database.Add({.triggerValue = 1});
+  test::AtNextCall(Call::kSqliteExec, [&] {
+    database.Add({.triggerValue = 2});
+    database.Add({.date = "2024-03-08", .triggerValue = 3});
+  });
+
+  EXPECT_THAT(ValuesOf(Take()), ElementsAre(1));
+  EXPECT_THAT(Take(), IsEmpty());
+  EXPECT_THAT(database.Uploads(), ElementsAre("1", "1", "0"));
+}
+
+TEST_F(AlarmReader, WaitsTwentySecondsForALock) {
+  const EventDatabase database(2024, 3);
+
+  Take();
+
+  EXPECT_EQ(test::LatestLockWait(), 20000);
+}
+
+TEST_F(AlarmReader, LosesNothingToALockAndTakesEventsOnceItIsGone) {
+  for (const char* lock : {"begin; select * from event_tbl",
+                           "begin immediate; update event_tbl set grade=9", "begin exclusive"}) {
+    SCOPED_TRACE(lock);
+    EventDatabase other(2024, 3);
+    other.Add({.triggerValue = 1});
+    other.Run(lock);
+    {
+      const test::NoLockWaits impatient;
+      Take();
+    }
+    std::thread holder([&] {
+      std::this_thread::sleep_for(kAMoment);
+      other.Run("rollback");
+    });
+
+    const Events events = Take();
+    holder.join();
+
+    EXPECT_THAT(ValuesOf(events), ElementsAre(1));
+    EXPECT_THAT(Take(), IsEmpty());
+  }
+}
+
+TEST_F(AlarmReader, KeepsOtherReadingsOutUntilTheMark) {
+  EventDatabase(2024, 3).Add();
+  std::future<void> other;
+  bool waited = false;
+  test::AtNextCall(Call::kSqliteExec, [&] {
+    other = std::async(std::launch::async, [] { Take(); });
+    waited = other.wait_for(kAMoment) == std::future_status::timeout;
+  });
+
+  Take();
+
+  EXPECT_TRUE(waited);
 }
 
 }  // namespace

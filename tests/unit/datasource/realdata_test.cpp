@@ -6,9 +6,12 @@
 #include <sys/shm.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <map>
+#include <new>
 #include <vector>
 
 #include "acquisition/segment.h"
@@ -17,7 +20,6 @@
 
 using test::Call;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
 
@@ -32,15 +34,48 @@ constexpr std::size_t kCount = sizeof(std::uint32_t);
 
 static_assert(kLiveValueKey == 67843);
 
-int Snapshot(Values& values) {
-  return GetCRealDataInstance().GetRealData(&values);
+unsigned long Attachments(int segment) {
+  shmid_ds status{};
+  shmctl(segment, IPC_STAT, &status);
+  return status.shm_nattch;
 }
+
+// The segment that is looked at whenever this thread allocates, and the most attachments seen.
+thread_local int t_watchedSegment = -1;
+thread_local unsigned long t_mostAttachments = 0;
+
+}  // namespace
+
+// A map allocates when an entry is inserted. Not inlined: new and free must not meet in one caller.
+[[gnu::noinline]] void* operator new(std::size_t bytes) {
+  if (t_watchedSegment != -1) {
+    t_mostAttachments = std::max(t_mostAttachments, Attachments(t_watchedSegment));
+  }
+  if (void* memory = std::malloc(bytes)) return memory;
+  throw std::bad_alloc();
+}
+
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*bytes*/) noexcept {
+  std::free(memory);
+}
+
+namespace {
 
 class LiveValues : public test::GatewayTest {
  protected:
   void SetUp() override {
     GatewayTest::SetUp();
     Segment::RequireNone(StaleSegment::kReplace);
+  }
+  static int Snapshot(Values& values) { return GetCRealDataInstance().GetRealData(&values); }
+  static void ExpectFailure() {
+    Values values{{7, 8}};
+    EXPECT_EQ(Snapshot(values), -1);
+    EXPECT_THAT(values, SizeIs(1));
   }
 };
 
@@ -67,9 +102,9 @@ TEST_F(LiveValues, TakesTheFirstRecordOfAPointAndLeavesEntriesThatAreThere) {
   EXPECT_THAT(values, ElementsAre(Pair(7, 8), Pair(kPump, 2), Pair(kTank, 1)));
 }
 
-TEST_F(LiveValues, ReadsTheSegmentAnewEachTime) {
+TEST_F(LiveValues, ReadsTheSegmentAnewEachTimeAsFarAsItsCount) {
   for (const double value : {1., 2.}) {
-    const Segment segment({{kPump, value}});
+    const Segment segment({{kPump, value}, {kTank, value}}, {.count = 1});
     Values values;
 
     EXPECT_EQ(Snapshot(values), 0);
@@ -78,10 +113,7 @@ TEST_F(LiveValues, ReadsTheSegmentAnewEachTime) {
 }
 
 TEST_F(LiveValues, FailsWithoutASegmentAndMakesNone) {
-  Values values{{7, 8}};
-
-  EXPECT_EQ(Snapshot(values), -1);
-  EXPECT_THAT(values, SizeIs(1));
+  ExpectFailure();
   EXPECT_EQ(shmget(kLiveValueKey, 0, 0), -1);
 }
 
@@ -90,14 +122,21 @@ TEST_F(LiveValues, FailsAndDetachesWhenTheSegmentCannotBeAttachedOrCopied) {
 
   for (const Call call : {Call::kShmat, Call::kCalloc}) {
     test::FailCalls(call);
-    Values values{{7, 8}};
-    EXPECT_EQ(Snapshot(values), -1);
-    EXPECT_THAT(values, SizeIs(1));
+    ExpectFailure();
   }
 
-  shmid_ds status{};
-  shmctl(shmget(kLiveValueKey, 0, 0), IPC_STAT, &status);
-  EXPECT_EQ(status.shm_nattch, 1U);  // the acquisition side
+  EXPECT_EQ(Attachments(shmget(kLiveValueKey, 0, 0)), 1U);  // the acquisition side
+}
+
+TEST_F(LiveValues, DetachesTheSegmentBeforeItInsertsAPoint) {
+  const Segment segment({{kPump, 1}, {kTank, 2}});
+  Values values;
+
+  t_watchedSegment = shmget(kLiveValueKey, 0, 0);
+  Snapshot(values);
+  t_watchedSegment = -1;
+
+  EXPECT_EQ(t_mostAttachments, 1U);  // the acquisition side
 }
 
 // Attaching asks for write access too, although nothing is ever written.
@@ -126,18 +165,15 @@ class SegmentShapes : public LiveValues, public ::testing::WithParamInterface<Sh
 TEST_P(SegmentShapes, FailWhenTheCountIsNothingOrDoesNotFit) {
   const Segment segment({{0, 1}, {1, 1}}, {.bytes = GetParam().bytes});
   segment.Attach()[0] = GetParam().count;  // memory comes by the page: there is room for the word
-  Values values;
 
-  EXPECT_EQ(Snapshot(values), -1);
-  EXPECT_THAT(values, IsEmpty());
+  ExpectFailure();
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Shapes, SegmentShapes,
-    ::testing::Values(Shape{"NoRecords", kCount + 2 * kRecord, 0}, Shape{"OneByte", 1, 1},
-                      Shape{"ThreeBytes", 3, 1}, Shape{"CountWordOnly", kCount, 1},
+    ::testing::Values(Shape{"NoRecords", kCount + 2 * kRecord, 0}, Shape{"ThreeBytes", 3, 1},
+                      Shape{"CountWordOnly", kCount, 1},
                       Shape{"OneByteShortOfTwoRecords", kCount + 2 * kRecord - 1, 2},
-                      Shape{"TwoRecordsOfThree", kCount + 2 * kRecord, 3},
                       // 24 times this count, in 32 bits, is 8.
                       Shape{"CountThatOverflows", kCount + 2 * kRecord, 178956971},
                       Shape{"GreatestCount", 4096, 0xFFFFFFFF}),
@@ -153,14 +189,6 @@ TEST_F(LiveValues, ReadsASegmentUpToItsLastRecordAndNoFurther) {
 
   EXPECT_EQ(Snapshot(values), 0);
   EXPECT_THAT(values, SizeIs(points.size()));
-}
-
-TEST_F(LiveValues, TakesNoMoreRecordsThanTheCount) {
-  const Segment segment({{1, 1}, {2, 1}, {3, 1}}, {.count = 2});
-  Values values;
-
-  EXPECT_EQ(Snapshot(values), 0);
-  EXPECT_THAT(values, SizeIs(2));
 }
 
 TEST_F(LiveValues, KnowsNoTimeOfAnyDevice) {

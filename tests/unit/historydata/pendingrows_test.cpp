@@ -1,4 +1,5 @@
-// Reading the pending rows and marking them accepted.
+// The ledger's two tables, reading the pending rows, marking them accepted, and the door to the
+// demand history.
 #include <gmock/gmock.h>
 
 #include <functional>
@@ -7,20 +8,21 @@
 
 #include "ledgertest.h"
 #include "support/faults.h"
-#include "support/files.h"
-#include "util/paths.h"
+#include "support/historydatabase.h"
 
 using test::Call;
-using test::Names;
 using test::Row;
+using test::Rows;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::SizeIs;
-using ::testing::UnorderedElementsAre;
 
 namespace {
 
-using Rows = std::vector<History_Data_Para>;
+std::vector<std::string> Names(const Rows& rows) {
+  std::vector<std::string> names;
+  for (const auto& row : rows) names.emplace_back(row.filename);
+  return names;
+}
 
 class LedgerReading : public test::LedgerTest {};
 
@@ -40,72 +42,43 @@ TEST_F(LedgerReading, AppendsTheTwentyNewestPendingRowsNewestFirst) {
   EXPECT_EQ(Names(rows), expected);
 }
 
-TEST_F(LedgerReading, ListsOnlyResultZeroWithAllItsColumns) {
+TEST_F(LedgerReading, ListsOnlyResultZeroWithAllItsColumnsAndCutsALongName) {
   test::MakePendingTable({"'a20240307120001.tar.gz',2,1", "'b20240307120002.tar.gz',77,0",
-                          "'c20240307120003.tar.gz',2,-1", "'d20240307120004.tar.gz',2,2"});
+                          "'c20240307120003.tar.gz',2,-1", "'d20240307120004.tar.gz',2,2",
+                          "NULL,NULL,0", "'" + std::string(5000, 'n') + "','text','0'"});
   Rows rows;
 
   EXPECT_EQ(List(rows), 0);
-  ASSERT_THAT(Names(rows), ElementsAre("b20240307120002.tar.gz"));
-  EXPECT_EQ(rows[0].filetype, 77);
-  EXPECT_EQ(rows[0].result, 0);
+  ASSERT_THAT(Names(rows), ElementsAre(std::string(127, 'n'), "b20240307120002.tar.gz", ""));
+  EXPECT_EQ(rows[1].filetype, 77);
+  EXPECT_EQ(rows[1].result, 0);
 }
 
-TEST_F(LedgerReading, CutsANameThatDoesNotFit) {
-  test::MakePendingTable({"NULL,NULL,0", "'" + std::string(5000, 'n') + "','text','0'"});
-  Rows rows;
+TEST_F(LedgerReading, AppendsNothingOnFailureAndLeavesTheFileInPlace) {
+  test::MakePendingTable({"'a',2,0"});
+  const std::vector<std::function<void()>> damages = {
+      [] { test::FailCalls(Call::kSqliteOpen); },
+      [] { test::LedgerFile().Run("drop table tJsonFileNames"); },
+      [] { test::WriteFile(paths::kLedger, "nonsense"); },
+  };
 
-  EXPECT_EQ(List(rows), 0);
-  EXPECT_THAT(Names(rows), UnorderedElementsAre("", std::string(127, 'n')));
+  for (const auto& damage : damages) {
+    SCOPED_TRACE(&damage - damages.data());
+    damage();
+    const std::string before = test::ReadFile(paths::kLedger);
+    Rows rows = {Row("before")};
+    EXPECT_EQ(List(rows), -1);
+    EXPECT_THAT(Names(rows), ElementsAre("before"));
+    EXPECT_EQ(test::ReadFile(paths::kLedger), before);
+  }
 }
 
-struct Unreadable {
-  const char* name;
-  std::function<void()> make;
-};
-
-class LedgerReadingFailure : public LedgerReading,
-                             public ::testing::WithParamInterface<Unreadable> {};
-
-TEST_P(LedgerReadingFailure, AppendsNothingAndLeavesTheFileInPlace) {
-  GetParam().make();
-  const std::string before = test::ReadFile(paths::kLedger);
-  Rows rows = {Row("before")};
-
-  EXPECT_EQ(List(rows), -1);
-  EXPECT_THAT(Names(rows), ElementsAre("before"));
-  EXPECT_EQ(test::ReadFile(paths::kLedger), before);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Ledgers, LedgerReadingFailure,
-    ::testing::Values(Unreadable{"NoTable",
-                                 [] { test::LedgerFile().Run("create table other(a)"); }},
-                      Unreadable{"NoDatabase", [] { test::WriteFile(paths::kLedger, "nonsense"); }},
-                      Unreadable{"NotOpened",
-                                 [] {
-                                   test::MakePendingTable({"'a',2,0"});
-                                   test::FailCalls(Call::kSqliteOpen);
-                                 }},
-                      Unreadable{"NotPrepared",
-                                 [] {
-                                   test::MakePendingTable({"'a',2,0"});
-                                   test::FailCalls(Call::kSqlitePrepare);
-                                 }}),
-    [](const auto& test) { return test.param.name; });
-
-TEST_F(LedgerReading, FailsWithoutALedgerFileAndMakesNone) {
+TEST_F(LedgerReading, FailsWithoutAListOrALedgerFileAndMakesNone) {
   Ledger().Mkdirs(paths::kLedgerDirectory);
-  Rows rows = {Row("before")};
 
-  EXPECT_EQ(List(rows), -1);
-  EXPECT_THAT(rows, SizeIs(1));
+  EXPECT_EQ(List(), -1);
   EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
-}
-
-TEST_F(LedgerReading, FailsWithoutAList) {
   test::MakePendingTable();
-
   EXPECT_EQ(Ledger().GetHistoryData(nullptr), -1);
 }
 
@@ -122,17 +95,12 @@ TEST_F(LedgerMarking, AcceptsTheOneRowOfThatName) {
   EXPECT_THAT(test::LedgerRows(), ElementsAre("a|2|0", "b|1|1", "c|2|2"));
 }
 
-TEST_F(LedgerMarking, SucceedsWithoutALedgerFileAndMakesNone) {
+TEST_F(LedgerMarking, SucceedsWithoutALedgerFileAndMakesNoneButFailsWithoutAName) {
   Ledger().Mkdirs(paths::kLedgerDirectory);
 
   EXPECT_EQ(Mark("a"), 0);
-  EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
-}
-
-TEST_F(LedgerMarking, FailsWithoutAName) {
-  test::MakePendingTable();
-
   EXPECT_EQ(Mark(nullptr), -1);
+  EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
 }
 
 TEST_F(LedgerMarking, FailsWhenTheLedgerCannotBeOpenedAndMarksLater) {
@@ -172,9 +140,66 @@ TEST_F(LedgerMarking, WritesAllWaitingMarksInOneTransaction) {
   EXPECT_EQ(Mark("b"), 0);
   EXPECT_THAT(test::LedgerRows(), ElementsAre("a|2|0", "b|2|0"));
 
-  Rows rows;
-  EXPECT_EQ(List(rows), 0);
+  EXPECT_EQ(List(), 0);
   EXPECT_THAT(test::LedgerRows(), ElementsAre("a|2|1", "b|2|1"));
+}
+
+class LedgerTables : public test::LedgerTest {};
+
+TEST_F(LedgerTables, HaveTheirColumnsKeyAndDefaultsAndKeepTheirRowsWhenMadeAgain) {
+  test::LedgerFile file;
+
+  Ledger().CreateTable();
+  Ledger().CreateRecallTable();
+  file.Run("insert into tJsonFileNames values('a',2,1);insert into recallJsonFile values(5,'r')");
+  Ledger().CreateTable();
+  Ledger().CreateRecallTable();
+
+  EXPECT_THAT(file.Lines("select sql from sqlite_master where type='table'"),
+              ElementsAre("CREATE TABLE tJsonFileNames(FileName VARCHAR(32) PRIMARY KEY "
+                          "ASC,FileType TINYINT DEFAULT 1,Result TINYINT DEFAULT 0)",
+                          "CREATE TABLE recallJsonFile( Createtime INTEGER,FileName VARCHAR(32))"));
+  EXPECT_THAT(test::LedgerRows(), ElementsAre("a|2|1"));
+  EXPECT_THAT(test::RecallRows(), ElementsAre("5|r"));
+}
+
+TEST_F(LedgerTables, AreNotMadeWithoutADirectoryNorByALook) {
+  Ledger().CreateTable();
+  Ledger().CreateRecallTable();
+
+  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
+  EXPECT_FALSE(test::Exists(paths::kCloudTree));
+}
+
+TEST_F(LedgerTables, AreFoundByTheirExactNames) {
+  test::MakePendingTable();
+  test::LedgerFile().Run("create view v as select 1");
+
+  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), 0);
+  EXPECT_EQ(Ledger().IsTableExists(nullptr), 0);
+  for (const char* name : {"recallJsonFile", "TJSONFILENAMES", "tJson'FileNames", "v"}) {
+    EXPECT_EQ(Ledger().IsTableExists(name), -1) << name;
+  }
+}
+
+TEST_F(LedgerTables, AreNotFoundInALedgerThatCannotBeRead) {
+  test::MakePendingTable();
+
+  test::FailCalls(Call::kSqliteOpen);
+  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
+  test::FailCalls(Call::kSqliteStep, 1, 1);
+  EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
+}
+
+TEST_F(LedgerTables, StandBesideTheDemandHistory) {
+  const ST_SINGLE_CALL_POINT point{.pointId = 1, .beginTime = 600, .endTime = 660};
+  std::vector<ST_SINGLE_POINT_VALUE> values;
+
+  EXPECT_EQ(Ledger().GetRecallFlag(0x01030001, &point, &values), 0);
+  test::HistoryDatabase().Series(0x01030001, 600, 660);
+  EXPECT_EQ(Ledger().GetRecallFlag(0x01030001, &point, &values), 1);
+  EXPECT_EQ(values.size(), 2U);
+  EXPECT_EQ(Ledger().GetRecallFlag(0x01040001, &point, &values), -1);
 }
 
 }  // namespace

@@ -1,21 +1,22 @@
-// Recording newly packed files.
+// Recording newly packed files and recall files, and dropping those that are too old.
 #include <gmock/gmock.h>
 
+#include <ctime>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include "ledgertest.h"
+#include "support/clock.h"
 #include "support/faults.h"
-#include "support/files.h"
 #include "support/logs.h"
-#include "util/paths.h"
 
 using test::Call;
 using test::Row;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 namespace {
 
@@ -27,31 +28,18 @@ constexpr char kSecondRow[] = "realdata/7/S20240307120000.tar.gz|2|0";
 
 class LedgerSaving : public test::LedgerTest {};
 
-TEST_F(LedgerSaving, MakesItsDirectoryAndItsTableOnANewCard) {
-  EXPECT_EQ(Save({Row(kFirst)}), 0);
-
-  EXPECT_THAT(test::List(paths::kCloudTree), ElementsAre("DB"));
-  EXPECT_THAT(test::Tables(), ElementsAre("tJsonFileNames"));
-  EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
-}
-
 // A power cut must not leave a ledger without its table.
-TEST_F(LedgerSaving, BringsANewLedgerToTheCardOnlyWhenItIsWhole) {
+TEST_F(LedgerSaving, BringsANewLedgerToANewCardOnceItIsWhole) {
   bool thereTooEarly = true;
   std::vector<std::string> onTheCard;
   test::AtNextCall(Call::kSqliteExec, [&] { thereTooEarly = test::Exists(paths::kLedger); });
   test::AtNextCall(Call::kFsync, [&] { onTheCard = test::Tables(); });
 
-  Save({});
+  EXPECT_EQ(Save({Row(kFirst)}), 0);
 
   EXPECT_FALSE(thereTooEarly);
   EXPECT_THAT(onTheCard, ElementsAre("tJsonFileNames"));
-}
-
-TEST_F(LedgerSaving, ReplacesANewLedgerThatAPowerCutHasEnded) {
-  test::WriteFile(paths::kNewLedger, "nonsense");
-
-  EXPECT_EQ(Save({Row(kFirst)}), 0);
+  EXPECT_THAT(test::List(paths::kCloudTree), ElementsAre("DB"));
   EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
 }
 
@@ -66,7 +54,7 @@ TEST_F(LedgerSaving, ReplacesNoLedgerThatAppearsMeanwhile) {
 }
 
 // SQLite plays back a journal that it finds beside a database.
-TEST_F(LedgerSaving, RemovesTheJournalOfAnEarlierLedger) {
+TEST_F(LedgerSaving, ReplacesAnUnfinishedLedgerAndRemovesTheJournalOfAnEarlierOne) {
   {
     test::LedgerFile earlier;
     earlier.Run(
@@ -75,60 +63,42 @@ TEST_F(LedgerSaving, RemovesTheJournalOfAnEarlierLedger) {
   }
   std::filesystem::remove(paths::kLedger);
   std::filesystem::rename("/media/mmcblk0p1/journal", paths::kLedgerJournal);
+  test::WriteFile(paths::kNewLedger, "nonsense");
 
   EXPECT_EQ(Save({Row(kFirst)}), 0);
   EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
 }
 
-TEST_F(LedgerSaving, RecordsRowsInTheirOrderAsTheyAre) {
+TEST_F(LedgerSaving, RecordsRowsInTheirOrderAndSkipsNamesThatAreThereOrCannotBe) {
   const std::string longest = std::string(106, 'd') + "20240307120000.tar.gz";
-  test::MakePendingTable();
-
-  EXPECT_EQ(Save({Row(longest), Row(kAlarm, 1, 1), Row(kFirst, -7, 5)}), 0);
-
-  EXPECT_THAT(test::LedgerRows(),
-              ElementsAre(longest + "|2|0", "alarmdata/7/T20240307115900.tar.gz|1|1",
-                          "realdata/7/S20240307115500.tar.gz|-7|5"));
-}
-
-TEST_F(LedgerSaving, SkipsANameThatIsRecordedOrCannotBe) {
   test::MakePendingTable({"'realdata/7/S20240307115500.tar.gz',1,1"});
 
-  EXPECT_EQ(Save({Row(kFirst), Row("realdata/7/S'20240307115800.tar.gz"), Row(kSecond)}), 0);
+  EXPECT_EQ(Save({Row(kFirst), Row(longest), Row("S'20240307115800.tar.gz"), Row(kAlarm, -7, 5)}),
+            0);
 
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307115500.tar.gz|1|1", kSecondRow));
+  EXPECT_THAT(test::LedgerRows(),
+              ElementsAre("realdata/7/S20240307115500.tar.gz|1|1", longest + "|2|0",
+                          "alarmdata/7/T20240307115900.tar.gz|-7|5"));
 }
 
-TEST_F(LedgerSaving, FailsWithoutAList) {
+TEST_F(LedgerSaving, FailsWithoutAListOrWhenItsDirectoryCannotBeMade) {
   EXPECT_EQ(Ledger().SaveHistoryData(nullptr), -1);
   EXPECT_FALSE(test::Exists(paths::kCloudTree));
-}
 
-TEST_F(LedgerSaving, FailsWhenItsDirectoryCannotBeMade) {
   test::WriteFile(paths::kCloudTree, "a file in the way");
-
   EXPECT_EQ(Save({Row(kFirst)}), -1);
   EXPECT_EQ(test::ReadFile(paths::kCloudTree), "a file in the way");
 }
 
-TEST_F(LedgerSaving, KeepsRowsInMemoryWhenTheLedgerCannotBeOpenedOrSetUp) {
+TEST_F(LedgerSaving, KeepsRowsInMemoryWhenTheyCannotBeRecorded) {
   test::MakePendingTable();
 
   test::FailCalls(Call::kSqliteOpen);
   EXPECT_EQ(Save({Row(kSecond)}), -1);
   test::FailCalls(Call::kSqliteExec);  // the setting that makes commits durable
   EXPECT_EQ(Save({}), -1);
-  EXPECT_THAT(test::LedgerRows(), IsEmpty());
-
-  EXPECT_EQ(Save({Row(kFirst)}), 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre(kSecondRow, kFirstRow));
-}
-
-TEST_F(LedgerSaving, KeepsRowsInMemoryWhenTheCommitFails) {
-  test::MakePendingTable();
-  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and the insert pass
-
-  EXPECT_EQ(Save({Row(kSecond)}), 0);
+  test::FailCalls(Call::kSqliteExec, 1, 3);  // the commit: setting, begin and insert pass
+  EXPECT_EQ(Save({}), 0);
   EXPECT_THAT(test::LedgerRows(), IsEmpty());
 
   EXPECT_EQ(Save({Row(kFirst)}), 0);
@@ -170,7 +140,7 @@ TEST_F(LedgerSaving, LogsOnceWhenItBeginsToFailAndWhenItSucceedsAgain) {
 
 TEST_F(LedgerSaving, GivesUpTheOldestOfMoreThan10000RowsInMemory) {
   test::MakePendingTable();
-  std::vector<History_Data_Para> rows(10001, Row(kSecond));
+  test::Rows rows(10001, Row(kSecond));
   rows.front() = Row(kFirst);
   rows.at(1) = Row(kAlarm, 1);
   test::FailCalls(Call::kSqliteOpen);
@@ -183,6 +153,154 @@ TEST_F(LedgerSaving, GivesUpTheOldestOfMoreThan10000RowsInMemory) {
   EXPECT_THAT(
       test::TextLog("WARN"),
       ElementsAre("ledger: 1 of the oldest rows in memory are given up", HasSubstr("10000 rows")));
+}
+
+class LedgerAgeing : public test::LedgerTest {
+ protected:
+  // Two rows and their files.
+  static void MakeOldFiles() {
+    test::MakePendingTable(
+        {"'realdata/1/S20240101120000.tar.gz',2,0", "'realdata/1/S20240101115500.tar.gz',2,1"});
+    test::WriteDataFile("realdata/1/S20240101120000.tar.gz");
+    test::WriteDataFile("realdata/1/S20240101115500.tar.gz");
+  }
+};
+
+TEST_F(LedgerAgeing, DropsRowAndFileOfExactly31DaysAgoAndKeepsOneASecondYounger) {
+  test::SetTime(test::LocalTimeOf(2024, 1, 15, 12));
+  test::MakePendingTable({"'realdata/15/S20231215120001.tar.gz',2,0",
+                          "'realdata/15/S20231215120000.tar.gz',2,0",
+                          "'alarmdata/15/T20231215120000.tar.gz',1,1"});
+  test::WriteDataFile("realdata/15/S20231215120001.tar.gz");
+  test::WriteDataFile("realdata/15/S20231215120000.tar.gz");
+  test::WriteDataFile("alarmdata/15/T20231215120000.tar.gz");
+
+  EXPECT_EQ(Save({}), 0);
+
+  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/15/S20231215120001.tar.gz|2|0"));
+  EXPECT_THAT(test::List(test::DataFile("realdata/15")), ElementsAre("S20231215120001.tar.gz"));
+  EXPECT_THAT(test::List(test::DataFile("alarmdata/15")), IsEmpty());
+}
+
+TEST_F(LedgerAgeing, DropsARowWhoseFileCannotBeRemoved) {
+  MakeOldFiles();
+  test::FailCalls(Call::kUnlink);
+
+  EXPECT_EQ(Save({}), 0);
+  EXPECT_THAT(test::LedgerRows(), IsEmpty());
+  EXPECT_THAT(test::List(test::DataFile("realdata/1")), SizeIs(1));
+}
+
+TEST_F(LedgerAgeing, CutsThePathOfAFileAt127Characters) {
+  const std::string fits =
+      std::string(106 - test::DataFile("").size(), 'f') + "20240101120000.tar.gz";
+  const std::string tooLong = std::string(106, 'd') + "20240101120000.tar.gz";
+  const std::string cut = test::DataFile(tooLong).substr(0, 127);
+  test::WriteDataFile(fits);
+  test::WriteDataFile(tooLong);
+  test::WriteFile(cut, "archive");
+
+  EXPECT_EQ(Save({Row(fits), Row(tooLong)}), 0);
+
+  EXPECT_THAT(test::LedgerRows(), IsEmpty());
+  EXPECT_THAT(test::List(test::DataFile("")), ElementsAre(tooLong));
+}
+
+TEST_F(LedgerAgeing, KeepsRowsAndFilesWhenItFailsAndLogsIt) {
+  MakeOldFiles();
+
+  test::FailCalls(Call::kLocaltime);
+  EXPECT_EQ(Save({}), 0);
+  test::FailCalls(Call::kSqliteStep, 1, 3);  // the look for the table and the first row pass
+  EXPECT_EQ(Save({}), 0);
+  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and commit pass
+  EXPECT_EQ(Save({}), 0);
+
+  EXPECT_THAT(test::LedgerRows(), SizeIs(2));
+  EXPECT_THAT(test::List(test::DataFile("realdata/1")), SizeIs(2));
+  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(HasSubstr("ageing fails")));
+  EXPECT_THAT(test::TextLog(), SizeIs(1));
+}
+
+TEST_F(LedgerAgeing, MakesRoomAlsoWhenNoRowCanBeRecorded) {
+  MakeOldFiles();
+  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and insert pass
+
+  EXPECT_EQ(Save({Row(kFirst)}), 0);
+  EXPECT_THAT(test::LedgerRows(), IsEmpty());
+  EXPECT_THAT(test::List(test::DataFile("realdata/1")), IsEmpty());
+}
+
+constexpr std::time_t kNow = 1709784000;  // at which every test starts
+
+std::string InCallData(const std::string& name) {
+  return std::string(paths::kCallData) + "/" + name;
+}
+
+class RecallLedger : public test::LedgerTest {
+ protected:
+  static int SaveRecall(const std::string& name) { return Ledger().SaveRecallData(name.c_str()); }
+
+  static void SaveRecallAt(std::time_t when, const std::string& name) {
+    test::SetTime(when);
+    EXPECT_EQ(SaveRecall(name), 0);
+  }
+};
+
+TEST_F(RecallLedger, MakesBothTablesOnANewCard) {
+  EXPECT_EQ(SaveRecall("new"), 0);
+
+  EXPECT_THAT(test::Tables(), ElementsAre("recallJsonFile", "tJsonFileNames"));
+  EXPECT_THAT(test::RecallRows(), ElementsAre("1709784000|new"));
+}
+
+TEST_F(RecallLedger, RecordsAndAgesTimesBeyond32Bits) {
+  constexpr std::time_t kIn2070 = 3155760000;
+
+  SaveRecallAt(kIn2070 - 10 * 86400, "old");
+  SaveRecallAt(kIn2070, "new");
+
+  EXPECT_THAT(test::RecallRows(), ElementsAre("3155760000|new"));
+}
+
+TEST_F(RecallLedger, DropsRowAndFileOfExactlyThreeDaysAgoAndKeepsOneASecondYounger) {
+  SaveRecallAt(kNow - 259200, "old");
+  SaveRecallAt(kNow - 259200, InCallData("path"));  // no name: its file stays
+  SaveRecallAt(kNow - 259199, "young");
+  for (const char* name : {"old", "path", "young"}) test::WriteFile(InCallData(name), "archive");
+
+  SaveRecallAt(kNow, "new");
+
+  EXPECT_THAT(test::RecallRows(), ElementsAre("1709524801|young", "1709784000|new"));
+  EXPECT_THAT(test::List(paths::kCallData), ElementsAre("path", "young"));
+}
+
+TEST_F(RecallLedger, FailsOnAFileThatIsNoDatabaseAndCondemnsNothing) {
+  test::WriteFile(paths::kLedger, "nonsense");
+
+  EXPECT_EQ(SaveRecall("new"), -1);
+  EXPECT_EQ(test::ReadFile(paths::kLedger), "nonsense");
+}
+
+TEST_F(RecallLedger, CondemnsNoLedgerWithoutAPendingTable) {
+  Ledger().Mkdirs(paths::kLedgerDirectory);
+  Ledger().CreateRecallTable();
+
+  EXPECT_EQ(SaveRecall("new"), 0);
+  EXPECT_THAT(test::RecallRows(), ElementsAre("1709784000|new"));
+}
+
+TEST_F(RecallLedger, FailsWhenTheAgedRowsCannotBeListedAndKeepsItsRow) {
+  test::MakePendingTable();
+  test::FailCalls(Call::kSqlitePrepare);
+
+  EXPECT_EQ(SaveRecall("new"), -1);
+  EXPECT_THAT(test::RecallRows(), SizeIs(1));
+}
+
+TEST_F(RecallLedger, FailsWithoutAName) {
+  EXPECT_EQ(Ledger().SaveRecallData(nullptr), -1);
+  EXPECT_FALSE(test::Exists(paths::kCloudTree));
 }
 
 }  // namespace

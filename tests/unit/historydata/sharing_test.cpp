@@ -11,72 +11,51 @@
 
 #include "ledgertest.h"
 #include "support/faults.h"
-#include "support/files.h"
 #include "support/threads.h"
-#include "util/paths.h"
 
 using test::Call;
 using test::Row;
 using ::testing::Each;
 using ::testing::ElementsAre;
-using ::testing::SizeIs;
 
 namespace {
 
 constexpr std::chrono::milliseconds kAMoment{50};  // long enough for what need not wait
 constexpr std::chrono::seconds kPatience{20};      // a deadline for a broken test
 
-class SharedLedger : public test::LedgerTest {
- protected:
-  static std::int32_t ListRows() {
-    std::vector<History_Data_Para> rows;
-    return List(rows);
-  }
-};
+class SharedLedger : public test::LedgerTest {};
 
 TEST_F(SharedLedger, WaitsTwoSecondsForALock) {
-  const std::vector<std::int32_t (*)()> operations = {[] { return Save({}); }, ListRows};
-  for (const auto operation : operations) {
-    test::Tables();  // sets the test's own wait
-    operation();
-    EXPECT_EQ(test::LatestLockWait(), 2000);
-  }
+  Save({});
+  EXPECT_EQ(test::LatestLockWait(), 2000);
+
+  test::Tables();  // sets the test's own wait
+  List();
+  EXPECT_EQ(test::LatestLockWait(), 2000);
 }
 
-class LockedLedger : public SharedLedger, public ::testing::WithParamInterface<const char*> {
- protected:
-  void SetUp() override {
-    SharedLedger::SetUp();
-    test::MakePendingTable({"'a20240307110000.tar.gz',2,0"});
-  }
-};
+class LockedLedger : public SharedLedger, public ::testing::WithParamInterface<const char*> {};
 
-TEST_P(LockedLedger, WaitsForAShortLock) {
+TEST_P(LockedLedger, KeepsItsTreeAndRecordsEveryRowOnceTheLockIsGone) {
+  test::MakePendingTable({"'a20240307110000.tar.gz',2,0"});
   test::LedgerFile holder;
   holder.Run(GetParam());
+  {
+    const test::NoLockWaits noWaits;
+    Save({Row("b20240307110001.tar.gz")});
+  }
   std::thread rollback([&] {
     std::this_thread::sleep_for(kAMoment);
     holder.Run("rollback");
   });
 
-  EXPECT_EQ(ListRows(), 0);
-  EXPECT_EQ(Save({Row("b20240307110001.tar.gz")}), 0);
+  EXPECT_EQ(List(), 0);
+  EXPECT_EQ(Save({Row("c20240307110002.tar.gz")}), 0);
   rollback.join();
 
-  EXPECT_THAT(test::LedgerRows(), SizeIs(2));
-}
-
-TEST_P(LockedLedger, KeepsTheTreeAndRecordsTheRowAtTheNextSaveWhenTheLockLasts) {
-  const test::NoLockWaits noWaits;
-  {
-    test::LedgerFile holder;
-    holder.Run(GetParam());
-    Save({Row("b20240307110001.tar.gz")});
-  }
-
-  EXPECT_EQ(Save({}), 0);
   EXPECT_THAT(test::LedgerRows(),
-              ElementsAre("a20240307110000.tar.gz|2|0", "b20240307110001.tar.gz|2|0"));
+              ElementsAre("a20240307110000.tar.gz|2|0", "b20240307110001.tar.gz|2|0",
+                          "c20240307110002.tar.gz|2|0"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Locks, LockedLedger,
@@ -101,7 +80,7 @@ TEST_F(SharedLedger, KeepsItsJournalAfterEveryWriting) {
   write([] {
     test::FailCalls(Call::kSqliteOpen);
     Ledger().UpdateHistoryData("b20240307110000.tar.gz");
-    ListRows();  // writes the mark that waits
+    List();  // writes the mark that waits
   });
 
   EXPECT_THAT(kept, Each(true));
@@ -115,7 +94,7 @@ struct Operation {
 };
 
 void SaveNothing(CHistoryData& ledger) {
-  const std::vector<History_Data_Para> rows;
+  const test::Rows rows;
   ledger.SaveHistoryData(&rows);
 }
 
@@ -146,7 +125,7 @@ INSTANTIATE_TEST_SUITE_P(
         Operation{"Saving", Call::kSqliteExec, SaveNothing},
         Operation{"Reading", Call::kSqlitePrepare,
                   [](auto& ledger) {
-                    std::vector<History_Data_Para> rows;
+                    test::Rows rows;
                     ledger.GetHistoryData(&rows);
                   }},
         Operation{"Marking", Call::kSqliteExec,
@@ -160,35 +139,25 @@ INSTANTIATE_TEST_SUITE_P(
                   }}),
     [](const auto& test) { return test.param.name; });
 
-TEST_F(SharedLedger, IsMissedWithoutWaitingForAnOperation) {
-  test::MakePendingTable();
-  std::future<std::int32_t> other;
-  bool returned = false;
-  test::AtNextCall(Call::kSqliteExec, [&] {
-    std::filesystem::remove(paths::kLedger);
-    other = std::async(std::launch::async, [] { return ListRows(); });
-    returned = other.wait_for(kPatience) == std::future_status::ready;
-  });
+TEST_F(SharedLedger, FailsToReadOnceItsFileIsGoneAndMakesNone) {
+  for (const bool atOnce : {true, false}) {  // or while the reading waits for a save
+    SCOPED_TRACE(atOnce);
+    test::MakePendingTable();
+    std::future<std::int32_t> other;
+    bool returned = false;
+    test::AtNextCall(Call::kSqliteExec, [&] {
+      if (atOnce) std::filesystem::remove(paths::kLedger);
+      other = std::async(std::launch::async, [] { return List(); });
+      returned = other.wait_for(atOnce ? kPatience : kAMoment) == std::future_status::ready;
+      std::filesystem::remove(paths::kLedger);
+    });
 
-  Save({});
+    Save({});
 
-  EXPECT_TRUE(returned);
-  EXPECT_EQ(other.get(), -1);
-}
-
-TEST_F(SharedLedger, IsNotMadeByAReadingThatHadToWait) {
-  test::MakePendingTable();
-  std::future<std::int32_t> other;
-  test::AtNextCall(Call::kSqliteExec, [&] {
-    other = std::async(std::launch::async, [] { return ListRows(); });
-    other.wait_for(kAMoment);
-    std::filesystem::remove(paths::kLedger);
-  });
-
-  Save({});
-
-  EXPECT_EQ(other.get(), -1);
-  EXPECT_FALSE(test::Exists(paths::kLedger));
+    EXPECT_EQ(returned, atOnce);
+    EXPECT_EQ(other.get(), -1);
+    EXPECT_FALSE(test::Exists(paths::kLedger));
+  }
 }
 
 }  // namespace
