@@ -1,9 +1,7 @@
 #include "packtest.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 
 #include "config/channelset.h"
 #include "config/snset.h"
@@ -18,10 +16,7 @@ namespace test {
 namespace {
 
 constexpr char kReplacementDirectory[] = "/tmp/replacement";
-
-struct PipeCloser {
-  void operator()(std::FILE* pipe) const { pclose(pipe); }
-};
+constexpr char kShellOutput[] = "/tmp/output";
 
 void EmptyCatalogue() {
   MAP_GROUP_ATTR* groups = nullptr;
@@ -63,16 +58,8 @@ void ReplaceTar(const std::string& script) {
 }
 
 std::string Shell(const std::string& command) {
-  const std::unique_ptr<std::FILE, PipeCloser> pipe(popen(command.c_str(), "r"));
-  std::string output;
-  for (int c = std::fgetc(pipe.get()); c != EOF; c = std::fgetc(pipe.get())) {
-    output += static_cast<char>(c);
-  }
-  return output;
-}
-
-std::string Members(const std::string& archive) {
-  return Shell("tar -tzf " + archive);
+  EXPECT_EQ(std::system((command + " > " + kShellOutput).c_str()), 0) << command;
+  return ReadFile(kShellOutput);
 }
 
 std::string Unpack(const std::string& archive) {
