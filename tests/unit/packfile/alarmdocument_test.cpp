@@ -14,7 +14,6 @@
 using test::AlarmEvent;
 using test::Texts;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 namespace {
 
@@ -53,7 +52,7 @@ TEST_F(AlarmDocument, ListsTheEventsInTheGivenOrder) {
                                  .threshold = 30,
                                  .value = 31.25,
                                  .grade = 10,
-                                 .upFlag = 1},
+                                 .upFlag = 256},
                       AlarmEvent{.dataId = kDoor,
                                  .time = noon - 3600,
                                  .threshold = -0.5,
@@ -62,7 +61,7 @@ TEST_F(AlarmDocument, ListsTheEventsInTheGivenOrder) {
                                  .grade = -1}}),
             R"({"sn":"BR0042","alarmDataType":0,"data":[)"
             R"({"groupId":1,"eqpId":3,"alarmTime":"2024-03-07 11:59:59","alarmType":"10000",)"
-            R"("alarmGrade":"000A","flag":1,"alarmDes":"Level %n\"()"
+            R"("alarmGrade":"000A","flag":256,"alarmDes":"Level %n\"()"
             "\xE9\x98\x80\xE5\x80\xBC"
             R"j(:30.000)","alarmValues":[{"pointId":"004D",)j"
             R"("values":[{"timeMark":"2024-03-07 11:59:59","value":"31.250"}]}]},)"
@@ -71,15 +70,6 @@ TEST_F(AlarmDocument, ListsTheEventsInTheGivenOrder) {
             "\xE9\x98\x80\xE5\x80\xBC"
             R"j(:-0.500)","alarmValues":[{"pointId":"0105",)j"
             R"("values":[{"timeMark":"2024-03-07 11:00:00","value":"123456789012345.000"}]}]}]})");
-}
-
-TEST_F(AlarmDocument, WritesTheWholeUpFlagAndCountsAnyBitOfIt) {
-  for (const std::int32_t flag : {-1, 256}) {
-    const std::string document = Document({AlarmEvent{.dataId = kLevel, .upFlag = flag}});
-
-    EXPECT_THAT(document, HasSubstr("\"flag\":" + std::to_string(flag) + ","));
-    EXPECT_THAT(Texts(document, "alarmType"), ElementsAre("10000"));
-  }
 }
 
 TEST_F(AlarmDocument, CutsADescriptionAt254Bytes) {
@@ -101,17 +91,6 @@ TEST_F(AlarmDocument, TakesOverTimeCodeAndNameOfTheEventBefore) {
   EXPECT_THAT(Texts(document, "alarmType"), ElementsAre("", "10201", "10201"));
   EXPECT_THAT(Texts(document, "alarmDes"),
               ElementsAre("(阀值:0.000)", "Door(阀值:0.000)", "Door(阀值:0.000)"));
-}
-
-TEST_F(AlarmDocument, TakesOverFromTheDocumentBefore) {
-  Document({AlarmEvent{.dataId = kDoor, .upFlag = 1}});
-  test::FailCalls(test::Call::kLocaltime);
-
-  const std::string document = Document({AlarmEvent{.dataId = kOddDoor, .time = 0, .type = 7}});
-
-  EXPECT_THAT(Texts(document, "alarmTime"), ElementsAre("2024-03-07 11:59:30"));
-  EXPECT_THAT(Texts(document, "alarmType"), ElementsAre("10201"));
-  EXPECT_THAT(Texts(document, "alarmDes"), ElementsAre("Door(阀值:0.000)"));
 }
 
 TEST(AlarmCode, FollowsPointEventTypeAndFlag) {

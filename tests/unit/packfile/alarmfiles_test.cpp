@@ -73,24 +73,18 @@ TEST_F(AlarmFiles, HoldTwentyEventsEachInTheirOrder) {
             "|29");
 }
 
-TEST_F(AlarmFiles, AreNamedBeforeAPauseAndWrittenAfterIt) {
+TEST_F(AlarmFiles, AreNamedBetweenDocumentAndPauseAndWrittenAfterIt) {
+  test::AtNextCall(Call::kLocaltime, [] { test::SetTime(test::LocalTimeOf(2024, 12, 31)); });
   std::vector<std::pair<test::Pause, std::vector<std::string>>> seen;  // files at each pause
   test::OnPause([&](test::Pause pause) {
     seen.emplace_back(pause, test::List(kAlarmDay));
-    if (seen.size() == 1) test::SetTime(test::LocalTimeOf(2024, 12, 31));
+    test::SetTime(test::LocalTimeOf(2025, 1, 1));
   });
 
   Pack(Events(1));
 
   EXPECT_THAT(seen, ElementsAre(Pair(test::Pause(50000), IsEmpty()),
-                                Pair(test::kBeforeAnAttempt, ElementsAre("T20240307120000.dat"))));
-}
-
-TEST_F(AlarmFiles, AreNamedByTheTimeAtWhichTheDocumentIsComplete) {
-  test::AtNextCall(Call::kLocaltime,
-                   [] { test::SetTime(test::LocalTimeOf(2024, 12, 31, 23, 59, 59)); });
-
-  EXPECT_THAT(Pack(Events(1)), ElementsAre(std::string(kAlarmDay) + "/T20241231235959.tar.gz"));
+                                Pair(test::kBeforeAnAttempt, ElementsAre("T20241231000000.dat"))));
 }
 
 TEST_F(AlarmFiles, AreMadeOfTheRestAfterOneThatIsLost) {

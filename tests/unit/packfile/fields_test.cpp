@@ -20,24 +20,9 @@ std::string ObjectOf(Write write) {
   return text.GetString();
 }
 
-TEST(Fields, EscapeTheSerialNumber) {
-  EXPECT_EQ(ObjectOf([](auto& writer) { WriteSerial(writer, "A\"B\\C"); }), R"({"sn":"A\"B\\C"})");
-}
-
 TEST(Fields, ThrowWithoutASerialNumber) {
   EXPECT_THROW([] { ObjectOf([](auto& writer) { WriteSerial(writer, nullptr); }); }(),
                std::logic_error);
-}
-
-TEST(Fields, PrintFourHexadecimalDigitsOrMore) {
-  EXPECT_EQ(ObjectOf([](auto& writer) { WriteHex(writer, "key", 10); }), R"({"key":"000A"})");
-  EXPECT_EQ(ObjectOf([](auto& writer) { WriteHex(writer, "key", 0xFFFFFFFF); }),
-            R"({"key":"FFFFFFFF"})");
-}
-
-TEST(Fields, PrintTheLowHalfOfAnIdentifier) {
-  EXPECT_EQ(ObjectOf([](auto& writer) { WritePointId(writer, 0xFFFEFDFC); }),
-            R"({"pointId":"FDFC"})");
 }
 
 TEST(Fields, PrintThreeDecimalsUpToTheirSize) {
