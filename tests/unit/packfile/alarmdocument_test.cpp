@@ -20,7 +20,6 @@ namespace {
 constexpr std::uint32_t kLevel = 0x0103004D;    // AI
 constexpr std::uint32_t kDoor = 0x0C030105;     // DI
 constexpr std::uint32_t kOddDoor = 0x0C030100;  // DI whose node has a zero low byte; no name
-constexpr std::uint32_t kLongName = 0x01030050;
 
 constexpr auto kLeast = std::numeric_limits<std::int32_t>::min();
 constexpr auto kGreatest = std::numeric_limits<std::int32_t>::max();
@@ -28,7 +27,6 @@ constexpr auto kGreatest = std::numeric_limits<std::int32_t>::max();
 std::optional<std::string> FindName(std::uint32_t dataId) {
   if (dataId == kLevel) return "Level %n\"";
   if (dataId == kDoor) return "Door";
-  if (dataId == kLongName) return std::string(127, 'n');
   return std::nullopt;
 }
 
@@ -61,21 +59,20 @@ TEST_F(AlarmDocument, ListsTheEventsInTheGivenOrder) {
                                  .grade = -1}}),
             R"({"sn":"BR0042","alarmDataType":0,"data":[)"
             R"({"groupId":1,"eqpId":3,"alarmTime":"2024-03-07 11:59:59","alarmType":"10000",)"
-            R"("alarmGrade":"000A","flag":256,"alarmDes":"Level %n\"()"
-            "\xE9\x98\x80\xE5\x80\xBC"
-            R"j(:30.000)","alarmValues":[{"pointId":"004D",)j"
+            R"j("alarmGrade":"000A","flag":256,"alarmDes":"Level %n\"(阀值:30.000)",)j"
+            R"("alarmValues":[{"pointId":"004D",)"
             R"("values":[{"timeMark":"2024-03-07 11:59:59","value":"31.250"}]}]},)"
             R"({"groupId":12,"eqpId":3,"alarmTime":"2024-03-07 11:00:00","alarmType":"10200",)"
-            R"("alarmGrade":"FFFFFFFF","flag":0,"alarmDes":"Door()"
-            "\xE9\x98\x80\xE5\x80\xBC"
-            R"j(:-0.500)","alarmValues":[{"pointId":"0105",)j"
+            R"j("alarmGrade":"FFFFFFFF","flag":0,"alarmDes":"Door(阀值:-0.500)",)j"
+            R"("alarmValues":[{"pointId":"0105",)"
             R"("values":[{"timeMark":"2024-03-07 11:00:00","value":"123456789012345.000"}]}]}]})");
 }
 
-TEST_F(AlarmDocument, CutsADescriptionAt254Bytes) {
-  const std::string document = Document({AlarmEvent{.dataId = kLongName, .threshold = 1e299}});
+TEST_F(AlarmDocument, CutsDescriptionAndValueAt254Bytes) {
+  const std::string document = Document({AlarmEvent{.threshold = 1e299, .value = 1e299}});
 
   EXPECT_EQ(Texts(document, "alarmDes").at(0).size(), 254U);
+  EXPECT_EQ(Texts(document, "value").at(0).size(), 254U);
 }
 
 TEST_F(AlarmDocument, TakesOverTimeCodeAndNameOfTheEventBefore) {

@@ -6,7 +6,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -35,11 +34,11 @@ constexpr std::uint32_t kTen = 1709776800;  // 2024-03-07 10:00:00
 // The outcome of one call.
 struct Packed {
   int result = 0;
-  std::vector<std::string> files;  // appended to
+  std::vector<std::string> files{"before"};  // appended to
 };
 
 Packed PackRealData(Real_Data_Struct values, std::time_t when = std::time(nullptr)) {
-  Packed packed{.result = 0, .files = {"before"}};
+  Packed packed;
   packed.result = GetCPackFileInstance().CreateRealDataJsonFile(&values, test::kRealDataDay,
                                                                 &packed.files, when);
   return packed;
@@ -47,7 +46,7 @@ Packed PackRealData(Real_Data_Struct values, std::time_t when = std::time(nullpt
 
 Packed PackAlarm() {
   const Alarm_Data_Struct events{AlarmEvent{.dataId = kLevel}};
-  Packed packed{.result = 0, .files = {"before"}};
+  Packed packed;
   packed.result =
       GetCPackFileInstance().CreateAlarmDataJsonFile(&events, test::kAlarmDay, &packed.files);
   return packed;
@@ -61,7 +60,7 @@ Packed PackRecall(std::uint32_t minutes = 1) {
       .devs = {{.groupId = 1,
                 .eqpId = 3,
                 .points = {{.pointId = 0x4D, .beginTime = kTen, .endTime = last}}}}};
-  Packed packed{.result = 0, .files = {"before"}};
+  Packed packed;
   std::string file = "untouched";
   packed.result = GetCPackFileInstance().CreateRecallDataJsonFile(&order, test::kRecalls, &file);
   if (file != "untouched") packed.files.push_back(file);
@@ -77,10 +76,6 @@ struct Builder {
   bool givesUp;        // logs that it gives up and removes the remains
   const char* values;  // the end of its document
 };
-
-void PrintTo(const Builder& builder, std::ostream* out) {
-  *out << builder.function;
-}
 
 class PackedFile : public test::PackTest, public ::testing::WithParamInterface<Builder> {
  protected:

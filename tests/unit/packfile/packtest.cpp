@@ -18,15 +18,6 @@ namespace {
 constexpr char kReplacementDirectory[] = "/tmp/replacement";
 constexpr char kShellOutput[] = "/tmp/output";
 
-void EmptyCatalogue() {
-  MAP_GROUP_ATTR* groups = nullptr;
-  GetCChannelSetInstance().GetAttr(&groups);
-  groups->clear();
-  MAP_POINT_ATTR* points = nullptr;
-  GetCChannelSetInstance().GetAttr(&points);
-  points->clear();
-}
-
 }  // namespace
 
 void AddPoint(std::uint32_t dataId, const std::string& name) {
@@ -58,7 +49,7 @@ void ReplaceTar(const std::string& script) {
 }
 
 std::string Shell(const std::string& command) {
-  EXPECT_EQ(std::system((command + " > " + kShellOutput).c_str()), 0) << command;
+  EXPECT_EQ(std::system(("(" + command + ") > " + kShellOutput).c_str()), 0) << command;
   return ReadFile(kShellOutput);
 }
 
@@ -69,7 +60,12 @@ std::string Unpack(const std::string& archive) {
 void PackTest::SetUp() {
   GatewayTest::SetUp();
   m_path = std::getenv("PATH");
-  EmptyCatalogue();
+  MAP_GROUP_ATTR* groups = nullptr;
+  GetCChannelSetInstance().GetAttr(&groups);
+  groups->clear();
+  MAP_POINT_ATTR* points = nullptr;
+  GetCChannelSetInstance().GetAttr(&points);
+  points->clear();
   WriteSnXml("Ostra-7K", "BR0042");
   GetCsnSetInstance().Open(paths::kIdentityFile);
   GetCsnSetInstance().Close();

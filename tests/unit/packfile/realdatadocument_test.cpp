@@ -4,13 +4,17 @@
 #include <gmock/gmock.h>
 
 #include <cstdint>
+#include <limits>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/clock.h"
 #include "support/gateway.h"
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 namespace {
@@ -74,6 +78,26 @@ TEST_F(RealDataDocument, LeavesOutChannel193AndPausesAfterEveryDeviceAndEveryCha
                R"({"groupId":192,"eqpId":255,"timeMark":"T","values":[]}]})");
   EXPECT_THAT(test::Pauses(), ElementsAre(kAfterADevice, kAfterADevice, kAfterAChannel,
                                           kAfterAChannel, kAfterAChannel));
+}
+
+TEST_F(RealDataDocument, WritesThreeDecimalsUpToFourteenCharacters) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  for (const auto& [value, text] : {std::pair{12.5, "12.500"},
+                                    {-0.0004, "-0.000"},
+                                    {1.2346, "1.235"},
+                                    {1234567890.125, "1234567890.125"},
+                                    {-1234567890.125, "-1234567890.12"},
+                                    {1e299, "10000000000000"},
+                                    {-kInfinity, "-inf"},
+                                    {std::numeric_limits<double>::quiet_NaN(), "nan"}}) {
+    EXPECT_FALSE(Write(Catalogue({1}), {{1, value}}));
+    EXPECT_THAT(m_text.GetString(), HasSubstr(std::string(R"("value":")") + text + R"("})"));
+  }
+}
+
+TEST_F(RealDataDocument, ThrowsWithoutASerialNumber) {
+  EXPECT_THROW(WriteRealDataDocument({.serial = nullptr, .timeMark = "T"}, {}, {}, m_text),
+               std::logic_error);
 }
 
 TEST_F(RealDataDocument, ReturnsTheFirstPointWithoutAValue) {
