@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -76,6 +77,10 @@ struct Builder {
   bool givesUp;        // logs that it gives up and removes the remains
   const char* values;  // the end of its document
 };
+
+void PrintTo(const Builder& builder, std::ostream* out) {
+  *out << builder.function;
+}
 
 class PackedFile : public test::PackTest, public ::testing::WithParamInterface<Builder> {
  protected:
