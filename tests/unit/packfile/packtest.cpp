@@ -1,9 +1,7 @@
 #include "packtest.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 
 #include "config/channelset.h"
 #include "config/snset.h"
@@ -18,19 +16,7 @@ namespace test {
 namespace {
 
 constexpr char kReplacementDirectory[] = "/tmp/replacement";
-
-struct PipeCloser {
-  void operator()(std::FILE* pipe) const { pclose(pipe); }
-};
-
-void EmptyCatalogue() {
-  MAP_GROUP_ATTR* groups = nullptr;
-  GetCChannelSetInstance().GetAttr(&groups);
-  groups->clear();
-  MAP_POINT_ATTR* points = nullptr;
-  GetCChannelSetInstance().GetAttr(&points);
-  points->clear();
-}
+constexpr char kShellOutput[] = "/tmp/output";
 
 }  // namespace
 
@@ -63,16 +49,8 @@ void ReplaceTar(const std::string& script) {
 }
 
 std::string Shell(const std::string& command) {
-  const std::unique_ptr<std::FILE, PipeCloser> pipe(popen(command.c_str(), "r"));
-  std::string output;
-  for (int c = std::fgetc(pipe.get()); c != EOF; c = std::fgetc(pipe.get())) {
-    output += static_cast<char>(c);
-  }
-  return output;
-}
-
-std::string Members(const std::string& archive) {
-  return Shell("tar -tzf " + archive);
+  EXPECT_EQ(std::system(("(" + command + ") > " + kShellOutput).c_str()), 0) << command;
+  return ReadFile(kShellOutput);
 }
 
 std::string Unpack(const std::string& archive) {
@@ -82,7 +60,12 @@ std::string Unpack(const std::string& archive) {
 void PackTest::SetUp() {
   GatewayTest::SetUp();
   m_path = std::getenv("PATH");
-  EmptyCatalogue();
+  MAP_GROUP_ATTR* groups = nullptr;
+  GetCChannelSetInstance().GetAttr(&groups);
+  groups->clear();
+  MAP_POINT_ATTR* points = nullptr;
+  GetCChannelSetInstance().GetAttr(&points);
+  points->clear();
   WriteSnXml("Ostra-7K", "BR0042");
   GetCsnSetInstance().Open(paths::kIdentityFile);
   GetCsnSetInstance().Close();

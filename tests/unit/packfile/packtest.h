@@ -50,8 +50,7 @@ void ReplaceTar(const std::string& script);
 
 // What a shell command prints.
 std::string Shell(const std::string& command);
-// The names in an archive, and the content of its one member.
-std::string Members(const std::string& archive);
+// The content of an archive's one member.
 std::string Unpack(const std::string& archive);
 
 // Gives each test the serial number BR0042, an empty catalogue and the directories of the day.

@@ -14,8 +14,6 @@ namespace test {
 inline constexpr char kUntouched = '#';
 inline constexpr std::int32_t kUntouchedNumber = 0x23232323;  // four of them
 
-class AnswerTest : public GatewayTest {};
-
 using Texts = std::vector<std::string>;
 
 // The outcome of one call on a record that was filled with '#'.
@@ -31,25 +29,16 @@ struct Parsed {
   Ack ack;
 };
 
-inline int ParseInto(ST_UPLOAD_FILE_ACK& ack, const std::string& text) {
-  return GetCParseMemoryInstance().ParseUploadFileFromMemory(text.c_str(), 0, &ack);
-}
-inline int ParseInto(ST_AUTH_ACK& ack, const std::string& text) {
-  return GetCParseMemoryInstance().ParseAuthorizeInfoFromMemory(text.c_str(), 0, &ack);
-}
-inline int ParseInto(ST_SKIP_ADDRESS_ACK& ack, const std::string& text) {
-  return GetCParseMemoryInstance().ParseSkipAddressFromMemory(text.c_str(), 0, &ack);
-}
-
-template <typename Ack>
+template <typename Ack, int (CParseMemory::*parser)(const char*, int, Ack*)>
 Parsed<Ack> Parse(const std::string& text) {
   Parsed<Ack> parsed;
-  parsed.result = ParseInto(parsed.ack, text);
+  parsed.result = (GetCParseMemoryInstance().*parser)(text.c_str(), 0, &parsed.ack);
   return parsed;
 }
-constexpr auto ParseUpload = Parse<ST_UPLOAD_FILE_ACK>;
-constexpr auto ParseAuthorize = Parse<ST_AUTH_ACK>;
-constexpr auto ParseSkipAddress = Parse<ST_SKIP_ADDRESS_ACK>;
+constexpr auto ParseUpload = Parse<ST_UPLOAD_FILE_ACK, &CParseMemory::ParseUploadFileFromMemory>;
+constexpr auto ParseAuthorize = Parse<ST_AUTH_ACK, &CParseMemory::ParseAuthorizeInfoFromMemory>;
+constexpr auto ParseSkipAddress =
+    Parse<ST_SKIP_ADDRESS_ACK, &CParseMemory::ParseSkipAddressFromMemory>;
 
 inline std::string AnswerWithData(const std::string& data) {
   return R"({"status":0,"message":"ok","data":)" + data + "}";

@@ -8,12 +8,9 @@
 #include "config/sysset.h"
 
 using test::AnswerWithData;
-using test::LogRecord;
 using test::ParseSkipAddress;
-using test::Texts;
 using ::testing::Each;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 namespace {
 
@@ -27,10 +24,10 @@ std::string AnswerWithAddress(const std::string& address) {
   return AnswerWithData(R"([{"realIpAddress":")" + address + R"("}])");
 }
 
-class SkipAddressAnswer : public test::AnswerTest {
+class SkipAddressAnswer : public test::GatewayTest {
  protected:
   void SetUp() override {
-    AnswerTest::SetUp();
+    GatewayTest::SetUp();
     GetCSysSetInstance().SetRealIPAddress(kConfigured);
     test::DiscardLogs();
   }
@@ -53,13 +50,11 @@ TEST_F(SkipAddressAnswer, RedirectsToWhatStandsBeforeTheColonOfAtMost63Character
     std::string address;
   };
   for (const auto& [json, address] :
-       {Row{"192.0.2.7:8080", "192.0.2.7"}, Row{"cloud.example:80", "cloud.example"},
-        Row{"192.0.2.7:", "192.0.2.7"}, Row{"192.0.2.7:8080:9090", "192.0.2.7"},
+       {Row{"192.0.2.7:", "192.0.2.7"}, Row{"cloud.example:8080:9090", "cloud.example"},
         Row{"[::1]:80", "["}, Row{" 192.0.2.7 :1", " 192.0.2.7 "}, Row{"%s%n:80", "%s%n"},
         Row{R"(192.0.2.7\u0000.8:80)", "192.0.2.7"},
         Row{std::string(63, 'a') + ":80", std::string(63, 'a')},
-        Row{std::string(64, 'b') + ":80", std::string(63, 'b')},
-        Row{std::string(1000000, 'c'), std::string(63, 'c')}}) {
+        Row{std::string(64, 'b') + ":80", std::string(63, 'b')}}) {
     const auto parsed = ParseSkipAddress(AnswerWithAddress(json));
 
     EXPECT_EQ(parsed.result, 0) << address;
@@ -69,21 +64,13 @@ TEST_F(SkipAddressAnswer, RedirectsToWhatStandsBeforeTheColonOfAtMost63Character
 }
 
 TEST_F(SkipAddressAnswer, ChangesNothingWithoutAnAddress) {
-  for (const auto& json : Texts{"", ":8080", ":", R"(\u0000192.0.2.7)"}) {
+  for (const auto* json : {"", ":8080", R"(\u0000192.0.2.7)"}) {
     const auto parsed = ParseSkipAddress(AnswerWithAddress(json));
 
     EXPECT_EQ(parsed.result, 0) << json;
     EXPECT_THAT(parsed.ack.realIpAddress, Each(test::kUntouched)) << json;
     EXPECT_EQ(AddressInUse(), kConfigured) << json;
   }
-}
-
-TEST_F(SkipAddressAnswer, ChangesNoAddressWithoutElements) {
-  const auto parsed = ParseSkipAddress(AnswerWithData("[]"));
-
-  EXPECT_EQ(parsed.result, 0);
-  EXPECT_STREQ(parsed.ack.message, "ok");
-  EXPECT_EQ(AddressInUse(), kConfigured);
 }
 
 TEST_F(SkipAddressAnswer, FollowsEachElementAndEndsAtTheLastWithAnAddress) {
@@ -93,23 +80,6 @@ TEST_F(SkipAddressAnswer, FollowsEachElementAndEndsAtTheLastWithAnAddress) {
   EXPECT_STREQ(parsed.ack.realIpAddress, "192.0.2.8");
   EXPECT_EQ(AddressInUse(), "192.0.2.8");
   EXPECT_THAT(test::TextLog(), ::testing::SizeIs(2));  // one line for each new address
-}
-
-TEST_F(SkipAddressAnswer, IsLoggedWholeWithoutAMember) {
-  for (const auto& text : Texts{R"({"status":0,"message":"%s%n%d"})",
-                                R"({"message":"ok","data":[{"realIpAddress":"192.0.2.7"}]})",
-                                R"({"status":0,"data":[{"realIpAddress":"192.0.2.7"}]})"}) {
-    SCOPED_TRACE(text);
-    test::DiscardLogs();
-
-    const auto parsed = ParseSkipAddress(text);
-
-    EXPECT_EQ(parsed.result, -1);
-    EXPECT_TRUE(parsed.IsUntouched());
-    EXPECT_EQ(AddressInUse(), kConfigured);
-    EXPECT_THAT(test::TextLog(),
-                ElementsAre(LogRecord{"WARN", "SkipAddress recv:" + text + " ,missing Member"}));
-  }
 }
 
 TEST_F(SkipAddressAnswer, LogsAnElementWithoutAnAddressAfterFollowingTheOneBefore) {
@@ -124,28 +94,10 @@ TEST_F(SkipAddressAnswer, LogsAnElementWithoutAnAddressAfterFollowingTheOneBefor
 }
 
 TEST_F(SkipAddressAnswer, ThrowsAtAWrongType) {
-  for (const auto& text :
-       Texts{AnswerWithData(R"({"realIpAddress":"192.0.2.7"})"), AnswerWithData("null"),
-             AnswerWithData(R"(["192.0.2.7"])"), AnswerWithData("[[]]"),
-             AnswerWithData(R"([{"realIpAddress":192}])"),
-             AnswerWithData(R"([{"realIpAddress":null}])"), "[]"}) {
-    SCOPED_TRACE(text);
-    EXPECT_THROW(ParseSkipAddress(text), std::logic_error);
-
-    EXPECT_EQ(AddressInUse(), kConfigured);
+  for (const auto* data :
+       {R"({"realIpAddress":"192.0.2.7"})", R"(["192.0.2.7"])", R"([{"realIpAddress":192}])"}) {
+    EXPECT_THROW(ParseSkipAddress(AnswerWithData(data)), std::logic_error) << data;
   }
-}
-
-TEST_F(SkipAddressAnswer, FollowsTheRedirectBeforeItReadsTheStatus) {
-  test::Parsed<ST_SKIP_ADDRESS_ACK> parsed;
-
-  EXPECT_THROW(
-      test::ParseInto(parsed.ack,
-                      R"({"status":"0","message":"ok","data":[{"realIpAddress":"192.0.2.7"}]})"),
-      std::logic_error);
-
-  EXPECT_EQ(AddressInUse(), "192.0.2.7");
-  EXPECT_EQ(parsed.ack.status, test::kUntouchedNumber);
 }
 
 }  // namespace
