@@ -11,11 +11,6 @@
 
 namespace {
 
-int OpenText(CsnSet& identity, const std::string& text) {
-  test::WriteFile(paths::kIdentityFile, text);
-  return identity.Open(paths::kIdentityFile);
-}
-
 std::uint32_t Numeric(const CsnSet& identity) {
   std::uint32_t numeric = 0;
   identity.GetSn(&numeric);
@@ -70,13 +65,12 @@ TEST_F(Identity, StartsAsModelOneWithoutASerialNumber) {
 
 TEST_F(Identity, TakesTheLastOfRepeatedElementsAnd18CharactersOfASerialNumber) {
   CsnSet identity;
+  test::WriteFile(
+      paths::kIdentityFile,
+      "<snConfig><model model=\"Ostra-5N\"/><sn sn=\"AB1\"/><other/>"
+      "<model model=\"Ostra-R9\"/><model/><sn sn=\"ABC4567890000000079\"/><sn/></snConfig>");
 
-  EXPECT_EQ(
-      OpenText(
-          identity,
-          "<snConfig><model model=\"Ostra-5N\"/><sn sn=\"AB1\"/><other/>"
-          "<model model=\"Ostra-R9\"/><model/><sn sn=\"ABC4567890000000079\"/><sn/></snConfig>"),
-      0);
+  EXPECT_EQ(identity.Open(paths::kIdentityFile), 0);
 
   EXPECT_EQ(identity.GetModel(), 100);
   EXPECT_STREQ(identity.GetSn(), "ABC456789000000007");
@@ -87,15 +81,12 @@ TEST_F(Identity, NeedsAModelAndASerialNumber) {
   for (const char* content :
        {"<model model=\"x\"/>", "<sn sn=\"AB12\"/>", "<model/><sn sn=\"AB12\"/>",
         "<model model=\"x\"/><sn/>", "<model model=\"x\"/><sn sn=\"\"/>"}) {
-    CsnSet identity;
-
-    EXPECT_EQ(OpenText(identity, std::string("<snConfig>") + content + "</snConfig>"), -1)
-        << content;
-    EXPECT_FALSE(identity.IsOpen());
+    test::WriteFile(paths::kIdentityFile, std::string("<snConfig>") + content + "</snConfig>");
+    EXPECT_EQ(CsnSet().Open(paths::kIdentityFile), -1) << content;
   }
 }
 
-TEST_F(Identity, KeepsItsValuesAfterClose) {
+TEST_F(Identity, KeepsItsValuesAfterCloseAndForTheNumberOfAnotherSerialNumber) {
   test::WriteSnXml("Ostra-R9", "ABC1");
   CsnSet identity;
   identity.Open(paths::kIdentityFile);
@@ -105,16 +96,7 @@ TEST_F(Identity, KeepsItsValuesAfterClose) {
 
   EXPECT_EQ(identity.Close(), -1);
   EXPECT_FALSE(identity.IsOpen());
-  EXPECT_STREQ(identity.GetSn(), "ABC1");
-}
-
-TEST_F(Identity, ComputesTheNumberOfAnotherSerialNumber) {
-  test::WriteSnXml("Ostra-R9", "ABC1");
-  CsnSet identity;
-  identity.Open(paths::kIdentityFile);
-
   identity.Model2Sn("XYZ77");
-
   EXPECT_EQ(Numeric(identity), 77U);
   EXPECT_STREQ(identity.GetSn(), "ABC1");
 }
