@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <string>
-#include <vector>
 
 #include "support/configs.h"
 #include "support/gateway.h"
@@ -24,36 +23,33 @@ struct ModelRow {
   std::uint32_t numeric;
 };
 
-class ModelTable : public test::GatewayTest, public ::testing::WithParamInterface<ModelRow> {};
-
-TEST_P(ModelTable, GivesAModelItsNumberAndItsPrefix) {
-  test::WriteSnXml(GetParam().model, GetParam().serial);
-  CsnSet identity;
-
-  EXPECT_EQ(identity.Open(paths::kIdentityFile), 0);
-
-  EXPECT_EQ(identity.GetModel(), GetParam().number);
-  EXPECT_STREQ(identity.GetSn(), GetParam().serial);
-  EXPECT_EQ(Numeric(identity), GetParam().numeric);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, ModelTable,
-    ::testing::ValuesIn<std::vector<ModelRow>>({{"Ostra-7K", "AB12", 0, 12},
-                                                {"Ostra-7K-M", "AB12", 1, 12},
-                                                {"Ostra-5N", "XY4567", 2, 4567},
-                                                {"Ostra-5N-M", "AB12", 3, 12},
-                                                {"Ostra-R9", "ABC12", 100, 12},
-                                                {"Ostra-R9-M", "ABC000123", 101, 123},
-                                                {"Unknown", "AB12", 1, 12},
-                                                {"ostra-7k", "AB12", 1, 12},
-                                                {"", "AB12", 1, 12},
-                                                {"Ostra-7K", "AB12x34", 0, 12},
-                                                {"Ostra-7K", "A", 0, 0},
-                                                {"Ostra-7K", "AB-1", 0, 4294967295U},
-                                                {"Ostra-7K", "AB9999999999", 0, 2147483647U}}));
-
 class Identity : public test::GatewayTest {};
+
+TEST_F(Identity, GivesAModelItsNumberAndItsPrefix) {
+  for (const auto& row : {ModelRow{"Ostra-7K", "AB12", 0, 12},
+                          {"Ostra-7K-M", "AB12", 1, 12},
+                          {"Ostra-5N", "XY4567", 2, 4567},
+                          {"Ostra-5N-M", "AB12", 3, 12},
+                          {"Ostra-R9", "ABC12", 100, 12},
+                          {"Ostra-R9-M", "ABC000123", 101, 123},
+                          {"Unknown", "AB12", 1, 12},
+                          {"ostra-7k", "AB12", 1, 12},
+                          {"", "AB12", 1, 12},
+                          {"Ostra-7K", "AB12x34", 0, 12},
+                          {"Ostra-7K", "A", 0, 0},
+                          {"Ostra-7K", "AB-1", 0, 4294967295U},
+                          {"Ostra-7K", "AB9999999999", 0, 2147483647U}}) {
+    SCOPED_TRACE(std::string(row.model) + " " + row.serial);
+    test::WriteSnXml(row.model, row.serial);
+    CsnSet identity;
+
+    EXPECT_EQ(identity.Open(paths::kIdentityFile), 0);
+
+    EXPECT_EQ(identity.GetModel(), row.number);
+    EXPECT_STREQ(identity.GetSn(), row.serial);
+    EXPECT_EQ(Numeric(identity), row.numeric);
+  }
+}
 
 TEST_F(Identity, StartsAsModelOneWithoutASerialNumber) {
   const CsnSet identity;

@@ -5,11 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <functional>
-#include <ostream>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "support/files.h"
 #include "support/gateway.h"
@@ -28,15 +27,11 @@ using ::testing::Not;
 constexpr char kPath[] = "/tessel/Config/file.xml";
 constexpr char kAnyReason[] = "line [12]: [^\n]+";
 
-struct RefusedRow {
+struct Row {
   const char* name;
   std::function<void()> make;  // makes kPath
   std::string reason;          // a regular expression
 };
-
-void PrintTo(const RefusedRow& row, std::ostream* out) {
-  *out << row.name;
-}
 
 std::function<void()> Text(const std::string& text) {
   return [text] { test::WriteFile(kPath, text); };
@@ -48,57 +43,55 @@ std::string Repeat(int count, const std::string& text) {
   return whole;
 }
 
-class RefusedXml : public test::GatewayTest, public ::testing::WithParamInterface<RefusedRow> {};
-
-TEST_P(RefusedXml, GetsOneLineWithItsNameAndTheReason) {
-  test::WriteFile(kPath, "");
-  unlink(kPath);
-  GetParam().make();
-  testing::internal::CaptureStderr();
-
-  EXPECT_FALSE(util::XmlDocument::Read(kPath));
-
-  EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              MatchesRegex(kPath + ": "s + GetParam().reason + "\n"));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, RefusedXml,
-    ::testing::ValuesIn<std::vector<RefusedRow>>(
-        {{"missing", [] {}, "cannot be read: No such file or directory"},
-         {"directory", [] { mkdir(kPath, 0755); }, "is not a regular file"},
-         {"pipe without a writer", [] { mkfifo(kPath, 0600); }, "is not a regular file"},
-         {"too large", Text("<r>" + std::string(8388608 - 7 + 1, ' ') + "</r>"),
-          "is larger than 8388608 bytes"},
-         {"attributes of a tag", Text("<r>\n\n<e" + Repeat(65, " a=''") + "/></r>"),
-          "line 3: has a tag with more than 64 attributes"},
-         {"name spaces", Text("<r>\n" + Repeat(65, "<e xmlns:a='u'/>") + "</r>"),
-          "line 2: declares more than 64 name spaces"},
-         {"attributes", Text("<r>\n" + Repeat(131072, "<e a=''/>") + "</r>"),
-          "line 2: has more than 262144 elements and attributes"},
-         {"entity", Text("<!DOCTYPE r [\n<!ENTITY x \"x\">]><r/>"), "line 2: declares an entity"},
-         {"unparsed entity",
-          Text("<!DOCTYPE r [<!NOTATION n SYSTEM 'n'><!ENTITY x SYSTEM 'x' NDATA n>]><r/>"),
-          "line 1: declares an entity"},
-         {"attribute", Text("<!DOCTYPE r [<!ATTLIST r a (b|c) \"b\">]>\n<r/>"),
-          "line 1: declares an attribute"},
-         {"empty", Text(""), kAnyReason},
-         {"cut short", Text("<r><a/>"), kAnyReason},
-         {"several errors", Text("<r>\n<!--<!--<!--<!--</r>"),
-          "line 2: Double hyphen within comment"},
-         {"message of two lines", Text("<r a=\"caf\xE9\"/>"),
-          "line 1: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE9 0x22 0x2F 0x3E"},
-         {"long message", Text("<r></" + std::string(1000, 'a') + ">"),
-          ("line 1: Opening and ending tag mismatch: r line 1 and "s + std::string(1000, 'a'))
-              .substr(0, 300)},
-         {"GBK", Text("<?xml version=\"1.0\" encoding=\"GBK\"?><r a=\"\xB1\xC3\"/>"), kAnyReason},
-         {"UTF-16", Text("\xFF\xFE<\0r\0/\0>\0"s), kAnyReason},
-         {"zero byte in a value", Text("<r a=\"1\0002\"/>"s), kAnyReason},
-         {"comment start in a value", Text("<r a=\"<!--\"/><!-- -->"), kAnyReason},
-         {"comment start in a tag", Text("<r <!-- a='' -->/>"), kAnyReason},
-         {"compressed", Text("\x1F\x8B\x08\0\0\0\0\0\0\x03\xB3\x29\xD2\xB7\x03\0"s), kAnyReason}}));
-
 class XmlRefusal : public test::GatewayTest {};
+
+TEST_F(XmlRefusal, SaysOnOneLineWhichFileAndWhy) {
+  for (const auto& row :
+       {Row{"missing", [] {}, "cannot be read: No such file or directory"},
+        {"directory", [] { mkdir(kPath, 0755); }, "is not a regular file"},
+        {"pipe without a writer", [] { mkfifo(kPath, 0600); }, "is not a regular file"},
+        {"too large", Text("<r>" + std::string(8388608 - 7 + 1, ' ') + "</r>"),
+         "is larger than 8388608 bytes"},
+        {"attributes of a tag", Text("<r>\n\n<e" + Repeat(65, " a=''") + "/></r>"),
+         "line 3: has a tag with more than 64 attributes"},
+        {"name spaces", Text("<r>\n" + Repeat(65, "<e xmlns:a='u'/>") + "</r>"),
+         "line 2: declares more than 64 name spaces"},
+        {"attributes", Text("<r>\n" + Repeat(131072, "<e a=''/>") + "</r>"),
+         "line 2: has more than 262144 elements and attributes"},
+        {"entity", Text("<!DOCTYPE r [\n<!ENTITY x \"x\">]><r/>"), "line 2: declares an entity"},
+        {"unparsed entity",
+         Text("<!DOCTYPE r [<!NOTATION n SYSTEM 'n'><!ENTITY x SYSTEM 'x' NDATA n>]><r/>"),
+         "line 1: declares an entity"},
+        {"attribute", Text("<!DOCTYPE r [<!ATTLIST r a (b|c) \"b\">]>\n<r/>"),
+         "line 1: declares an attribute"},
+        {"empty", Text(""), kAnyReason},
+        {"cut short", Text("<r><a/>"), kAnyReason},
+        {"several errors", Text("<r>\n<!--<!--<!--<!--</r>"),
+         "line 2: Double hyphen within comment"},
+        {"message of two lines", Text("<r a=\"caf\xE9\"/>"),
+         "line 1: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE9 0x22 0x2F 0x3E"},
+        {"long message", Text("<r></" + std::string(1000, 'a') + ">"),
+         ("line 1: Opening and ending tag mismatch: r line 1 and "s + std::string(1000, 'a'))
+             .substr(0, 300)},
+        {"GBK", Text("<?xml version=\"1.0\" encoding=\"GBK\"?><r a=\"\xB1\xC3\"/>"), kAnyReason},
+        {"UTF-16", Text("\xFF\xFE<\0r\0/\0>\0"s), kAnyReason},
+        {"zero byte in a value", Text("<r a=\"1\0002\"/>"s), kAnyReason},
+        {"comment start in a value", Text("<r a=\"<!--\"/><!-- -->"), kAnyReason},
+        {"comment start in a tag", Text("<r <!-- a='' -->/>"), kAnyReason},
+        {"compressed", Text("\x1F\x8B\x08\0\0\0\0\0\0\x03\xB3\x29\xD2\xB7\x03\0"s), kAnyReason}}) {
+    test::WriteFile(kPath, "");
+    std::filesystem::remove(kPath);
+    row.make();
+    testing::internal::CaptureStderr();
+
+    EXPECT_FALSE(util::XmlDocument::Read(kPath)) << row.name;
+
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                MatchesRegex(kPath + ": "s + row.reason + "\n"))
+        << row.name;
+    std::filesystem::remove(kPath);
+  }
+}
 
 TEST_F(XmlRefusal, KeepsThePathOnOneLineAndNeedsOne) {
   testing::internal::CaptureStderr();
