@@ -94,53 +94,44 @@ TEST_P(UnusableFile, GivesTheResultAndTheMessage) {
   EXPECT_EQ(test::TextLog(), (std::vector<test::LogRecord>{{"ERROR", GetParam().message}}));
 }
 
-INSTANTIATE_TEST_SUITE_P(SystemSettings, UnusableFile,
-                         ::testing::ValuesIn<std::vector<FailureRow>>(
-                             {{"missing", Open<CSysSet>, "/tessel/none", -1,
-                               "parsed /tessel/none failed", "/tessel/none: "},
-                              {"no document", LoadNothing<CSysSet>, "", -1,
-                               "SysConfigXml document is null"},
-                              {"no root", LoadWithoutRoot<CSysSet>, "<sysConfig/>", -1,
-                               "SysConfigXml document,Empty document."},
-                              {"other root", OpenText<CSysSet>, "<other/>", 0,
-                               "SysConfigXml document,root is not sysConfig.",
-                               "/tessel/file.xml: line 1: the root is not sysConfig\n"}}));
-
 INSTANTIATE_TEST_SUITE_P(
-    Identity, UnusableFile,
+    Table, UnusableFile,
     ::testing::ValuesIn<std::vector<FailureRow>>(
-        {{"missing", Open<CsnSet>, "/tessel/none", -1, "parse Document /tessel/none failed",
+        {{"settings: missing", Open<CSysSet>, "/tessel/none", -1, "parsed /tessel/none failed",
           "/tessel/none: "},
-         {"no document", LoadNothing<CsnSet>, "", -1, "parse SN Document failed"},
-         {"no root", LoadWithoutRoot<CsnSet>, "<snConfig><model model=''/><sn sn='1'/></snConfig>",
-          -1, "parse SN Document failed,empty document."},
-         {"other root", OpenText<CsnSet>, "\n<other/>", -1,
+         {"settings: no document", LoadNothing<CSysSet>, "", -1, "SysConfigXml document is null"},
+         {"settings: no root", LoadWithoutRoot<CSysSet>, "<sysConfig/>", -1,
+          "SysConfigXml document,Empty document."},
+         {"settings: other root", OpenText<CSysSet>, "<other/>", 0,
+          "SysConfigXml document,root is not sysConfig.",
+          "/tessel/file.xml: line 1: the root is not sysConfig\n"},
+         {"identity: missing", Open<CsnSet>, "/tessel/none", -1,
+          "parse Document /tessel/none failed", "/tessel/none: "},
+         {"identity: no document", LoadNothing<CsnSet>, "", -1, "parse SN Document failed"},
+         {"identity: no root", LoadWithoutRoot<CsnSet>,
+          "<snConfig><model model=''/><sn sn='1'/></snConfig>", -1,
+          "parse SN Document failed,empty document."},
+         {"identity: other root", OpenText<CsnSet>, "\n<other/>", -1,
           "parse SN Document failed,wrong type,root node is not snConfig",
           "/tessel/file.xml: line 2: the root is not snConfig\n"},
-         {"no values", OpenText<CsnSet>, "<snConfig/>", -1,
+         {"identity: no values", OpenText<CsnSet>, "<snConfig/>", -1,
           "parse SN Document failed,no usable model or sn",
-          "/tessel/file.xml: has no usable model or sn\n"}}));
-
-INSTANTIATE_TEST_SUITE_P(ChannelTemplate, UnusableFile,
-                         ::testing::ValuesIn<std::vector<FailureRow>>(
-                             {{"missing", Open<CChannelSet>, "/tessel/none", -1,
-                               "Document /tessel/none parsed failed.", "/tessel/none: "},
-                              {"no document", LoadNothing<CChannelSet>, "", -1,
-                               "[LoadChannelParamFromXml]: Xml document is null"},
-                              {"no root", LoadWithoutRoot<CChannelSet>, "<ChannelConfig/>", -1,
-                               "[LoadChannelParamFromXml]: Empty document."},
-                              {"other root", OpenText<CChannelSet>, "<other/>", -1,
-                               "[LoadChannelParamFromXml]: Root node is not 'ChannelConfig'",
-                               "/tessel/file.xml: line 1: the root is not ChannelConfig\n"}}));
-
-INSTANTIATE_TEST_SUITE_P(DeviceDefinition, UnusableFile,
-                         ::testing::ValuesIn<std::vector<FailureRow>>(
-                             {{"malformed", LoadDefinition, "", -1,
-                               "[LoadDevPointAttr]: parsed Parse failed", "/tessel/file.xml: "},
-                              {"no root", LoadDefinitionWithoutRoot, "<DevConfig/>", -1,
-                               "[LoadDevPointAttr]: empty document"},
-                              {"other root", LoadDefinition, "<other/>", -1,
-                               "[LoadDevPointAttr]:  wrong type, root node != DevConfig",
-                               "/tessel/file.xml: line 1: the root is not DevConfig\n"}}));
+          "/tessel/file.xml: has no usable model or sn\n"},
+         {"template: missing", Open<CChannelSet>, "/tessel/none", -1,
+          "Document /tessel/none parsed failed.", "/tessel/none: "},
+         {"template: no document", LoadNothing<CChannelSet>, "", -1,
+          "[LoadChannelParamFromXml]: Xml document is null"},
+         {"template: no root", LoadWithoutRoot<CChannelSet>, "<ChannelConfig/>", -1,
+          "[LoadChannelParamFromXml]: Empty document."},
+         {"template: other root", OpenText<CChannelSet>, "<other/>", -1,
+          "[LoadChannelParamFromXml]: Root node is not 'ChannelConfig'",
+          "/tessel/file.xml: line 1: the root is not ChannelConfig\n"},
+         {"definition: malformed", LoadDefinition, "", -1,
+          "[LoadDevPointAttr]: parsed Parse failed", "/tessel/file.xml: "},
+         {"definition: no root", LoadDefinitionWithoutRoot, "<DevConfig/>", -1,
+          "[LoadDevPointAttr]: empty document"},
+         {"definition: other root", LoadDefinition, "<other/>", -1,
+          "[LoadDevPointAttr]:  wrong type, root node != DevConfig",
+          "/tessel/file.xml: line 1: the root is not DevConfig\n"}}));
 
 }  // namespace

@@ -17,10 +17,15 @@ std::string Printed(int result, const std::function<int()>& call) {
   return testing::internal::GetCapturedStdout();
 }
 
-TEST(SettingsPrintOut, ShowsTheCloudRecord) {
+class PrintOut : public ::testing::Test {
+ protected:
+  CSysSet settings;
+  CChannelSet catalogue;
+};
+
+TEST_F(PrintOut, ShowsTheCloudRecord) {
   const ST_CLOUDSERVER_CONFIG_ATTR cloud{1,  "127.0.0.9", 8080, "/cloud", -1, 10,
                                          60, 30,          -5,   "json",   2};
-  const CSysSet settings;
 
   EXPECT_EQ(Printed(0, [&] { return settings.ShowCloudConfig(&cloud); }),
             "*************** Cloud Config Info ***************\n"
@@ -37,9 +42,8 @@ TEST(SettingsPrintOut, ShowsTheCloudRecord) {
             "******************************************\n");
 }
 
-TEST(SettingsPrintOut, ShowsTheGatewayRecord) {
+TEST_F(PrintOut, ShowsTheGatewayRecord) {
   const ST_GATEWAY_INFO info{"S", "V1\n", "R", "RD", "G", "A", "O", "OD", "1", "2"};
-  const CSysSet settings;
 
   EXPECT_EQ(Printed(0, [&] { return settings.ShowGateWayInfo(&info); }),
             "*************** GateWay Info ***************\n"
@@ -56,9 +60,8 @@ TEST(SettingsPrintOut, ShowsTheGatewayRecord) {
             "******************************************\n");
 }
 
-TEST(SettingsPrintOut, ShowsTheHttpsRecord) {
+TEST_F(PrintOut, ShowsTheHttpsRecord) {
   const ST_HTTPS_CERT_INFO https{1, "/a.pem", "u", "p"};
-  const CSysSet settings;
 
   EXPECT_EQ(Printed(0, [&] { return settings.ShowHttpsCertInfo(&https); }),
             "*************** HTTPS Cert Info ***************\n"
@@ -69,11 +72,9 @@ TEST(SettingsPrintOut, ShowsTheHttpsRecord) {
             "******************************************\n");
 }
 
-TEST(SettingsPrintOut, ShowsItsOwnRecordsWithTheirAddress) {
-  const CSysSet settings;
+TEST_F(PrintOut, ShowsItsOwnRecordsWithTheirAddress) {
   const auto* cloud = settings.GetCloudConfigAttr();
   const auto* info = settings.GetGateWayAttr();
-  const auto* https = settings.GetHttpsCertInfo();
 
   EXPECT_EQ(
       Printed(0, [&] { return settings.ShowCloudConfig(); }),
@@ -83,22 +84,11 @@ TEST(SettingsPrintOut, ShowsItsOwnRecordsWithTheirAddress) {
             util::Format("The address of m_gateWayInfo is %p\n", static_cast<const void*>(info)) +
                 Printed(0, [&] { return settings.ShowGateWayInfo(info); }));
   EXPECT_EQ(Printed(0, [&] { return settings.ShowHttpsCertInfo(); }),
-            Printed(0, [&] { return settings.ShowHttpsCertInfo(https); }));
+            Printed(0, [&] { return settings.ShowHttpsCertInfo(settings.GetHttpsCertInfo()); }));
 }
 
-TEST(SettingsPrintOut, RefusesANullRecord) {
-  const CSysSet settings;
-
-  EXPECT_EQ(Printed(-1, [&] { return settings.ShowCloudConfig(nullptr); }),
-            "Err,The Pointer of CloudConfigInfo is NULL\n");
-  EXPECT_EQ(Printed(-1, [&] { return settings.ShowGateWayInfo(nullptr); }),
-            "Err,The Pointer of GateWayInfo is NULL\n");
-  EXPECT_EQ(Printed(-1, [&] { return settings.ShowHttpsCertInfo(nullptr); }), "");
-}
-
-TEST(CataloguePrintOut, ShowsAPointAndTheTreeOfPoints) {
+TEST_F(PrintOut, ShowsAPointAndTheTreeOfPoints) {
   const ST_POINTID_ATTR point{"Level", 1, 3, 1, 291, 0x01031123, "m"};
-  CChannelSet catalogue;
   catalogue.AddSamplePoint(point);
   MAP_GROUP_ATTR* groups = nullptr;
   catalogue.GetAttr(&groups);
@@ -110,9 +100,8 @@ TEST(CataloguePrintOut, ShowsAPointAndTheTreeOfPoints) {
             "Group Number = 1\n    |Dev Number = 3\n        |" + line);
 }
 
-TEST(CataloguePrintOut, ShowsADeviceAndTheListOfDevices) {
+TEST_F(PrintOut, ShowsADeviceAndTheListOfDevices) {
   const ST_DEV_ATTR device{"/d.xml", "Modbus", "Pump", 3, 5, 1};
-  CChannelSet catalogue;
   catalogue.AddDev(device);
   MAP_DEV_ATTR* devices = nullptr;
   catalogue.GetAttr(&devices);
@@ -128,16 +117,20 @@ TEST(CataloguePrintOut, ShowsADeviceAndTheListOfDevices) {
   EXPECT_EQ(Printed(0, [&] { return catalogue.ShowDevInfo(devices); }), "DevNo = 0103\n" + lines);
 }
 
-TEST(CataloguePrintOut, RefusesANullRecordOrMap) {
-  const CChannelSet catalogue;
-  const ST_POINTID_ATTR* point = nullptr;
+TEST_F(PrintOut, RefusesANullRecordOrMap) {
   const MAP_GROUP_ATTR* groups = nullptr;
+  const ST_POINTID_ATTR* point = nullptr;
   const ST_DEV_ATTR* device = nullptr;
   const MAP_DEV_ATTR* devices = nullptr;
 
+  EXPECT_EQ(Printed(-1, [&] { return settings.ShowCloudConfig(nullptr); }),
+            "Err,The Pointer of CloudConfigInfo is NULL\n");
+  EXPECT_EQ(Printed(-1, [&] { return settings.ShowGateWayInfo(nullptr); }),
+            "Err,The Pointer of GateWayInfo is NULL\n");
+  EXPECT_EQ(Printed(-1, [&] { return settings.ShowHttpsCertInfo(nullptr); }), "");
+  EXPECT_EQ(Printed(-1, [&] { return catalogue.ShowSamplePointInfo(groups); }), "");
   EXPECT_EQ(Printed(-1, [&] { return catalogue.ShowSamplePointInfo(point); }),
             "ShowSamplePointInfo(ST_POINTID_ATTR *p) err,pointer is NULL\n");
-  EXPECT_EQ(Printed(-1, [&] { return catalogue.ShowSamplePointInfo(groups); }), "");
   EXPECT_EQ(Printed(-1, [&] { return catalogue.ShowDevInfo(device); }),
             "ShowDevInfo(ST_DEV_ATTR *p),err,pointer is null\n");
   EXPECT_EQ(Printed(-1, [&] { return catalogue.ShowDevInfo(devices); }),

@@ -27,19 +27,10 @@ TEST(Mutex, LetsOneThreadInAtATime) {
   EXPECT_EQ(counter, 2 * kRounds);
 }
 
-TEST(Mutex, AcceptsATryOnlyWhileItIsFree) {
+TEST(Mutex, AcceptsATryOnlyWhileItIsFreeAndStaysLockedOnceAbandoned) {
   util::Mutex mutex;
-  { const std::lock_guard lock(mutex); }
-
   EXPECT_TRUE(mutex.try_lock());
   EXPECT_FALSE(mutex.try_lock());
-
-  mutex.unlock();
-}
-
-TEST(Mutex, StaysLockedOnceAbandoned) {
-  util::Mutex mutex;
-  mutex.lock();
   EXPECT_FALSE(mutex.IsAbandoned());
 
   mutex.Abandon();

@@ -14,23 +14,22 @@ namespace {
 constexpr std::size_t kBytes = 64;
 using Text = util::PublishedText<kBytes>;
 
+// All bytes of the text's field.
 std::string Read(const Text& text) {
   char copy[kBytes];
   text.Read(copy);
-  return copy;
+  return {copy, kBytes};
 }
 
 TEST(PublishedText, ReplacesTheWholeTextBefore) {
   Text text;
-  EXPECT_EQ(Read(text), "");
+  EXPECT_EQ(Read(text), std::string(kBytes, '\0'));
+
   text.Publish(std::string(kBytes, 'h'));
-  EXPECT_EQ(Read(text), std::string(kBytes - 1, 'h'));
-  char copy[kBytes];
+  EXPECT_EQ(Read(text), std::string(kBytes - 1, 'h') + '\0');
 
   text.Publish("short");
-  text.Read(copy);
-
-  EXPECT_EQ(std::string(copy, kBytes), "short" + std::string(kBytes - 5, '\0'));
+  EXPECT_EQ(Read(text), "short" + std::string(kBytes - 5, '\0'));
 }
 
 // The n-th text: its number nine times, so that a mixture of two texts shows.
@@ -46,7 +45,7 @@ int CountWrong(const Text& text, int last) {
   for (int newest = 0; newest < last;) {
     const std::string read = Read(text);
     const int number = util::Decimal(read.substr(0, 7).c_str());
-    if (read != Numbered(number) || number < newest) ++wrong;
+    if (read != Numbered(number) + '\0' || number < newest) ++wrong;
     newest = number;
   }
   return wrong;

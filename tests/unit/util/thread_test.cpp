@@ -10,48 +10,45 @@
 
 namespace {
 
-constexpr pthread_t kNobody = 0;
+using util::DetachState;
+using util::StartResult;
+
 constexpr std::size_t kStackBytes = 0x200000;
 
-void* PassBack(void* argument) {
-  return argument;
-}
-
-void* RaiseFlag(void* flag) {
+// Sets the flag and passes it back.
+void* Raise(void* flag) {
   static_cast<std::atomic<bool>*>(flag)->store(true);
   static_cast<std::atomic<bool>*>(flag)->notify_one();
-  return nullptr;
+  return flag;
 }
 
 class StartThread : public ::testing::Test {
  protected:
-  util::StartResult Start(util::DetachState state, void* (*entry)(void*), void* argument) {
-    return util::StartThread(&id, state, entry, argument, &errorCode);
+  StartResult Start(DetachState state) {
+    return util::StartThread(&id, state, Raise, &hasRun, &errorCode);
   }
 
-  pthread_t id = kNobody;
+  static inline std::atomic<bool> hasRun;  // outlives a thread that nobody joins
+  pthread_t id = pthread_self();
   int errorCode = -1;
 };
 
 TEST_F(StartThread, RunsTheEntryWithItsArgumentAndStack) {
-  int argument = 0;
-
-  EXPECT_EQ(Start(util::DetachState::kJoinable, PassBack, &argument), util::StartResult::kDone);
+  EXPECT_EQ(Start(DetachState::kJoinable), StartResult::kDone);
 
   EXPECT_EQ(errorCode, 0);
   EXPECT_FALSE(test::LatestThread().detached);
   EXPECT_EQ(test::LatestThread().stackBytes, kStackBytes);
-  ASSERT_NE(id, kNobody);
+  ASSERT_NE(id, pthread_self());
   void* passedBack = nullptr;
   EXPECT_EQ(pthread_join(id, &passedBack), 0);
-  EXPECT_EQ(passedBack, &argument);
+  EXPECT_EQ(passedBack, &hasRun);
 }
 
 TEST_F(StartThread, DetachesOnDemandWithTheSameStack) {
-  static std::atomic<bool> hasRun;  // outlives a thread that nobody joins
   hasRun = false;
 
-  Start(util::DetachState::kDetached, RaiseFlag, &hasRun);
+  Start(DetachState::kDetached);
 
   EXPECT_TRUE(test::LatestThread().detached);
   EXPECT_EQ(test::LatestThread().stackBytes, kStackBytes);
@@ -59,10 +56,9 @@ TEST_F(StartThread, DetachesOnDemandWithTheSameStack) {
 }
 
 TEST_F(StartThread, KeepsTheIdAndTellsWhyWhenThereIsNoThread) {
-  id = pthread_self();
   test::FailNextThread();
 
-  EXPECT_EQ(Start(util::DetachState::kJoinable, PassBack, nullptr), util::StartResult::kDone);
+  EXPECT_EQ(Start(DetachState::kJoinable), StartResult::kDone);
 
   EXPECT_EQ(errorCode, EAGAIN);
   EXPECT_EQ(id, pthread_self());
@@ -72,8 +68,7 @@ TEST_F(StartThread, CreatesNothingWithoutItsDetachState) {
   test::ForgetThreads();
   test::FailCalls(test::Call::kSetDetachState);
 
-  EXPECT_EQ(Start(util::DetachState::kJoinable, PassBack, nullptr),
-            util::StartResult::kNoDetachState);
+  EXPECT_EQ(Start(DetachState::kJoinable), StartResult::kNoDetachState);
 
   EXPECT_EQ(errorCode, EINVAL);
   EXPECT_THAT(test::ThreadsMade(), ::testing::IsEmpty());

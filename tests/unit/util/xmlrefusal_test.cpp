@@ -5,11 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <functional>
-#include <ostream>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "support/files.h"
 #include "support/gateway.h"
@@ -28,108 +27,80 @@ using ::testing::Not;
 constexpr char kPath[] = "/tessel/Config/file.xml";
 constexpr char kAnyReason[] = "line [12]: [^\n]+";
 
-struct RefusedRow {
+struct Row {
   const char* name;
   std::function<void()> make;  // makes kPath
   std::string reason;          // a regular expression
 };
 
-void PrintTo(const RefusedRow& row, std::ostream* out) {
-  *out << row.name;
-}
-
 std::function<void()> Text(const std::string& text) {
   return [text] { test::WriteFile(kPath, text); };
 }
 
-// Many elements from the second line on.
-std::function<void()> Elements(int count, const std::string& element) {
-  std::string text = "<r>\n";
-  for (int i = 0; i < count; ++i) text += element;
-  return Text(text + "</r>");
+std::string Repeat(int count, const std::string& text) {
+  std::string whole;
+  for (int i = 0; i < count; ++i) whole += text;
+  return whole;
 }
-
-std::string Attributes(int count) {
-  std::string text;
-  for (int i = 0; i < count; ++i) text += " a" + std::to_string(i) + "=''";
-  return text;
-}
-
-class RefusedXml : public test::GatewayTest, public ::testing::WithParamInterface<RefusedRow> {};
-
-TEST_P(RefusedXml, GetsOneLineWithItsNameAndTheReason) {
-  test::WriteFile(kPath, "");
-  unlink(kPath);
-  GetParam().make();
-  testing::internal::CaptureStderr();
-
-  EXPECT_FALSE(util::XmlDocument::Read(kPath));
-
-  EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              MatchesRegex(kPath + ": "s + GetParam().reason + "\n"));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, RefusedXml,
-    ::testing::ValuesIn<std::vector<RefusedRow>>(
-        {{"missing", [] {}, "cannot be read: No such file or directory"},
-         {"directory", [] { mkdir(kPath, 0755); }, "is not a regular file"},
-         {"pipe without a writer", [] { mkfifo(kPath, 0600); }, "is not a regular file"},
-         {"too large", Text("<r>" + std::string(8388608 - 7 + 1, ' ') + "</r>"),
-          "is larger than 8388608 bytes"}}));
-
-INSTANTIATE_TEST_SUITE_P(Limits, RefusedXml,
-                         ::testing::ValuesIn<std::vector<RefusedRow>>(
-                             {{"attributes of a tag", Text("<r>\n\n<e" + Attributes(65) + "/></r>"),
-                               "line 3: has a tag with more than 64 attributes"},
-                              {"name spaces", Elements(65, "<e xmlns:a='u'/>"),
-                               "line 2: declares more than 64 name spaces"},
-                              {"attributes", Elements(131072, "<e a=''/>"),
-                               "line 2: has more than 262144 elements and attributes"}}));
-
-INSTANTIATE_TEST_SUITE_P(
-    Declarations, RefusedXml,
-    ::testing::ValuesIn<std::vector<RefusedRow>>(
-        {{"entity", Text("<!DOCTYPE r [\n<!ENTITY x \"x\">]><r/>"), "line 2: declares an entity"},
-         {"unparsed entity",
-          Text("<!DOCTYPE r [<!NOTATION n SYSTEM 'n'><!ENTITY x SYSTEM 'x' NDATA n>]><r/>"),
-          "line 1: declares an entity"},
-         {"attribute", Text("<!DOCTYPE r [<!ATTLIST r a (b|c) \"b\">]>\n<r/>"),
-          "line 1: declares an attribute"}}));
-
-INSTANTIATE_TEST_SUITE_P(
-    Malformed, RefusedXml,
-    ::testing::ValuesIn<std::vector<RefusedRow>>(
-        {{"empty", Text(""), kAnyReason},
-         {"cut short", Text("<r><a/>"), kAnyReason},
-         {"several errors", Text("<r>\n<!--<!--<!--<!--</r>"),
-          "line 2: Double hyphen within comment"},
-         {"message of two lines", Text("<r a=\"caf\xE9\"/>"),
-          "line 1: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE9 0x22 0x2F "
-          "0x3E"},
-         {"long message", Text("<r></" + std::string(1000, 'a') + ">"),
-          ("line 1: Opening and ending tag mismatch: r line 1 and "s + std::string(1000, 'a'))
-              .substr(0, 300)},
-         {"GBK", Text("<?xml version=\"1.0\" encoding=\"GBK\"?><r a=\"\xB1\xC3\"/>"), kAnyReason},
-         {"UTF-16", Text("\xFF\xFE<\0r\0/\0>\0"s), kAnyReason},
-         {"zero byte in a value", Text("<r a=\"1\0002\"/>"s), kAnyReason},
-         {"comment start in a value", Text("<r a=\"<!--\"/><!-- -->"), kAnyReason},
-         {"comment start in a tag", Text("<r <!-- a='' -->/>"), kAnyReason},
-         {"compressed", Text("\x1F\x8B\x08\0\0\0\0\0\0\x03\xB3\x29\xD2\xB7\x03\0"s), kAnyReason}}));
 
 class XmlRefusal : public test::GatewayTest {};
 
-TEST_F(XmlRefusal, NeedsAPath) {
-  EXPECT_FALSE(util::XmlDocument::Read(nullptr));
+TEST_F(XmlRefusal, SaysOnOneLineWhichFileAndWhy) {
+  for (const auto& row :
+       {Row{"missing", [] {}, "cannot be read: No such file or directory"},
+        {"directory", [] { mkdir(kPath, 0755); }, "is not a regular file"},
+        {"pipe without a writer", [] { mkfifo(kPath, 0600); }, "is not a regular file"},
+        {"too large", Text("<r>" + std::string(8388608 - 7 + 1, ' ') + "</r>"),
+         "is larger than 8388608 bytes"},
+        {"attributes of a tag", Text("<r>\n\n<e" + Repeat(65, " a=''") + "/></r>"),
+         "line 3: has a tag with more than 64 attributes"},
+        {"name spaces", Text("<r>\n" + Repeat(65, "<e xmlns:a='u'/>") + "</r>"),
+         "line 2: declares more than 64 name spaces"},
+        {"attributes", Text("<r>\n" + Repeat(131072, "<e a=''/>") + "</r>"),
+         "line 2: has more than 262144 elements and attributes"},
+        {"entity", Text("<!DOCTYPE r [\n<!ENTITY x \"x\">]><r/>"), "line 2: declares an entity"},
+        {"unparsed entity",
+         Text("<!DOCTYPE r [<!NOTATION n SYSTEM 'n'><!ENTITY x SYSTEM 'x' NDATA n>]><r/>"),
+         "line 1: declares an entity"},
+        {"attribute", Text("<!DOCTYPE r [<!ATTLIST r a (b|c) \"b\">]>\n<r/>"),
+         "line 1: declares an attribute"},
+        {"empty", Text(""), kAnyReason},
+        {"cut short", Text("<r><a/>"), kAnyReason},
+        {"several errors", Text("<r>\n<!--<!--<!--<!--</r>"),
+         "line 2: Double hyphen within comment"},
+        {"message of two lines", Text("<r a=\"caf\xE9\"/>"),
+         "line 1: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE9 0x22 0x2F 0x3E"},
+        {"long message", Text("<r></" + std::string(1000, 'a') + ">"),
+         ("line 1: Opening and ending tag mismatch: r line 1 and "s + std::string(1000, 'a'))
+             .substr(0, 300)},
+        {"GBK", Text("<?xml version=\"1.0\" encoding=\"GBK\"?><r a=\"\xB1\xC3\"/>"), kAnyReason},
+        {"UTF-16", Text("\xFF\xFE<\0r\0/\0>\0"s), kAnyReason},
+        {"zero byte in a value", Text("<r a=\"1\0002\"/>"s), kAnyReason},
+        {"comment start in a value", Text("<r a=\"<!--\"/><!-- -->"), kAnyReason},
+        {"comment start in a tag", Text("<r <!-- a='' -->/>"), kAnyReason},
+        {"compressed", Text("\x1F\x8B\x08\0\0\0\0\0\0\x03\xB3\x29\xD2\xB7\x03\0"s), kAnyReason}}) {
+    test::WriteFile(kPath, "");
+    std::filesystem::remove(kPath);
+    row.make();
+    testing::internal::CaptureStderr();
+
+    EXPECT_FALSE(util::XmlDocument::Read(kPath)) << row.name;
+
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                MatchesRegex(kPath + ": "s + row.reason + "\n"))
+        << row.name;
+    std::filesystem::remove(kPath);
+  }
 }
 
-TEST_F(XmlRefusal, KeepsThePathOnOneLine) {
+TEST_F(XmlRefusal, KeepsThePathOnOneLineAndNeedsOne) {
   testing::internal::CaptureStderr();
 
-  util::XmlDocument::Read("/tessel/two\nlines.xml");
+  EXPECT_FALSE(util::XmlDocument::Read("/tessel/two\nlines.xml"));
+  EXPECT_FALSE(util::XmlDocument::Read(nullptr));
 
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              MatchesRegex("/tessel/two lines.xml: [^\n]+\n"));
+              MatchesRegex("/tessel/two lines.xml: [^\n]+\n: [^\n]+\n"));
 }
 
 TEST_F(XmlRefusal, PassesOverErrorsThatAreNotFatal) {
@@ -149,27 +120,23 @@ std::string Values(const util::XmlElement& element) {
   return values;
 }
 
-class ReachingXml : public XmlRefusal {
- protected:
-  // Reads documents that try to bring what stands at `wanted` into a value. Returns their values.
-  static std::string ValuesFor(const std::string& wanted) {
-    std::string values;
-    for (const auto& [before, after] : {
-             std::pair{"<!DOCTYPE r [<!ENTITY x SYSTEM \"", "\">]><r a=\"&x;\">&x;</r>"},
-             {"<!DOCTYPE r [<!ENTITY % x SYSTEM \"", "\"> %x;]><r/>"},
-             {"<!DOCTYPE r SYSTEM \"", "\"><r a=\"&x;\">&x;</r>"},
-             {"<!DOCTYPE r PUBLIC \"p\" \"", "\"><r/>"},
-             {"<r xmlns:i=\"http://www.w3.org/2001/XInclude\"><i:include href=\"", "\"/></r>"},
-         }) {
-      test::WriteFile(kPath, before + wanted + after);
-      const auto document = util::XmlDocument::Read(kPath);
-      if (document) values += Values(*document.Root());
-    }
-    return values;
+// Reads documents that try to bring what stands at `wanted` into a value. Returns their values.
+std::string ValuesFor(const std::string& wanted) {
+  std::string values;
+  for (const auto& [before, after] :
+       {std::pair{"<!DOCTYPE r [<!ENTITY x SYSTEM \"", "\">]><r a=\"&x;\">&x;</r>"},
+        {"<!DOCTYPE r [<!ENTITY % x SYSTEM \"", "\"> %x;]><r/>"},
+        {"<!DOCTYPE r SYSTEM \"", "\"><r a=\"&x;\">&x;</r>"},
+        {"<!DOCTYPE r PUBLIC \"p\" \"", "\"><r/>"},
+        {"<r xmlns:i=\"http://www.w3.org/2001/XInclude\"><i:include href=\"", "\"/></r>"}}) {
+    test::WriteFile(kPath, before + wanted + after);
+    const auto document = util::XmlDocument::Read(kPath);
+    if (document) values += Values(*document.Root());
   }
-};
+  return values;
+}
 
-TEST_F(ReachingXml, NeverGetsAnotherFile) {
+TEST_F(XmlRefusal, NeverReachesAnotherFile) {
   constexpr char kSecret[] = "the secret of another file";
   test::WriteFile("/tessel/secret", kSecret);
   test::WriteFile("/tessel/secret.dtd",
@@ -180,22 +147,17 @@ TEST_F(ReachingXml, NeverGetsAnotherFile) {
   }
 }
 
-TEST_F(ReachingXml, NeverAsksAnAddress) {
+TEST_F(XmlRefusal, NeverAsksAnAddressOrReadsFromAPipe) {
   test::RawServer server;
   server.Answer(test::HttpAnswer(200, ""));
-
-  ValuesFor(server.Url("/entity"));
-
-  EXPECT_THAT(server.Requests(), IsEmpty());
-}
-
-TEST_F(ReachingXml, NeverReadsFromAPipe) {
   ASSERT_EQ(mkfifo("/tessel/pipe", 0600), 0);
   const util::Descriptor writer(open("/tessel/pipe", O_RDWR | O_CLOEXEC));
   ASSERT_EQ(write(writer.Get(), "1234", 4), 4);
 
+  ValuesFor(server.Url("/entity"));
   ValuesFor("/tessel/pipe");
 
+  EXPECT_THAT(server.Requests(), IsEmpty());
   int left = 0;
   ASSERT_EQ(ioctl(writer.Get(), FIONREAD, &left), 0);
   EXPECT_EQ(left, 4);

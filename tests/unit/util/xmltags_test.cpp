@@ -30,43 +30,36 @@ TEST_F(OverloadedTag, GivesTheFirstWithMoreThan64Attributes) {
 // Attributes that no tag has: none of them may count.
 TEST_F(OverloadedTag, CountsOnlyAttributesOfTags) {
   const std::string many = Attributes(100);
-  for (const auto& text : {
-           "<!--" + many + "--><r><!--" + many + "--></r>",
-           "<r><![CDATA[" + many + "]]></r>",
-           "<?note" + many + "?><r/>",
-           "<r>" + many + "</r>",
-           "<r a=\"" + many + "\"/>",
-           "<!--> <e" + many + "/> -> --><r/>",
-           "<r><![CDATA[ ]] ]> <e" + many + "/> ]]></r>",
-           "<?note ? > <e" + many + "/> ?><r/>",
-       }) {
+  for (const auto& text :
+       {"<!--" + many + "--><r><!--" + many + "--></r>", "<r><![CDATA[" + many + "]]></r>",
+        "<?note" + many + "?><r/>", "<r>" + many + "</r>", "<r a=\"" + many + "\"/>",
+        "<!--> <e" + many + "/> -> --><r/>", "<r><![CDATA[ ]] ]> <e" + many + "/> ]]></r>",
+        "<?note ? > <e" + many + "/> ?><r/>"}) {
     EXPECT_EQ(util::OverloadedTag(text), std::nullopt) << text.substr(0, 30);
   }
 }
 
+// Well-formed text before and after a tag with many attributes must not hide the tag.
 TEST_F(OverloadedTag, SeesTagsAsTheParserDoes) {
   const auto isRead = [](const std::string& text) {
     test::WriteFile("/tessel/file.xml", text);
     return static_cast<bool>(util::XmlDocument::Read("/tessel/file.xml"));
   };
 
-  // Well-formed text before and after a tag with many attributes, which must not hide the tag.
-  for (const auto& [before, after] : {
-           std::pair{"<!-- it's a='1' -->", ""},
-           {"<!---->", "<!-- -->"},
-           {"<!-->-->", "<!-- -->"},
-           {"<?a it's b='1'?>", "<?c?>"},
-           {"<e><![CDATA[it's a='1']]>", "</e>"},
-           {"<?a <!--?>", "<!-- -->"},
-           {"<e><![CDATA[<!--]]>", "<!-- --></e>"},
-           {"<!-- <?a -->", "<?b?>"},
-           {"<e><!-- <![CDATA[ -->", "<![CDATA[]]></e>"},
-           {"<e>it's 5\" > 4", "'\"</e>"},
-           {"<e a='>' b=\"'>\">", "</e>"},
-           {"<!DOCTYPE r SYSTEM \"<!--\">", "<!-- -->"},
-           {"<!DOCTYPE r SYSTEM '<?a'>", "<?a?>"},
-           {"<!DOCTYPE r [<!NOTATION n SYSTEM '<!--'>]>", "<!-- -->"},
-       }) {
+  for (const auto& [before, after] : {std::pair{"<!-- it's a='1' -->", ""},
+                                      {"<!---->", "<!-- -->"},
+                                      {"<!-->-->", "<!-- -->"},
+                                      {"<?a it's b='1'?>", "<?c?>"},
+                                      {"<e><![CDATA[it's a='1']]>", "</e>"},
+                                      {"<?a <!--?>", "<!-- -->"},
+                                      {"<e><![CDATA[<!--]]>", "<!-- --></e>"},
+                                      {"<!-- <?a -->", "<?b?>"},
+                                      {"<e><!-- <![CDATA[ -->", "<![CDATA[]]></e>"},
+                                      {"<e>it's 5\" > 4", "'\"</e>"},
+                                      {"<e a='>' b=\"'>\">", "</e>"},
+                                      {"<!DOCTYPE r SYSTEM \"<!--\">", "<!-- -->"},
+                                      {"<!DOCTYPE r SYSTEM '<?a'>", "<?a?>"},
+                                      {"<!DOCTYPE r [<!NOTATION n SYSTEM '<!--'>]>", "<!-- -->"}}) {
     EXPECT_FALSE(isRead(before + ("<r" + Attributes(65) + "/>") + after)) << before;
     EXPECT_TRUE(isRead(before + ("<r" + Attributes(64) + "/>") + after)) << before;
   }
