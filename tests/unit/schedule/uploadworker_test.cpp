@@ -44,24 +44,17 @@ class UploadWorker : public test::WorkerTest {
   std::int32_t m_interval = 60;
 };
 
-TEST_F(UploadWorker, LogsInOnceBeforeItSleepsToItsFirstBoundary) {
-  m_cloud.Answer(Granted());
-  AddFile(Name(1));
-
-  test::RunThroughRests(HandleFail, m_interval,
-                        {[this] { EXPECT_THAT(Requested(), ElementsAre(kLogin)); }, [] {}, [] {}});
-
-  EXPECT_THAT(Requested(), ElementsAre(kLogin, kRealData, kRealData));
-}
-
-TEST_F(UploadWorker, RetriesARefusedLoginAfterAMinuteAndSendsNothingMeanwhile) {
+TEST_F(UploadWorker, LogsInOnceWithARetryAMinuteAfterARefusalAndSendsNothingMeanwhile) {
   AddFile(Name(1));
   m_cloud.Answer(Refused()).Answer(Refused()).Answer(Granted());
+  const auto expectLogins = [this] {
+    EXPECT_THAT(Requested(), ElementsAre(kLogin, kLogin, kLogin));
+    EXPECT_EQ(test::PausesText(), "60 60 50");
+  };
 
-  RunToRest(HandleFail, m_interval, 3);
+  test::RunThroughRests(HandleFail, m_interval, {[] {}, [] {}, expectLogins, [] {}, [] {}});
 
-  EXPECT_THAT(Requested(), ElementsAre(kLogin, kLogin, kLogin));
-  EXPECT_EQ(test::PausesText(), "60 60 50");
+  EXPECT_THAT(Requested(), ElementsAre(kLogin, kLogin, kLogin, kRealData, kRealData));
 }
 
 TEST_F(UploadWorker, SendsTheNewestFirstUpToTheFirstFailureAndTheRestInTheNextCycle) {
