@@ -164,9 +164,9 @@ TEST_F(Backlog, CostsNoMemoryAndIsSentNewestFirst) {
   EXPECT_LE(with.longestWait, without.longestWait + kWalk);
   EXPECT_EQ(with.delivered + with.aged, rows);
   std::printf(
-      "backlog: %d pending files: %d delivered once and newest first, %d aged by rule, %.0f an "
-      "hour; "
-      "peak memory %d kB (%d kB without), private dirty %d kB (%d kB); a new file waits %.0f s on "
+      "backlog: %d pending files: %d delivered once and newest first, %d aged by rule, "
+      "%.0f an hour; peak memory %d kB (%d kB without), private dirty %d kB (%d kB); a new file "
+      "waits %.0f s on "
       "average, %ld s at most (%.0f s, %ld s); a walk's first second works %.1f ms (%.1f ms)\n",
       rows, with.delivered, with.aged, with.filesAnHour, with.peak, without.peak, with.privateDirty,
       without.privateDirty, with.averageWait, static_cast<long>(with.longestWait),

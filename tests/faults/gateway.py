@@ -1,6 +1,7 @@
 """A gateway under attack: the busy programs in their sandbox, with a card that outlives them."""
 
 import collections
+import glob
 import multiprocessing
 import os
 import random
@@ -46,16 +47,8 @@ def build():
 class Aim:
     """When to strike: some time after what `kind` names has happened."""
 
-    DELAYS = {  # the longest, in seconds
-        "random": 1.2,
-        "idle": 0.03,
-        "mark": 0.0,
-        "row": 0.002,
-        "packing": 0.015,
-        "repacking": 0.004,
-        "ageing": 0.02,
-        "never": 0.0,
-    }
+    DELAYS = {"random": 1.2, "idle": 0.03, "mark": 0.0, "row": 0.002}  # the longest, in seconds
+    DELAYS |= {"packing": 0.015, "repacking": 0.004, "ageing": 0.02, "never": 0.0}
 
     def __init__(self, kind, choose, old, victims):
         self.kind = kind
@@ -74,7 +67,7 @@ class Aim:
             return len(seen.rows) >= self.old_rows + self.count
         if self.kind == "packing":
             days = {os.path.dirname(name) for name in list(seen.rows)[-4:]}
-            return any(has_text_file(f"{card.files}/{day}") for day in days)
+            return any(glob.glob(f"{card.files}/{day}/*.dat") for day in days)
         if self.kind in ("ageing", "repacking"):
             return any(version_of(path) != old for path, old in self.victims.items())
         return self.kind == "random"
@@ -93,13 +86,6 @@ def version_of(path):
     except OSError:
         return None
     return status.st_ino, status.st_size, status.st_mtime_ns
-
-
-def has_text_file(directory):
-    try:
-        return any(name.endswith(".dat") for name in os.listdir(directory))
-    except OSError:
-        return False
 
 
 def watch(card, output, aim, old, strike, report):

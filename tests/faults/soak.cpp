@@ -20,7 +20,6 @@
 #include "cloud/simulator.h"
 #include "faults/gauges.h"
 #include "system/support/alarms.h"
-#include "system/support/environment.h"
 #include "system/support/ledger.h"
 #include "system/support/plant.h"
 #include "system/support/systemtest.h"
@@ -71,10 +70,14 @@ bool ComesTwice(std::time_t when) {
 
 class Soak : public test::SystemTest {
  protected:
-  Soak() : m_random(static_cast<unsigned>(Number("BRENNIK_SOAK_SEED", 1))) {}
+  // Lives in a zone with summer time.
+  void SetUp() override {
+    SystemTest::SetUp();
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+    tzset();
+  }
 
   void Begin() {
-    tzset();
     m_samples << "day,resident kB,private dirty kB,threads,descriptors,archives,recalls,leftovers,"
                  "rows,pending,log kB\n";
     m_now = On(2024, 10, 25) + 250;  // a second at which the workers usually sleep
@@ -348,8 +351,7 @@ class Soak : public test::SystemTest {
     std::printf("%d threads, %d descriptors at most\n", m_later.threads, m_later.descriptors);
   }
 
-  std::mt19937 m_random;
-  test::Environment m_zone{"TZ", "CET-1CEST,M3.5.0,M10.5.0/3"};
+  std::mt19937 m_random{static_cast<unsigned>(Number("BRENNIK_SOAK_SEED", 1))};
   int m_port = 0;
   std::unique_ptr<cloud::Simulator> m_cloud;
   std::optional<Segment> m_segment;

@@ -33,18 +33,14 @@ class HttpUpload : public test::HttpTest {
     m_frame = FileFrame(path);
     return GetCHttpInstance().UploadFile(&m_frame);
   }
-  // Fails, leaves the success flag and sends nothing.
-  void ExpectFailure(const std::string& path = kFile) {
-    EXPECT_EQ(Upload(path), kFailed);
-    EXPECT_EQ(m_frame.successFlag, kUntouched);
+  // Uploads the file. Expects that nothing is sent.
+  void ExpectUnsent(std::uint32_t result, std::int32_t flag, const std::string& path = kFile) {
+    EXPECT_EQ(Upload(path), result);
+    EXPECT_EQ(m_frame.successFlag, flag);
     EXPECT_THAT(m_server.Requests(), IsEmpty());
   }
-  // Reports success without sending anything.
-  void ExpectJudgedSent(const std::string& path = kFile) {
-    EXPECT_EQ(Upload(path), kDone);
-    EXPECT_EQ(m_frame.successFlag, 1);
-    EXPECT_THAT(m_server.Requests(), IsEmpty());
-  }
+  void ExpectFailure(const std::string& path = kFile) { ExpectUnsent(kFailed, kUntouched, path); }
+  void ExpectJudgedSent() { ExpectUnsent(kDone, 1); }
 
   ST_FRAME_FILE_UPLOAD m_frame{};
 };

@@ -18,35 +18,22 @@ using test::LocalTimeOf;
 
 class DataFiles : public test::WorkerTest {};
 
-TEST_F(DataFiles, NamesADirectoryByTheDayInLocalTime) {
-  const std::string root = paths::kRealData;
-
-  EXPECT_EQ(DirectoryOf(paths::kRealData, LocalTimeOf(2024, 3, 7, 0, 0, 0)), root + "/7");
-  EXPECT_EQ(DirectoryOf(paths::kRealData, LocalTimeOf(2024, 12, 31, 23, 59, 59)), root + "/31");
-}
-
-TEST_F(DataFiles, NamesDayZeroWhenTheTimeIsUnknown) {
+TEST_F(DataFiles, NamesADirectoryByTheDayInLocalTimeAndZeroWhenItIsUnknown) {
+  EXPECT_EQ(DirectoryOf("/root", LocalTimeOf(2024, 3, 7, 0, 0, 0)), "/root/7");
+  EXPECT_EQ(DirectoryOf("/root", LocalTimeOf(2024, 12, 31, 23, 59, 59)), "/root/31");
   test::FailCalls(test::Call::kLocaltime);
-
   EXPECT_EQ(DirectoryOf("/root", LocalTimeOf(2024, 3, 7)), "/root/0");
 }
 
-TEST_F(DataFiles, RecordsFilesAsPendingUnderTheirPathsBelowTheRoot) {
-  RecordPackedFiles(kAlarmDataFile, {"/media/mmcblk0p1/Cloud/JsonFiles/alarmdata/7/T1.tar.gz",
-                                     "/media/mmcblk0p1/Cloud/JsonFiles/alarmdata/31/T2.tar.gz"});
+TEST_F(DataFiles, RecordsFilesAsPendingUnder127CharactersOfTheirPathsBelowTheRoot) {
+  const std::string alarms = "/media/mmcblk0p1/Cloud/JsonFiles/alarmdata/";
+  const std::string longName = "31/" + std::string(200, 'n');
+  RecordPackedFiles(kAlarmDataFile, {alarms + "7/T1.tar.gz", alarms + longName});
   RecordPackedFiles(kRealDataFile, {"/media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S1.tar.gz"});
 
-  EXPECT_THAT(test::ReadLedger(), ElementsAre(Pair("alarmdata/31/T2.tar.gz", "1 0"),
+  EXPECT_THAT(test::ReadLedger(), ElementsAre(Pair(("alarmdata/" + longName).substr(0, 127), "1 0"),
                                               Pair("alarmdata/7/T1.tar.gz", "1 0"),
                                               Pair("realdata/7/S1.tar.gz", "2 0")));
-}
-
-TEST_F(DataFiles, CutsNamesAt127Characters) {
-  const std::string name = "alarmdata/31/" + std::string(200, 'n');
-
-  RecordPackedFiles(kAlarmDataFile, {paths::kDataFiles + ("/" + name)});
-
-  EXPECT_THAT(test::ReadLedger(), ElementsAre(Pair(name.substr(0, 127), "1 0")));
 }
 
 TEST_F(DataFiles, AgesTheLedgerAlsoWithoutFiles) {

@@ -28,22 +28,15 @@ class RealDataWorker : public test::WorkerTest {
   std::int32_t m_interval = 300;
 };
 
-TEST_F(RealDataWorker, WaitsForTheBoundaryAheadAndFilesByItsDay) {
+TEST_F(RealDataWorker, PacksForTheNearestBoundaryAndEveryLaterOneByItsDay) {
   test::SetTime(test::LocalTimeOf(2024, 3, 7, 23, 57, 40));
 
-  RunToRest(HandleRealData, m_interval, 2);
-
-  EXPECT_THAT(ReadLedger(), ElementsAre(Pair("realdata/8/S20240308000000.tar.gz", "2 0")));
-  EXPECT_THAT(test::List("/media/mmcblk0p1/Cloud/JsonFiles/realdata/8"),
-              ElementsAre("S20240308000000.tar.gz"));
-}
-
-TEST_F(RealDataWorker, PacksForTheBoundaryBehindAndForEveryLaterOne) {
   RunToRest(HandleRealData, m_interval, 3);
 
-  EXPECT_THAT(ReadLedger(), ElementsAre(Pair("realdata/7/S20240307120000.tar.gz", "2 0"),
-                                        Pair("realdata/7/S20240307120500.tar.gz", "2 0"),
-                                        Pair("realdata/7/S20240307121000.tar.gz", "2 0")));
+  EXPECT_THAT(ReadLedger(), ElementsAre(Pair("realdata/8/S20240308000000.tar.gz", "2 0"),
+                                        Pair("realdata/8/S20240308000500.tar.gz", "2 0")));
+  EXPECT_THAT(test::List("/media/mmcblk0p1/Cloud/JsonFiles/realdata/8"),
+              ElementsAre("S20240308000000.tar.gz", "S20240308000500.tar.gz"));
 }
 
 TEST_F(RealDataWorker, RecordsNothingWithoutASegmentAndPacksWhenOneComes) {

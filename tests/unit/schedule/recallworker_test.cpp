@@ -7,13 +7,13 @@
 #include "support/historydatabase.h"
 #include "support/logs.h"
 #include "util/paths.h"
+#include "util/text.h"
 #include "workerfixture.h"
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::SizeIs;
 
 namespace {
 
@@ -26,30 +26,23 @@ using test::RunToRest;
 constexpr char kCheck[] = "EqpDataIfRecall";
 constexpr char kUpload[] = "EqpDataRecall";
 
+std::string Answer(const std::string& data) {
+  return HttpAnswer(200, R"({"status":0,"message":"ok","data":[)" + data + "]}");
+}
+
 // An order of one point of channel 2, which publishes no live values.
 std::string Ordered(int sequence, const std::string& begin = "2024-03-07 10:00:00",
                     const std::string& end = "2024-03-07 10:01:00") {
-  return HttpAnswer(200, R"({"status":0,"message":"ok","data":[{"sn":"S1","id":)" +
-                             std::to_string(sequence) +
-                             R"(,"devs":[{"groupId":"2","eqpId":"7","ids":[{"pointId":"004D",)" +
-                             R"("beginTime":")" + begin + R"(","endTime":")" + end + R"("}]}]}]})");
-}
-
-std::string NothingOrdered() {
-  return HttpAnswer(200, R"({"status":0,"message":"ok","data":[]})");
+  return Answer(R"({"sn":"S1","id":)" + std::to_string(sequence) +
+                R"(,"devs":[{"groupId":"2","eqpId":"7","ids":[{"pointId":"004D","beginTime":")" +
+                begin + R"(","endTime":")" + end + R"("}]}]})");
 }
 
 // The line about a repeated order.
 std::string Repeated(int sequence, int times) {
-  const std::string number = std::to_string(sequence);
-  return "Recall receive the same seq: " + number + "==" + number +
-         " times:" + std::to_string(times) + ", Will recreate file after 3 times\r\n";
-}
-
-// The names of recall files in the ledger.
-std::vector<std::string> RecallRows() {
-  if (!test::Exists(paths::kLedger)) return {};
-  return test::DatabaseFile(paths::kLedger).Lines("select FileName from recallJsonFile");
+  return util::Format(
+      "Recall receive the same seq: %d==%d times:%d, Will recreate file after 3 times\r\n",
+      sequence, sequence, times);
 }
 
 class RecallWorker : public test::WorkerTest {
@@ -66,94 +59,80 @@ TEST_F(RecallWorker, AsksAtOnceAndSleepsAPlainIntervalBetweenPolls) {
   EXPECT_EQ(test::PausesText(), "77 77 77");
 }
 
-TEST_F(RecallWorker, AnswersAnOrderAtOnce) {
-  m_cloud.Answer(Ordered(7)).Answer(Accepted());
-
-  Poll(1);
-
-  EXPECT_THAT(Requested(), ElementsAre(kCheck, kUpload));
-  EXPECT_THAT(Uploaded(), ElementsAre("R20240307120010.tar.gz"));
-  EXPECT_THAT(test::List(paths::kCallData), ElementsAre("R20240307120010.tar.gz"));
-  EXPECT_THAT(test::DatabaseLog(), IsEmpty());
-}
-
 TEST_F(RecallWorker, RecordsTheArchiveUnderItsFullPathBeforeItUploads) {
   m_cloud.Answer(Ordered(7)).Answer(Accepted());
   std::vector<std::string> atTheUpload;
   test::AtNextCall(test::Call::kPopen, [&] {
-    test::AtNextCall(test::Call::kCurlEasyInit, [&] { atTheUpload = RecallRows(); });
+    test::AtNextCall(test::Call::kCurlEasyInit, [&] {
+      atTheUpload = test::DatabaseFile(paths::kLedger).Lines("select FileName from recallJsonFile");
+    });
   });
 
   Poll(1);
 
   EXPECT_THAT(atTheUpload, ElementsAre(paths::kCallData + std::string("/R20240307120010.tar.gz")));
+  EXPECT_THAT(Uploaded(), ElementsAre("R20240307120010.tar.gz"));
+  EXPECT_THAT(test::List(paths::kCallData), ElementsAre("R20240307120010.tar.gz"));
+  EXPECT_THAT(test::DatabaseLog(), IsEmpty());
 }
 
-TEST_F(RecallWorker, AnswersEveryNewNumberAtOnceAlsoANegativeOne) {
-  m_cloud.Answer(Ordered(7)).Answer(Accepted()).Answer(Ordered(-1)).Answer(Accepted());
+// A poll: what the cloud orders, what it says to the answer ("": none comes), what is logged.
+struct Exchange {
+  std::string order;
+  std::string upload;
+  std::string warning;
+};
 
-  Poll(2);
+struct Conversation {
+  const char* name;
+  std::vector<Exchange> polls;
+};
 
-  EXPECT_THAT(Requested(), ElementsAre(kCheck, kUpload, kCheck, kUpload));
-}
+class RecallConversation : public RecallWorker,
+                           public ::testing::WithParamInterface<Conversation> {};
 
-TEST_F(RecallWorker, TakesNumberZeroForNoOrder) {
-  m_cloud.Answer(Ordered(0));
-
-  Poll(1);
-
-  EXPECT_THAT(Requested(), ElementsAre(kCheck));
-  EXPECT_THAT(test::TextLog("WARN"), IsEmpty());
-}
-
-TEST_F(RecallWorker, AnswersNoOrderThatIsFaultyBehindItsNumber) {
-  m_cloud.Answer(HttpAnswer(200, R"({"status":0,"data":[{"sn":"S1","id":9}]})"));
-  m_cloud.Answer(Ordered(9)).Answer(Accepted());
-
-  Poll(2);
-
-  EXPECT_THAT(Requested(), ElementsAre(kCheck, kCheck, kUpload));
-}
-
-TEST_F(RecallWorker, CountsTwoRepeatsOfAnOrderAndAnswersFromTheThirdOn) {
-  for (const bool isAnswered : {true, false, false, true, true, true}) {
-    m_cloud.Answer(Ordered(7));
-    if (isAnswered) m_cloud.Answer(Accepted());
+TEST_P(RecallConversation, AnswersNewOrdersAtOnceAndRepeatedOnesFromTheThirdRepeatOn) {
+  std::vector<std::string> requests;
+  std::vector<std::string> warnings;
+  for (const auto& poll : GetParam().polls) {
+    m_cloud.Answer(poll.order);
+    requests.emplace_back(kCheck);
+    if (!poll.warning.empty()) warnings.push_back(poll.warning);
+    if (poll.upload.empty()) continue;
+    m_cloud.Answer(poll.upload);
+    requests.emplace_back(kUpload);
   }
 
-  Poll(6);
+  Poll(static_cast<int>(GetParam().polls.size()));
 
-  EXPECT_THAT(Requested(), ElementsAre(kCheck, kUpload, kCheck, kCheck, kCheck, kUpload, kCheck,
-                                       kUpload, kCheck, kUpload));
-  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(Repeated(7, 1), Repeated(7, 2)));
+  EXPECT_EQ(Requested(), requests);
+  auto logged = test::TextLog("WARN");
+  std::erase_if(logged, [](const auto& line) { return !line.starts_with("Recall receive"); });
+  EXPECT_EQ(logged, warnings);
 }
 
-TEST_F(RecallWorker, CountsRepeatsAcrossPollsWithoutAnOrder) {
-  m_cloud.Answer(Ordered(7)).Answer(Accepted()).Answer(Ordered(7)).Answer(NothingOrdered());
-  m_cloud.Answer(Ordered(7));
-
-  Poll(4);
-
-  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(Repeated(7, 1), Repeated(7, 2)));
-}
-
-TEST_F(RecallWorker, CountsTheRepeatsOfANewNumberFromTheBeginning) {
-  m_cloud.Answer(Ordered(7)).Answer(Accepted()).Answer(Ordered(7)).Answer(Ordered(7));
-  m_cloud.Answer(Ordered(8)).Answer(Accepted()).Answer(Ordered(8));
-
-  Poll(5);
-
-  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(Repeated(7, 1), Repeated(7, 2), Repeated(8, 1)));
-}
-
-TEST_F(RecallWorker, RebuildsAndResendsAtTheNextPollAfterAFailedUpload) {
-  m_cloud.Answer(Ordered(7)).Answer(Rejected()).Answer(Ordered(7)).Answer(Accepted());
-
-  Poll(2);
-
-  EXPECT_THAT(Uploaded(), ElementsAre("R20240307120010.tar.gz", "R20240307120128.tar.gz"));
-  EXPECT_THAT(RecallRows(), SizeIs(2));
-}
+INSTANTIATE_TEST_SUITE_P(
+    Orders, RecallConversation,
+    ::testing::Values(
+        Conversation{"NewNumbers", {{Ordered(7), Accepted(), ""}, {Ordered(-1), Accepted(), ""}}},
+        Conversation{"NumberZero", {{Ordered(0), "", ""}}},
+        Conversation{"FaultyBehindItsNumber",
+                     {{Answer(R"({"sn":"S1","id":9})"), "", ""}, {Ordered(9), Accepted(), ""}}},
+        Conversation{"Repeats",
+                     {{Ordered(7), Accepted(), ""},
+                      {Ordered(7), "", Repeated(7, 1)},
+                      {Answer(""), "", ""},
+                      {Ordered(7), "", Repeated(7, 2)},
+                      {Ordered(7), Accepted(), ""},
+                      {Ordered(7), Accepted(), ""}}},
+        Conversation{"RepeatsOfAnotherNumber",
+                     {{Ordered(7), Accepted(), ""},
+                      {Ordered(7), "", Repeated(7, 1)},
+                      {Ordered(8), Accepted(), ""},
+                      {Ordered(8), "", Repeated(8, 1)}}},
+        Conversation{"RefusedUpload",
+                     {{Ordered(7), Rejected(), ""}, {Ordered(7), Accepted(), ""}}}),
+    [](const auto& test) { return test.param.name; });
 
 TEST_F(RecallWorker, RecordsAndSendsNothingWhenPackingFailsAndRetries) {
   m_cloud.Answer(Ordered(7)).Answer(Ordered(7)).Answer(Accepted());

@@ -3,7 +3,7 @@
 #include <sys/statfs.h>
 
 #include <cerrno>
-#include <mutex>
+#include <string_view>
 
 extern "C" {
 int __real_pthread_join(pthread_t thread, void** result);
@@ -13,44 +13,35 @@ int __wrap_statfs64(const char* path, struct statfs* out);
 
 namespace {
 
-std::string g_path;
 std::optional<test::CardSpace> g_space;
-std::mutex g_mutex;  // guards the list: any thread may join another
-std::vector<pthread_t> g_joined;
+thread_local std::vector<pthread_t> t_joined;
 
 }  // namespace
 
-void test::SetCardSpace(const std::string& path, const std::optional<CardSpace>& space) {
-  g_path = path;
+void test::SetCardSpace(const std::optional<CardSpace>& space) {
   g_space = space;
 }
 
-std::vector<pthread_t> test::Joined() {
-  const std::lock_guard lock(g_mutex);
-  return g_joined;
+const std::vector<pthread_t>& test::Joined() {
+  return t_joined;
 }
 
 void test::ForgetJoins() {
-  const std::lock_guard lock(g_mutex);
-  g_joined.clear();
+  t_joined.clear();
 }
 
 int __wrap_pthread_join(pthread_t thread, void** result) {
-  {
-    const std::lock_guard lock(g_mutex);
-    g_joined.push_back(thread);
-  }
+  t_joined.push_back(thread);
   return __real_pthread_join(thread, result);
 }
 
 int __wrap_statfs64(const char* path, struct statfs* out) {
-  if (path != g_path || !g_space) {
+  if (!g_space || path != std::string_view("/media/mmcblk0p1/")) {
     errno = EIO;
     return -1;
   }
   *out = {};
   out->f_bsize = static_cast<decltype(out->f_bsize)>(g_space->blockBytes);
   out->f_bfree = g_space->freeBlocks;
-  out->f_bavail = g_space->freeBlocksForOrdinaryUsers;
   return 0;
 }

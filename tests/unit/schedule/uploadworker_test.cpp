@@ -8,10 +8,8 @@
 #include "util/text.h"
 #include "workerfixture.h"
 
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::Pair;
-using ::testing::SizeIs;
 
 namespace {
 
@@ -20,7 +18,6 @@ using test::Granted;
 using test::ReadLedger;
 using test::Refused;
 using test::Rejected;
-using test::RunToPause;
 using test::RunToRest;
 
 constexpr char kLogin[] = "EqpAuthorize";
@@ -47,49 +44,29 @@ class UploadWorker : public test::WorkerTest {
   std::int32_t m_interval = 60;
 };
 
-TEST_F(UploadWorker, LogsInOnceBeforeItSleepsToItsFirstBoundary) {
-  m_cloud.Answer(Granted());
+TEST_F(UploadWorker, LogsInOnceWithARetryAMinuteAfterARefusalAndSendsNothingMeanwhile) {
   AddFile(Name(1));
-
-  test::RunThroughRests(HandleFail, m_interval,
-                        {[this] { EXPECT_THAT(Requested(), ElementsAre(kLogin)); }, [] {}, [] {}});
-
-  EXPECT_THAT(Requested(), ElementsAre(kLogin, kRealData, kRealData));
-}
-
-TEST_F(UploadWorker, SendsNothingAsLongAsItIsNotLoggedIn) {
-  AddFile(Name(1));
-  m_cloud.Answer(Refused());
-
-  RunToRest(HandleFail, m_interval, 20);
-
-  EXPECT_THAT(Requested(), SizeIs(20));
-  EXPECT_THAT(Requested(), Each(kLogin));
-}
-
-TEST_F(UploadWorker, RetriesARefusedLoginAfterAMinute) {
   m_cloud.Answer(Refused()).Answer(Refused()).Answer(Granted());
+  const auto expectLogins = [this] {
+    EXPECT_THAT(Requested(), ElementsAre(kLogin, kLogin, kLogin));
+    EXPECT_EQ(test::PausesText(), "60 60 50");
+  };
 
-  RunToRest(HandleFail, m_interval, 3);
+  test::RunThroughRests(HandleFail, m_interval, {[] {}, [] {}, expectLogins, [] {}, [] {}});
 
-  EXPECT_EQ(test::PausesText(), "60 60 50");
+  EXPECT_THAT(Requested(), ElementsAre(kLogin, kLogin, kLogin, kRealData, kRealData));
 }
 
-TEST_F(UploadWorker, SendsTheNewestFirstUpToTheFirstFailure) {
+TEST_F(UploadWorker, SendsTheNewestFirstUpToTheFirstFailureAndTheRestInTheNextCycle) {
   AddFiveAndRefuseTheThird();
+  const auto expectTwoMarks = [] {
+    EXPECT_THAT(ReadLedger(),
+                ElementsAre(Pair(Name(1), "2 0"), Pair(Name(2), "2 0"), Pair(Name(3), "2 0"),
+                            Pair(Name(4), "2 1"), Pair(Name(5), "2 1")));
+    AddFile(Name(6));
+  };
 
-  RunToRest(HandleFail, m_interval, 2);
-
-  EXPECT_THAT(Uploaded(), ElementsAre(BaseName(5), BaseName(4), BaseName(3)));
-  EXPECT_THAT(ReadLedger(),
-              ElementsAre(Pair(Name(1), "2 0"), Pair(Name(2), "2 0"), Pair(Name(3), "2 0"),
-                          Pair(Name(4), "2 1"), Pair(Name(5), "2 1")));
-}
-
-TEST_F(UploadWorker, SendsTheRestAndNewFilesInTheNextCycle) {
-  AddFiveAndRefuseTheThird();
-
-  test::RunThroughRests(HandleFail, m_interval, {[] {}, [] { AddFile(Name(6)); }, [] {}});
+  test::RunThroughRests(HandleFail, m_interval, {[] {}, expectTwoMarks, [] {}});
 
   EXPECT_THAT(Uploaded(), ElementsAre(BaseName(5), BaseName(4), BaseName(3), BaseName(6),
                                       BaseName(3), BaseName(2), BaseName(1)));
@@ -107,22 +84,20 @@ TEST_F(UploadWorker, MarksAnAcceptedFileBeforeItPauses) {
   AddFile(Name(1));
   m_cloud.Answer(Granted()).Answer(Accepted());
 
-  RunToPause(HandleFail, m_interval, 2,
-             [] { EXPECT_THAT(ReadLedger(), ElementsAre(Pair(Name(1), "2 1"))); });
+  test::RunToPause(HandleFail, m_interval, 2,
+                   [] { EXPECT_THAT(ReadLedger(), ElementsAre(Pair(Name(1), "2 1"))); });
 }
 
 TEST_F(UploadWorker, SendsEveryTypeButRealDataAsAlarms) {
-  const int types[] = {2, 1, 0, 3, -2};
   m_cloud.Answer(Granted());
-  for (int n = 0; n < 5; ++n) {
-    AddFile(Name(9 - n), types[n]);
+  for (const int type : {1, 2, 3}) {
+    AddFile(Name(type), type);
     m_cloud.Answer(Accepted());
   }
 
   RunToRest(HandleFail, m_interval, 2);
 
-  EXPECT_THAT(Requested(),
-              ElementsAre(kLogin, kRealData, kAlarmData, kAlarmData, kAlarmData, kAlarmData));
+  EXPECT_THAT(Requested(), ElementsAre(kLogin, kAlarmData, kRealData, kAlarmData));
 }
 
 TEST_F(UploadWorker, CutsAPathAt127CharactersAndMarksTheWholeName) {

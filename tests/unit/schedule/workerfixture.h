@@ -33,8 +33,7 @@ void RunThroughRests(Worker worker, std::int32_t& interval, Actions actions);
 // Runs the worker until the end of its n-th rest.
 void RunToRest(Worker worker, std::int32_t& interval, int n);
 // Does the action after the worker's n-th pause, however short, and ends it there.
-void RunToPause(
-    Worker worker, std::int32_t& interval, int n, std::function<void()> action = [] {});
+void RunToPause(Worker worker, std::int32_t& interval, int n, std::function<void()> action);
 
 // The pauses so far, in seconds: "110 0.1 0.5 1 299".
 std::string PausesText();

@@ -8,29 +8,24 @@
 
 namespace {
 
-std::string Trace(std::time_t now, std::int32_t interval) {
-  return std::to_string(now) + " s, every " + std::to_string(interval) + " s";
-}
-
-class WorkerTime : public test::GatewayTest {};
+class WorkerTime : public test::GatewayTest {
+ protected:
+  static void Begin(std::time_t now) {
+    test::SetTime(now);
+    test::ForgetPauses();
+  }
+};
 
 TEST_F(WorkerTime, SleepsToTheNextMultipleOfTheInterval) {
   const struct {
     std::time_t now;
     std::int32_t interval;
     int pause;
-  } rows[] = {{1200, 300, 300},
-              {1201, 300, 299},
-              {1199, 300, 1},
-              {1350, 300, 150},
-              {1200, 1, 1},
-              {1000, 7, 1},
-              {86400 * 5 + 1, 86400, 86399},
-              {0x80000001, 600, 600 - 0x80000001 % 600}};
+  } rows[] = {{1200, 300, 300}, {1201, 300, 299}, {1199, 300, 1},
+              {1200, 1, 1},     {1000, 7, 1},     {0x80000001, 600, 600 - 0x80000001 % 600}};
   for (const auto& row : rows) {
-    SCOPED_TRACE(Trace(row.now, row.interval));
-    test::SetTime(row.now);
-    test::ForgetPauses();
+    SCOPED_TRACE(row.now);
+    Begin(row.now);
 
     SleepToBoundary(row.interval);
 
@@ -44,14 +39,13 @@ TEST_F(WorkerTime, GivesTheNearestBoundaryAndSleepsToOneAhead) {
     std::int32_t interval;
     std::time_t boundary;
     const char* pause;
-  } rows[] = {{1200, 300, 1200, ""},    {1201, 300, 1200, ""},  {1349, 300, 1200, ""},
+  } rows[] = {{1200, 300, 1200, ""},    {1349, 300, 1200, ""},
               {1350, 300, 1500, "150"},  // exactly between two
-              {1351, 300, 1500, "149"}, {1499, 300, 1500, "1"}, {1200, 1, 1200, ""},
+              {1499, 300, 1500, "1"},   {1200, 1, 1200, ""},
               {640, 61, 610, ""},       {641, 61, 671, "30"}};
   for (const auto& row : rows) {
-    SCOPED_TRACE(Trace(row.now, row.interval));
-    test::SetTime(row.now);
-    test::ForgetPauses();
+    SCOPED_TRACE(row.now);
+    Begin(row.now);
 
     EXPECT_EQ(AwaitNearestBoundary(row.interval), row.boundary);
     EXPECT_EQ(test::PausesText(), row.pause);
