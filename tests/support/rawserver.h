@@ -42,6 +42,9 @@ class RawServer {
   RawServer& operator=(const RawServer&) = delete;
 
   std::uint16_t Port() const { return m_port; }
+  std::string Url(const std::string& path) const {
+    return "http://127.0.0.1:" + std::to_string(m_port) + path;
+  }
   // Appends an answer. Its pieces are sent so far apart that they arrive one by one.
   RawServer& Answer(Pieces pieces);
   RawServer& Answer(const std::string& whole) { return Answer(Pieces{whole}); }
