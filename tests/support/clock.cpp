@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -74,14 +73,6 @@ void ForgetPauses() {
 void OnPause(std::function<void(Pause)> hook) {
   const std::lock_guard lock(State().mutex);
   State().hook = std::move(hook);
-}
-
-void EndAtPause(int n) {
-  // Every pause calls a copy of the hook; the copies share the count.
-  const auto left = std::make_shared<int>(n);
-  OnPause([left](Pause) {
-    if (--*left == 0) throw WorkerEnded{};
-  });
 }
 
 }  // namespace test

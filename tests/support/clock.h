@@ -28,7 +28,4 @@ void OnPause(std::function<void(Pause)> hook);
 // Thrown by a hook to end a worker.
 struct WorkerEnded {};
 
-// Ends the code under test at its n-th pause from now on, counted from 1.
-void EndAtPause(int n);
-
 }  // namespace test

@@ -3,7 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
+#include "support/clock.h"
 #include "support/files.h"
+#include "support/logs.h"
+#include "util/paths.h"
 
 namespace test {
 
@@ -12,9 +17,24 @@ namespace test {
 // zone eight hours east, no pause is recorded and no hook is set.
 class GatewayTest : public ::testing::Test {
  protected:
-  GatewayTest();  // sets the zone before a test's members need it
-  void SetUp() override;
-  void TearDown() override;
+  // Sets the zone before a test's members need it.
+  GatewayTest() {
+    setenv("TZ", "CST-8", 1);
+    tzset();
+  }
+
+  void SetUp() override {
+    ASSERT_NE(std::getenv("BRENNIK_SANDBOX"), nullptr) << "run this through scripts/sandbox";
+    OnPause({});
+    SetTime(LocalTimeOf(2024, 3, 7, 12));
+    DiscardLogs();
+    Empty("/tessel");
+    Empty(paths::kCardMount);
+    WriteFile(paths::kCardDevice, "");
+    ForgetPauses();
+  }
+
+  void TearDown() override { OnPause({}); }
 };
 
 }  // namespace test

@@ -3,9 +3,9 @@
 
 #include <cstdint>
 #include <ctime>
-#include <string>
 
 #include "support/databasefile.h"
+#include "util/text.h"
 
 namespace test {
 
@@ -23,16 +23,41 @@ struct Minute {
 class HistoryDatabase : public DatabaseFile {
  public:
   // Creates the file if it is missing.
-  HistoryDatabase();
+  HistoryDatabase() : DatabaseFile(kHistoryDatabase) {}
 
-  // Creates the table of the point's device if it is missing: "history_0103_tbl".
-  HistoryDatabase& Table(std::uint32_t dataId);
-  // Appends a row; creates its table if it is missing.
-  HistoryDatabase& Add(const Minute& minute);
+  // Appends a row; creates its device's table if it is missing: "history_0103_tbl".
+  HistoryDatabase& Add(const Minute& minute) {
+    Table(minute.dataId);
+    Insert(minute);
+    return *this;
+  }
   // Appends a released row for every minute from `first` to `last`, both included, valued 0, 1, 2…
-  HistoryDatabase& Series(std::uint32_t dataId, std::time_t first, std::time_t last);
-  // Appends a row of finished SQL values to the device's table: identifier, time, value, Upload.
-  HistoryDatabase& AddValues(std::uint32_t device, const std::string& values);
+  HistoryDatabase& Series(std::uint32_t dataId, std::time_t first, std::time_t last) {
+    Table(dataId);
+    Run("BEGIN");
+    double value = 0;
+    for (auto time = first; time <= last; time += 60) Insert({dataId, time, value++});
+    Run("COMMIT");
+    return *this;
+  }
+  HistoryDatabase& Table(std::uint32_t dataId) {
+    Run(
+        util::Format("CREATE TABLE IF NOT EXISTS history_%04x_tbl("
+                     "Pid INTEGER PRIMARY KEY, dataid INTEGER NOT NULL, UnixTime INTEGER NOT NULL, "
+                     "TriggerValue REAL, Upload INTEGER DEFAULT 1)",
+                     dataId >> 16));
+    return *this;
+  }
+
+ private:
+  // %.17g keeps every bit of a double.
+  void Insert(const Minute& minute) {
+    Run(
+        util::Format("INSERT INTO history_%04x_tbl(dataid,UnixTime,TriggerValue,Upload) "
+                     "VALUES(%d,%lld,%.17g,%d)",
+                     minute.dataId >> 16, static_cast<std::int32_t>(minute.dataId),
+                     static_cast<long long>(minute.time), minute.value, minute.upload));
+  }
 };
 
 }  // namespace test

@@ -7,10 +7,9 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <cstring>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace test {
@@ -19,18 +18,10 @@ namespace {
 constexpr char kHeadEnd[] = "\r\n\r\n";
 constexpr std::chrono::milliseconds kBetweenPieces{50};
 
-sockaddr_in Loopback() {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
-
 std::size_t ContentLength(const std::string& head) {
-  constexpr char kName[] = "\r\nContent-Length: ";
+  constexpr std::string_view kName = "\r\nContent-Length: ";
   const auto at = head.find(kName);
-  if (at == std::string::npos) return 0;
-  return std::strtoul(head.c_str() + at + sizeof(kName) - 1, nullptr, 10);
+  return at == std::string::npos ? 0 : std::stoul(head.substr(at + kName.size()));
 }
 
 // Nothing when the client closes the connection before its request is complete.
@@ -49,13 +40,6 @@ std::optional<RawRequest> ReadRequest(int connection) {
   }
 }
 
-void SendPieces(int connection, const RawServer::Pieces& pieces) {
-  for (std::size_t i = 0; i < pieces.size(); ++i) {
-    if (i > 0) std::this_thread::sleep_for(kBetweenPieces);
-    Send(connection, pieces[i]);
-  }
-}
-
 }  // namespace
 
 std::vector<std::string> RawRequest::Headers() const {
@@ -70,13 +54,8 @@ std::vector<std::string> RawRequest::Headers() const {
 }
 
 bool Send(int connection, const std::string& bytes) {
-  std::size_t sent = 0;
-  while (sent < bytes.size()) {
-    const ssize_t count = send(connection, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-    if (count <= 0) return false;
-    sent += static_cast<std::size_t>(count);
-  }
-  return true;
+  const ssize_t sent = send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  return sent == static_cast<ssize_t>(bytes.size());
 }
 
 std::string HttpAnswer(int status, const std::string& body) {
@@ -85,7 +64,9 @@ std::string HttpAnswer(int status, const std::string& body) {
 }
 
 RawServer::RawServer() : m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_in address = Loopback();
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t length = sizeof(address);
   auto* generic = reinterpret_cast<sockaddr*>(&address);
   if (bind(m_listener, generic, length) != 0 || listen(m_listener, 8) != 0 ||
@@ -102,19 +83,10 @@ RawServer::~RawServer() {
   close(m_listener);
 }
 
-std::string RawServer::Url(const std::string& path) const {
-  return "http://127.0.0.1:" + std::to_string(m_port) + path;
-}
-
 RawServer& RawServer::Answer(Pieces pieces) {
   const std::lock_guard lock(m_mutex);
   m_answers.push_back(std::move(pieces));
   return *this;
-}
-
-RawServer& RawServer::AnswerApart(const std::string& path, const std::string& whole) {
-  return HandleApart(
-      path, [whole](const RawRequest& /*request*/, int connection) { Send(connection, whole); });
 }
 
 RawServer& RawServer::HandleApart(const std::string& path, Handler handler) {
@@ -158,7 +130,10 @@ RawServer::Handler RawServer::Next(const RawRequest& request) {
     m_answers.pop_front();
   }
   return [pieces = std::move(pieces)](const RawRequest& /*request*/, int connection) {
-    SendPieces(connection, pieces);
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+      if (i > 0) std::this_thread::sleep_for(kBetweenPieces);
+      Send(connection, pieces[i]);
+    }
   };
 }
 

@@ -42,14 +42,14 @@ class RawServer {
   RawServer& operator=(const RawServer&) = delete;
 
   std::uint16_t Port() const { return m_port; }
-  std::string Url(const std::string& path) const;
+  std::string Url(const std::string& path) const {
+    return "http://127.0.0.1:" + std::to_string(m_port) + path;
+  }
   // Appends an answer. Its pieces are sent so far apart that they arrive one by one.
   RawServer& Answer(Pieces pieces);
   RawServer& Answer(const std::string& whole) { return Answer(Pieces{whole}); }
-  // Gives every request to this path the same answer. These requests use no answer of the list, and
-  // Requests does not return them.
-  RawServer& AnswerApart(const std::string& path, const std::string& whole);
-  // Lets the handler answer on the connection, which it need not close. Otherwise as AnswerApart.
+  // Lets the handler answer every request to this path on the connection, which it need not close.
+  // These requests use no answer of the list, and Requests does not return them.
   RawServer& HandleApart(const std::string& path, Handler handler);
   std::vector<RawRequest> Requests() const;
 

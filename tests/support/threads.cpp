@@ -27,7 +27,6 @@ struct ThreadsState {
   std::condition_variable changed;
   std::list<ParkedThread> parked;
   bool failNext = false;
-  ThreadMaking latest{};
   std::vector<ThreadMade> made;
 };
 
@@ -38,14 +37,9 @@ ThreadsState& State() {
 
 thread_local ThreadEntry t_entry = nullptr;
 
-struct Start {
-  ThreadEntry entry;
-  void* argument;
-};
-
 void* Run(void* start) {
-  const std::unique_ptr<Start> owned(static_cast<Start*>(start));
-  const Start copy = *owned;
+  const std::unique_ptr<ThreadMade> owned(static_cast<ThreadMade*>(start));
+  const ThreadMade copy = *owned;
   t_entry = copy.entry;
   return copy.entry(copy.argument);
 }
@@ -66,21 +60,12 @@ void Give(ThreadEntry entry, Order order) {
   State().changed.notify_all();
 }
 
-void Remember(const pthread_attr_t* attributes) {
-  if (attributes == nullptr) return;
+void Remember(ThreadMade thread, const pthread_attr_t* attributes) {
   int detachState = 0;
-  std::size_t stackBytes = 0;
   pthread_attr_getdetachstate(attributes, &detachState);
-  pthread_attr_getstacksize(attributes, &stackBytes);
-  State().latest = {stackBytes, detachState == PTHREAD_CREATE_DETACHED};
-}
-
-// Looks the thread up: others may have been created meanwhile, and ForgetThreads may have been
-// called.
-void RememberId(ThreadEntry entry, void* argument, pthread_t id) {
-  for (auto& thread : State().made) {
-    if (thread.entry == entry && thread.argument == argument && thread.id == 0) thread.id = id;
-  }
+  pthread_attr_getstacksize(attributes, &thread.stackBytes);
+  thread.detached = detachState == PTHREAD_CREATE_DETACHED;
+  State().made.push_back(thread);
 }
 
 }  // namespace
@@ -108,9 +93,9 @@ void FailNextThread() {
   State().failNext = true;
 }
 
-ThreadMaking LatestThread() {
+ThreadMade LatestThread() {
   const std::lock_guard lock(State().mutex);
-  return State().latest;
+  return State().made.back();
 }
 
 std::vector<ThreadEntry> ThreadsMade() {
@@ -150,17 +135,18 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           test::ThreadEntry entry, void* argument) {
   {
     const std::lock_guard lock(test::State().mutex);
-    test::Remember(attributes);
-    test::State().made.push_back({entry, argument, 0});
+    test::Remember({entry, argument}, attributes);
     if (std::exchange(test::State().failNext, false)) return EAGAIN;
   }
-  auto start = std::make_unique<test::Start>(test::Start{entry, argument});
+  auto start = std::make_unique<test::ThreadMade>(entry, argument);
   const int result = __real_pthread_create(thread, attributes, test::Run, start.get());
   if (result != 0) return result;
   static_cast<void>(start.release());  // Run owns it now
+  // Looks the thread up: meanwhile others may have been created or ForgetThreads called.
   const std::lock_guard lock(test::State().mutex);
-  test::RememberId(entry, argument, *thread);
-  if (attributes != nullptr) test::State().latest.id = *thread;
+  for (auto& made : test::State().made) {
+    if (made.entry == entry && made.argument == argument && made.id == 0) made.id = *thread;
+  }
   return 0;
 }
 

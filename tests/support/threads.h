@@ -4,6 +4,7 @@
 
 #include <pthread.h>
 
+#include <cstddef>
 #include <vector>
 
 namespace test {
@@ -22,24 +23,18 @@ void EndThreads(ThreadEntry entry);
 // Makes the next creation of a thread fail with EAGAIN.
 void FailNextThread();
 
-// How the latest thread was created.
-struct ThreadMaking {
-  unsigned long stackBytes;
-  bool detached;
+// A thread as it was created.
+struct ThreadMade {
+  ThreadEntry entry = nullptr;
+  void* argument = nullptr;
+  std::size_t stackBytes = 0;
+  bool detached = false;
   pthread_t id = 0;  // 0: the creation failed
 };
-ThreadMaking LatestThread();
-
-// The entries of the threads since the last ForgetThreads, in order of creation. Failed creations
-// count, too.
-std::vector<ThreadEntry> ThreadsMade();
-// The same threads with their arguments and ids.
-struct ThreadMade {
-  ThreadEntry entry;
-  void* argument;
-  pthread_t id;  // 0: the creation failed
-};
+// The threads since the last ForgetThreads, in order of creation. Failed creations count, too.
 std::vector<ThreadMade> ThreadsMadeInFull();
+std::vector<ThreadEntry> ThreadsMade();
+ThreadMade LatestThread();
 void ForgetThreads();
 
 // Parks the calling thread. For clock.cpp.

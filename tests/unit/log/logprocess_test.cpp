@@ -7,7 +7,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
-#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -30,20 +29,21 @@ namespace {
 using test::ThreadEntry;
 using ::testing::ElementsAre;
 
-constexpr std::size_t kTwoMebibytes = 0x200000;
-constexpr unsigned kPatienceSeconds = 30;  // a deadline for a broken process, never waited for
-
 const auto kRight = ::testing::ExitedWithCode(EXIT_SUCCESS);
 
 // Ends the process as it ends in the field, with the destructors of the stores.
 [[noreturn]] void EndWith(bool isRight) {
-  alarm(kPatienceSeconds);
+  alarm(30);  // a deadline for a broken process, never waited for
   std::exit(isRight ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
-std::promise<void> g_reached;
-std::promise<void> g_ending;
+std::atomic<bool> g_isReached = false;
 std::atomic<bool> g_isEndAwaited = false;
+
+void Reach(std::atomic<bool>& point) {
+  point = true;
+  point.notify_all();
+}
 
 // Runs a record thread that stops in `call`, does `hook` once the end of the process waits for its
 // batch, and goes on. Returns when the thread has come to the call.
@@ -51,14 +51,13 @@ template <typename Store>
 void HoldBatchUntilTheEnd(test::Call call, void (*hook)()) {
   std::thread([call, hook] {
     test::AtNextCall(call, [hook] {
-      g_reached.set_value();
-      g_ending.get_future().wait();
+      Reach(g_isReached);
+      g_isEndAwaited.wait(false);
       hook();
     });
     Store::RecordThread(&Store::Instance());
   }).detach();
-  g_reached.get_future().wait();
-  g_isEndAwaited = true;
+  g_isReached.wait(false);
 }
 
 // Nothing is known of the stores yet.
@@ -78,7 +77,7 @@ TEST_F(LogProcess, MakesAStoreAtItsFirstMessage) {
     write(INFO, "first");
     const auto making = test::LatestThread();
     return test::ThreadsMade() == std::vector<ThreadEntry>{thread} && making.detached &&
-           making.stackBytes == kTwoMebibytes && test::AwaitParked(thread, 1);
+           making.stackBytes == 0x200000 && test::AwaitParked(thread, 1);
   };
 
   EXPECT_EXIT(EndWith(check(log_Text, CLogTxt::RecordThread)), kRight, "");
@@ -138,20 +137,13 @@ TEST_F(LogProcess, EndsOnlyAfterABatchThatIsUnderWay) {
   EXPECT_FALSE(test::Exists("/tmp/CloudLog/1101_log.txt"));
 }
 
-void PlaceFileForTheDirectory() {
-  test::WriteFile("/tmp/CloudLog", "in the way");
-}
-
 void PlaceDirectoryForTheDatabase() {
   std::filesystem::create_directories(test::kLogDatabase);
 }
 
 class Lockout : public test::LogDatabaseTest {
  protected:
-  void SetUp() override {
-    LogDatabaseTest::SetUp();
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-  }
+  Lockout() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 
 TEST_F(Lockout, KeepsTheRecordsAndReportsWhatCannotBeOpened) {
@@ -162,32 +154,31 @@ TEST_F(Lockout, KeepsTheRecordsAndReportsWhatCannotBeOpened) {
     return testing::internal::GetCapturedStdout() == printed && result == -1 && queue.size() == 2;
   };
 
-  EXPECT_EXIT(EndWith(check(PlaceFileForTheDirectory, "")), kRight, "");
+  const auto placeFileForTheDirectory = [] { test::WriteFile("/tmp/CloudLog", "in the way"); };
+  EXPECT_EXIT(EndWith(check(placeFileForTheDirectory, "")), kRight, "");
   EXPECT_EXIT(EndWith(check(PlaceDirectoryForTheDatabase,
                             "Open database(/tmp/CloudLog/Cloudlog.db) failed: unable to open "
                             "database file\n")),
               kRight, "");
 }
 
-TEST_F(Lockout, HoldsLaterCallersAndItsOwnThreadForGoodButNotTheTextLog) {
-  const auto check = [](void (*place)()) {
-    place();
+TEST_F(Lockout, HoldsALaterCallerAndItsOwnThreadForGoodButNotTheTextLog) {
+  const auto check = [] {
+    PlaceDirectoryForTheDatabase();
     log_DB(INFO, "message");
     test::ResumeThreads(CLogDatabase::RecordThread);
     if (!test::AwaitParked(CLogDatabase::RecordThread, 1)) return false;
     std::filesystem::remove_all("/tmp/CloudLog");
     test::ResumeThreads(CLogDatabase::RecordThread);
-    const test::Caller first([] { log_DB(INFO, "next"); });
-    const test::Caller second([] { log_DB(ERROR, "next but one"); });
-    if (!first.Waits() || !second.Waits() || test::Exists("/tmp/CloudLog")) return false;
+    const test::Caller caller([] { log_DB(INFO, "next"); });
+    if (!caller.Waits() || test::Exists("/tmp/CloudLog")) return false;
     log_Text(INFO, "next");
     test::ResumeThreads(CLogTxt::RecordThread);
     return test::AwaitParked(CLogTxt::RecordThread, 1) && !test::ReadTextLog().empty() &&
            test::ParkedThreads(CLogDatabase::RecordThread) == 0;
   };
 
-  EXPECT_EXIT(EndWith(check(PlaceFileForTheDirectory)), kRight, "");
-  EXPECT_EXIT(EndWith(check(PlaceDirectoryForTheDatabase)), kRight, "");
+  EXPECT_EXIT(EndWith(check()), kRight, "");
 }
 
 TEST_F(Lockout, LetsTheProcessEndThatIsAboutToRunIntoIt) {
@@ -204,7 +195,7 @@ TEST_F(Lockout, LetsTheProcessEndThatIsAboutToRunIntoIt) {
 
 // A store that waits for its batch at the end of the process calls this again and again.
 int __wrap_sched_yield() {
-  if (g_isEndAwaited.exchange(false)) g_ending.set_value();
+  Reach(g_isEndAwaited);
   return __real_sched_yield();
 }
 // NOLINTEND(*-reserved-identifier,cert-dcl*)

@@ -1,4 +1,5 @@
-// The text log: what a day's file holds, and what happens when it cannot be written.
+// The text log: what a day's file holds, which files stay, and what happens when one cannot be
+// written.
 #include "log/logtxt.h"
 
 #include <fcntl.h>
@@ -10,6 +11,7 @@
 #include <csignal>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "fixture.h"
 #include "log/log.h"
@@ -22,18 +24,30 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
 using namespace std::chrono_literals;
+using Names = std::vector<std::string>;
 
 constexpr char kTodaysFile[] = "/tmp/CloudLog/0307_log.txt";
 const std::string kHead = "2024-03-06 23:59:58 logType:INFO\n ";
 
-class TextLogStore : public test::TextLogTest {};
+// The files of the days from `first` to `last`, given as month x 100 + day, and further files.
+Names Days(int first, int last, const Names& more = {}) {
+  Names names = more;
+  for (int day = first; day <= last; ++day) names.push_back(util::Format("%04d_log.txt", day));
+  return names;
+}
+
+class TextLogStore : public test::TextLogTest {
+ protected:
+  // Makes these the only files of the log directory. It is missing when there are none.
+  static void Place(const Names& names) {
+    fs::remove_all("/tmp/CloudLog");
+    for (const auto& name : names) test::WriteFile("/tmp/CloudLog/" + name, "");
+  }
+};
 
 TEST_F(TextLogStore, AppendsEachRecordAsAHeadAndAnIndentedMessage) {
   EXPECT_EQ(Write({"first", "line feed at the end\n", "line feed\ninside"}), 0);
-  EXPECT_THAT(queue, IsEmpty());
   EXPECT_EQ(Write({"100%n %s %d", ""}), 0);
 
   EXPECT_EQ(test::ReadFile(kTodaysFile), kHead + "first\n" + kHead + "line feed at the end\n\n" +
@@ -68,15 +82,6 @@ TEST_F(TextLogStore, TouchesNothingForAnEmptyQueue) {
   EXPECT_FALSE(test::Exists("/tmp/CloudLog"));
 }
 
-TEST_F(TextLogStore, NamesItsFileAfterTheMonthAndDayOfTheWriting) {
-  test::SetTime(test::LocalTimeOf(2025, 1, 1, 0, 0, 0));
-  Write({"message"});
-  test::SetTime(test::LocalTimeOf(2025, 11, 15, 23, 59, 59));
-  Write({"message"});
-
-  EXPECT_THAT(test::List("/tmp/CloudLog"), ElementsAre("0101_log.txt", "1115_log.txt"));
-}
-
 TEST_F(TextLogStore, StampsARecordWithTheMomentOfTheCall) {
   test::SetTime(test::LocalTimeOf(2024, 3, 7, 4, 5, 6));
   store.InsertLog("ABCDEFGHIJKLM", "the level is cut to its field");
@@ -88,39 +93,28 @@ TEST_F(TextLogStore, StampsARecordWithTheMomentOfTheCall) {
             "2024-03-07 04:05:06 logType:ABCDEFGHIJK\n the level is cut to its field\n");
 }
 
-struct Obstacle {
-  const char* name;
-  void (*place)();
-};
-
-class BlockedTextLog : public TextLogStore, public ::testing::WithParamInterface<Obstacle> {};
-
-INSTANTIATE_TEST_SUITE_P(
-    Obstacles, BlockedTextLog,
-    ::testing::Values(Obstacle{"DirectoryForTheFile", [] { fs::create_directories(kTodaysFile); }},
-                      Obstacle{"LinkForTheFile",
-                               [] {
-                                 fs::create_directories("/tmp/CloudLog");
-                                 fs::create_symlink("/tmp/target", kTodaysFile);
-                               }},
-                      Obstacle{"FileForTheDirectory",
-                               [] { test::WriteFile("/tmp/CloudLog", "in the way"); }}),
-    [](const auto& row) { return row.param.name; });
-
-TEST_P(BlockedTextLog, KeepsItsRecordsUntilTheFileCanBeOpened) {
+TEST_F(TextLogStore, KeepsItsRecordsUntilTheFileCanBeOpened) {
+  const auto placeDirectory = [] { fs::create_directories(kTodaysFile); };
+  const auto placeLink = [] {
+    fs::create_directories("/tmp/CloudLog");
+    fs::create_symlink("/tmp/target", kTodaysFile);
+  };
+  const auto placeFile = [] { test::WriteFile("/tmp/CloudLog", "in the way"); };
   test::WriteFile("/tmp/target", "");
-  GetParam().place();
-  testing::internal::CaptureStdout();
 
-  EXPECT_EQ(Write({"first", "second"}), -1);
+  for (void (*place)() : {+placeDirectory, +placeLink, +placeFile}) {
+    fs::remove_all("/tmp/CloudLog");
+    place();
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(Write({"first", "second"}), -1);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Open /tmp/CloudLog/0307_log.txt failed\n");
+    EXPECT_EQ(test::ReadFile("/tmp/target"), "");
+    EXPECT_EQ(store.Init(), 0);
 
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Open /tmp/CloudLog/0307_log.txt failed\n");
-  EXPECT_THAT(queue, SizeIs(2));
-  EXPECT_EQ(test::ReadFile("/tmp/target"), "");
-  EXPECT_EQ(store.Init(), 0);
-  fs::remove_all("/tmp/CloudLog");
-  EXPECT_EQ(Write(), 0);
-  EXPECT_EQ(test::ReadFile(kTodaysFile), kHead + "first\n" + kHead + "second\n");
+    fs::remove_all("/tmp/CloudLog");
+    EXPECT_EQ(Write(), 0);
+    EXPECT_EQ(test::ReadFile(kTodaysFile), kHead + "first\n" + kHead + "second\n");
+  }
 }
 
 TEST_F(TextLogStore, LosesTheRecordsOfAFailingWriteAndGoesOn) {
@@ -144,9 +138,7 @@ TEST_F(TextLogStore, LetsCallersWaitWhileItWrites) {
   ASSERT_EQ(mkfifo(kTodaysFile, 0600), 0);
   const util::Descriptor pipe(open(kTodaysFile, O_RDWR | O_CLOEXEC));
   ASSERT_EQ(fcntl(pipe.Get(), F_SETPIPE_SZ, 4096), 4096);
-  const test::Caller writer([this] {
-    Write({std::string(2000, 'x'), std::string(2000, 'x'), std::string(2000, 'x')});
-  });
+  const test::Caller writer([this] { Write(Names(3, std::string(2000, 'x'))); });
   ASSERT_TRUE(writer.Waits());
 
   const test::Caller caller([] { log_Text(INFO, "message"); });
@@ -159,9 +151,7 @@ TEST_F(TextLogStore, LetsCallersWaitWhileItWrites) {
 }
 
 TEST_F(TextLogStore, LetsCallersThroughDuringTheRetention) {
-  for (int day = 101; day < 120; ++day) {
-    test::WriteFile(util::Format("/tmp/CloudLog/%04d_log.txt", day), "");
-  }
+  Place(Days(101, 119));
   bool returns = false;
   test::AtNextCall(test::Call::kUnlink,
                    [&] { returns = test::Caller([] { log_Text(INFO, "message"); }).Returns(); });
@@ -183,6 +173,72 @@ TEST_F(TextLogStore, WritesFirstAndThenSleepsFiveSecondsForEver) {
 
   EXPECT_TRUE(isWrittenFirst);
   EXPECT_THAT(test::Pauses(), ElementsAre(5s, 5s, 5s));
+}
+
+TEST_F(TextLogStore, KeepsTheFiveLargestNumbers) {
+  const Names foreign = {"Cloudlog.db", ".hidden", "notes.txt", "0000_log.txt", "00"};
+  const struct {
+    const char* name;
+    Names before;
+    int today;
+    Names after;
+  } rows[] = {
+      {"five are kept", Days(1111, 1114), 1115, Days(1111, 1115)},
+      {"of six the first goes", Days(1110, 1114), 1115, Days(1111, 1115)},
+      {"one goes a cycle", Days(1107, 1114), 1115, Days(1108, 1115)},
+      {"even today's goes", Days(1227, 1231), 101, Days(1227, 1231)},
+      {"numbers have four digits", Days(102, 106), 107, Days(103, 107)},
+      {"zero is no number", Days(1111, 1114, foreign), 1115, Days(1111, 1115, foreign)},
+      {"every name with a number counts", Days(1111, 1114, {"1116 notes"}), 1115,
+       Days(1112, 1115, {"1116 notes"})},
+      {"only a day file goes", Days(1111, 1114, {"12 notes"}), 1115,
+       Days(1111, 1115, {"12 notes"})},
+      {"a number has no sign", Days(1111, 1114, {"-5"}), 1115, Days(1112, 1115, {"-5"})},
+  };
+
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    Place(row.before);
+    test::SetTime(test::LocalTimeOf(2024, row.today / 100, row.today % 100, 12));
+    EXPECT_EQ(Write({"message"}), 0);
+    EXPECT_THAT(test::List("/tmp/CloudLog"), ::testing::UnorderedElementsAreArray(row.after));
+  }
+}
+
+TEST_F(TextLogStore, CountsTheDayFilesAndNamesTheFirst) {
+  const std::string before(127, 'x');
+  const Names three = {"1112_log.txt", "0930_log.txt", "1001_log.txt", "Cloudlog.db"};
+  const struct {
+    const char* name;
+    Names files;
+    unsigned char size;
+    int count;
+    std::string path;
+  } rows[] = {
+      {"three", three, 128, 3, "/tmp/CloudLog/0930_log.txt"},
+      {"one", {"1112_log.txt"}, 128, 1, "/tmp/CloudLog/1112_log.txt"},
+      {"a small buffer", {"1112_log.txt"}, 14, 1, "/tmp/CloudLog"},
+      {"no buffer", {"1112_log.txt"}, 0, 1, before},
+      {"none", {"Cloudlog.db"}, 128, 0, before},
+      {"no directory", {}, 128, -1, before},
+  };
+
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    Place(row.files);
+    char path[128];
+    util::CopyText(path, before);
+    EXPECT_EQ(store.GetFirstLogTxt(path, row.size), row.count);
+    EXPECT_EQ(path, row.path);
+  }
+}
+
+TEST_F(TextLogStore, MakesADirectoryWhosePathIsCutAt63Characters) {
+  const std::string name(63 - sizeof("/tessel"), 'd');
+
+  EXPECT_EQ(store.CreateDirectory(("/tessel/" + name + "cut").c_str()), 0);
+  EXPECT_THAT(test::List("/tessel"), ElementsAre(name));
+  EXPECT_EQ(store.CreateDirectory(nullptr), -1);
 }
 
 }  // namespace

@@ -5,34 +5,26 @@
 
 namespace {
 
-TEST(RecordBatch, BeginsNoMoreAfterTheEnd) {
-  struct Store {};
+TEST(RecordBatch, BeginsNoMoreAfterTheEndOfItsStore) {
+  struct Ended {};
+  struct Other {};
 
   for (int i = 0; i < 2; ++i) {
-    EXPECT_TRUE(RecordBatch<Store>::TryEnd());
-    EXPECT_FALSE(RecordBatch<Store>());
+    EXPECT_TRUE(RecordBatch<Ended>::TryEnd());
+    EXPECT_FALSE(RecordBatch<Ended>());
+    EXPECT_TRUE(RecordBatch<Other>());
   }
 }
 
 TEST(RecordBatch, RefusesTheEndWhileItIsUnderWay) {
   struct Store {};
-  {
+
+  for (int i = 0; i < 2; ++i) {
     const RecordBatch<Store> batch;
-    EXPECT_FALSE(RecordBatch<Store>::TryEnd());
-    EXPECT_FALSE(RecordBatch<Store>::TryEnd());
     EXPECT_TRUE(batch);
+    EXPECT_FALSE(RecordBatch<Store>::TryEnd());
+    EXPECT_FALSE(RecordBatch<Store>::TryEnd());
   }
-
-  for (int i = 0; i < 2; ++i) EXPECT_TRUE(RecordBatch<Store>());
-}
-
-TEST(RecordBatch, LeavesOtherStoresAlone) {
-  struct Ended {};
-  struct Other {};
-
-  RecordBatch<Ended>::TryEnd();
-
-  EXPECT_TRUE(RecordBatch<Other>());
 }
 
 }  // namespace
