@@ -78,7 +78,8 @@ class CHistoryData {
   std::int32_t UpdateHistoryData(const char* filename);
   // Records a recall file under the name as given, then drops rows of three days ago or older, and
   // the files of that name below calldata. The recall worker records full paths, which name no file
-  // there: its archives stay on the card, deliberately. A new ledger gets both tables.
+  // there: its archives stay on the card, deliberately. The table is made with the row
+  // if it is missing.
   std::int32_t SaveRecallData(const char* filename);
 
   // ReadMinutes (datasource/demandhistory.h) with the time of the device's last live value: 1 when
@@ -87,7 +88,8 @@ class CHistoryData {
                              std::vector<ST_SINGLE_POINT_VALUE>* values);
 
  private:
-  // kDamaged: the content cannot be used. kCondemned: it lacks the pending table; no rewrite helps.
+  // kDamaged: the content cannot be used. kCondemned: it lacks the pending table or is no database;
+  // a rewrite does not help.
   enum class Visit { kDone, kFailed, kDamaged, kCondemned };
 
   // The caller of these holds the mutex.

@@ -13,8 +13,8 @@
 inline constexpr char kPendingTable[] = "tJsonFileNames";
 inline constexpr char kRecallTable[] = "recallJsonFile";
 
-// Opens the ledger; statements wait a short while for another program's lock. Who writes calls
-// MakeCommitsDurable first.
+// Opens the ledger; statements wait a short while for another program's lock. Who writes
+// calls MakeCommitsDurable first, except RewriteLedger, which syncs the whole file at its end.
 util::Database OpenLedger(util::Database::Missing missing = util::Database::Missing::kFails);
 // The same with a small cache, for a long reading.
 util::Database OpenLedgerForReading();

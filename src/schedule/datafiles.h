@@ -10,5 +10,5 @@
 std::string DirectoryOf(const char* root, std::time_t when);
 
 // Saves packed files as pending rows in their order. Their paths are full and lie below JsonFiles.
-// A save without files only ages the ledger.
+// Without files the save still writes rows that wait in memory and drops what is too old.
 void RecordPackedFiles(std::int32_t fileType, const std::vector<std::string>& files);

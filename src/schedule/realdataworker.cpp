@@ -28,7 +28,7 @@ void PackLiveValues(std::time_t stamp) {
     PauseOneSecond();
     return;
   }
-  RecordPackedFiles(kRealDataFile, files);  // also without a file: a save ages the ledger
+  RecordPackedFiles(kRealDataFile, files);  // also without a file: a save drops old rows
 }
 
 }  // namespace

@@ -66,8 +66,9 @@ void* HandleRecall(void* interval) {
   const auto& seconds = *static_cast<const std::int32_t*>(interval);
   Answered answered;
   for (;;) {
-    const auto order = AskForOrder();
-    if (order && NeedsAnswer(order->id, answered)) AnswerOrder(*order, answered);
+    if (const auto order = AskForOrder(); order && NeedsAnswer(order->id, answered)) {
+      AnswerOrder(*order, answered);
+    }
     sleep(static_cast<unsigned>(seconds));
   }
 }
