@@ -31,7 +31,8 @@ if grep --extended-regexp '^(time|localtime_r|localtime|mktime|stat|fstat|lstat)
 fi
 
 # A library with 32-bit time calls stat64. The program brings one that knows the time after January 2038.
-if "$readelf" --wide --dyn-syms "$2" | grep --quiet ' stat64@'; then
+imported=$("$readelf" --wide --dyn-syms "$2")
+if grep --quiet ' stat64@' <<<"$imported"; then
   defined=$("$readelf" --wide --dyn-syms "$program" | awk '$4 == "FUNC" && $5 == "GLOBAL" && $7 != "UND" { print $8 }')
   for call in stat64 lstat64 fstat64; do has "^$call\$" "$defined"; done
 fi

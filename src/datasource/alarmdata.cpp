@@ -20,7 +20,7 @@ constexpr char kUntakenBetween[] =
 
 // Longer than for other files: the acquisition side writes while we read, and events that cannot be
 // marked come again. Only the alarm worker waits.
-constexpr int kLockWaitMilliseconds = 20000;
+constexpr int kEventLockWaitMilliseconds = 20000;
 constexpr auto kFailure = static_cast<std::uint32_t>(-1);
 
 std::string EventFile(const std::tm& month) {
@@ -73,7 +73,7 @@ bool CAlarmData::TakeEvents(const std::tm& month, const std::tm& from, const std
   const std::lock_guard lock(m_databaseMutex);
   util::Database database(EventFile(month).c_str());
   if (!database) return false;
-  database.WaitForLocks(kLockWaitMilliseconds);
+  database.WaitForLocks(kEventLockWaitMilliseconds);
   {
     util::Statement events = database.Prepare(kSelectEvents + untaken);
     if (!events) return false;

@@ -38,6 +38,7 @@ char* getlastname(const char* path, char* out);
 
 // The answer callback of file uploads, in the shape of libcurl's write callbacks. For one complete
 // JSON answer whose "status" is 0 it sets the success flag at `successFlag` to 1 and returns 0. For
-// any other it returns -1, and sets the flag to 0 if it looks like one JSON document.
+// any other it returns -1. It then sets the flag to 0 if the answer is one JSON document with a
+// "status", and otherwise leaves the flag.
 std::size_t OnUploadFileAnswer(char* text, std::size_t size, std::size_t count,
                                void* successFlag) noexcept;
