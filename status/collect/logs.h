@@ -1,0 +1,46 @@
+// Both logs of the service as one stream of records.
+#pragma once
+
+#include <ctime>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "collect/fact.h"
+#include "collect/place.h"
+
+namespace status {
+
+// One record. Its message is as it was logged: it may hold any byte.
+struct LogRecord {
+  std::time_t time = 0;  // local time of the record, to the second
+  std::string level;     // "INFO", "WARN", "ERROR", "FATAL", "SEND", "RECV"
+  std::string text;      // the message, without blanks and line ends around it
+  std::string file;      // the gateway's own path
+  long line = 0;         // line of the text log, or row (Pid) of the log database
+  bool isDatabase = false;
+
+  // "/tmp/CloudLog/1122_log.txt:17" or "/tmp/CloudLog/Cloudlog.db, Pid 17".
+  std::string Where() const;
+};
+
+// Takes a record; false ends the reading.
+using EachRecord = std::function<bool(const LogRecord&)>;
+
+struct LogRange {
+  std::optional<std::time_t> since;  // records before it are left out
+  std::size_t tailBytes = 0;         // of the text logs, only the last so many bytes; 0: all
+};
+
+// Whether each log could be read: the number of records, or why not.
+struct LogsRead {
+  Fact<long> text;
+  Fact<long> database;
+};
+
+// Gives the records of both logs in the order of their times; records of the same second of the log
+// database come first. Memory is bounded whatever the files hold: a line of megabytes is cut,
+// binary content is passed on, the database is read in pages of 1,000 rows.
+LogsRead ReadLogs(const Place& place, const LogRange& range, const EachRecord& each);
+
+}  // namespace status

@@ -1,0 +1,41 @@
+#include "collect/place.h"
+
+#include "util/directory.h"
+#include "util/paths.h"
+
+namespace status {
+namespace {
+
+constexpr std::string_view kConfiguration = "/tessel/Config/";
+constexpr std::string_view kCard = paths::kCardMount;
+
+bool Has(const std::string& root, const char* name) {
+  return util::Exists((root + "/" + name).c_str());
+}
+
+bool StartsWith(std::string_view path, std::string_view folder) {
+  return path.substr(0, folder.size()) == folder;
+}
+
+}  // namespace
+
+Place::Place(std::string root) : m_root(std::move(root)) {
+  while (m_root.size() > 1 && m_root.back() == '/') m_root.pop_back();
+  if (m_root == "/") m_root.clear();
+  if (IsLive()) return;
+  m_isCard = Has(m_root, "Cloud") && !Has(m_root, "media");
+  m_isConfiguration =
+      (Has(m_root, "sys.xml") || Has(m_root, "Channel-template.xml")) && !Has(m_root, "tessel");
+}
+
+std::string Place::At(std::string_view path) const {
+  if (m_isCard && StartsWith(path, kCard)) {
+    return m_root + "/" + std::string(path.substr(kCard.size()));
+  }
+  if (m_isConfiguration && StartsWith(path, kConfiguration)) {
+    return m_root + "/" + std::string(path.substr(kConfiguration.size()));
+  }
+  return m_root + std::string(path);
+}
+
+}  // namespace status

@@ -1,0 +1,1 @@
+#include "judge/configcheck.h"

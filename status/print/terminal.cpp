@@ -1,0 +1,2 @@
+#include "print/terminal.h"
+namespace status {}
