@@ -22,4 +22,8 @@ std::string JsonText(const Facts& facts, const Verdict& verdict);
 // Prometheus text format 0.0.4.
 std::string MetricsText(const Facts& facts, const Verdict& verdict);
 
+// Writes the metrics beside the file and renames it, mode 0644. The temporary name does not end in
+// ".prom". Returns the exit status; an error goes to standard error.
+int WriteMetrics(const std::string& file, const std::string& text);
+
 }  // namespace status
