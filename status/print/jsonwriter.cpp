@@ -99,8 +99,8 @@ void JsonWriter::Time(std::string_view textKey, std::string_view secondsKey,
 
 void JsonWriter::Time(const std::string& name, std::optional<std::time_t> when,
                       std::string_view reason) {
-  Time(name.empty() ? "time" : name + "_time", name.empty() ? "unix_seconds" : name + "_unix_seconds",
-       when, reason);
+  Time(name.empty() ? "time" : name + "_time",
+       name.empty() ? "unix_seconds" : name + "_unix_seconds", when, reason);
 }
 
 }  // namespace status

@@ -44,11 +44,11 @@ std::string CardData(const Facts& facts) {
 std::string PerformanceData(const Facts& facts, const Thresholds& thresholds) {
   const Thresholds inForce = InForce(thresholds, facts);
   const Results results = ResultsOf(facts);
-  std::string data =
-      Datum("newest_accepted_age", results.newestAcceptedAge, "s",
-            Limits(inForce.warningAge, inForce.criticalAge)) +
-      Datum("oldest_pending_age", results.oldestPendingAge, "s", ";") +
-      Datum("pending", results.pending, "", Limits(inForce.warningPending, inForce.criticalPending));
+  std::string data = Datum("newest_accepted_age", results.newestAcceptedAge, "s",
+                           Limits(inForce.warningAge, inForce.criticalAge)) +
+                     Datum("oldest_pending_age", results.oldestPendingAge, "s", ";") +
+                     Datum("pending", results.pending, "",
+                           Limits(inForce.warningPending, inForce.criticalPending));
   if (results.catchUpSeconds) data += Datum("catch_up", results.catchUpSeconds, "s", ";");
   return data + CardData(facts);
 }
@@ -56,7 +56,8 @@ std::string PerformanceData(const Facts& facts, const Thresholds& thresholds) {
 }  // namespace
 
 std::string MonitorText(const Facts& facts, const Verdict& verdict, const Thresholds& thresholds) {
-  std::string line = std::string("BRENNIK ") + LevelName(verdict.level) + " - " + OneLine(verdict.text);
+  std::string line =
+      std::string("BRENNIK ") + LevelName(verdict.level) + " - " + OneLine(verdict.text);
   constexpr std::size_t kWithoutBlank = kLineBytes - 1;
   constexpr char kMore[] = "...";
   if (line.size() > kWithoutBlank)

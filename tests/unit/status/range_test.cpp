@@ -43,14 +43,15 @@ TEST(Range, AlarmsAsMonitoringPluginsDo) {
 
 TEST(Range, RefusesWhatIsNoRange) {
   for (const char* text :
-       {"", "@", "x", "10s", "1:2:3", "20:10", "~", ":~", "10:~", "@@1", "1e3", "0x10", "nan", "inf",
-        " 1", "1 ", "1..2", "-", ".", "--1", "1,5"})
+       {"",     "@",   "x",   "10s", "1:2:3", "20:10", "~", ":~", "10:~", "@@1", "1e3",
+        "0x10", "nan", "inf", " 1",  "1 ",    "1..2",  "-", ".",  "--1",  "1,5"})
     EXPECT_FALSE(Range::Parse(text)) << text;
   EXPECT_FALSE(Range::Parse(std::string(400, '9'))) << "too large";
 }
 
 TEST(Range, MakesARangeOfALimit) {
-  for (const auto& [limit, text] : {std::pair{600.0, "600"}, {1e7, "10000000"}, {2.5, "2.500"}, {-5, "~:-5"}}) {
+  for (const auto& [limit, text] :
+       {std::pair{600.0, "600"}, {1e7, "10000000"}, {2.5, "2.500"}, {-5, "~:-5"}}) {
     const Range range = Range::Above(limit);
     EXPECT_EQ(range.Text(), text);
     EXPECT_TRUE(range.Alarms(limit + 1)) << text;
