@@ -67,6 +67,9 @@ struct Facts {
   // configuration or a segment.
   Fact<std::vector<std::uint32_t>> unpublished;
   Ledger ledger;
+  // The newest files whose stamp has come; a clock that was set back leaves younger ones behind.
+  std::optional<LedgerRow> newestByNow;          // live values, accepted or not
+  std::optional<LedgerRow> newestAcceptedByNow;  // of any kind
   LogFacts logs;
 };
 
