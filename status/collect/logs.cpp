@@ -40,17 +40,17 @@ std::string LogRecord::Where() const {
   return util::Format(isDatabase ? "%s, Pid %ld" : "%s:%ld", file.c_str(), line);
 }
 
-struct LogReader::Logs {
+struct LogStream::Logs {
   TextLog text;
   LogDatabase database;
 };
 
-LogReader::LogReader(const Place& place, const LogRange& range)
+LogStream::LogStream(const Place& place, const LogRange& range)
     : m_logs(new Logs{TextLog(place, range.tailBytes), LogDatabase(place)}), m_range(range) {}
 
-LogReader::~LogReader() = default;
+LogStream::~LogStream() = default;
 
-LogsRead LogReader::Read(const EachRecord& each) {
+LogsRead LogStream::Read(const EachRecord& each) {
   Source text(m_logs->text);
   Source database(m_logs->database);
   bool isWanted = true;
@@ -63,7 +63,7 @@ LogsRead LogReader::Read(const EachRecord& each) {
 }
 
 LogsRead ReadLogs(const Place& place, const LogRange& range, const EachRecord& each) {
-  return LogReader(place, range).Read(each);
+  return LogStream(place, range).Read(each);
 }
 
 }  // namespace status

@@ -40,12 +40,12 @@ struct LogsRead {
 };
 
 // Reads both logs, and later what is new in them. One thread.
-class LogReader {
+class LogStream {
  public:
-  LogReader(const Place& place, const LogRange& range);
-  ~LogReader();
-  LogReader(const LogReader&) = delete;
-  LogReader& operator=(const LogReader&) = delete;
+  LogStream(const Place& place, const LogRange& range);
+  ~LogStream();
+  LogStream(const LogStream&) = delete;
+  LogStream& operator=(const LogStream&) = delete;
 
   // Gives the records that were not given yet, as ReadLogs does.
   LogsRead Read(const EachRecord& each);

@@ -392,7 +392,7 @@ TEST_F(LogsTest, EndsWhenTheReaderHasEnough) {
 TEST_F(LogsTest, GoesOnWithNewRecordsOfBothLogs) {
   test::WriteFile(kToday, Record("10:00:01", "text 1"));
   WriteDatabase({{"10:00:02", "INFO", "database 2"}});
-  status::LogReader reader({}, {});
+  status::LogStream reader({}, {});
   reader.Read(Keep());
   test::WriteFile(kToday, Record("10:00:01", "text 1") + Record("10:00:03", "text 3"));
   test::WriteFile("/tmp/CloudLog/0308_log.txt", "2024-03-08 00:00:00 logType:INFO\n text 8\n");
@@ -407,7 +407,7 @@ TEST_F(LogsTest, GoesOnWithNewRecordsOfBothLogs) {
 TEST_F(LogsTest, GivesNothingTwiceWhenNothingIsNew) {
   test::WriteFile(kToday, Record("10:00:01", std::string(10, 'x')).substr(0, 40));
   WriteDatabase({{"10:00:02", "INFO", "database 2"}});
-  status::LogReader reader({}, {});
+  status::LogStream reader({}, {});
   reader.Read(Keep());
   m_texts.clear();
 
@@ -419,7 +419,7 @@ TEST_F(LogsTest, GivesNothingTwiceWhenNothingIsNew) {
 TEST_F(LogsTest, GivesARecordWholeThatWasHalfWritten) {
   const std::string record = Record("10:00:01", "message");
   test::WriteFile(kToday, record.substr(0, record.size() - 4));
-  status::LogReader reader({}, {});
+  status::LogStream reader({}, {});
   reader.Read(Keep());
   test::WriteFile(kToday, record);
 
@@ -431,7 +431,7 @@ TEST_F(LogsTest, GivesARecordWholeThatWasHalfWritten) {
 TEST_F(LogsTest, BeginsAgainWhenALogWasMadeAgain) {
   test::WriteFile(kToday, Record("10:00:01", "a long old record"));
   WriteDatabase({{"10:00:02", "INFO", "old"}});
-  status::LogReader reader({}, {});
+  status::LogStream reader({}, {});
   reader.Read(Keep());
   m_texts.clear();
   test::Empty(paths::kLogDirectory);
