@@ -120,11 +120,11 @@ void AddFiles(Configuration& configuration, const Place& place, const LoadWatch&
   }
 }
 
-// Where the loaded values are. An unreadable catalogue has no maps: nothing is known of it.
-void TakeValues(Configuration& configuration) {
+void TakeValues(Configuration& configuration, bool hasChannels) {
   LoadedConfiguration& loaded = *configuration.loaded;
   configuration.cloud = *loaded.system.GetCloudConfigAttr();
   configuration.serial = loaded.identity.GetSn();
+  if (!hasChannels) return;
   MAP_POINT_ATTR* points = nullptr;
   MAP_GROUP_ATTR* groups = nullptr;
   MAP_DEV_ATTR* devices = nullptr;
@@ -166,7 +166,7 @@ Configuration LoadConfiguration(const Place& place) {
   configuration.starts = (systemOpened || hidesSystem) &&
                          (identityOpened || IsHidden(faults, paths::kIdentityFile)) &&
                          (channelsOpened || IsHidden(faults, paths::kChannelTemplate));
-  TakeValues(configuration);
+  TakeValues(configuration, channelsOpened);
   configuration.isOn = hidesSystem || configuration.cloud.checked != 0;
   AddFiles(configuration, place, watch);
   std::stable_sort(faults.begin(), faults.end(),

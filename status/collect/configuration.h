@@ -26,9 +26,6 @@ struct ConfigFault {
   std::string text;  // one sentence
 };
 
-// The service leaves the points of this channel out of its snapshots.
-inline constexpr std::uint8_t kChannelLeftOut = 193;
-
 // The service's own objects, loaded.
 struct LoadedConfiguration;
 
@@ -37,7 +34,7 @@ struct Configuration {
   bool isOn = false;    // and would work: `checked` is not 0
   ST_CLOUDSERVER_CONFIG_ATTR cloud{};
   std::string serial;
-  const MAP_POINT_ATTR* points = nullptr;  // all points, by DataId; they live as long as `loaded`
+  const MAP_POINT_ATTR* points = nullptr;  // all points, by DataId; null without a usable template
   const MAP_GROUP_ATTR* groups = nullptr;  // the same by channel and device
   const MAP_DEV_ATTR* devices = nullptr;
   std::vector<ConfigFault> faults;  // everything at once, the worst first

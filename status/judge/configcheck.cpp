@@ -59,7 +59,7 @@ Snapshot CountSnapshot(const MAP_GROUP_ATTR& groups) {
   Snapshot snapshot;
   snapshot.channels = groups.size();
   for (const auto& [channel, devices] : groups) {
-    if (channel == kChannelLeftOut) continue;
+    if (channel == kLeftOutChannel) continue;
     snapshot.devices += devices.size();
     for (const auto& [device, points] : devices) snapshot.points += points.size();
   }
@@ -102,7 +102,7 @@ void CheckPublished(const Configuration& configuration,
   std::size_t count = 0;
   std::string named;
   for (const auto& [channel, devices] : *configuration.groups) {
-    if (channel == kChannelLeftOut) continue;
+    if (channel == kLeftOutChannel) continue;
     for (const auto& [device, points] : devices) {
       for (const auto& [dataId, point] : points) {
         if (published.contains(dataId)) continue;
@@ -119,6 +119,7 @@ void CheckPublished(const Configuration& configuration,
 
 void CheckSnapshot(const Configuration& configuration, const Segment* segment, Snapshot& snapshot,
                    FaultList& faults) {
+  if (configuration.groups == nullptr) return;
   snapshot = CountSnapshot(*configuration.groups);
   const std::map<std::uint32_t, double>* published = nullptr;
   if (segment != nullptr && segment->values) published = &*segment->values;

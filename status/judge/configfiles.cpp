@@ -176,6 +176,7 @@ bool IsRefused(const Configuration& configuration, const std::string& file) {
 // Devices that have no points although their file could be read, and the channel that is left out.
 void CheckCatalogue(const Configuration& configuration, const DeviceLines& lines,
                     FaultList& faults) {
+  if (configuration.devices == nullptr) return;
   for (const auto& [number, device] : *configuration.devices) {
     const auto line = lines.find(number);
     const long at = line == lines.end() ? 0 : line->second;
@@ -188,13 +189,13 @@ void CheckCatalogue(const Configuration& configuration, const DeviceLines& lines
                               device.ChannelNo, device.Name));
     }
   }
-  const auto leftOut = configuration.groups->find(kChannelLeftOut);
+  const auto leftOut = configuration.groups->find(kLeftOutChannel);
   if (leftOut != configuration.groups->end()) {
     std::size_t points = 0;
     for (const auto& [device, ofDevice] : leftOut->second) points += ofDevice.size();
     faults.Add(Cost::kPart, "BRN-CONFIG-LEFTOUT", paths::kChannelTemplate, 0,
                util::Format("channel %d: its %zu points are left out of every snapshot",
-                            kChannelLeftOut, points));
+                            kLeftOutChannel, points));
   }
 }
 

@@ -9,6 +9,9 @@
 
 namespace status {
 
+// The service leaves the points of this channel out of its snapshots.
+inline constexpr std::uint8_t kLeftOutChannel = 193;
+
 // Faults of one check. Only the first hundred are kept, so that a file full of faults stays
 // readable.
 class FaultList {

@@ -80,6 +80,7 @@ std::string RunningText(const ConfigCheck& check) {
 }
 
 std::string SnapshotText(const Snapshot& snapshot) {
+  if (snapshot.archive.bytes == 0) return "";
   return util::Format(
       "\nA snapshot\n"
       "  %zu points of %zu devices on %zu channels; packing takes about %.1f s\n"
