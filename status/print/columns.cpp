@@ -112,6 +112,22 @@ Shape ShapeOf(unsigned first) {
   return {3};
 }
 
+// The text with foreign bytes, and control characters where wanted, written as ASCII.
+std::string WithBytesShown(std::string_view text, bool controlsToo) {
+  std::string shown;
+  while (!text.empty()) {
+    const std::size_t bytes = CharacterBytes(text);
+    const std::string_view piece = text.substr(0, std::max<std::size_t>(bytes, 1));
+    if (bytes > 0 && !(controlsToo && IsIn(kControl, CodePoint(piece)))) {
+      shown.append(piece);
+    } else {
+      for (const char byte : piece) shown += VisibleByte(byte);
+    }
+    text.remove_prefix(piece.size());
+  }
+  return shown;
+}
+
 }  // namespace
 
 std::size_t CharacterBytes(std::string_view text) {
@@ -175,19 +191,22 @@ std::string Wrapped(std::string_view text, int width, int indent) {
   return wrapped;
 }
 
-std::string Visible(std::string_view text) {
-  std::string visible;
-  while (!text.empty()) {
-    const std::size_t bytes = CharacterBytes(text);
-    const std::string_view piece = text.substr(0, std::max<std::size_t>(bytes, 1));
-    if (bytes > 0 && !IsIn(kControl, CodePoint(piece))) {
-      visible.append(piece);
-    } else {
-      for (const char byte : piece) visible += VisibleByte(byte);
-    }
-    text.remove_prefix(piece.size());
+std::string_view CutBytes(std::string_view text, std::size_t bytes) {
+  if (text.size() <= bytes) return text;
+  std::size_t end = 0;
+  while (true) {
+    const std::size_t next = end + std::max<std::size_t>(CharacterBytes(text.substr(end)), 1);
+    if (next > bytes) return text.substr(0, end);
+    end = next;
   }
-  return visible;
+}
+
+std::string Visible(std::string_view text) {
+  return WithBytesShown(text, true);
+}
+
+std::string ValidUtf8(std::string_view text) {
+  return WithBytesShown(text, false);
 }
 
 }  // namespace status

@@ -21,8 +21,12 @@ std::string_view Cut(std::string_view text, int columns);
 // that is too long stays whole, so that a command can be copied.
 // Blanks at the end are dropped.
 std::string Wrapped(std::string_view text, int width, int indent);
+// The longest start of the text that fits into so many bytes. Characters stay whole.
+std::string_view CutBytes(std::string_view text, std::size_t bytes);
 // Control characters and bytes that are not UTF-8 made visible: "\n", "\x1b". Safe for a terminal,
 // and always valid UTF-8.
 std::string Visible(std::string_view text);
+// The text as valid UTF-8: other bytes are written as "\xff".
+std::string ValidUtf8(std::string_view text);
 
 }  // namespace status
