@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "collect/times.h"
 #include "judge/gaps.h"
 #include "util/text.h"
 
@@ -108,8 +109,12 @@ std::string CauseText(const Gap& gap) {
     case Cause::kLogsGone:
       return "unknown, the logs of that time are gone";
     case Cause::kNotRunning:
-      return gap.newestRecord == 0 ? "the service did not run before its start at the end"
-                                   : "the service did not run, or was started again";
+      if (gap.newestRecord == 0) {
+        return "the service did not run until " + LocalText(gap.started) +
+               ", and no older record is kept: was the gateway off?";
+      }
+      return "the service did not run from " + LocalText(gap.newestRecord) + " to " +
+             LocalText(gap.started);
     case Cause::kSwitchedOff:
       return "the service was switched off by sys.xml";
     case Cause::kNothingPublished:

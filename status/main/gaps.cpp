@@ -106,17 +106,9 @@ void PrintMonth(const Month& month, long days) {
 }
 
 void PrintGap(const Gap& gap) {
-  std::string cause = CauseText(gap);
-  if (gap.cause == Cause::kNotRunning && gap.newestRecord != 0) {
-    cause = "the service did not run from " + LocalText(gap.newestRecord) + " to " +
-            LocalText(gap.started);
-  } else if (gap.cause == Cause::kNotRunning) {
-    cause = "the service did not run until " + LocalText(gap.started) +
-            ", and no older record is kept: was the gateway off?";
-  }
   std::printf("%s to %s  %s  %s\n", LocalText(gap.from).c_str(),
               gap.isOpen ? "now                " : LocalText(gap.to).c_str(),
-              Count(static_cast<std::size_t>(gap.missing), "file").c_str(), Visible(cause).c_str());
+              Count(static_cast<std::size_t>(gap.missing), "file").c_str(), Visible(CauseText(gap)).c_str());
 }
 
 void PrintGaps(const std::vector<Gap>& gaps) {

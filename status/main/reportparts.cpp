@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "collect/configuration.h"
-#include "collect/ledgercopy.h"
+#include "collect/ledgerbackup.h"
 #include "collect/logs.h"
 #include "collect/machine.h"
 #include "main/commands.h"
@@ -150,7 +150,7 @@ class Parts {
     if (Interruptible::Happened()) return;
     const bool runs = ServiceRuns(m_place);
     const std::string to = m_staging.Path() + "/" + m_parent + "CloudDB.db";
-    const std::string reason = CopyLedger(m_place, runs, to);
+    const std::string reason = BackUpLedger(m_place, runs, to);
     if (reason.empty()) return Note("CloudDB.db", "a copy of the ledger");
     std::remove(to.c_str());
     LeftOut("CloudDB.db", reason);

@@ -124,9 +124,7 @@ class Watch {
 int SayWhyNot(const Options& options, const Watch& watch) {
   std::printf("No file was made and accepted within %s\n", Duration(watch.Seconds()).c_str());
   if (!watch.Trouble().empty()) std::printf("%s\n", Visible(watch.Trouble()).c_str());
-  Thresholds thresholds;
-  thresholds.graceSeconds = options.grace;
-  const Verdict verdict = Judge(CollectFacts(Place(options.root)), thresholds);
+  const Verdict verdict = Judge(CollectFacts(Place(options.root)), ThresholdsOf(options));
   std::printf("%s\n", Visible(verdict.text).c_str());
   if (!verdict.findings.empty()) {
     std::printf("%s: %s\n", verdict.findings.front().code.c_str(),

@@ -11,6 +11,6 @@ namespace status {
 // some pages at a time and holds no lock in between; otherwise the file is copied as it is, with
 // its journal beside it. Returns why there is no copy, or the empty text. After a failure `to` may
 // have remains.
-std::string CopyLedger(const Place& place, bool serviceRuns, const std::string& to);
+std::string BackUpLedger(const Place& place, bool serviceRuns, const std::string& to);
 
 }  // namespace status

@@ -1,4 +1,4 @@
-#include "collect/ledgercopy.h"
+#include "collect/ledgerbackup.h"
 
 #include <sqlite3.h>
 
@@ -73,7 +73,7 @@ std::string CopyBytes(const std::string& from, const std::string& to) {
 
 }  // namespace
 
-std::string CopyLedger(const Place& place, bool serviceRuns, const std::string& to) {
+std::string BackUpLedger(const Place& place, bool serviceRuns, const std::string& to) {
   const std::string from = place.At(paths::kLedger);
   if (!util::IsRegularFile(from.c_str())) return "there is none";
   if (serviceRuns) return CopyPages(from, to);
