@@ -53,6 +53,8 @@ struct LogFacts {
   std::optional<Evidence>
       uploadReason;         // the answer or the transport failure of the last failed upload
   std::string refusedFile;  // base name of the file of the last failed upload
+  std::optional<Evidence> refusedFirst;  // the first failed upload of this file
+  bool othersAccepted = false;           // and after it the cloud accepted other files
   std::optional<std::time_t> newestRecord;
 };
 
