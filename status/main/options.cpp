@@ -49,8 +49,11 @@ void AddGlobals(CLI::App& app, Options& options) {
       ->check(CheckDirectory);
   AddSeconds(app, "--grace", options.grace,
              "For so long after a start no accepted file is expected (300)");
-  auto* monitor = app.add_flag("--monitor", options.monitor, "One line for monitoring systems");
-  auto* json = app.add_flag("--json", options.json, "Everything as JSON")->excludes(monitor);
+  auto* monitor = app.add_flag("--monitor", options.monitor, "One line for monitoring systems")
+                      ->option_text(" ");
+  auto* json = app.add_flag("--json", options.json, "Everything as JSON")
+                   ->option_text(" ")
+                   ->excludes(monitor);
   app.add_option("--metrics", options.metricsFile,
                  "Metrics for Prometheus, to FILE or to standard output")
       ->option_text("[FILE]")
@@ -65,7 +68,6 @@ void AddGlobals(CLI::App& app, Options& options) {
   range("--critical-age", options.criticalAge, "The same: critical");
   range("--warning-pending", options.warningPending, "Number of files that wait: warning");
   range("--critical-pending", options.criticalPending, "The same: critical");
-  app.add_flag("--version", "The same as the command version");
 }
 
 void AddLog(CLI::App& app, Options& options) {
@@ -91,15 +93,16 @@ void AddExplain(CLI::App& app, Options& options) {
                    ->add_option_function<std::vector<std::string>>(
                        "TEXT", join, "BRN-… or a message of the log, also without quotes")
                    ->option_text("CODE|TEXT")
-                   ->allow_extra_args(false)
                    ->check(CheckText);
-  auto* markdown = explain->add_flag("--markdown", options.markdown, "The tables of the manual");
+  auto* markdown = explain->add_flag("--markdown", options.markdown, "The tables of the manual")
+                       ->option_text(" ");
   text->excludes(markdown);
 }
 
 void AddWait(CLI::App& app, Options& options) {
   auto* wait = app.add_subcommand("wait", "Wait until a file made after now is accepted");
   wait->add_flag("--accepted", options.accepted, "Wait for an accepted file; always needed")
+      ->option_text(" ")
       ->required();
   AddSeconds(*wait, "--timeout", options.timeout, "For so long, 0 for ever (600)");
 }
@@ -148,6 +151,8 @@ Parsed ParseOptions(int argc, char** argv) {
   app.fallthrough();  // global options stand before or after the command
   app.require_subcommand(0, 1);
   AddGlobals(app, options);
+  bool wantsVersion = false;
+  app.add_flag("--version", wantsVersion, "The same as the command version");
   AddCommands(app, options);
   app.get_formatter()->column_width(28);
   app.footer(
@@ -160,7 +165,7 @@ Parsed ParseOptions(int argc, char** argv) {
     if (options.metricsFile == "-") options.metricsFile.clear();
     for (const CLI::App* command : app.get_subcommands()) options.command = command->get_name();
     CheckWhole(options);
-    if (app.count("--version") > 0) options.command = "version";
+    if (wantsVersion) options.command = "version";
   } catch (const CLI::ParseError& error) {
     parsed.exitStatus = app.exit(error) == 0 ? 0 : kBadArguments;
   }

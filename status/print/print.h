@@ -27,7 +27,5 @@ std::string MetricsText(const Facts& facts, const Verdict& verdict);
 // name. Returns the exit status: 0, or 1 with a message on standard error; the file is then as it
 // was. Only a regular file is replaced.
 int WriteMetrics(const std::string& file, const std::string& text);
-an error goes to standard error.
-int WriteMetrics(const std::string& file, const std::string& text);
 
 }  // namespace status
