@@ -53,6 +53,8 @@ struct LogFacts {
   std::optional<Evidence>
       uploadReason;         // the answer or the transport failure of the last failed upload
   std::string refusedFile;  // base name of the file of the last failed upload
+  std::optional<Evidence> refusedFirst;  // the first failed upload of this file
+  bool othersAccepted = false;           // and after it the cloud accepted other files
   std::optional<std::time_t> newestRecord;
 };
 
@@ -67,6 +69,9 @@ struct Facts {
   // configuration or a segment.
   Fact<std::vector<std::uint32_t>> unpublished;
   Ledger ledger;
+  // The newest files whose stamp has come; a clock that was set back leaves younger ones behind.
+  std::optional<LedgerRow> newestByNow;          // live values, accepted or not
+  std::optional<LedgerRow> newestAcceptedByNow;  // of any kind
   LogFacts logs;
 };
 

@@ -9,8 +9,12 @@ namespace status {
 
 class Range {
  public:
-  // Nothing for a text that is no range.
+  // [@]start:end, both included in the range. The numbers may have decimals and a sign. "~" is
+  // minus infinity, a missing start is 0, a missing end is infinity. Nothing for a text that is no
+  // range, also when the start is above the end.
   static std::optional<Range> Parse(const std::string& text);
+  // The range of the text that is just this number: alarms above the limit, and below 0. Below 0
+  // is the limit of a range that alarms above it alone.
   static Range Above(double limit);
 
   // Whether the value is one to alarm on.

@@ -1,6 +1,7 @@
 // The commands of brennik-status. Each prints to standard output and returns the exit status.
 #pragma once
 
+#include "judge/verdict.h"
 #include "main/options.h"
 
 namespace status {
@@ -14,5 +15,8 @@ int ShowGaps(const Options& options);      // gaps
 int WaitAccepted(const Options& options);  // wait --accepted
 int MakeReport(const Options& options);    // report FILE.tar.gz
 int ShowVersion(const Options& options);   // version
+
+// The thresholds that the options ask for.
+Thresholds ThresholdsOf(const Options& options);
 
 }  // namespace status

@@ -27,10 +27,6 @@ constexpr std::time_t kCycle = 300;
 constexpr int kMemoryMayGrowKilobytes = 1024;
 constexpr std::time_t kWalk = 60;  // twenty files, three seconds apart
 
-std::string BaseOf(const std::string& name) {
-  return name.substr(name.rfind('/') + 1);
-}
-
 // What one run of the gateway has shown.
 struct Shown {
   int peak = 0;                 // resident kilobytes
@@ -79,7 +75,7 @@ class Backlog : public test::SystemTest {
     m_names.clear();
     for (int row = 1; row <= rows; ++row) {
       ledger.push_back({test::PackDataFile(Start() - row * kCycle)});
-      m_names.push_back(BaseOf(ledger.back().name));
+      m_names.push_back(test::BaseOf(ledger.back().name));
     }
     test::WriteLedger(ledger);
     m_now = Start();

@@ -19,7 +19,6 @@
 #include "acquisition/historywriter.h"
 #include "cloud/simulator.h"
 #include "faults/gauges.h"
-#include "system/support/alarms.h"
 #include "system/support/ledger.h"
 #include "system/support/plant.h"
 #include "system/support/systemtest.h"
@@ -53,19 +52,10 @@ int Number(const char* variable, int otherwise) {
   return text == nullptr ? otherwise : util::Decimal(text);
 }
 
-std::string Stamp(std::time_t when) {
-  return util::Stamp(*util::LocalTime(when));
-}
-std::string StampOf(const std::string& name) {
-  return name.substr(name.size() - 21, 14);
-}
-std::string BaseOf(const std::string& name) {
-  return name.substr(name.rfind('/') + 1);
-}
-
 // Whether the stamp is of the hour that the end of summer time repeats.
 bool ComesTwice(std::time_t when) {
-  return Stamp(when) == Stamp(when - kHour) || Stamp(when) == Stamp(when + kHour);
+  return test::StampOf(when) == test::StampOf(when - kHour) ||
+         test::StampOf(when) == test::StampOf(when + kHour);
 }
 
 class Soak : public test::SystemTest {
@@ -96,7 +86,7 @@ class Soak : public test::SystemTest {
       const std::string name = test::RealDataName(m_now - age);
       if (!m_known.insert(name).second) continue;  // of an hour that came twice
       test::WriteFile(test::DataFilePath(name), "data");
-      m_arrived.insert(BaseOf(name));
+      m_arrived.insert(test::BaseOf(name));
       rows.push_back({name, test::kRealDataType, 1});
     }
     test::WriteLedger(rows);
@@ -257,7 +247,7 @@ class Soak : public test::SystemTest {
       rows.insert(row.name);
       pending += row.result == 0;
       if (row.result == 0 || m_known.contains(row.name)) continue;
-      EXPECT_TRUE(m_arrived.contains(BaseOf(row.name))) << row.name << " never arrived";
+      EXPECT_TRUE(m_arrived.contains(test::BaseOf(row.name))) << row.name << " never arrived";
     }
     CheckGone(rows);
     CheckThere(rows);
@@ -282,8 +272,8 @@ class Soak : public test::SystemTest {
   void CheckGone(const std::set<std::string>& rows) {
     for (const auto& name : m_known) {
       if (rows.contains(name)) continue;
-      EXPECT_LE(StampOf(name), Stamp(m_now - kAge)) << name << " is lost";
-      EXPECT_TRUE(m_arrived.contains(BaseOf(name))) << name << " was aged before it arrived";
+      EXPECT_LE(test::StampOf(name), test::StampOf(m_now - kAge)) << name << " is lost";
+      EXPECT_TRUE(m_arrived.contains(test::BaseOf(name))) << name << " was aged before it arrived";
       ++m_aged;
     }
   }
@@ -291,7 +281,8 @@ class Soak : public test::SystemTest {
   // A row may not stay much longer than 31 days, and has its file.
   void CheckThere(const std::set<std::string>& rows) {
     for (const auto& name : rows) {
-      EXPECT_GT(StampOf(name), Stamp(m_now - kAge - kAgeingLag)) << name << " is not aged";
+      EXPECT_GT(test::StampOf(name), test::StampOf(m_now - kAge - kAgeingLag))
+          << name << " is not aged";
       if (m_known.contains(name)) continue;
       ++m_recorded;
       EXPECT_TRUE(test::Exists(test::DataFilePath(name))) << name;
@@ -317,7 +308,8 @@ class Soak : public test::SystemTest {
       const std::time_t raised = m_events[number];
       const bool killed = std::ranges::any_of(
           m_kills, [=](std::time_t kill) { return kill >= raised && kill <= raised + kSlice; });
-      EXPECT_TRUE(killed || ComesTwice(raised)) << "an event of " << Stamp(raised) << " is lost";
+      EXPECT_TRUE(killed || ComesTwice(raised))
+          << "an event of " << test::StampOf(raised) << " is lost";
     }
     return lost;
   }

@@ -89,8 +89,7 @@ void AtNextCall(Call call, std::function<void()> action) {
 
 }  // namespace test
 
-using test::Call;
-using test::Fails;
+using namespace test;
 
 extern "C" {
 
@@ -143,14 +142,14 @@ void* __wrap_shmat(int id, const void* address, int flags) {
     errno = ENOMEM;
     return reinterpret_cast<void*>(-1);
   }
-  if (!std::exchange(test::t_guardSegment, false)) return __real_shmat(id, address, flags);
-  return __real_shmat(id, test::GuardedPlace(id), flags | SHM_REMAP);
+  if (!std::exchange(t_guardSegment, false)) return __real_shmat(id, address, flags);
+  return __real_shmat(id, GuardedPlace(id), flags | SHM_REMAP);
 }
 
 int __real_sqlite3_busy_timeout(sqlite3* database, int milliseconds);
 int __wrap_sqlite3_busy_timeout(sqlite3* database, int milliseconds) {
-  test::t_latestLockWait = milliseconds;
-  return __real_sqlite3_busy_timeout(database, test::t_noLockWaits ? 0 : milliseconds);
+  t_latestLockWait = milliseconds;
+  return __real_sqlite3_busy_timeout(database, t_noLockWaits ? 0 : milliseconds);
 }
 
 int __real_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback callback,
@@ -163,12 +162,12 @@ int __wrap_sqlite3_exec(sqlite3* database, const char* sql, sqlite3_callback cal
 
 int __real_sqlite3_open(const char* path, sqlite3** out);
 int __wrap_sqlite3_open(const char* path, sqlite3** out) {
-  return __real_sqlite3_open(Fails(Call::kSqliteOpen) ? test::kNoSuchDirectory : path, out);
+  return __real_sqlite3_open(Fails(Call::kSqliteOpen) ? kNoSuchDirectory : path, out);
 }
 
 int __real_sqlite3_open_v2(const char* path, sqlite3** out, int flags, const char* vfs);
 int __wrap_sqlite3_open_v2(const char* path, sqlite3** out, int flags, const char* vfs) {
-  const char* opened = Fails(Call::kSqliteOpen) ? test::kNoSuchDirectory : path;
+  const char* opened = Fails(Call::kSqliteOpen) ? kNoSuchDirectory : path;
   return __real_sqlite3_open_v2(opened, out, flags, vfs);
 }
 

@@ -89,10 +89,6 @@ class Card : public ConnectedTest {
   std::optional<ServiceProcess> m_service;
 };
 
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
-
 class CardTrouble : public Card, public ::testing::WithParamInterface<Row> {};
 
 TEST_P(CardTrouble, LosesOnlyWhatItMust) {

@@ -18,7 +18,6 @@
 #include "system/support/systemtest.h"
 #include "util/paths.h"
 #include "util/text.h"
-#include "util/timetext.h"
 
 namespace {
 
@@ -41,13 +40,6 @@ constexpr const char* kWorkerNames[] = {"real data", "alarms", "heartbeat", "upl
 constexpr std::time_t kIntervals[] = {300, 30, 600, 60, 300};
 // After a step the real-data worker may wait for one and a half intervals: to the nearest boundary.
 constexpr std::time_t kMostBetweenSigns[] = {450, 30, 600, 60, 300};
-
-std::string Stamp(std::time_t when) {
-  return util::Stamp(*util::LocalTime(when));
-}
-std::string StampOf(const std::string& name) {
-  return name.substr(name.size() - 21, 14);
-}
 
 // A gateway whose clock is set. Every look checks that each worker has given a sign of life in time
 // and that no file has been removed too early.
@@ -113,7 +105,7 @@ class Life {
     for (int worker = 0; worker < kWorkers; ++worker) {
       EXPECT_LE(m_lived - m_lastSign[worker],
                 kMostBetweenSigns[worker] + kWorkSeconds + kLookSeconds)
-          << kWorkerNames[worker] << " stalls at " << Stamp(m_wall);
+          << kWorkerNames[worker] << " stalls at " << test::StampOf(m_wall);
     }
   }
 
@@ -130,9 +122,10 @@ class Life {
 
   // What is too old has gone, and what is recorded is there.
   void ExpectRows() const {
-    const std::string oldest = Stamp(m_wall - kMostBetweenSigns[kRealData] - kWorkSeconds - kGoes);
+    const std::string oldest =
+        test::StampOf(m_wall - kMostBetweenSigns[kRealData] - kWorkSeconds - kGoes);
     for (const auto& name : m_rows) {
-      EXPECT_GT(StampOf(name), oldest) << name << " is too old";
+      EXPECT_GT(test::StampOf(name), oldest) << name << " is too old";
       EXPECT_TRUE(test::Exists(test::DataFilePath(name))) << name;
     }
   }
@@ -163,7 +156,8 @@ class Life {
     }
     for (const auto& name : m_rows) {
       if (now.contains(name)) continue;
-      EXPECT_LE(StampOf(name), Stamp(m_wall - kStays)) << name << " went at " << Stamp(m_wall);
+      EXPECT_LE(test::StampOf(name), test::StampOf(m_wall - kStays))
+          << name << " went at " << test::StampOf(m_wall);
       EXPECT_FALSE(test::Exists(test::DataFilePath(name))) << name;
       m_aged.insert(name);
       m_lastSign[kRealData] = m_lived;  // a file of an old stamp may be made and go in one cycle

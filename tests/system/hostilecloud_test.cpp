@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <iostream>
 #include <string>
-#include <vector>
 
 #include "system/support/hostileserver.h"
 #include "system/support/ledger.h"
@@ -24,10 +23,6 @@ struct Row {
   const char* name;
   Misdeed misdeed;
 };
-
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
 
 // An alarm file is pending. By 12:27 the service has checked its address twice and uploaded often.
 class HostileCloud : public SystemTest {

@@ -1,7 +1,6 @@
 // Recalls of history, from the cloud's order to an archive that it has accepted.
 #include <gmock/gmock.h>
 
-#include <ctime>
 #include <string>
 #include <vector>
 
@@ -17,8 +16,7 @@ namespace {
 
 using cloud::Behaviour;
 using cloud::Endpoint;
-using ::testing::ElementsAre;
-using ::testing::SizeIs;
+using namespace testing;
 
 constexpr std::uint32_t kPressure = 0x01030001;
 constexpr std::uint32_t kEnergy = 0x01040207;

@@ -68,6 +68,18 @@ std::string AlarmDataName(std::time_t stamp) {
   return Name("alarmdata", 'T', stamp);
 }
 
+std::string StampOf(std::time_t when) {
+  return util::Stamp(*util::LocalTime(when));
+}
+
+std::string StampOf(const std::string& name) {
+  return name.substr(name.size() - 21, 14);
+}
+
+std::string BaseOf(const std::string& name) {
+  return name.substr(name.rfind('/') + 1);
+}
+
 std::string DataFilePath(const std::string& name) {
   return paths::kDataFiles + ("/" + name);
 }

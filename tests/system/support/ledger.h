@@ -31,6 +31,11 @@ void WriteLedger(const std::vector<LedgerRow>& rows);
 // "realdata/7/S20240307120500.tar.gz" of a stamp, Unix time.
 std::string RealDataName(std::time_t stamp);
 std::string AlarmDataName(std::time_t stamp);
+// The stamp of a time, and the one in a data file's name: "20240307120500".
+std::string StampOf(std::time_t when);
+std::string StampOf(const std::string& name);
+// The name without its directory.
+std::string BaseOf(const std::string& name);
 // The path on the card of a name in the ledger.
 std::string DataFilePath(const std::string& name);
 

@@ -9,14 +9,11 @@
 #include "support/configs.h"
 #include "support/gateway.h"
 #include "util/paths.h"
-#include "util/text.h"
 
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::Key;
+using namespace testing;
 
 constexpr char kDefinitionFile[] = "/tessel/Config/devices/d.xml";
 constexpr char kOtherFile[] = "/tessel/Config/devices/e.xml";

@@ -16,15 +16,11 @@
 #include "support/files.h"
 #include "support/gateway.h"
 
-using test::Call;
-using test::EventDatabase;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
-
 namespace {
 
 using Events = std::vector<Alarm_Data_Para>;
+using namespace test;
+using namespace testing;
 
 constexpr std::chrono::milliseconds kAMoment{50};  // long enough for what need not wait
 
@@ -35,7 +31,7 @@ std::vector<double> ValuesOf(const Events& events) {
   return values;
 }
 
-class AlarmReader : public test::GatewayTest {
+class AlarmReader : public GatewayTest {
  protected:
   // One round of the alarm worker.
   static Events Take() {
@@ -68,7 +64,7 @@ TEST_F(AlarmReader, TakesEveryFieldOfARow) {
   const Events events = Take();
 
   ASSERT_THAT(events, SizeIs(1));
-  EXPECT_EQ(events[0].time, test::LocalTimeOf(2024, 3, 6, 9, 8, 7));
+  EXPECT_EQ(events[0].time, LocalTimeOf(2024, 3, 6, 9, 8, 7));
   EXPECT_EQ(static_cast<std::uint32_t>(events[0].DataId), 0xC1031123U);
   EXPECT_EQ(events[0].threshold, -80.25);
   EXPECT_EQ(events[0].triggervalue, 81.0000001);
@@ -107,7 +103,7 @@ TEST_F(AlarmReader, ReachesFromThreeDaysAgoToToday) {
 }
 
 TEST_F(AlarmReader, ReadsTheMonthBeforeFirst) {
-  test::SetTime(test::LocalTimeOf(2024, 3, 2, 2));
+  SetTime(LocalTimeOf(2024, 3, 2, 2));
   EventDatabase march(2024, 3);
   march.AddAll({{.date = "2024-03-02", .triggerValue = 4},
                 {.date = "2024-02-28", .triggerValue = 3},
@@ -123,7 +119,7 @@ TEST_F(AlarmReader, ReadsTheMonthBeforeFirst) {
 }
 
 TEST_F(AlarmReader, ReadsAcrossTheTurnOfTheYear) {
-  test::SetTime(test::LocalTimeOf(2024, 1, 1));
+  SetTime(LocalTimeOf(2024, 1, 1));
   EventDatabase(2023, 12).AddAll(
       {{.date = "2023-12-28", .triggerValue = 0}, {.date = "2023-12-29", .triggerValue = 1}});
   EventDatabase(2024, 1).Add({.date = "2024-01-01", .triggerValue = 2});
@@ -136,24 +132,24 @@ TEST_F(AlarmReader, ReadsTheMonthBeforeUpToTheThird) {
   EventDatabase(2024, 2).Add({.date = "2024-03-01", .triggerValue = 1});
   EventDatabase(2024, 3).Add({.date = "2024-03-02", .triggerValue = 2});
 
-  test::SetTime(test::LocalTimeOf(2024, 3, 4, 0, 0, 0));
+  SetTime(LocalTimeOf(2024, 3, 4, 0, 0, 0));
   EXPECT_THAT(ValuesOf(Take()), ElementsAre(2));
-  test::SetTime(test::LocalTimeOf(2024, 3, 3, 23, 59, 59));
+  SetTime(LocalTimeOf(2024, 3, 3, 23, 59, 59));
   EXPECT_THAT(ValuesOf(Take()), ElementsAre(1));
 }
 
 TEST_F(AlarmReader, MakesNoFile) {
-  test::SetTime(test::LocalTimeOf(2024, 3, 2, 2));
+  SetTime(LocalTimeOf(2024, 3, 2, 2));
 
   EXPECT_THAT(Take(), IsEmpty());
-  EXPECT_THAT(test::List("/media/mmcblk0p1"), IsEmpty());
+  EXPECT_THAT(List("/media/mmcblk0p1"), IsEmpty());
 }
 
 TEST_F(AlarmReader, TakesNothingWhileTheTimeCannotBeConverted) {
   EventDatabase(2024, 3).Add();
 
   for (const int skipped : {0, 1}) {  // today, three days ago
-    test::FailCalls(Call::kLocaltime, 1, skipped);
+    FailCalls(Call::kLocaltime, 1, skipped);
     EXPECT_THAT(Take(), IsEmpty()) << skipped;
   }
   EXPECT_THAT(Take(), SizeIs(1));
@@ -163,11 +159,11 @@ TEST_F(AlarmReader, FailsOnAFileThatCannotBeReadAndAppendsNothing) {
   EventDatabase database(2024, 3);
   database.AddAll({{.triggerValue = 1}, {.triggerValue = 2}});
   const std::vector<std::function<void()>> damages = {
-      [] { test::FailCalls(Call::kSqliteOpen); },
-      [] { test::FailCalls(Call::kSqliteStep, 1, 1); },  // between the two rows
-      [] { test::FailCalls(Call::kSqliteStep, 1, 2); },  // after the last row
+      [] { FailCalls(Call::kSqliteOpen); },
+      [] { FailCalls(Call::kSqliteStep, 1, 1); },  // between the two rows
+      [] { FailCalls(Call::kSqliteStep, 1, 2); },  // after the last row
       [&] { database.Run("drop table event_tbl"); },
-      [&] { test::WriteFile(database.Path(), std::string(4096, 'x')); },
+      [&] { WriteFile(database.Path(), std::string(4096, 'x')); },
   };
 
   for (const auto& damage : damages) {
@@ -180,11 +176,11 @@ TEST_F(AlarmReader, FailsOnAFileThatCannotBeReadAndAppendsNothing) {
 }
 
 TEST_F(AlarmReader, TakesTheMonthBeforeWhenThisMonthCannotBeReadYet) {
-  test::SetTime(test::LocalTimeOf(2024, 3, 2, 2));
+  SetTime(LocalTimeOf(2024, 3, 2, 2));
   EventDatabase(2024, 2).Add({.date = "2024-02-29", .triggerValue = 1});
   EventDatabase(2024, 3).AddAll(
       {{.date = "2024-03-01", .triggerValue = 2}, {.date = "2024-03-01", .triggerValue = 3}});
-  test::FailCalls(Call::kSqliteStep, 1, 3);  // between the rows of March
+  FailCalls(Call::kSqliteStep, 1, 3);  // between the rows of March
 
   EXPECT_THAT(ValuesOf(Take()), ElementsAre(1));
   EXPECT_THAT(ValuesOf(Take()), ElementsAre(2, 3));
@@ -192,7 +188,7 @@ TEST_F(AlarmReader, TakesTheMonthBeforeWhenThisMonthCannotBeReadYet) {
 
 TEST_F(AlarmReader, TakesEventsAgainThatItCouldNotMark) {
   EventDatabase(2024, 3).Add({.triggerValue = 1});
-  test::FailCalls(Call::kSqliteExec);
+  FailCalls(Call::kSqliteExec);
   Events first;
 
   EXPECT_EQ(Read(first), 0);
@@ -201,8 +197,8 @@ TEST_F(AlarmReader, TakesEventsAgainThatItCouldNotMark) {
 }
 
 TEST_F(AlarmReader, KeepsTheLower32BitsOfATimeAfterJanuary2038) {
-  const std::time_t when = test::LocalTimeOf(2040, 3, 7, 11);
-  test::SetTime(test::LocalTimeOf(2040, 3, 7, 12));
+  const std::time_t when = LocalTimeOf(2040, 3, 7, 11);
+  SetTime(LocalTimeOf(2040, 3, 7, 12));
   EventDatabase(2040, 3).Add({.date = "2040-03-07", .clock = "11:00:00"});
 
   const Events events = Take();
@@ -217,7 +213,7 @@ TEST_F(AlarmReader, KeepsTheLower32BitsOfATimeAfterJanuary2038) {
 TEST_F(AlarmReader, MarksEventsThatCameAfterTheReading) {
   EventDatabase database(2024, 3);
   database.Add({.triggerValue = 1});
-  test::AtNextCall(Call::kSqliteExec, [&] {
+  AtNextCall(Call::kSqliteExec, [&] {
     database.Add({.triggerValue = 2});
     database.Add({.date = "2024-03-08", .triggerValue = 3});
   });
@@ -232,7 +228,7 @@ TEST_F(AlarmReader, WaitsTwentySecondsForALock) {
 
   Take();
 
-  EXPECT_EQ(test::LatestLockWait(), 20000);
+  EXPECT_EQ(LatestLockWait(), 20000);
 }
 
 TEST_F(AlarmReader, LosesNothingToALockAndTakesEventsOnceItIsGone) {
@@ -243,7 +239,7 @@ TEST_F(AlarmReader, LosesNothingToALockAndTakesEventsOnceItIsGone) {
     other.Add({.triggerValue = 1});
     other.Run(lock);
     {
-      const test::NoLockWaits impatient;
+      const NoLockWaits impatient;
       Take();
     }
     std::thread holder([&] {
@@ -263,7 +259,7 @@ TEST_F(AlarmReader, KeepsOtherReadingsOutUntilTheMark) {
   EventDatabase(2024, 3).Add();
   std::future<void> other;
   bool waited = false;
-  test::AtNextCall(Call::kSqliteExec, [&] {
+  AtNextCall(Call::kSqliteExec, [&] {
     other = std::async(std::launch::async, [] { Take(); });
     waited = other.wait_for(kAMoment) == std::future_status::timeout;
   });

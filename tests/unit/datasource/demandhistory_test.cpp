@@ -14,12 +14,8 @@
 #include "support/gateway.h"
 #include "support/historydatabase.h"
 
-using test::Call;
-using test::HistoryDatabase;
-using test::kHistoryDatabase;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace test;
+using namespace testing;
 
 namespace {
 
@@ -56,7 +52,7 @@ MinuteSeries ReadFour(Values& values) {
   return Read(values, kTen, kLast);
 }
 
-class DemandHistory : public test::GatewayTest {};
+class DemandHistory : public GatewayTest {};
 
 TEST_F(DemandHistory, AppendsTheMinutesFromTheFirstToTheLastInRisingTime) {
   HistoryDatabase()
@@ -94,7 +90,7 @@ struct Series {
   std::vector<std::time_t> minutes;
 };
 
-class DemandHistorySeries : public DemandHistory, public ::testing::WithParamInterface<Series> {};
+class DemandHistorySeries : public DemandHistory, public WithParamInterface<Series> {};
 
 TEST_P(DemandHistorySeries, IsReadMinuteByMinute) {
   HistoryDatabase database;
@@ -137,7 +133,7 @@ struct Span {
   std::time_t lastLiveTime = 0;
 };
 
-class DemandHistorySpan : public DemandHistory, public ::testing::WithParamInterface<Span> {};
+class DemandHistorySpan : public DemandHistory, public WithParamInterface<Span> {};
 
 TEST_P(DemandHistorySpan, IsReadAsFarAsItsTimesAllow) {
   const Span& span = GetParam();
@@ -166,7 +162,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& test) { return test.param.name; });
 
 TEST_F(DemandHistory, NamesATableByFourHexadecimalDigitsAndAPointByASignedNumber) {
-  test::DatabaseFile file(kHistoryDatabase);
+  DatabaseFile file(kHistoryDatabase);
   const std::string columns = "(dataid integer, UnixTime integer, TriggerValue, Upload)";
   file.Run("create table history_000a_tbl" + columns);
   file.Run("create table history_c1ff_tbl" + columns);
@@ -183,7 +179,7 @@ TEST_F(DemandHistory, IsIncompleteWithoutADatabaseAndMakesNone) {
   Values values;
 
   EXPECT_EQ(ReadFour(values), kIncomplete);
-  EXPECT_FALSE(test::Exists(kHistoryDatabase));
+  EXPECT_FALSE(Exists(kHistoryDatabase));
 }
 
 // What happens to the database, which holds the whole series, and how many values are read.
@@ -193,13 +189,13 @@ struct Damage {
   std::size_t values = 0;
 };
 
-class DemandHistoryDamage : public DemandHistory, public ::testing::WithParamInterface<Damage> {};
+class DemandHistoryDamage : public DemandHistory, public WithParamInterface<Damage> {};
 
 TEST_P(DemandHistoryDamage, MakesTheHistoryUnreadable) {
   HistoryDatabase database;
   database.Series(kPump, kTen, kTen + 3 * kMinute);
   GetParam().inflict(database);
-  const test::NoLockWaits impatient;
+  const NoLockWaits impatient;
   Values values;
 
   EXPECT_EQ(ReadFour(values), kUnreadable);
@@ -209,13 +205,12 @@ TEST_P(DemandHistoryDamage, MakesTheHistoryUnreadable) {
 INSTANTIATE_TEST_SUITE_P(
     Damages, DemandHistoryDamage,
     ::testing::Values(
-        Damage{"Nonsense",
-               [](auto&) { test::WriteFile(kHistoryDatabase, std::string(4096, 'x')); }},
+        Damage{"Nonsense", [](auto&) { WriteFile(kHistoryDatabase, std::string(4096, 'x')); }},
         Damage{"NoTable", [](auto& file) { file.Run("drop table history_0103_tbl"); }},
         Damage{"Locked", [](auto& file) { file.Run("begin exclusive"); }},
-        Damage{"NotOpened", [](auto&) { test::FailCalls(Call::kSqliteOpen); }},
-        Damage{"BetweenTwoRows", [](auto&) { test::FailCalls(Call::kSqliteStep, 1, 1); }, 1},
-        Damage{"AfterTheLastRow", [](auto&) { test::FailCalls(Call::kSqliteStep, 1, 4); }, 4}),
+        Damage{"NotOpened", [](auto&) { FailCalls(Call::kSqliteOpen); }},
+        Damage{"BetweenTwoRows", [](auto&) { FailCalls(Call::kSqliteStep, 1, 1); }, 1},
+        Damage{"AfterTheLastRow", [](auto&) { FailCalls(Call::kSqliteStep, 1, 4); }, 4}),
     [](const auto& test) { return test.param.name; });
 
 TEST_F(DemandHistory, WaitsTwoSecondsForALock) {
@@ -224,7 +219,7 @@ TEST_F(DemandHistory, WaitsTwoSecondsForALock) {
 
   ReadFour(values);
 
-  EXPECT_EQ(test::LatestLockWait(), 2000);
+  EXPECT_EQ(LatestLockWait(), 2000);
 }
 
 }  // namespace

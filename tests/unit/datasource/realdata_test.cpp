@@ -18,14 +18,11 @@
 #include "support/faults.h"
 #include "support/gateway.h"
 
-using test::Call;
-using ::testing::ElementsAre;
-using ::testing::Pair;
-using ::testing::SizeIs;
-
 namespace {
 
 using Values = std::map<std::uint32_t, double>;
+using test::Call;
+using namespace testing;
 
 constexpr std::uint32_t kPump = 0x01031123;
 constexpr std::uint32_t kTank = 0x01040005;
@@ -160,7 +157,7 @@ struct Shape {
   std::uint32_t count;
 };
 
-class SegmentShapes : public LiveValues, public ::testing::WithParamInterface<Shape> {};
+class SegmentShapes : public LiveValues, public WithParamInterface<Shape> {};
 
 TEST_P(SegmentShapes, FailWhenTheCountIsNothingOrDoesNotFit) {
   const Segment segment({{0, 1}, {1, 1}}, {.bytes = GetParam().bytes});

@@ -10,12 +10,10 @@
 #include "support/faults.h"
 #include "support/threads.h"
 
-using test::Row;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
-
 namespace {
+
+using namespace test;
+using namespace testing;
 
 constexpr char kName[] = "realdata/7/S20240307120000.tar.gz";
 constexpr char kNext[] = "realdata/7/S20240307120500.tar.gz";
@@ -23,44 +21,44 @@ constexpr std::size_t kPageBytes = 4096;
 
 // Joins the thread that removes the lost tree; the service never does.
 void AwaitRemoval() {
-  pthread_join(test::LatestThread().id, nullptr);
+  pthread_join(LatestThread().id, nullptr);
 }
 
 void MakeThousandRows() {
   std::vector<std::string> rows;
   for (int i = 0; i < 1000; ++i) rows.push_back("'row" + std::to_string(i) + "',2,0");
-  test::MakePendingTable(rows);
+  MakePendingTable(rows);
 }
 
 void DamagePage(std::size_t number) {
-  std::string content = test::ReadFile(paths::kLedger);
+  std::string content = ReadFile(paths::kLedger);
   content.replace(number * kPageBytes, kPageBytes, kPageBytes, 'x');
-  test::WriteFile(paths::kLedger, content);
+  WriteFile(paths::kLedger, content);
 }
 
 // Overwrites the first page of a table or an index of many rows.
 void DamageRootOf(const std::string& name) {
   MakeThousandRows();
   const std::string query = "select rootpage from sqlite_master where name='" + name + "'";
-  DamagePage(std::stoul(test::LedgerFile().Lines(query).at(0)) - 1);
+  DamagePage(std::stoul(LedgerFile().Lines(query).at(0)) - 1);
 }
 
 // Overwrites the second of a table's pages with rows, by their mark 13.
 void DamageALeaf() {
   MakeThousandRows();
-  const std::string content = test::ReadFile(paths::kLedger);
+  const std::string content = ReadFile(paths::kLedger);
   int leaves = 0;
   for (std::size_t page = 1; page * kPageBytes < content.size(); ++page) {
     if (content[page * kPageBytes] == 13 && ++leaves == 2) return DamagePage(page);
   }
 }
 
-class DamagedLedger : public test::LedgerTest {
+class DamagedLedger : public LedgerTest {
  protected:
   // A tree in use whose ledger is no database.
   static void Damage() {
-    test::WriteDataFile(kName);
-    test::WriteFile(paths::kLedger, "nonsense");
+    WriteDataFile(kName);
+    WriteFile(paths::kLedger, "nonsense");
   }
 };
 
@@ -69,51 +67,49 @@ struct Content {
   void (*make)();
 };
 
-class DamagedContent : public DamagedLedger, public ::testing::WithParamInterface<Content> {};
+class DamagedContent : public DamagedLedger, public WithParamInterface<Content> {};
 
 TEST_P(DamagedContent, CondemnsTheTree) {
-  test::WriteDataFile(kName);
+  WriteDataFile(kName);
   GetParam().make();
 
   EXPECT_EQ(Save({Row(kName)}), -1);
-  EXPECT_FALSE(test::LatestThread().detached);
+  EXPECT_FALSE(LatestThread().detached);
   AwaitRemoval();
 
   EXPECT_THAT(test::List(paths::kCardMount), ElementsAre("Cloud"));
   EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
-  EXPECT_FALSE(test::Exists(test::DataFile(kName)));
+  EXPECT_FALSE(Exists(DataFile(kName)));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Contents, DamagedContent,
-    ::testing::Values(
-        Content{"EmptyFile", [] { test::WriteFile(paths::kLedger, ""); }},
-        Content{"Nonsense", [] { test::WriteFile(paths::kLedger, std::string(5000, 'x')); }},
-        Content{"OtherTable", [] { test::LedgerFile().Run("create table other(a)"); }},
-        Content{"DamagedTable", [] { DamageRootOf("tJsonFileNames"); }},
-        Content{"Directory", [] { test::WriteFile(paths::kLedger + std::string("/x"), "x"); }}),
+    Values(Content{"EmptyFile", [] { WriteFile(paths::kLedger, ""); }},
+           Content{"Nonsense", [] { WriteFile(paths::kLedger, std::string(5000, 'x')); }},
+           Content{"OtherTable", [] { LedgerFile().Run("create table other(a)"); }},
+           Content{"DamagedTable", [] { DamageRootOf("tJsonFileNames"); }},
+           Content{"Directory", [] { WriteFile(paths::kLedger + std::string("/x"), "x"); }}),
     [](const auto& test) { return test.param.name; });
 
 TEST_F(DamagedLedger, MovesTheTreeAsideWithoutItsDatabaseFileAndLeavesASyncedOneOfDays) {
   Damage();
-  test::FailNextThread();  // the lost tree stays to be seen
+  FailNextThread();  // the lost tree stays to be seen
   std::size_t daysWhenSynced = 0;
-  test::AtNextCall(test::Call::kFsync,
-                   [&] { daysWhenSynced = test::List(paths::kAlarmData).size(); });
+  AtNextCall(Call::kFsync, [&] { daysWhenSynced = test::List(paths::kAlarmData).size(); });
 
   EXPECT_EQ(Save({Row(kName)}), -1);
 
   EXPECT_THAT(test::List(paths::kCardMount), ElementsAre("Cloud", "Cloud.lost"));
   EXPECT_THAT(test::List(std::string(paths::kLostTree) + "/DB"), IsEmpty());
-  EXPECT_EQ(test::ReadFile(std::string(paths::kLostTree) + "/JsonFiles/" + kName), "archive");
+  EXPECT_EQ(ReadFile(std::string(paths::kLostTree) + "/JsonFiles/" + kName), "archive");
   EXPECT_EQ(daysWhenSynced, 31U);
   EXPECT_THAT(test::List(paths::kCloudTree), ElementsAre("DB", "JsonFiles"));
   EXPECT_THAT(test::List(paths::kDataFiles), ElementsAre("alarmdata", "realdata"));
 }
 
 TEST_F(DamagedLedger, ForgetsWhatWaitsInMemoryAndIsWholeAgainInTheNextCycle) {
-  test::MakePendingTable({"'realdata/7/S20240307120500.tar.gz',2,0"});
-  test::FailCalls(test::Call::kSqliteOpen);
+  MakePendingTable({"'realdata/7/S20240307120500.tar.gz',2,0"});
+  FailCalls(Call::kSqliteOpen);
   Ledger().UpdateHistoryData(kNext);
   Damage();
   Save({Row(kName)});
@@ -121,33 +117,33 @@ TEST_F(DamagedLedger, ForgetsWhatWaitsInMemoryAndIsWholeAgainInTheNextCycle) {
 
   EXPECT_EQ(Save({Row(kNext)}), 0);
   EXPECT_EQ(List(), 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/7/S20240307120500.tar.gz|2|0"));
+  EXPECT_THAT(LedgerRows(), ElementsAre("realdata/7/S20240307120500.tar.gz|2|0"));
 }
 
 TEST_F(DamagedLedger, ReplacesTheTreeInPlaceWhileAnEarlierLostTreeIsThere) {
   Damage();
-  test::WriteFile(std::string(paths::kLostTree) + "/JsonFiles/old", "old");
+  WriteFile(std::string(paths::kLostTree) + "/JsonFiles/old", "old");
 
   EXPECT_EQ(Save({Row(kName)}), -1);
   AwaitRemoval();
 
-  EXPECT_FALSE(test::Exists(paths::kLostTree));
+  EXPECT_FALSE(Exists(paths::kLostTree));
   EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
-  EXPECT_TRUE(test::Exists(test::DataFile(kName)));  // it could not be moved
+  EXPECT_TRUE(Exists(DataFile(kName)));  // it could not be moved
 }
 
 TEST_F(DamagedLedger, MendsADamagedIndexAndKeepsEveryRow) {
   Ledger().Mkdirs(paths::kLedgerDirectory);
   Ledger().CreateRecallTable();
-  test::LedgerFile().Run("insert into recallJsonFile values(5,'r')");
+  LedgerFile().Run("insert into recallJsonFile values(5,'r')");
   DamageRootOf("sqlite_autoindex_tJsonFileNames_1");
-  test::FailCalls(test::Call::kSqliteOpen, 1, 1);  // of the new ledger
+  FailCalls(Call::kSqliteOpen, 1, 1);  // of the new ledger
 
   EXPECT_EQ(Save({Row(kName)}), 0);
   EXPECT_EQ(Save({}), 0);
 
-  EXPECT_THAT(test::LedgerRows(), SizeIs(1001));
-  EXPECT_THAT(test::RecallRows(), ElementsAre("5|r"));
+  EXPECT_THAT(LedgerRows(), SizeIs(1001));
+  EXPECT_THAT(RecallRows(), ElementsAre("5|r"));
 }
 
 TEST_F(DamagedLedger, CondemnsTheTreeOnceItsPendingRowsCannotBeRead) {
@@ -160,17 +156,17 @@ TEST_F(DamagedLedger, CondemnsTheTreeOnceItsPendingRowsCannotBeRead) {
 
   EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
   EXPECT_EQ(Save({Row(kName)}), 0);
-  EXPECT_THAT(test::Tables(), ElementsAre("tJsonFileNames"));  // a new ledger, not a rewritten one
+  EXPECT_THAT(Tables(), ElementsAre("tJsonFileNames"));  // a new ledger, not a rewritten one
 }
 
 TEST_F(DamagedLedger, CondemnsNothingWhenTheRewriteHasMendedIt) {
   DamageALeaf();
   List();
   std::filesystem::remove(paths::kLedger);
-  test::MakePendingTable({"'realdata/7/S20240307120000.tar.gz',2,0"});
+  MakePendingTable({"'realdata/7/S20240307120000.tar.gz',2,0"});
 
   EXPECT_EQ(Save({Row(kNext)}), 0);
-  EXPECT_THAT(test::LedgerRows(), SizeIs(2));
+  EXPECT_THAT(LedgerRows(), SizeIs(2));
 }
 
 }  // namespace

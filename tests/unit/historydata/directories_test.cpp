@@ -12,11 +12,10 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
-
 namespace {
+
+using namespace test;
+using namespace testing;
 
 constexpr char kRoot[] = "/media/mmcblk0p1/tree";
 
@@ -33,7 +32,7 @@ std::string InTree(const char* name) {
   return std::string(kRoot) + "/" + name;
 }
 
-class Directories : public test::GatewayTest {
+class Directories : public GatewayTest {
  protected:
   static int Make(const char* path) { return GetCHistoryDataInstance().Mkdirs(path); }
 };
@@ -43,89 +42,89 @@ TEST_F(Directories, AreMadeAlongAPathCutAt127Characters) {
   const std::string tooLong = fits + "b";
 
   EXPECT_EQ(Make((tooLong + "/c").c_str()), 0);
-  EXPECT_TRUE(test::Exists(fits));
-  EXPECT_FALSE(test::Exists(tooLong));
+  EXPECT_TRUE(Exists(fits));
+  EXPECT_FALSE(Exists(tooLong));
 }
 
 TEST_F(Directories, AreNotMadeWithoutAPathOrBelowAFile) {
-  test::WriteFile(kRoot, "a file");
+  WriteFile(kRoot, "a file");
 
   EXPECT_EQ(Make(nullptr), -1);
   EXPECT_EQ(Make(InTree("a").c_str()), -1);
 }
 
 TEST_F(Directories, AreMadeForEachDayBelowEitherFolder) {
-  test::WriteFile(paths::kRealData, "a file in the way");
+  WriteFile(paths::kRealData, "a file in the way");
   MakeDayDirectories();
-  EXPECT_THAT(test::List(paths::kAlarmData), SizeIs(31));
+  EXPECT_THAT(List(paths::kAlarmData), SizeIs(31));
 
-  test::Empty(paths::kCardMount);
+  Empty(paths::kCardMount);
   MakeDayDirectories();
   for (const char* root : {paths::kRealData, paths::kAlarmData}) {
-    EXPECT_THAT(test::List(root), SizeIs(31));
-    EXPECT_TRUE(test::Exists(DayDirectory(root, 1)));
-    EXPECT_TRUE(test::Exists(DayDirectory(root, 31)));
+    EXPECT_THAT(List(root), SizeIs(31));
+    EXPECT_TRUE(Exists(DayDirectory(root, 1)));
+    EXPECT_TRUE(Exists(DayDirectory(root, 31)));
   }
 }
 
-class RemovingATree : public test::GatewayTest {};
+class RemovingATree : public GatewayTest {};
 
 TEST_F(RemovingATree, LeavesNothingOfItAndNoListingOpen) {
   for (const char* file : {"a", "b/c", "b/.hidden", "d/e/f/g", "..h"}) {
-    test::WriteFile(InTree(file), "content");
+    WriteFile(InTree(file), "content");
   }
-  const std::size_t before = test::List("/proc/self/fd").size();
+  const std::size_t before = List("/proc/self/fd").size();
 
   EXPECT_EQ(RemoveDir(kRoot), 0);
-  EXPECT_THAT(test::List("/media/mmcblk0p1"), IsEmpty());
-  EXPECT_THAT(test::List("/proc/self/fd"), SizeIs(before));
+  EXPECT_THAT(List("/media/mmcblk0p1"), IsEmpty());
+  EXPECT_THAT(List("/proc/self/fd"), SizeIs(before));
 }
 
 TEST_F(RemovingATree, RemovesASingleFileAndSucceedsWithoutIt) {
-  test::WriteFile(kRoot, "content");
+  WriteFile(kRoot, "content");
 
-  test::FailCalls(test::Call::kUnlink);
+  FailCalls(Call::kUnlink);
   EXPECT_EQ(RemoveDir(kRoot), 0);
-  EXPECT_TRUE(test::Exists(kRoot));
+  EXPECT_TRUE(Exists(kRoot));
 
   EXPECT_EQ(RemoveDir(kRoot), 0);
-  EXPECT_FALSE(test::Exists(kRoot));
+  EXPECT_FALSE(Exists(kRoot));
 
   EXPECT_EQ(RemoveDir(kRoot), 0);
 }
 
 TEST_F(RemovingATree, UnlinksLinksAndFollowsNone) {
   const std::string link = "/media/mmcblk0p1/link";
-  test::WriteFile("/media/mmcblk0p1/outside/file", "content");
-  test::WriteFile(InTree("a"), "content");
+  WriteFile("/media/mmcblk0p1/outside/file", "content");
+  WriteFile(InTree("a"), "content");
   ASSERT_EQ(symlink("/media/mmcblk0p1/outside", InTree("directory").c_str()), 0);
   ASSERT_EQ(symlink("/media/mmcblk0p1/outside", link.c_str()), 0);
 
   RemoveDir(kRoot);
   RemoveDir(link.c_str());
 
-  EXPECT_THAT(test::List("/media/mmcblk0p1"), ElementsAre("outside"));
-  EXPECT_EQ(test::ReadFile("/media/mmcblk0p1/outside/file"), "content");
+  EXPECT_THAT(List("/media/mmcblk0p1"), ElementsAre("outside"));
+  EXPECT_EQ(ReadFile("/media/mmcblk0p1/outside/file"), "content");
 }
 
 TEST_F(RemovingATree, EndsAtAFileThatCannotBeUnlinkedAndLeavesTheRestAndTheListing) {
-  for (const char* file : {"a", "b", "c"}) test::WriteFile(InTree(file), "x");
-  test::FailCalls(test::Call::kUnlink, 1, 1);
-  const std::size_t before = test::List("/proc/self/fd").size();
+  for (const char* file : {"a", "b", "c"}) WriteFile(InTree(file), "x");
+  FailCalls(Call::kUnlink, 1, 1);
+  const std::size_t before = List("/proc/self/fd").size();
   const LeakAllowance theListingStaysOpen;
 
   EXPECT_EQ(RemoveDir(kRoot), 0);
-  EXPECT_THAT(test::List(kRoot), SizeIs(2));
-  EXPECT_THAT(test::List("/proc/self/fd"), SizeIs(before + 1));
+  EXPECT_THAT(List(kRoot), SizeIs(2));
+  EXPECT_THAT(List("/proc/self/fd"), SizeIs(before + 1));
 }
 
 TEST_F(RemovingATree, GoesOnAfterASubdirectoryThatCannotBeEmptied) {
-  for (const char* file : {"a/file", "b/file"}) test::WriteFile(InTree(file), "content");
-  test::FailCalls(test::Call::kUnlink);
+  for (const char* file : {"a/file", "b/file"}) WriteFile(InTree(file), "content");
+  FailCalls(Call::kUnlink);
   const LeakAllowance theListingStaysOpen;
 
   EXPECT_EQ(RemoveDir(kRoot), 0);
-  EXPECT_THAT(test::List(kRoot), SizeIs(1));
+  EXPECT_THAT(List(kRoot), SizeIs(1));
 }
 
 }  // namespace

@@ -10,11 +10,8 @@
 #include "support/faults.h"
 #include "support/historydatabase.h"
 
-using test::Call;
-using test::Row;
-using test::Rows;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using namespace test;
+using namespace testing;
 
 namespace {
 
@@ -24,7 +21,7 @@ std::vector<std::string> Names(const Rows& rows) {
   return names;
 }
 
-class LedgerReading : public test::LedgerTest {};
+class LedgerReading : public LedgerTest {};
 
 TEST_F(LedgerReading, AppendsTheTwentyNewestPendingRowsNewestFirst) {
   std::vector<std::string> recorded;
@@ -35,7 +32,7 @@ TEST_F(LedgerReading, AppendsTheTwentyNewestPendingRowsNewestFirst) {
     recorded.insert(day % 3 == 0 ? recorded.begin() : recorded.end(), "'" + name + "',2,0");
     if (expected.size() <= 20) expected.push_back(name);
   }
-  test::MakePendingTable(recorded);
+  MakePendingTable(recorded);
   Rows rows = {Row("before")};
 
   EXPECT_EQ(List(rows), 0);
@@ -43,9 +40,9 @@ TEST_F(LedgerReading, AppendsTheTwentyNewestPendingRowsNewestFirst) {
 }
 
 TEST_F(LedgerReading, ListsOnlyResultZeroWithAllItsColumnsAndCutsALongName) {
-  test::MakePendingTable({"'a20240307120001.tar.gz',2,1", "'b20240307120002.tar.gz',77,0",
-                          "'c20240307120003.tar.gz',2,-1", "'d20240307120004.tar.gz',2,2",
-                          "NULL,NULL,0", "'" + std::string(5000, 'n') + "','text','0'"});
+  MakePendingTable({"'a20240307120001.tar.gz',2,1", "'b20240307120002.tar.gz',77,0",
+                    "'c20240307120003.tar.gz',2,-1", "'d20240307120004.tar.gz',2,2", "NULL,NULL,0",
+                    "'" + std::string(5000, 'n') + "','text','0'"});
   Rows rows;
 
   EXPECT_EQ(List(rows), 0);
@@ -55,21 +52,21 @@ TEST_F(LedgerReading, ListsOnlyResultZeroWithAllItsColumnsAndCutsALongName) {
 }
 
 TEST_F(LedgerReading, AppendsNothingOnFailureAndLeavesTheFileInPlace) {
-  test::MakePendingTable({"'a',2,0"});
+  MakePendingTable({"'a',2,0"});
   const std::vector<std::function<void()>> damages = {
-      [] { test::FailCalls(Call::kSqliteOpen); },
-      [] { test::LedgerFile().Run("drop table tJsonFileNames"); },
-      [] { test::WriteFile(paths::kLedger, "nonsense"); },
+      [] { FailCalls(Call::kSqliteOpen); },
+      [] { LedgerFile().Run("drop table tJsonFileNames"); },
+      [] { WriteFile(paths::kLedger, "nonsense"); },
   };
 
   for (const auto& damage : damages) {
     SCOPED_TRACE(&damage - damages.data());
     damage();
-    const std::string before = test::ReadFile(paths::kLedger);
+    const std::string before = ReadFile(paths::kLedger);
     Rows rows = {Row("before")};
     EXPECT_EQ(List(rows), -1);
     EXPECT_THAT(Names(rows), ElementsAre("before"));
-    EXPECT_EQ(test::ReadFile(paths::kLedger), before);
+    EXPECT_EQ(ReadFile(paths::kLedger), before);
   }
 }
 
@@ -78,21 +75,21 @@ TEST_F(LedgerReading, FailsWithoutAListOrALedgerFileAndMakesNone) {
 
   EXPECT_EQ(List(), -1);
   EXPECT_THAT(test::List(paths::kLedgerDirectory), IsEmpty());
-  test::MakePendingTable();
+  MakePendingTable();
   EXPECT_EQ(Ledger().GetHistoryData(nullptr), -1);
 }
 
-class LedgerMarking : public test::LedgerTest {
+class LedgerMarking : public LedgerTest {
  protected:
   static int Mark(const char* name) { return Ledger().UpdateHistoryData(name); }
 };
 
 TEST_F(LedgerMarking, AcceptsTheOneRowOfThatName) {
-  test::MakePendingTable({"'a',2,0", "'b',1,0", "'c',2,2"});
+  MakePendingTable({"'a',2,0", "'b',1,0", "'c',2,2"});
 
   for (const char* name : {"b", "c", "A", "unknown", ""}) EXPECT_EQ(Mark(name), 0) << name;
 
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("a|2|0", "b|1|1", "c|2|2"));
+  EXPECT_THAT(LedgerRows(), ElementsAre("a|2|0", "b|1|1", "c|2|2"));
 }
 
 TEST_F(LedgerMarking, SucceedsWithoutALedgerFileAndMakesNoneButFailsWithoutAName) {
@@ -104,10 +101,10 @@ TEST_F(LedgerMarking, SucceedsWithoutALedgerFileAndMakesNoneButFailsWithoutAName
 }
 
 TEST_F(LedgerMarking, FailsWhenTheLedgerCannotBeOpenedAndMarksLater) {
-  test::MakePendingTable({"'a',2,0"});
+  MakePendingTable({"'a',2,0"});
   Rows rows;
 
-  test::FailCalls(Call::kSqliteOpen);
+  FailCalls(Call::kSqliteOpen);
   EXPECT_EQ(Mark("a"), -1);
   EXPECT_EQ(List(rows), 0);
   EXPECT_THAT(rows, IsEmpty());
@@ -115,16 +112,16 @@ TEST_F(LedgerMarking, FailsWhenTheLedgerCannotBeOpenedAndMarksLater) {
 
 // Otherwise a row that was accepted would be sent again.
 TEST_F(LedgerMarking, ListsNoRowsWhileAMarkWaits) {
-  test::MakePendingTable({"'a',2,0", "'b',2,0"});
-  const test::NoLockWaits noWaits;
+  MakePendingTable({"'a',2,0", "'b',2,0"});
+  const NoLockWaits noWaits;
   Rows rows;
   {
-    test::LedgerFile reader;
+    LedgerFile reader;
     reader.Run("begin; select * from tJsonFileNames");
     EXPECT_EQ(Mark("a"), 0);
     EXPECT_EQ(List(rows), -1);
   }
-  test::FailCalls(Call::kSqliteExec);  // the setting that makes commits durable
+  FailCalls(Call::kSqliteExec);  // the setting that makes commits durable
   EXPECT_EQ(List(rows), -1);
 
   EXPECT_EQ(List(rows), 0);
@@ -132,22 +129,22 @@ TEST_F(LedgerMarking, ListsNoRowsWhileAMarkWaits) {
 }
 
 TEST_F(LedgerMarking, WritesAllWaitingMarksInOneTransaction) {
-  test::MakePendingTable({"'a',2,0", "'b',2,0"});
-  test::FailCalls(Call::kSqliteExec);  // the setting that makes commits durable
+  MakePendingTable({"'a',2,0", "'b',2,0"});
+  FailCalls(Call::kSqliteExec);  // the setting that makes commits durable
   Mark("a");
 
-  test::FailCalls(Call::kSqliteExec, 1, 4);  // setting, begin and both marks pass
+  FailCalls(Call::kSqliteExec, 1, 4);  // setting, begin and both marks pass
   EXPECT_EQ(Mark("b"), 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("a|2|0", "b|2|0"));
+  EXPECT_THAT(LedgerRows(), ElementsAre("a|2|0", "b|2|0"));
 
   EXPECT_EQ(List(), 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("a|2|1", "b|2|1"));
+  EXPECT_THAT(LedgerRows(), ElementsAre("a|2|1", "b|2|1"));
 }
 
-class LedgerTables : public test::LedgerTest {};
+class LedgerTables : public LedgerTest {};
 
 TEST_F(LedgerTables, HaveTheirColumnsKeyAndDefaultsAndKeepTheirRowsWhenMadeAgain) {
-  test::LedgerFile file;
+  LedgerFile file;
 
   Ledger().CreateTable();
   Ledger().CreateRecallTable();
@@ -159,8 +156,8 @@ TEST_F(LedgerTables, HaveTheirColumnsKeyAndDefaultsAndKeepTheirRowsWhenMadeAgain
               ElementsAre("CREATE TABLE tJsonFileNames(FileName VARCHAR(32) PRIMARY KEY "
                           "ASC,FileType TINYINT DEFAULT 1,Result TINYINT DEFAULT 0)",
                           "CREATE TABLE recallJsonFile( Createtime INTEGER,FileName VARCHAR(32))"));
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("a|2|1"));
-  EXPECT_THAT(test::RecallRows(), ElementsAre("5|r"));
+  EXPECT_THAT(LedgerRows(), ElementsAre("a|2|1"));
+  EXPECT_THAT(RecallRows(), ElementsAre("5|r"));
 }
 
 TEST_F(LedgerTables, AreNotMadeWithoutADirectoryNorByALook) {
@@ -168,12 +165,12 @@ TEST_F(LedgerTables, AreNotMadeWithoutADirectoryNorByALook) {
   Ledger().CreateRecallTable();
 
   EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
-  EXPECT_FALSE(test::Exists(paths::kCloudTree));
+  EXPECT_FALSE(Exists(paths::kCloudTree));
 }
 
 TEST_F(LedgerTables, AreFoundByTheirExactNames) {
-  test::MakePendingTable();
-  test::LedgerFile().Run("create view v as select 1");
+  MakePendingTable();
+  LedgerFile().Run("create view v as select 1");
 
   EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), 0);
   EXPECT_EQ(Ledger().IsTableExists(nullptr), 0);
@@ -183,11 +180,11 @@ TEST_F(LedgerTables, AreFoundByTheirExactNames) {
 }
 
 TEST_F(LedgerTables, AreNotFoundInALedgerThatCannotBeRead) {
-  test::MakePendingTable();
+  MakePendingTable();
 
-  test::FailCalls(Call::kSqliteOpen);
+  FailCalls(Call::kSqliteOpen);
   EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
-  test::FailCalls(Call::kSqliteStep, 1, 1);
+  FailCalls(Call::kSqliteStep, 1, 1);
   EXPECT_EQ(Ledger().IsTableExists("tJsonFileNames"), -1);
 }
 
@@ -196,7 +193,7 @@ TEST_F(LedgerTables, StandBesideTheDemandHistory) {
   std::vector<ST_SINGLE_POINT_VALUE> values;
 
   EXPECT_EQ(Ledger().GetRecallFlag(0x01030001, &point, &values), 0);
-  test::HistoryDatabase().Series(0x01030001, 600, 660);
+  HistoryDatabase().Series(0x01030001, 600, 660);
   EXPECT_EQ(Ledger().GetRecallFlag(0x01030001, &point, &values), 1);
   EXPECT_EQ(values.size(), 2U);
   EXPECT_EQ(Ledger().GetRecallFlag(0x01040001, &point, &values), -1);

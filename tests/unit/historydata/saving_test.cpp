@@ -11,12 +11,8 @@
 #include "support/faults.h"
 #include "support/logs.h"
 
-using test::Call;
-using test::Row;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace test;
+using namespace testing;
 
 namespace {
 
@@ -26,105 +22,104 @@ constexpr char kAlarm[] = "alarmdata/7/T20240307115900.tar.gz";
 constexpr char kFirstRow[] = "realdata/7/S20240307115500.tar.gz|2|0";
 constexpr char kSecondRow[] = "realdata/7/S20240307120000.tar.gz|2|0";
 
-class LedgerSaving : public test::LedgerTest {};
+class LedgerSaving : public LedgerTest {};
 
 // A power cut must not leave a ledger without its table.
 TEST_F(LedgerSaving, BringsANewLedgerToANewCardOnceItIsWhole) {
   bool thereTooEarly = true;
   std::vector<std::string> onTheCard;
-  test::AtNextCall(Call::kSqliteExec, [&] { thereTooEarly = test::Exists(paths::kLedger); });
-  test::AtNextCall(Call::kFsync, [&] { onTheCard = test::Tables(); });
+  AtNextCall(Call::kSqliteExec, [&] { thereTooEarly = Exists(paths::kLedger); });
+  AtNextCall(Call::kFsync, [&] { onTheCard = Tables(); });
 
   EXPECT_EQ(Save({Row(kFirst)}), 0);
 
   EXPECT_FALSE(thereTooEarly);
   EXPECT_THAT(onTheCard, ElementsAre("tJsonFileNames"));
   EXPECT_THAT(test::List(paths::kCloudTree), ElementsAre("DB"));
-  EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
+  EXPECT_THAT(LedgerRows(), ElementsAre(kFirstRow));
 }
 
 TEST_F(LedgerSaving, ReplacesNoLedgerThatAppearsMeanwhile) {
-  test::AtNextCall(Call::kSqliteExec, [] {
-    test::LedgerFile().Run("create table tJsonFileNames(FileName primary key,FileType,Result)");
-    test::LedgerFile().Run("insert into tJsonFileNames values('a20240307110000.tar.gz',1,1)");
+  AtNextCall(Call::kSqliteExec, [] {
+    LedgerFile().Run("create table tJsonFileNames(FileName primary key,FileType,Result)");
+    LedgerFile().Run("insert into tJsonFileNames values('a20240307110000.tar.gz',1,1)");
   });
 
   EXPECT_EQ(Save({Row(kFirst)}), 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("a20240307110000.tar.gz|1|1", kFirstRow));
+  EXPECT_THAT(LedgerRows(), ElementsAre("a20240307110000.tar.gz|1|1", kFirstRow));
 }
 
 // SQLite plays back a journal that it finds beside a database.
 TEST_F(LedgerSaving, ReplacesAnUnfinishedLedgerAndRemovesTheJournalOfAnEarlierOne) {
   {
-    test::LedgerFile earlier;
+    LedgerFile earlier;
     earlier.Run(
         "pragma synchronous=off; create table other(a); begin; insert into other values(1)");
     std::filesystem::copy(paths::kLedgerJournal, "/media/mmcblk0p1/journal");
   }
   std::filesystem::remove(paths::kLedger);
   std::filesystem::rename("/media/mmcblk0p1/journal", paths::kLedgerJournal);
-  test::WriteFile(paths::kNewLedger, "nonsense");
+  WriteFile(paths::kNewLedger, "nonsense");
 
   EXPECT_EQ(Save({Row(kFirst)}), 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
+  EXPECT_THAT(LedgerRows(), ElementsAre(kFirstRow));
 }
 
 TEST_F(LedgerSaving, RecordsRowsInTheirOrderAndSkipsNamesThatAreThereOrCannotBe) {
   const std::string longest = std::string(106, 'd') + "20240307120000.tar.gz";
-  test::MakePendingTable({"'realdata/7/S20240307115500.tar.gz',1,1"});
+  MakePendingTable({"'realdata/7/S20240307115500.tar.gz',1,1"});
 
   EXPECT_EQ(Save({Row(kFirst), Row(longest), Row("S'20240307115800.tar.gz"), Row(kAlarm, -7, 5)}),
             0);
 
-  EXPECT_THAT(test::LedgerRows(),
-              ElementsAre("realdata/7/S20240307115500.tar.gz|1|1", longest + "|2|0",
-                          "alarmdata/7/T20240307115900.tar.gz|-7|5"));
+  EXPECT_THAT(LedgerRows(), ElementsAre("realdata/7/S20240307115500.tar.gz|1|1", longest + "|2|0",
+                                        "alarmdata/7/T20240307115900.tar.gz|-7|5"));
 }
 
 TEST_F(LedgerSaving, FailsWithoutAListOrWhenItsDirectoryCannotBeMade) {
   EXPECT_EQ(Ledger().SaveHistoryData(nullptr), -1);
-  EXPECT_FALSE(test::Exists(paths::kCloudTree));
+  EXPECT_FALSE(Exists(paths::kCloudTree));
 
-  test::WriteFile(paths::kCloudTree, "a file in the way");
+  WriteFile(paths::kCloudTree, "a file in the way");
   EXPECT_EQ(Save({Row(kFirst)}), -1);
-  EXPECT_EQ(test::ReadFile(paths::kCloudTree), "a file in the way");
+  EXPECT_EQ(ReadFile(paths::kCloudTree), "a file in the way");
 }
 
 TEST_F(LedgerSaving, KeepsRowsInMemoryWhenTheyCannotBeRecorded) {
-  test::MakePendingTable();
+  MakePendingTable();
 
-  test::FailCalls(Call::kSqliteOpen);
+  FailCalls(Call::kSqliteOpen);
   EXPECT_EQ(Save({Row(kSecond)}), -1);
-  test::FailCalls(Call::kSqliteExec);  // the setting that makes commits durable
+  FailCalls(Call::kSqliteExec);  // the setting that makes commits durable
   EXPECT_EQ(Save({}), -1);
-  test::FailCalls(Call::kSqliteExec, 1, 3);  // the commit: setting, begin and insert pass
+  FailCalls(Call::kSqliteExec, 1, 3);  // the commit: setting, begin and insert pass
   EXPECT_EQ(Save({}), 0);
-  EXPECT_THAT(test::LedgerRows(), IsEmpty());
+  EXPECT_THAT(LedgerRows(), IsEmpty());
 
   EXPECT_EQ(Save({Row(kFirst)}), 0);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre(kSecondRow, kFirstRow));
+  EXPECT_THAT(LedgerRows(), ElementsAre(kSecondRow, kFirstRow));
 }
 
 TEST_F(LedgerSaving, RecordsItsRowsAndFailsWhenTheAgedOnesCannotBeListed) {
-  test::MakePendingTable();
-  test::FailCalls(Call::kSqlitePrepare, 1, 1);  // the first is the look for the table
+  MakePendingTable();
+  FailCalls(Call::kSqlitePrepare, 1, 1);  // the first is the look for the table
 
   EXPECT_EQ(Save({Row(kFirst)}), -1);
-  EXPECT_THAT(test::LedgerRows(), ElementsAre(kFirstRow));
+  EXPECT_THAT(LedgerRows(), ElementsAre(kFirstRow));
 }
 
 TEST_F(LedgerSaving, FailsOnAPendingTableOfOtherColumnsAndKeepsTheTree) {
-  test::LedgerFile().Run("create table tJsonFileNames(other)");
+  LedgerFile().Run("create table tJsonFileNames(other)");
 
   EXPECT_EQ(Save({Row(kFirst)}), -1);
-  EXPECT_THAT(test::Tables(), ElementsAre("tJsonFileNames"));
+  EXPECT_THAT(Tables(), ElementsAre("tJsonFileNames"));
 }
 
 TEST_F(LedgerSaving, LogsOnceWhenItBeginsToFailAndWhenItSucceedsAgain) {
-  test::MakePendingTable();
+  MakePendingTable();
   {
-    const test::NoLockWaits noWaits;
-    test::LedgerFile holder;
+    const NoLockWaits noWaits;
+    LedgerFile holder;
     holder.Run("begin exclusive");
     Save({Row(kFirst)});
     Save({Row(kSecond)});
@@ -132,103 +127,100 @@ TEST_F(LedgerSaving, LogsOnceWhenItBeginsToFailAndWhenItSucceedsAgain) {
   Save({});
   Save({});
 
-  const test::LogRecord begins = {
-      "WARN", "ledger: recording fails, 1 rows wait in memory: database is locked"};
-  const test::LogRecord ends = {"INFO", "ledger: recording and ageing succeed again"};
-  EXPECT_THAT(test::TextLog(), ElementsAre(begins, ends));
+  const LogRecord begins = {"WARN",
+                            "ledger: recording fails, 1 rows wait in memory: database is locked"};
+  const LogRecord ends = {"INFO", "ledger: recording and ageing succeed again"};
+  EXPECT_THAT(TextLog(), ElementsAre(begins, ends));
 }
 
 TEST_F(LedgerSaving, GivesUpTheOldestOfMoreThan10000RowsInMemory) {
-  test::MakePendingTable();
-  test::Rows rows(10001, Row(kSecond));
+  MakePendingTable();
+  Rows rows(10001, Row(kSecond));
   rows.front() = Row(kFirst);
   rows.at(1) = Row(kAlarm, 1);
-  test::FailCalls(Call::kSqliteOpen);
+  FailCalls(Call::kSqliteOpen);
 
   Save(rows);
   Save({});
 
-  EXPECT_THAT(test::LedgerRows(),
-              ElementsAre("alarmdata/7/T20240307115900.tar.gz|1|0", kSecondRow));
-  EXPECT_THAT(
-      test::TextLog("WARN"),
-      ElementsAre("ledger: 1 of the oldest rows in memory are given up", HasSubstr("10000 rows")));
+  EXPECT_THAT(LedgerRows(), ElementsAre("alarmdata/7/T20240307115900.tar.gz|1|0", kSecondRow));
+  EXPECT_THAT(TextLog("WARN"), ElementsAre("ledger: 1 of the oldest rows in memory are given up",
+                                           HasSubstr("10000 rows")));
 }
 
-class LedgerAgeing : public test::LedgerTest {
+class LedgerAgeing : public LedgerTest {
  protected:
   // Two rows and their files.
   static void MakeOldFiles() {
-    test::MakePendingTable(
+    MakePendingTable(
         {"'realdata/1/S20240101120000.tar.gz',2,0", "'realdata/1/S20240101115500.tar.gz',2,1"});
-    test::WriteDataFile("realdata/1/S20240101120000.tar.gz");
-    test::WriteDataFile("realdata/1/S20240101115500.tar.gz");
+    WriteDataFile("realdata/1/S20240101120000.tar.gz");
+    WriteDataFile("realdata/1/S20240101115500.tar.gz");
   }
 };
 
 TEST_F(LedgerAgeing, DropsRowAndFileOfExactly31DaysAgoAndKeepsOneASecondYounger) {
-  test::SetTime(test::LocalTimeOf(2024, 1, 15, 12));
-  test::MakePendingTable({"'realdata/15/S20231215120001.tar.gz',2,0",
-                          "'realdata/15/S20231215120000.tar.gz',2,0",
-                          "'alarmdata/15/T20231215120000.tar.gz',1,1"});
-  test::WriteDataFile("realdata/15/S20231215120001.tar.gz");
-  test::WriteDataFile("realdata/15/S20231215120000.tar.gz");
-  test::WriteDataFile("alarmdata/15/T20231215120000.tar.gz");
+  SetTime(LocalTimeOf(2024, 1, 15, 12));
+  MakePendingTable({"'realdata/15/S20231215120001.tar.gz',2,0",
+                    "'realdata/15/S20231215120000.tar.gz',2,0",
+                    "'alarmdata/15/T20231215120000.tar.gz',1,1"});
+  WriteDataFile("realdata/15/S20231215120001.tar.gz");
+  WriteDataFile("realdata/15/S20231215120000.tar.gz");
+  WriteDataFile("alarmdata/15/T20231215120000.tar.gz");
 
   EXPECT_EQ(Save({}), 0);
 
-  EXPECT_THAT(test::LedgerRows(), ElementsAre("realdata/15/S20231215120001.tar.gz|2|0"));
-  EXPECT_THAT(test::List(test::DataFile("realdata/15")), ElementsAre("S20231215120001.tar.gz"));
-  EXPECT_THAT(test::List(test::DataFile("alarmdata/15")), IsEmpty());
+  EXPECT_THAT(LedgerRows(), ElementsAre("realdata/15/S20231215120001.tar.gz|2|0"));
+  EXPECT_THAT(test::List(DataFile("realdata/15")), ElementsAre("S20231215120001.tar.gz"));
+  EXPECT_THAT(test::List(DataFile("alarmdata/15")), IsEmpty());
 }
 
 TEST_F(LedgerAgeing, DropsARowWhoseFileCannotBeRemoved) {
   MakeOldFiles();
-  test::FailCalls(Call::kUnlink);
+  FailCalls(Call::kUnlink);
 
   EXPECT_EQ(Save({}), 0);
-  EXPECT_THAT(test::LedgerRows(), IsEmpty());
-  EXPECT_THAT(test::List(test::DataFile("realdata/1")), SizeIs(1));
+  EXPECT_THAT(LedgerRows(), IsEmpty());
+  EXPECT_THAT(test::List(DataFile("realdata/1")), SizeIs(1));
 }
 
 TEST_F(LedgerAgeing, CutsThePathOfAFileAt127Characters) {
-  const std::string fits =
-      std::string(106 - test::DataFile("").size(), 'f') + "20240101120000.tar.gz";
+  const std::string fits = std::string(106 - DataFile("").size(), 'f') + "20240101120000.tar.gz";
   const std::string tooLong = std::string(106, 'd') + "20240101120000.tar.gz";
-  const std::string cut = test::DataFile(tooLong).substr(0, 127);
-  test::WriteDataFile(fits);
-  test::WriteDataFile(tooLong);
-  test::WriteFile(cut, "archive");
+  const std::string cut = DataFile(tooLong).substr(0, 127);
+  WriteDataFile(fits);
+  WriteDataFile(tooLong);
+  WriteFile(cut, "archive");
 
   EXPECT_EQ(Save({Row(fits), Row(tooLong)}), 0);
 
-  EXPECT_THAT(test::LedgerRows(), IsEmpty());
-  EXPECT_THAT(test::List(test::DataFile("")), ElementsAre(tooLong));
+  EXPECT_THAT(LedgerRows(), IsEmpty());
+  EXPECT_THAT(test::List(DataFile("")), ElementsAre(tooLong));
 }
 
 TEST_F(LedgerAgeing, KeepsRowsAndFilesWhenItFailsAndLogsIt) {
   MakeOldFiles();
 
-  test::FailCalls(Call::kLocaltime);
+  FailCalls(Call::kLocaltime);
   EXPECT_EQ(Save({}), 0);
-  test::FailCalls(Call::kSqliteStep, 1, 3);  // the look for the table and the first row pass
+  FailCalls(Call::kSqliteStep, 1, 3);  // the look for the table and the first row pass
   EXPECT_EQ(Save({}), 0);
-  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and commit pass
+  FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and commit pass
   EXPECT_EQ(Save({}), 0);
 
-  EXPECT_THAT(test::LedgerRows(), SizeIs(2));
-  EXPECT_THAT(test::List(test::DataFile("realdata/1")), SizeIs(2));
-  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(HasSubstr("ageing fails")));
-  EXPECT_THAT(test::TextLog(), SizeIs(1));
+  EXPECT_THAT(LedgerRows(), SizeIs(2));
+  EXPECT_THAT(test::List(DataFile("realdata/1")), SizeIs(2));
+  EXPECT_THAT(TextLog("WARN"), ElementsAre(HasSubstr("ageing fails")));
+  EXPECT_THAT(TextLog(), SizeIs(1));
 }
 
 TEST_F(LedgerAgeing, MakesRoomAlsoWhenNoRowCanBeRecorded) {
   MakeOldFiles();
-  test::FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and insert pass
+  FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and insert pass
 
   EXPECT_EQ(Save({Row(kFirst)}), 0);
-  EXPECT_THAT(test::LedgerRows(), IsEmpty());
-  EXPECT_THAT(test::List(test::DataFile("realdata/1")), IsEmpty());
+  EXPECT_THAT(LedgerRows(), IsEmpty());
+  EXPECT_THAT(test::List(DataFile("realdata/1")), IsEmpty());
 }
 
 constexpr std::time_t kNow = 1709784000;  // at which every test starts
@@ -237,12 +229,12 @@ std::string InCallData(const std::string& name) {
   return std::string(paths::kCallData) + "/" + name;
 }
 
-class RecallLedger : public test::LedgerTest {
+class RecallLedger : public LedgerTest {
  protected:
   static int SaveRecall(const std::string& name) { return Ledger().SaveRecallData(name.c_str()); }
 
   static void SaveRecallAt(std::time_t when, const std::string& name) {
-    test::SetTime(when);
+    SetTime(when);
     EXPECT_EQ(SaveRecall(name), 0);
   }
 };
@@ -250,8 +242,8 @@ class RecallLedger : public test::LedgerTest {
 TEST_F(RecallLedger, MakesBothTablesOnANewCard) {
   EXPECT_EQ(SaveRecall("new"), 0);
 
-  EXPECT_THAT(test::Tables(), ElementsAre("recallJsonFile", "tJsonFileNames"));
-  EXPECT_THAT(test::RecallRows(), ElementsAre("1709784000|new"));
+  EXPECT_THAT(Tables(), ElementsAre("recallJsonFile", "tJsonFileNames"));
+  EXPECT_THAT(RecallRows(), ElementsAre("1709784000|new"));
 }
 
 TEST_F(RecallLedger, RecordsAndAgesTimesBeyond32Bits) {
@@ -260,26 +252,26 @@ TEST_F(RecallLedger, RecordsAndAgesTimesBeyond32Bits) {
   SaveRecallAt(kIn2070 - 10 * 86400, "old");
   SaveRecallAt(kIn2070, "new");
 
-  EXPECT_THAT(test::RecallRows(), ElementsAre("3155760000|new"));
+  EXPECT_THAT(RecallRows(), ElementsAre("3155760000|new"));
 }
 
 TEST_F(RecallLedger, DropsRowAndFileOfExactlyThreeDaysAgoAndKeepsOneASecondYounger) {
   SaveRecallAt(kNow - 259200, "old");
   SaveRecallAt(kNow - 259200, InCallData("path"));  // no name: its file stays
   SaveRecallAt(kNow - 259199, "young");
-  for (const char* name : {"old", "path", "young"}) test::WriteFile(InCallData(name), "archive");
+  for (const char* name : {"old", "path", "young"}) WriteFile(InCallData(name), "archive");
 
   SaveRecallAt(kNow, "new");
 
-  EXPECT_THAT(test::RecallRows(), ElementsAre("1709524801|young", "1709784000|new"));
+  EXPECT_THAT(RecallRows(), ElementsAre("1709524801|young", "1709784000|new"));
   EXPECT_THAT(test::List(paths::kCallData), ElementsAre("path", "young"));
 }
 
 TEST_F(RecallLedger, FailsOnAFileThatIsNoDatabaseAndCondemnsNothing) {
-  test::WriteFile(paths::kLedger, "nonsense");
+  WriteFile(paths::kLedger, "nonsense");
 
   EXPECT_EQ(SaveRecall("new"), -1);
-  EXPECT_EQ(test::ReadFile(paths::kLedger), "nonsense");
+  EXPECT_EQ(ReadFile(paths::kLedger), "nonsense");
 }
 
 TEST_F(RecallLedger, CondemnsNoLedgerWithoutAPendingTable) {
@@ -287,20 +279,20 @@ TEST_F(RecallLedger, CondemnsNoLedgerWithoutAPendingTable) {
   Ledger().CreateRecallTable();
 
   EXPECT_EQ(SaveRecall("new"), 0);
-  EXPECT_THAT(test::RecallRows(), ElementsAre("1709784000|new"));
+  EXPECT_THAT(RecallRows(), ElementsAre("1709784000|new"));
 }
 
 TEST_F(RecallLedger, FailsWhenTheAgedRowsCannotBeListedAndKeepsItsRow) {
-  test::MakePendingTable();
-  test::FailCalls(Call::kSqlitePrepare);
+  MakePendingTable();
+  FailCalls(Call::kSqlitePrepare);
 
   EXPECT_EQ(SaveRecall("new"), -1);
-  EXPECT_THAT(test::RecallRows(), SizeIs(1));
+  EXPECT_THAT(RecallRows(), SizeIs(1));
 }
 
 TEST_F(RecallLedger, FailsWithoutAName) {
   EXPECT_EQ(Ledger().SaveRecallData(nullptr), -1);
-  EXPECT_FALSE(test::Exists(paths::kCloudTree));
+  EXPECT_FALSE(Exists(paths::kCloudTree));
 }
 
 }  // namespace

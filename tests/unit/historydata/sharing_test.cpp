@@ -5,7 +5,6 @@
 #include <chrono>
 #include <filesystem>
 #include <future>
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -13,35 +12,33 @@
 #include "support/faults.h"
 #include "support/threads.h"
 
-using test::Call;
-using test::Row;
-using ::testing::Each;
-using ::testing::ElementsAre;
+using namespace test;
+using namespace testing;
 
 namespace {
 
 constexpr std::chrono::milliseconds kAMoment{50};  // long enough for what need not wait
 constexpr std::chrono::seconds kPatience{20};      // a deadline for a broken test
 
-class SharedLedger : public test::LedgerTest {};
+class SharedLedger : public LedgerTest {};
 
 TEST_F(SharedLedger, WaitsTwoSecondsForALock) {
   Save({});
-  EXPECT_EQ(test::LatestLockWait(), 2000);
+  EXPECT_EQ(LatestLockWait(), 2000);
 
-  test::Tables();  // sets the test's own wait
+  Tables();  // sets the test's own wait
   List();
-  EXPECT_EQ(test::LatestLockWait(), 2000);
+  EXPECT_EQ(LatestLockWait(), 2000);
 }
 
-class LockedLedger : public SharedLedger, public ::testing::WithParamInterface<const char*> {};
+class LockedLedger : public SharedLedger, public WithParamInterface<const char*> {};
 
 TEST_P(LockedLedger, KeepsItsTreeAndRecordsEveryRowOnceTheLockIsGone) {
-  test::MakePendingTable({"'a20240307110000.tar.gz',2,0"});
-  test::LedgerFile holder;
+  MakePendingTable({"'a20240307110000.tar.gz',2,0"});
+  LedgerFile holder;
   holder.Run(GetParam());
   {
-    const test::NoLockWaits noWaits;
+    const NoLockWaits noWaits;
     Save({Row("b20240307110001.tar.gz")});
   }
   std::thread rollback([&] {
@@ -53,14 +50,13 @@ TEST_P(LockedLedger, KeepsItsTreeAndRecordsEveryRowOnceTheLockIsGone) {
   EXPECT_EQ(Save({Row("c20240307110002.tar.gz")}), 0);
   rollback.join();
 
-  EXPECT_THAT(test::LedgerRows(),
-              ElementsAre("a20240307110000.tar.gz|2|0", "b20240307110001.tar.gz|2|0",
-                          "c20240307110002.tar.gz|2|0"));
+  EXPECT_THAT(LedgerRows(), ElementsAre("a20240307110000.tar.gz|2|0", "b20240307110001.tar.gz|2|0",
+                                        "c20240307110002.tar.gz|2|0"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Locks, LockedLedger,
-                         ::testing::Values("begin; select * from tJsonFileNames", "begin immediate",
-                                           "begin exclusive"));
+                         Values("begin; select * from tJsonFileNames", "begin immediate",
+                                "begin exclusive"));
 
 // No power cut can bring back a journal that was never deleted, and undo the commit.
 TEST_F(SharedLedger, KeepsItsJournalAfterEveryWriting) {
@@ -68,7 +64,7 @@ TEST_F(SharedLedger, KeepsItsJournalAfterEveryWriting) {
   const auto write = [&](const auto& writing) {
     std::filesystem::remove(paths::kLedgerJournal);
     writing();
-    kept.push_back(test::Exists(paths::kLedgerJournal));
+    kept.push_back(Exists(paths::kLedgerJournal));
   };
   Ledger().Mkdirs(paths::kLedgerDirectory);
 
@@ -78,7 +74,7 @@ TEST_F(SharedLedger, KeepsItsJournalAfterEveryWriting) {
   write([] { Ledger().UpdateHistoryData("a20240307110000.tar.gz"); });
   write([] { Ledger().SaveRecallData("R20240307120000.tar.gz"); });
   write([] {
-    test::FailCalls(Call::kSqliteOpen);
+    FailCalls(Call::kSqliteOpen);
     Ledger().UpdateHistoryData("b20240307110000.tar.gz");
     List();  // writes the mark that waits
   });
@@ -94,17 +90,17 @@ struct Operation {
 };
 
 void SaveNothing(CHistoryData& ledger) {
-  const test::Rows rows;
+  const Rows rows;
   ledger.SaveHistoryData(&rows);
 }
 
-class LedgerOperation : public SharedLedger, public ::testing::WithParamInterface<Operation> {};
+class LedgerOperation : public SharedLedger, public WithParamInterface<Operation> {};
 
 TEST_P(LedgerOperation, KeepsOthersOutUntilItsEnd) {
-  test::MakePendingTable({"'a20240307110000.tar.gz',2,0"});
+  MakePendingTable({"'a20240307110000.tar.gz',2,0"});
   std::future<std::int32_t> other;
   bool waited = false;
-  test::AtNextCall(GetParam().call, [&] {
+  AtNextCall(GetParam().call, [&] {
     other = std::async(std::launch::async, [] { return Ledger().IsTableExists("sqlite_master"); });
     waited = other.wait_for(kAMoment) == std::future_status::timeout;
   });
@@ -117,35 +113,34 @@ TEST_P(LedgerOperation, KeepsOthersOutUntilItsEnd) {
 
 INSTANTIATE_TEST_SUITE_P(
     Operations, LedgerOperation,
-    ::testing::Values(
-        Operation{"Look", Call::kSqlitePrepare, [](auto& ledger) { ledger.IsTableExists("a"); }},
-        Operation{"PendingTable", Call::kSqliteExec, [](auto& ledger) { ledger.CreateTable(); }},
-        Operation{"RecallTable", Call::kSqliteExec,
-                  [](auto& ledger) { ledger.CreateRecallTable(); }},
-        Operation{"Saving", Call::kSqliteExec, SaveNothing},
-        Operation{"Reading", Call::kSqlitePrepare,
-                  [](auto& ledger) {
-                    test::Rows rows;
-                    ledger.GetHistoryData(&rows);
-                  }},
-        Operation{"Marking", Call::kSqliteExec,
-                  [](auto& ledger) { ledger.UpdateHistoryData("a"); }},
-        Operation{"Recall", Call::kSqliteExec, [](auto& ledger) { ledger.SaveRecallData("R"); }},
-        Operation{"Repair", Call::kUnlink,
-                  [](auto& ledger) {
-                    test::WriteFile(paths::kLedger, "nonsense");
-                    SaveNothing(ledger);
-                    pthread_join(test::LatestThread().id, nullptr);
-                  }}),
+    Values(Operation{"Look", Call::kSqlitePrepare, [](auto& ledger) { ledger.IsTableExists("a"); }},
+           Operation{"PendingTable", Call::kSqliteExec, [](auto& ledger) { ledger.CreateTable(); }},
+           Operation{"RecallTable", Call::kSqliteExec,
+                     [](auto& ledger) { ledger.CreateRecallTable(); }},
+           Operation{"Saving", Call::kSqliteExec, SaveNothing},
+           Operation{"Reading", Call::kSqlitePrepare,
+                     [](auto& ledger) {
+                       Rows rows;
+                       ledger.GetHistoryData(&rows);
+                     }},
+           Operation{"Marking", Call::kSqliteExec,
+                     [](auto& ledger) { ledger.UpdateHistoryData("a"); }},
+           Operation{"Recall", Call::kSqliteExec, [](auto& ledger) { ledger.SaveRecallData("R"); }},
+           Operation{"Repair", Call::kUnlink,
+                     [](auto& ledger) {
+                       WriteFile(paths::kLedger, "nonsense");
+                       SaveNothing(ledger);
+                       pthread_join(LatestThread().id, nullptr);
+                     }}),
     [](const auto& test) { return test.param.name; });
 
 TEST_F(SharedLedger, FailsToReadOnceItsFileIsGoneAndMakesNone) {
   for (const bool atOnce : {true, false}) {  // or while the reading waits for a save
     SCOPED_TRACE(atOnce);
-    test::MakePendingTable();
+    MakePendingTable();
     std::future<std::int32_t> other;
     bool returned = false;
-    test::AtNextCall(Call::kSqliteExec, [&] {
+    AtNextCall(Call::kSqliteExec, [&] {
       if (atOnce) std::filesystem::remove(paths::kLedger);
       other = std::async(std::launch::async, [] { return List(); });
       returned = other.wait_for(atOnce ? kPatience : kAMoment) == std::future_status::ready;
@@ -156,7 +151,7 @@ TEST_F(SharedLedger, FailsToReadOnceItsFileIsGoneAndMakesNone) {
 
     EXPECT_EQ(returned, atOnce);
     EXPECT_EQ(other.get(), -1);
-    EXPECT_FALSE(test::Exists(paths::kLedger));
+    EXPECT_FALSE(Exists(paths::kLedger));
   }
 }
 

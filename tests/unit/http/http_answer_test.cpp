@@ -4,20 +4,13 @@
 #include "exchange.h"
 #include "support/logs.h"
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
-
 namespace {
 
 using namespace std::string_literals;
-using test::HttpAnswer;
-using test::kDone;
-using test::kFailed;
-using test::RawServer;
+using namespace test;
+using namespace testing;
 
-class AnsweredPost : public test::HttpTest {};
+class AnsweredPost : public HttpTest {};
 
 TEST_F(AnsweredPost, SucceedsForStatus200And201Only) {
   for (const int status : {200, 201, 202, 204, 299, 301, 302, 304, 400, 401, 404, 500, 999}) {
@@ -33,7 +26,7 @@ TEST_F(AnsweredPost, SucceedsAlsoWhenTheCallbackReturnsAnotherCount) {
 
   EXPECT_EQ(Post(RejectAnswer), kDone);
   EXPECT_EQ(Answer(), R"({"status":0})");
-  EXPECT_THAT(test::TextLog(), IsEmpty());
+  EXPECT_THAT(TextLog(), IsEmpty());
 }
 
 TEST_F(AnsweredPost, SucceedsAlsoWhenTheAnswerBreaksOffAfterStatus200) {
@@ -58,29 +51,27 @@ struct Trouble {
   int httpStatus;
 };
 
-class FailedPost : public test::HttpTest, public ::testing::WithParamInterface<Trouble> {};
+class FailedPost : public HttpTest, public WithParamInterface<Trouble> {};
 
 TEST_P(FailedPost, LogsItsErrorAndStatus) {
   m_server.Answer(GetParam().answer);
 
   EXPECT_EQ(Post(), kFailed);
-  EXPECT_THAT(test::TextLog(),
-              ElementsAre(test::LogRecord{
-                  "WARN", "curl_easy_perform() failed when post: "s + GetParam().words +
-                              ",httpcode =" + std::to_string(GetParam().httpStatus)}));
+  EXPECT_THAT(TextLog(), ElementsAre(LogRecord{
+                             "WARN", "curl_easy_perform() failed when post: "s + GetParam().words +
+                                         ",httpcode =" + std::to_string(GetParam().httpStatus)}));
   EXPECT_THAT(m_server.Requests(), SizeIs(1)) << "the client never tries again";
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Answers, FailedPost,
-    ::testing::Values(Trouble{"Nothing", {}, "Server returned nothing (no headers, no data)", 0},
-                      Trouble{
-                          "NoHttp", {"garbage\r\n\r\n{\"status\":0}"}, "Unsupported protocol", 0},
-                      Trouble{"EmptyStatus", {HttpAnswer(500, "")}, "No error", 500},
-                      Trouble{"TornBody",
-                              {"HTTP/1.1 500 Error\r\nContent-Length: 100\r\n\r\n{\"status\":0"},
-                              "Transferred a partial file",
-                              500}),
+    Values(Trouble{"Nothing", {}, "Server returned nothing (no headers, no data)", 0},
+           Trouble{"NoHttp", {"garbage\r\n\r\n{\"status\":0}"}, "Unsupported protocol", 0},
+           Trouble{"EmptyStatus", {HttpAnswer(500, "")}, "No error", 500},
+           Trouble{"TornBody",
+                   {"HTTP/1.1 500 Error\r\nContent-Length: 100\r\n\r\n{\"status\":0"},
+                   "Transferred a partial file",
+                   500}),
     [](const auto& test) { return test.param.name; });
 
 TEST_F(AnsweredPost, FailsWithStatusZeroWhereNobodyListens) {
@@ -89,7 +80,7 @@ TEST_F(AnsweredPost, FailsWithStatusZeroWhereNobodyListens) {
   frame.url[url.copy(frame.url, sizeof(frame.url) - 1)] = '\0';
 
   EXPECT_EQ(GetCHttpInstance().POST_MemoryData(&frame), kFailed);
-  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(HasSubstr("connect to server,httpcode =0")));
+  EXPECT_THAT(TextLog("WARN"), ElementsAre(HasSubstr("connect to server,httpcode =0")));
 }
 
 struct Form {
@@ -98,7 +89,7 @@ struct Form {
   std::string body;
 };
 
-class PostAnswer : public test::HttpTest, public ::testing::WithParamInterface<Form> {};
+class PostAnswer : public HttpTest, public WithParamInterface<Form> {};
 
 TEST_P(PostAnswer, ReachesTheCallbackWhole) {
   m_server.Answer(GetParam().pieces);
@@ -109,7 +100,7 @@ TEST_P(PostAnswer, ReachesTheCallbackWhole) {
 
 INSTANTIATE_TEST_SUITE_P(
     Forms, PostAnswer,
-    ::testing::Values(
+    Values(
         Form{
             "InChunks",
             {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\n{\"sta\r\n7\r\ntus\":0}\r\n"
@@ -124,7 +115,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& test) { return test.param.name; });
 
 // What libcurl keeps of an answer beside its body is bounded.
-class HeaderBound : public test::HttpTest {
+class HeaderBound : public HttpTest {
  protected:
   static constexpr std::size_t kMostHeaderBytes = 64U << 10;
   static constexpr char kEnd[] = "Content-Length: 2\r\n\r\n";
@@ -148,7 +139,7 @@ TEST_F(HeaderBound, BreaksOffAnAnswerWithMoreThan64Kibibytes) {
   EXPECT_EQ(Answer(), "{}");
   EXPECT_EQ(Post(), kDone) << "as after any status 200";
   EXPECT_EQ(Answer(), "{}") << "the second answer is broken off before its body";
-  EXPECT_THAT(test::TextLog("WARN"),
+  EXPECT_THAT(TextLog("WARN"),
               ElementsAre("answer with more than 65536 bytes of headers broken off"));
 }
 
@@ -158,7 +149,7 @@ TEST_F(HeaderBound, BreaksOffInEndlessTrailers) {
 
   EXPECT_EQ(Post(), kDone);
   EXPECT_EQ(Answer(), "{}");
-  EXPECT_THAT(test::TextLog("WARN"), SizeIs(1));
+  EXPECT_THAT(TextLog("WARN"), SizeIs(1));
 }
 
 }  // namespace

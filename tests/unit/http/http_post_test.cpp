@@ -8,19 +8,12 @@
 #include "support/logs.h"
 #include "taps.h"
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
-
 namespace {
 
-using test::HttpAnswer;
-using test::kDone;
-using test::kFailed;
-using test::kLogin;
-using test::Option;
+using namespace test;
+using namespace testing;
 
-class HttpPost : public test::HttpTest {
+class HttpPost : public HttpTest {
  protected:
   static std::uint32_t Send(ST_FRAME_MEMORY_UPLOAD frame) {
     return GetCHttpInstance().POST_MemoryData(&frame);
@@ -59,12 +52,12 @@ struct Variant {
   bool handsOverCallbackData;  // else the address of the success flag
 };
 
-class PostVariant : public HttpPost, public ::testing::WithParamInterface<Variant> {};
+class PostVariant : public HttpPost, public WithParamInterface<Variant> {};
 
 INSTANTIATE_TEST_SUITE_P(HttpPost, PostVariant,
-                         ::testing::Values(Variant{"Plain", &CHttp::POST_MemoryData, false},
-                                           Variant{"WithExtraArgs",
-                                                   &CHttp::POST_MemoryData_WithExtraArgs, true}),
+                         Values(Variant{"Plain", &CHttp::POST_MemoryData, false},
+                                Variant{"WithExtraArgs", &CHttp::POST_MemoryData_WithExtraArgs,
+                                        true}),
                          [](const auto& test) { return test.param.name; });
 
 TEST_P(PostVariant, SetsTheseOptionsInThisOrder) {
@@ -75,7 +68,7 @@ TEST_P(PostVariant, SetsTheseOptionsInThisOrder) {
 
   (GetCHttpInstance().*GetParam().post)(&frame);
 
-  auto options = test::Options();
+  auto options = Options();
   ASSERT_THAT(options, SizeIs(13));
   options.resize(11);  // the last two bound the answer's headers
   EXPECT_THAT(
@@ -101,21 +94,21 @@ TEST_F(HttpPost, PrintsTheAnswerWithoutAnAnswerCallback) {
 }
 
 TEST_F(HttpPost, FailsSilentlyWithoutAHandle) {
-  test::FailCalls(test::Call::kCurlEasyInit);
+  FailCalls(Call::kCurlEasyInit);
 
   EXPECT_EQ(Post(), kFailed);
   EXPECT_THAT(m_server.Requests(), IsEmpty());
-  EXPECT_THAT(test::TextLog(), IsEmpty());
+  EXPECT_THAT(TextLog(), IsEmpty());
 }
 
 TEST_F(HttpPost, GoesOutWithLibcurlsHeadersWithoutMemoryForItsOwn) {
   for (const int built : {0, 4}) {
-    test::ForgetOptions();
-    test::FailHeaderLine(built);
+    ForgetOptions();
+    FailHeaderLine(built);
 
     Post();
 
-    for (const auto& [option, value] : test::Options()) {
+    for (const auto& [option, value] : Options()) {
       EXPECT_NE(option, CURLOPT_HTTPHEADER);
       EXPECT_NE(option, CURLOPT_READFUNCTION) << "the frame has no read callback";
     }

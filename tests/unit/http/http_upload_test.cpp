@@ -1,6 +1,7 @@
-// File uploads.
+// File uploads, and the client's look at files.
 #include <gmock/gmock.h>
 
+#include <array>
 #include <filesystem>
 
 #include "exchange.h"
@@ -8,25 +9,15 @@
 #include "support/logs.h"
 #include "taps.h"
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
-
 namespace {
 
-using test::HttpAnswer;
-using test::kDone;
-using test::kFailed;
-using test::kUntouched;
-using test::LogRecord;
-using test::Option;
-using test::WriteFile;
+using namespace test;
+using namespace testing;
 
 constexpr char kFile[] = "/media/mmcblk0p1/data/S1.tar.gz";
 constexpr std::size_t kLargestFile = 40959;
 
-class HttpUpload : public test::HttpTest {
+class HttpUpload : public HttpTest {
  protected:
   // Uploads the file with m_frame.
   std::uint32_t Upload(const std::string& path = kFile) {
@@ -69,7 +60,7 @@ TEST_F(HttpUpload, SetsTheseOptionsInThisOrder) {
 
   GetCHttpInstance().UploadFile(&frame);
 
-  auto options = test::Options();
+  auto options = Options();
   ASSERT_THAT(options, SizeIs(14));
   EXPECT_EQ(options[10].first, CURLOPT_POSTFIELDS);
   options.resize(10);
@@ -88,7 +79,7 @@ TEST_F(HttpUpload, LogsItsStartByNameAndItsEndByPath) {
 
   EXPECT_EQ(Upload(), kDone);
   EXPECT_EQ(m_frame.successFlag, kUntouched) << "the answer callback sets it";
-  EXPECT_THAT(test::TextLog(),
+  EXPECT_THAT(TextLog(),
               ElementsAre(LogRecord{"INFO", "start Send file S1.tar.gz to " + m_server.Url("/e")},
                           LogRecord{"INFO", std::string("Send file ") + kFile + " finish"}));
 }
@@ -98,9 +89,9 @@ TEST_F(HttpUpload, LogsAFailureWithThePathTheErrorAndTheStatus) {
   m_server.Answer(HttpAnswer(500, "{}"));
 
   EXPECT_EQ(Upload(), kFailed);
-  EXPECT_THAT(test::TextLog("WARN"),
+  EXPECT_THAT(TextLog("WARN"),
               ElementsAre(std::string("send file ") + kFile + " failed: No error,httpcode =500"));
-  EXPECT_THAT(test::TextLog("INFO"), SizeIs(1));
+  EXPECT_THAT(TextLog("INFO"), SizeIs(1));
 }
 
 TEST_F(HttpUpload, SendsFilesFromOneByteToTheLargestSize) {
@@ -119,12 +110,12 @@ TEST_F(HttpUpload, JudgesALargerFileSent) {
   // The low 32 bits of the last size are one that would be sent.
   for (const std::uintmax_t size :
        {std::uintmax_t{kLargestFile} + 1, std::uintmax_t{0x100000064}}) {
-    test::DiscardLogs();
+    DiscardLogs();
     WriteFile(kFile, "");
     std::filesystem::resize_file(kFile, size);
 
     ExpectJudgedSent();
-    EXPECT_THAT(test::TextLog("WARN"),
+    EXPECT_THAT(TextLog("WARN"),
                 ElementsAre(HasSubstr("size is 0"),
                             std::string("file ") + kFile + " has " + std::to_string(size) +
                                 " bytes,the largest that is sent has 40959"));
@@ -135,39 +126,87 @@ TEST_F(HttpUpload, JudgesAnEmptyFileSent) {
   WriteFile(kFile, "");
 
   ExpectJudgedSent();
-  EXPECT_THAT(
-      test::TextLog(),
-      ElementsAre(LogRecord{"WARN", std::string("file ") + kFile +
-                                        " size is 0 ,error,do not send it,judge it send OK"}));
+  EXPECT_THAT(TextLog(), ElementsAre(LogRecord{
+                             "WARN", std::string("file ") + kFile +
+                                         " size is 0 ,error,do not send it,judge it send OK"}));
 }
 
 TEST_F(HttpUpload, JudgesAMissingFileSent) {
   ExpectJudgedSent();
-  EXPECT_THAT(test::TextLog(),
-              ElementsAre(LogRecord{"WARN", std::string("Can not find File ") + kFile +
-                                                " when send files,judge it send OK"}));
+  EXPECT_THAT(TextLog(), ElementsAre(LogRecord{"WARN", std::string("Can not find File ") + kFile +
+                                                           " when send files,judge it send OK"}));
 }
 
 // The sandbox shows the system's files read-only.
 TEST_F(HttpUpload, FailsForAFileThatCannotBeWritten) {
   ExpectFailure("/etc/passwd");
-  EXPECT_THAT(test::TextLog(), ElementsAre(LogRecord{"WARN", "can not open file /etc/passwd\n"}));
+  EXPECT_THAT(TextLog(), ElementsAre(LogRecord{"WARN", "can not open file /etc/passwd\n"}));
 }
 
 TEST_F(HttpUpload, FailsWithoutMemory) {
   WriteFile(kFile, "archive");
-  test::FailCalls(test::Call::kCalloc);
+  FailCalls(Call::kCalloc);
 
   ExpectFailure();
-  EXPECT_THAT(test::TextLog(), ElementsAre(LogRecord{"WARN", "calloc size 2055 buff error"}));
+  EXPECT_THAT(TextLog(), ElementsAre(LogRecord{"WARN", "calloc size 2055 buff error"}));
 }
 
 TEST_F(HttpUpload, FailsSilentlyWithoutAHandle) {
   WriteFile(kFile, "archive");
-  test::FailCalls(test::Call::kCurlEasyInit);
+  FailCalls(Call::kCurlEasyInit);
 
   ExpectFailure();
+  EXPECT_THAT(TextLog(), IsEmpty());
+}
+
+class ReadJsonDataFile : public test::HttpTest {
+ protected:
+  void SetUp() override {
+    HttpTest::SetUp();
+    test::WriteFile(kFile, "{\"a\":1}");
+    m_buffer.fill('#');
+  }
+
+  std::int32_t Read(const char* path, int max) {
+    return GetCHttpInstance().ReadJsonDataFile(path, m_buffer.data(), max);
+  }
+  std::string Buffer() const { return {m_buffer.data(), m_buffer.size()}; }
+
+  std::array<char, 8> m_buffer{};
+};
+
+TEST_F(ReadJsonDataFile, RefusesANullPathSilently) {
+  EXPECT_EQ(Read(nullptr, 10), -1);
   EXPECT_THAT(test::TextLog(), IsEmpty());
+}
+
+// The sandbox shows the system's files read-only.
+TEST_F(ReadJsonDataFile, RefusesAFileThatCannotBeWritten) {
+  EXPECT_EQ(Read("/etc/passwd", 8), -1);
+  EXPECT_THAT(test::TextLog(),
+              ElementsAre(test::LogRecord{"WARN", "Can not open file /etc/passwd"}));
+}
+
+TEST_F(ReadJsonDataFile, ReadsTheWholeFileWithoutATerminator) {
+  EXPECT_EQ(Read(kFile, 8), 7);
+  EXPECT_EQ(Buffer(), "{\"a\":1}#");
+}
+
+TEST_F(ReadJsonDataFile, ReadsNoMoreThanItMay) {
+  EXPECT_EQ(Read(kFile, 3), 3);
+  EXPECT_EQ(Read(kFile, -1), 0);
+  EXPECT_EQ(Buffer(), "{\"a#####");
+}
+
+TEST_F(ReadJsonDataFile, ReturnsTheNumberOfBytesRead) {
+  test::ShortenNextRead();
+
+  EXPECT_EQ(Read(kFile, 8), 6);
+}
+
+TEST_F(ReadJsonDataFile, KnowsTheSizeOfAFileAndZeroForAMissingOne) {
+  EXPECT_EQ(GetCHttpInstance().get_file_size(kFile), 7);
+  EXPECT_EQ(GetCHttpInstance().get_file_size("/media/mmcblk0p1/missing.json"), 0);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include <curl/curl.h>
 
-#include <cstdint>
 #include <utility>
 #include <vector>
 

@@ -19,14 +19,12 @@
 
 namespace {
 
-using test::DatabaseFile;
-using test::kLogDatabase;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using namespace test;
+using namespace testing;
 using namespace std::chrono_literals;
 using Texts = std::vector<std::string>;
 
-class LogDatabase : public test::LogDatabaseTest {
+class LogDatabase : public LogDatabaseTest {
  protected:
   void TearDown() override {
     store.Init();  // the default limit
@@ -72,13 +70,13 @@ TEST_F(LogDatabase, StoresEveryTextWithoutADoubleQuoteAsItIs) {
 TEST_F(LogDatabase, CutsAMessageAt254Characters) {
   store.InsertLog("INFO", (std::string(254, 'x') + "y").c_str());
 
-  EXPECT_THAT(test::DatabaseLog("INFO"), ElementsAre(std::string(254, 'x')));
+  EXPECT_THAT(DatabaseLog("INFO"), ElementsAre(std::string(254, 'x')));
 }
 
 TEST_F(LogDatabase, TouchesNothingForAnEmptyQueue) {
   EXPECT_EQ(Write(), -1);
 
-  EXPECT_FALSE(test::Exists("/tmp/CloudLog"));
+  EXPECT_FALSE(Exists("/tmp/CloudLog"));
 }
 
 TEST_F(LogDatabase, CreatesOneTable) {
@@ -112,21 +110,21 @@ TEST_F(LogDatabase, MakesItsDirectoryForItsOwnerToSearchOnly) {
 
 TEST_F(LogDatabase, LeavesAForeignFileAsItIsAndLosesTheRecords) {
   const std::string foreign(4096, 'x');
-  test::WriteFile(kLogDatabase, foreign);
+  WriteFile(kLogDatabase, foreign);
 
   EXPECT_EQ(store.LogTableCreate(kLogDatabase), 0);
   EXPECT_EQ(Write({"lost"}), 0);
 
   EXPECT_THAT(queue, IsEmpty());
-  EXPECT_EQ(test::ReadFile(kLogDatabase), foreign);
+  EXPECT_EQ(ReadFile(kLogDatabase), foreign);
 }
 
 TEST_F(LogDatabase, FailsWhenItOrItsTableCannotBeMade) {
-  test::FailCalls(test::Call::kSqliteExec);
+  FailCalls(Call::kSqliteExec);
   EXPECT_EQ(store.LogTableCreate(kLogDatabase), -1);
 
   std::filesystem::remove_all("/tmp/CloudLog");
-  test::WriteFile("/tmp/CloudLog", "in the way");
+  WriteFile("/tmp/CloudLog", "in the way");
   EXPECT_EQ(store.LogTableCreate(kLogDatabase), -1);
 }
 
@@ -155,13 +153,13 @@ TEST_F(LogDatabase, TriesALockedInsertTwentyTimes200MillisecondsApart) {
   for (const auto& row : rows) {
     SCOPED_TRACE(std::string(row.error) + std::to_string(row.failures));
     std::filesystem::remove_all("/tmp/CloudLog");
-    test::ForgetPauses();
+    ForgetPauses();
     Prepare(FailInserts(row.error, row.failures));
 
     EXPECT_EQ(Write({"stubborn", "next"}), 0);
 
     EXPECT_THAT(Column("select count(*) from attempts"), ElementsAre(std::to_string(row.attempts)));
-    EXPECT_EQ(test::Pauses(), std::vector<test::Pause>(row.attempts - 1, 200ms));
+    EXPECT_EQ(Pauses(), std::vector<Pause>(row.attempts - 1, 200ms));
     EXPECT_EQ(Messages(), row.isStored ? Texts({"stubborn", "next"}) : Texts({"next"}));
   }
 }
@@ -174,7 +172,7 @@ TEST_F(LogDatabase, DropsARecordAtOnceWhenSqliteFindsTheDatabaseLocked) {
   EXPECT_EQ(Write({"lost"}), 0);
 
   EXPECT_THAT(queue, IsEmpty());
-  EXPECT_THAT(test::Pauses(), IsEmpty());
+  EXPECT_THAT(Pauses(), IsEmpty());
   other.Run("commit");
   EXPECT_THAT(Messages(), IsEmpty());
 }
@@ -182,9 +180,9 @@ TEST_F(LogDatabase, DropsARecordAtOnceWhenSqliteFindsTheDatabaseLocked) {
 TEST_F(LogDatabase, InsertsABatchInOneTransactionWhileCallersWait) {
   Prepare(FailInserts("database is locked ", 1));
   std::optional<std::size_t> seenDuringTheBatch;
-  std::optional<test::Caller> caller;
+  std::optional<Caller> caller;
   bool waits = false;
-  test::OnPause([&](test::Pause) {
+  OnPause([&](Pause) {
     seenDuringTheBatch = Messages().size();
     caller.emplace([] { log_DB(INFO, "meanwhile"); });
     waits = caller->Waits();

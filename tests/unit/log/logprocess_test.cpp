@@ -26,7 +26,7 @@ int __wrap_sched_yield();
 
 namespace {
 
-using test::ThreadEntry;
+using namespace test;
 using ::testing::ElementsAre;
 
 const auto kRight = ::testing::ExitedWithCode(EXIT_SUCCESS);
@@ -48,9 +48,9 @@ void Reach(std::atomic<bool>& point) {
 // Runs a record thread that stops in `call`, does `hook` once the end of the process waits for its
 // batch, and goes on. Returns when the thread has come to the call.
 template <typename Store>
-void HoldBatchUntilTheEnd(test::Call call, void (*hook)()) {
+void HoldBatchUntilTheEnd(Call call, void (*hook)()) {
   std::thread([call, hook] {
-    test::AtNextCall(call, [hook] {
+    AtNextCall(call, [hook] {
       Reach(g_isReached);
       g_isEndAwaited.wait(false);
       hook();
@@ -66,18 +66,18 @@ class LogProcess : public ::testing::Test {
   void SetUp() override {
     ASSERT_NE(std::getenv("BRENNIK_SANDBOX"), nullptr) << "run this through scripts/sandbox";
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    test::Empty("/tmp/CloudLog");
+    Empty("/tmp/CloudLog");
   }
 };
 
 TEST_F(LogProcess, MakesAStoreAtItsFirstMessage) {
   const auto check = [](auto write, ThreadEntry thread) {
     write(DEBUG, "dropped");
-    if (!test::ThreadsMade().empty()) return false;
+    if (!ThreadsMade().empty()) return false;
     write(INFO, "first");
-    const auto making = test::LatestThread();
-    return test::ThreadsMade() == std::vector<ThreadEntry>{thread} && making.detached &&
-           making.stackBytes == 0x200000 && test::AwaitParked(thread, 1);
+    const auto making = LatestThread();
+    return ThreadsMade() == std::vector<ThreadEntry>{thread} && making.detached &&
+           making.stackBytes == 0x200000 && AwaitParked(thread, 1);
   };
 
   EXPECT_EXIT(EndWith(check(log_Text, CLogTxt::RecordThread)), kRight, "");
@@ -87,11 +87,10 @@ TEST_F(LogProcess, MakesAStoreAtItsFirstMessage) {
 TEST_F(LogProcess, TakesMessagesSilentlyWithoutAThread) {
   const auto check = [](auto write) {
     std::filesystem::remove("/tmp/CloudLog");
-    test::FailNextThread();
+    FailNextThread();
     testing::internal::CaptureStdout();
-    return write(INFO, "first") == 1 && write(INFO, "second") == 1 &&
-           test::ThreadsMade().size() == 1 && !test::Exists("/tmp/CloudLog") &&
-           testing::internal::GetCapturedStdout().empty();
+    return write(INFO, "first") == 1 && write(INFO, "second") == 1 && ThreadsMade().size() == 1 &&
+           !Exists("/tmp/CloudLog") && testing::internal::GetCapturedStdout().empty();
   };
 
   EXPECT_EXIT(EndWith(check(log_Text)), kRight, "^$");
@@ -102,9 +101,9 @@ TEST_F(LogProcess, MakesTheDatabaseStoreFirstAndDiscardsUnwrittenMessagesAtTheEn
   const auto check = [] {
     log_init(0);
     const std::vector<ThreadEntry> both{CLogDatabase::RecordThread, CLogTxt::RecordThread};
-    if (test::ThreadsMade() != both) return false;
+    if (ThreadsMade() != both) return false;
     for (const auto thread : both) {
-      if (!test::AwaitParked(thread, 1)) return false;
+      if (!AwaitParked(thread, 1)) return false;
     }
     log_Text(INFO, "unwritten");
     log_DB(INFO, "unwritten");
@@ -113,35 +112,35 @@ TEST_F(LogProcess, MakesTheDatabaseStoreFirstAndDiscardsUnwrittenMessagesAtTheEn
 
   EXPECT_EXIT(EndWith(check()), kRight, "");
 
-  EXPECT_TRUE(test::List("/tmp/CloudLog").empty());
+  EXPECT_TRUE(List("/tmp/CloudLog").empty());
 }
 
 // The retention comes last in a batch, when the queue is free again.
 TEST_F(LogProcess, EndsOnlyAfterABatchThatIsUnderWay) {
   const auto check = [] {
-    test::SetTime(test::LocalTimeOf(2024, 11, 30, 12));
+    SetTime(LocalTimeOf(2024, 11, 30, 12));
     for (int day = 1; day < 30; ++day) {
-      test::WriteFile(util::Format("/tmp/CloudLog/11%02d_log.txt", day), "");
+      WriteFile(util::Format("/tmp/CloudLog/11%02d_log.txt", day), "");
     }
     log_init(0);
-    if (!test::AwaitParked(CLogTxt::RecordThread, 1)) return false;
+    if (!AwaitParked(CLogTxt::RecordThread, 1)) return false;
     log_Text(INFO, "first");
     log_Text(INFO, "second");
-    HoldBatchUntilTheEnd<CLogTxt>(test::Call::kUnlink, [] {});
+    HoldBatchUntilTheEnd<CLogTxt>(Call::kUnlink, [] {});
     return true;
   };
 
   EXPECT_EXIT(EndWith(check()), kRight, "");
 
-  EXPECT_THAT(test::OfLevel(test::ReadTextLog(), "INFO"), ElementsAre("first", "second"));
-  EXPECT_FALSE(test::Exists("/tmp/CloudLog/1101_log.txt"));
+  EXPECT_THAT(OfLevel(ReadTextLog(), "INFO"), ElementsAre("first", "second"));
+  EXPECT_FALSE(Exists("/tmp/CloudLog/1101_log.txt"));
 }
 
 void PlaceDirectoryForTheDatabase() {
-  std::filesystem::create_directories(test::kLogDatabase);
+  std::filesystem::create_directories(kLogDatabase);
 }
 
-class Lockout : public test::LogDatabaseTest {
+class Lockout : public LogDatabaseTest {
  protected:
   Lockout() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
@@ -154,7 +153,7 @@ TEST_F(Lockout, KeepsTheRecordsAndReportsWhatCannotBeOpened) {
     return testing::internal::GetCapturedStdout() == printed && result == -1 && queue.size() == 2;
   };
 
-  const auto placeFileForTheDirectory = [] { test::WriteFile("/tmp/CloudLog", "in the way"); };
+  const auto placeFileForTheDirectory = [] { WriteFile("/tmp/CloudLog", "in the way"); };
   EXPECT_EXIT(EndWith(check(placeFileForTheDirectory, "")), kRight, "");
   EXPECT_EXIT(EndWith(check(PlaceDirectoryForTheDatabase,
                             "Open database(/tmp/CloudLog/Cloudlog.db) failed: unable to open "
@@ -166,16 +165,16 @@ TEST_F(Lockout, HoldsALaterCallerAndItsOwnThreadForGoodButNotTheTextLog) {
   const auto check = [] {
     PlaceDirectoryForTheDatabase();
     log_DB(INFO, "message");
-    test::ResumeThreads(CLogDatabase::RecordThread);
-    if (!test::AwaitParked(CLogDatabase::RecordThread, 1)) return false;
+    ResumeThreads(CLogDatabase::RecordThread);
+    if (!AwaitParked(CLogDatabase::RecordThread, 1)) return false;
     std::filesystem::remove_all("/tmp/CloudLog");
-    test::ResumeThreads(CLogDatabase::RecordThread);
-    const test::Caller caller([] { log_DB(INFO, "next"); });
-    if (!caller.Waits() || test::Exists("/tmp/CloudLog")) return false;
+    ResumeThreads(CLogDatabase::RecordThread);
+    const Caller caller([] { log_DB(INFO, "next"); });
+    if (!caller.Waits() || Exists("/tmp/CloudLog")) return false;
     log_Text(INFO, "next");
-    test::ResumeThreads(CLogTxt::RecordThread);
-    return test::AwaitParked(CLogTxt::RecordThread, 1) && !test::ReadTextLog().empty() &&
-           test::ParkedThreads(CLogDatabase::RecordThread) == 0;
+    ResumeThreads(CLogTxt::RecordThread);
+    return AwaitParked(CLogTxt::RecordThread, 1) && !ReadTextLog().empty() &&
+           ParkedThreads(CLogDatabase::RecordThread) == 0;
   };
 
   EXPECT_EXIT(EndWith(check()), kRight, "");
@@ -184,7 +183,7 @@ TEST_F(Lockout, HoldsALaterCallerAndItsOwnThreadForGoodButNotTheTextLog) {
 TEST_F(Lockout, LetsTheProcessEndThatIsAboutToRunIntoIt) {
   const auto check = [] {
     log_DB(INFO, "message");
-    HoldBatchUntilTheEnd<CLogDatabase>(test::Call::kSqliteOpen, PlaceDirectoryForTheDatabase);
+    HoldBatchUntilTheEnd<CLogDatabase>(Call::kSqliteOpen, PlaceDirectoryForTheDatabase);
     return true;
   };
 

@@ -25,6 +25,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using namespace std::chrono_literals;
+using namespace test;
 using Names = std::vector<std::string>;
 
 constexpr char kTodaysFile[] = "/tmp/CloudLog/0307_log.txt";
@@ -37,12 +38,12 @@ Names Days(int first, int last, const Names& more = {}) {
   return names;
 }
 
-class TextLogStore : public test::TextLogTest {
+class TextLogStore : public TextLogTest {
  protected:
   // Makes these the only files of the log directory. It is missing when there are none.
   static void Place(const Names& names) {
     fs::remove_all("/tmp/CloudLog");
-    for (const auto& name : names) test::WriteFile("/tmp/CloudLog/" + name, "");
+    for (const auto& name : names) WriteFile("/tmp/CloudLog/" + name, "");
   }
 };
 
@@ -50,9 +51,9 @@ TEST_F(TextLogStore, AppendsEachRecordAsAHeadAndAnIndentedMessage) {
   EXPECT_EQ(Write({"first", "line feed at the end\n", "line feed\ninside"}), 0);
   EXPECT_EQ(Write({"100%n %s %d", ""}), 0);
 
-  EXPECT_EQ(test::ReadFile(kTodaysFile), kHead + "first\n" + kHead + "line feed at the end\n\n" +
-                                             kHead + "line feed\ninside\n" + kHead +
-                                             "100%n %s %d\n" + kHead + "\n");
+  EXPECT_EQ(ReadFile(kTodaysFile), kHead + "first\n" + kHead + "line feed at the end\n\n" + kHead +
+                                       "line feed\ninside\n" + kHead + "100%n %s %d\n" + kHead +
+                                       "\n");
 }
 
 TEST_F(TextLogStore, CutsARecordAt2047BytesWithItsHeadAndLineFeed) {
@@ -60,8 +61,8 @@ TEST_F(TextLogStore, CutsARecordAt2047BytesWithItsHeadAndLineFeed) {
 
   Write({longest, longest + "y", longest + "yz", "next"});
 
-  EXPECT_EQ(test::ReadFile(kTodaysFile), kHead + longest + "\n" + kHead + longest + "y" + kHead +
-                                             longest + "y" + kHead + "next\n");
+  EXPECT_EQ(ReadFile(kTodaysFile), kHead + longest + "\n" + kHead + longest + "y" + kHead +
+                                       longest + "y" + kHead + "next\n");
 }
 
 TEST_F(TextLogStore, CreatesAFileThatOnlyItsOwnerMayReadInAPublicDirectory) {
@@ -79,17 +80,17 @@ TEST_F(TextLogStore, CreatesAFileThatOnlyItsOwnerMayReadInAPublicDirectory) {
 TEST_F(TextLogStore, TouchesNothingForAnEmptyQueue) {
   EXPECT_EQ(Write(), -1);
 
-  EXPECT_FALSE(test::Exists("/tmp/CloudLog"));
+  EXPECT_FALSE(Exists("/tmp/CloudLog"));
 }
 
 TEST_F(TextLogStore, StampsARecordWithTheMomentOfTheCall) {
-  test::SetTime(test::LocalTimeOf(2024, 3, 7, 4, 5, 6));
+  SetTime(LocalTimeOf(2024, 3, 7, 4, 5, 6));
   store.InsertLog("ABCDEFGHIJKLM", "the level is cut to its field");
-  test::SetTime(test::LocalTimeOf(2024, 3, 8, 0, 0, 1));
+  SetTime(LocalTimeOf(2024, 3, 8, 0, 0, 1));
 
-  EXPECT_TRUE(test::FlushLogs());
+  EXPECT_TRUE(FlushLogs());
 
-  EXPECT_EQ(test::ReadFile("/tmp/CloudLog/0308_log.txt"),
+  EXPECT_EQ(ReadFile("/tmp/CloudLog/0308_log.txt"),
             "2024-03-07 04:05:06 logType:ABCDEFGHIJK\n the level is cut to its field\n");
 }
 
@@ -99,8 +100,8 @@ TEST_F(TextLogStore, KeepsItsRecordsUntilTheFileCanBeOpened) {
     fs::create_directories("/tmp/CloudLog");
     fs::create_symlink("/tmp/target", kTodaysFile);
   };
-  const auto placeFile = [] { test::WriteFile("/tmp/CloudLog", "in the way"); };
-  test::WriteFile("/tmp/target", "");
+  const auto placeFile = [] { WriteFile("/tmp/CloudLog", "in the way"); };
+  WriteFile("/tmp/target", "");
 
   for (void (*place)() : {+placeDirectory, +placeLink, +placeFile}) {
     fs::remove_all("/tmp/CloudLog");
@@ -108,12 +109,12 @@ TEST_F(TextLogStore, KeepsItsRecordsUntilTheFileCanBeOpened) {
     testing::internal::CaptureStdout();
     EXPECT_EQ(Write({"first", "second"}), -1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Open /tmp/CloudLog/0307_log.txt failed\n");
-    EXPECT_EQ(test::ReadFile("/tmp/target"), "");
+    EXPECT_EQ(ReadFile("/tmp/target"), "");
     EXPECT_EQ(store.Init(), 0);
 
     fs::remove_all("/tmp/CloudLog");
     EXPECT_EQ(Write(), 0);
-    EXPECT_EQ(test::ReadFile(kTodaysFile), kHead + "first\n" + kHead + "second\n");
+    EXPECT_EQ(ReadFile(kTodaysFile), kHead + "first\n" + kHead + "second\n");
   }
 }
 
@@ -129,7 +130,7 @@ TEST_F(TextLogStore, LosesTheRecordsOfAFailingWriteAndGoesOn) {
 
   EXPECT_EQ(Write({"next"}), 0);
 
-  EXPECT_EQ(test::ReadFile(kTodaysFile), kHead + "next\n");
+  EXPECT_EQ(ReadFile(kTodaysFile), kHead + "next\n");
 }
 
 // A full pipe in the file's place stops the writing until somebody reads.
@@ -138,10 +139,10 @@ TEST_F(TextLogStore, LetsCallersWaitWhileItWrites) {
   ASSERT_EQ(mkfifo(kTodaysFile, 0600), 0);
   const util::Descriptor pipe(open(kTodaysFile, O_RDWR | O_CLOEXEC));
   ASSERT_EQ(fcntl(pipe.Get(), F_SETPIPE_SZ, 4096), 4096);
-  const test::Caller writer([this] { Write(Names(3, std::string(2000, 'x'))); });
+  const Caller writer([this] { Write(Names(3, std::string(2000, 'x'))); });
   ASSERT_TRUE(writer.Waits());
 
-  const test::Caller caller([] { log_Text(INFO, "message"); });
+  const Caller caller([] { log_Text(INFO, "message"); });
 
   EXPECT_TRUE(caller.Waits());
   char bytes[4096];
@@ -153,8 +154,7 @@ TEST_F(TextLogStore, LetsCallersWaitWhileItWrites) {
 TEST_F(TextLogStore, LetsCallersThroughDuringTheRetention) {
   Place(Days(101, 119));
   bool returns = false;
-  test::AtNextCall(test::Call::kUnlink,
-                   [&] { returns = test::Caller([] { log_Text(INFO, "message"); }).Returns(); });
+  AtNextCall(Call::kUnlink, [&] { returns = Caller([] { log_Text(INFO, "message"); }).Returns(); });
 
   Write({"message"});
 
@@ -164,15 +164,15 @@ TEST_F(TextLogStore, LetsCallersThroughDuringTheRetention) {
 TEST_F(TextLogStore, WritesFirstAndThenSleepsFiveSecondsForEver) {
   log_Text(INFO, "message");
   bool isWrittenFirst = false;
-  test::OnPause([&](test::Pause) {
-    isWrittenFirst = test::Exists(kTodaysFile);
-    if (test::Pauses().size() == 3) throw test::WorkerEnded{};
+  OnPause([&](Pause) {
+    isWrittenFirst = Exists(kTodaysFile);
+    if (Pauses().size() == 3) throw WorkerEnded{};
   });
 
-  EXPECT_THROW(CLogTxt::RecordThread(&store), test::WorkerEnded);
+  EXPECT_THROW(CLogTxt::RecordThread(&store), WorkerEnded);
 
   EXPECT_TRUE(isWrittenFirst);
-  EXPECT_THAT(test::Pauses(), ElementsAre(5s, 5s, 5s));
+  EXPECT_THAT(Pauses(), ElementsAre(5s, 5s, 5s));
 }
 
 TEST_F(TextLogStore, KeepsTheFiveLargestNumbers) {
@@ -199,9 +199,9 @@ TEST_F(TextLogStore, KeepsTheFiveLargestNumbers) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     Place(row.before);
-    test::SetTime(test::LocalTimeOf(2024, row.today / 100, row.today % 100, 12));
+    SetTime(LocalTimeOf(2024, row.today / 100, row.today % 100, 12));
     EXPECT_EQ(Write({"message"}), 0);
-    EXPECT_THAT(test::List("/tmp/CloudLog"), ::testing::UnorderedElementsAreArray(row.after));
+    EXPECT_THAT(List("/tmp/CloudLog"), ::testing::UnorderedElementsAreArray(row.after));
   }
 }
 
@@ -237,7 +237,7 @@ TEST_F(TextLogStore, MakesADirectoryWhosePathIsCutAt63Characters) {
   const std::string name(63 - sizeof("/tessel"), 'd');
 
   EXPECT_EQ(store.CreateDirectory(("/tessel/" + name + "cut").c_str()), 0);
-  EXPECT_THAT(test::List("/tessel"), ElementsAre(name));
+  EXPECT_THAT(List("/tessel"), ElementsAre(name));
   EXPECT_EQ(store.CreateDirectory(nullptr), -1);
 }
 

@@ -11,8 +11,7 @@
 #include "packtest.h"
 #include "support/faults.h"
 
-using test::AlarmEvent;
-using test::Texts;
+using namespace test;
 using ::testing::ElementsAre;
 
 namespace {
@@ -30,7 +29,7 @@ std::optional<std::string> FindName(std::uint32_t dataId) {
   return std::nullopt;
 }
 
-class AlarmDocument : public test::GatewayTest {
+class AlarmDocument : public GatewayTest {
  protected:
   std::string Document(const std::vector<Alarm_Data_Para>& events) {
     rapidjson::StringBuffer text;
@@ -43,7 +42,7 @@ class AlarmDocument : public test::GatewayTest {
 };
 
 TEST_F(AlarmDocument, ListsTheEventsInTheGivenOrder) {
-  const std::time_t noon = test::LocalTimeOf(2024, 3, 7, 12);
+  const std::time_t noon = LocalTimeOf(2024, 3, 7, 12);
 
   EXPECT_EQ(Document({AlarmEvent{.dataId = kLevel,
                                  .time = noon - 1,
@@ -76,7 +75,7 @@ TEST_F(AlarmDocument, CutsDescriptionAndValueAt254Bytes) {
 }
 
 TEST_F(AlarmDocument, TakesOverTimeCodeAndNameOfTheEventBefore) {
-  test::FailCalls(test::Call::kLocaltime, 1, 1);
+  FailCalls(Call::kLocaltime, 1, 1);
 
   const std::string document = Document({AlarmEvent{.dataId = kOddDoor, .type = 2},
                                          AlarmEvent{.dataId = kDoor, .time = 1, .upFlag = 1},
@@ -119,9 +118,9 @@ TEST(AlarmCode, FollowsPointEventTypeAndFlag) {
 }
 
 TEST_F(AlarmDocument, WritesLocalTimesAlsoAfter2038) {
-  test::SetTime(test::LocalTimeOf(2038, 1, 20, 12));
+  SetTime(LocalTimeOf(2038, 1, 20, 12));
 
-  const std::string document = Document({AlarmEvent{.time = test::LocalTimeOf(2038, 1, 20, 11)}});
+  const std::string document = Document({AlarmEvent{.time = LocalTimeOf(2038, 1, 20, 11)}});
 
   EXPECT_THAT(Texts(document, "alarmTime"), ElementsAre("2038-01-20 11:00:00"));
 }

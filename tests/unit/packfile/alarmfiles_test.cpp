@@ -13,15 +13,8 @@
 #include "support/files.h"
 #include "support/logs.h"
 
-using test::AlarmEvent;
-using test::Call;
-using test::kAlarmDay;
-using test::Texts;
-using test::Unpack;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::Pair;
-using ::testing::SizeIs;
+using namespace test;
+using namespace testing;
 
 namespace {
 
@@ -40,11 +33,11 @@ Alarm_Data_Struct Events(std::uint32_t count) {
   return events;
 }
 
-class AlarmFiles : public test::PackTest {
+class AlarmFiles : public PackTest {
  protected:
   void SetUp() override {
     PackTest::SetUp();
-    for (std::uint32_t i = 0; i < 41; ++i) test::AddPoint(kKnown + i, "Known");
+    for (std::uint32_t i = 0; i < 41; ++i) AddPoint(kKnown + i, "Known");
   }
 
   std::vector<std::string> Pack(const Alarm_Data_Struct& events) {
@@ -74,29 +67,29 @@ TEST_F(AlarmFiles, HoldTwentyEventsEachInTheirOrder) {
 }
 
 TEST_F(AlarmFiles, AreNamedBetweenDocumentAndPauseAndWrittenAfterIt) {
-  test::AtNextCall(Call::kLocaltime, [] { test::SetTime(test::LocalTimeOf(2024, 12, 31)); });
-  std::vector<std::pair<test::Pause, std::vector<std::string>>> seen;  // files at each pause
-  test::OnPause([&](test::Pause pause) {
-    seen.emplace_back(pause, test::List(kAlarmDay));
-    test::SetTime(test::LocalTimeOf(2025, 1, 1));
+  AtNextCall(Call::kLocaltime, [] { SetTime(LocalTimeOf(2024, 12, 31)); });
+  std::vector<std::pair<Pause, std::vector<std::string>>> seen;  // files at each pause
+  OnPause([&](Pause pause) {
+    seen.emplace_back(pause, List(kAlarmDay));
+    SetTime(LocalTimeOf(2025, 1, 1));
   });
 
   Pack(Events(1));
 
-  EXPECT_THAT(seen, ElementsAre(Pair(test::Pause(50000), IsEmpty()),
-                                Pair(test::kBeforeAnAttempt, ElementsAre("T20241231000000.dat"))));
+  EXPECT_THAT(seen, ElementsAre(Pair(Pause(50000), IsEmpty()),
+                                Pair(kBeforeAnAttempt, ElementsAre("T20241231000000.dat"))));
 }
 
 TEST_F(AlarmFiles, AreMadeOfTheRestAfterOneThatIsLost) {
   Alarm_Data_Struct events = Events(40);
   events[39] = AlarmEvent{.dataId = kKnown, .type = 1};
   events.push_back(AlarmEvent{.dataId = kUnknown, .type = 2});
-  test::ReplaceTar("case $2 in T20240307120001*) exit 1;; esac; real_tar \"$@\"");
+  ReplaceTar("case $2 in T20240307120001*) exit 1;; esac; real_tar \"$@\"");
 
   const auto files = Pack(events);
 
   ASSERT_THAT(files, ElementsAre(Path(0), Path(4)));
-  EXPECT_TRUE(test::Exists(Path(1, ".dat")));
+  EXPECT_TRUE(Exists(Path(1, ".dat")));
   EXPECT_THAT(m_unwritten, IsEmpty());
   // The last event takes over from the one that was lost.
   EXPECT_THAT(Texts(Unpack(files[1]), "alarmType"), ElementsAre("10101"));
@@ -122,13 +115,12 @@ TEST_F(AlarmFiles, HandBackTheEventsOfATextThatTheCardDidNotTakeWhole) {
 }
 
 TEST_F(AlarmFiles, AreMadeOfTheRestAfterATimeThatCannotBeConverted) {
-  test::FailCalls(Call::kLocaltime, 1, 20);  // twenty events come before the first name
+  FailCalls(Call::kLocaltime, 1, 20);  // twenty events come before the first name
 
   EXPECT_THAT(Pack(Events(21)), ElementsAre(Path(0)));
 
-  EXPECT_THAT(test::TextLog("WARN"),
-              ElementsAre("CreateAlarmDataJsonFile in " + std::string(kAlarmDay) +
-                          " failed, no local time"));
+  EXPECT_THAT(TextLog("WARN"), ElementsAre("CreateAlarmDataJsonFile in " + std::string(kAlarmDay) +
+                                           " failed, no local time"));
 }
 
 }  // namespace

@@ -10,11 +10,8 @@
 #include "support/faults.h"
 #include "support/files.h"
 
-using test::Call;
-using test::kBeforeAnAttempt;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
+using namespace test;
+using namespace testing;
 
 namespace {
 
@@ -51,10 +48,10 @@ std::vector<int>& Statuses() {
 }
 
 auto ReportsOnly(int status) {
-  return ::testing::AllOf(::testing::Not(IsEmpty()), ::testing::Each(status));
+  return AllOf(Not(IsEmpty()), Each(status));
 }
 
-class DataFileOnTheCard : public test::PackTest {
+class DataFileOnTheCard : public PackTest {
  protected:
   void SetUp() override {
     PackTest::SetUp();
@@ -68,78 +65,78 @@ class DataFileOnTheCard : public test::PackTest {
       Statuses().push_back(status);
     });
   }
-  static std::vector<std::string> Left() { return test::List(test::kRealDataDay); }
+  static std::vector<std::string> Left() { return List(kRealDataDay); }
 
-  DataFile m_file{'S', test::kRealDataDay, kMoment};
+  DataFile m_file{'S', kRealDataDay, kMoment};
 };
 
 TEST_F(DataFileOnTheCard, BecomesAnArchiveOfTheTextUnderItsBareName) {
-  test::WriteFile(kText, "a longer text that was left behind");
+  WriteFile(kText, "a longer text that was left behind");
 
   EXPECT_TRUE(Pack());
 
-  EXPECT_EQ(test::Shell(std::string("tar -tzf ") + kArchive), "S20240102030405.dat\n");
-  EXPECT_EQ(test::Unpack(kArchive), "document");
-  EXPECT_THAT(test::ReadFile(kArchive), ::testing::StartsWith("\x1f\x8b"));  // gzip
+  EXPECT_EQ(Shell(std::string("tar -tzf ") + kArchive), "S20240102030405.dat\n");
+  EXPECT_EQ(Unpack(kArchive), "document");
+  EXPECT_THAT(ReadFile(kArchive), StartsWith("\x1f\x8b"));  // gzip
   EXPECT_THAT(Left(), ElementsAre("S20240102030405.tar.gz"));
   EXPECT_THAT(Statuses(), IsEmpty());
 }
 
 TEST_F(DataFileOnTheCard, GetsThreeAttemptsEachAfterAPauseOfOneSecond) {
-  test::FailCalls(Call::kPopen, 3);
+  FailCalls(Call::kPopen, 3);
 
   EXPECT_FALSE(Pack());
 
   EXPECT_THAT(Statuses(), ElementsAre(0, 0, 0));
-  EXPECT_THAT(test::Pauses(), ElementsAre(kBeforeAnAttempt, kBeforeAnAttempt, kBeforeAnAttempt));
+  EXPECT_THAT(Pauses(), ElementsAre(kBeforeAnAttempt, kBeforeAnAttempt, kBeforeAnAttempt));
 }
 
 TEST_F(DataFileOnTheCard, IsMadeAtTheLastAttempt) {
-  test::ReplaceTar(R"(echo >> /tmp/replacement/calls
+  ReplaceTar(R"(echo >> /tmp/replacement/calls
                       case $(wc -l < /tmp/replacement/calls) in 1) exit 0;; 2) exit 4;; esac
                       real_tar "$@")");
 
   EXPECT_TRUE(Pack());
 
   EXPECT_THAT(Statuses(), ElementsAre(4));
-  EXPECT_EQ(test::Unpack(kArchive), "document");
+  EXPECT_EQ(Unpack(kArchive), "document");
 }
 
 TEST_F(DataFileOnTheCard, KeepsItsTextAndReportsTheStatusOfEachFailedAttempt) {
   struct Row {
     std::string tar;
-    ::testing::Matcher<std::vector<int>> statuses;
+    Matcher<std::vector<int>> statuses;
   };
   for (const auto& [tar, statuses] : {Row{"echo part > $2; exit 255", ReportsOnly(255)},
                                       Row{"real_tar \"$@\"; exit 1", ReportsOnly(1)},
                                       Row{"exit 0", IsEmpty()}, Row{": > $2", IsEmpty()}}) {
     SCOPED_TRACE(tar);
-    test::ReplaceTar(tar);
+    ReplaceTar(tar);
     Statuses().clear();
 
     EXPECT_FALSE(Pack());
     m_file.RemoveRemains();
 
     EXPECT_THAT(Statuses(), statuses);
-    EXPECT_EQ(test::ReadFile(kText), "document");
+    EXPECT_EQ(ReadFile(kText), "document");
     EXPECT_THAT(Left(), ElementsAre("S20240102030405.dat"));
   }
 }
 
 // The paths that this process has open, a line each.
 std::string OpenPaths() {
-  return test::Shell("readlink /proc/$PPID/fd/*; true");
+  return Shell("readlink /proc/$PPID/fd/*; true");
 }
 
 TEST_F(DataFileOnTheCard, SynchronisesArchiveAndDirectoryBeforeTheTextGoes) {
   int synchronised = 0;
-  test::AtNextCall(Call::kFsync, [&] {
+  AtNextCall(Call::kFsync, [&] {
     ++synchronised;
     EXPECT_THAT(OpenPaths(), HasSubstr(std::string(kArchive) + "\n"));
-    test::AtNextCall(Call::kFsync, [&] {
+    AtNextCall(Call::kFsync, [&] {
       ++synchronised;
-      EXPECT_THAT(OpenPaths(), HasSubstr(std::string(test::kRealDataDay) + "\n"));
-      EXPECT_TRUE(test::Exists(kText));
+      EXPECT_THAT(OpenPaths(), HasSubstr(std::string(kRealDataDay) + "\n"));
+      EXPECT_TRUE(Exists(kText));
     });
   });
 
@@ -152,35 +149,35 @@ class DataFileBesideAnEarlierArchive : public DataFileOnTheCard {
  protected:
   void SetUp() override {
     DataFileOnTheCard::SetUp();
-    test::WriteFile(kArchive, "earlier");
+    WriteFile(kArchive, "earlier");
   }
 };
 
 TEST_F(DataFileBesideAnEarlierArchive, ReplacesItOnceTheNewOneIsWholeAndOnTheCard) {
-  test::WriteFile(std::string(test::kRealDataDay) + "/new/left/behind", "half");
+  WriteFile(std::string(kRealDataDay) + "/new/left/behind", "half");
   std::string atFirstSync;
-  test::AtNextCall(Call::kFsync, [&] { atFirstSync = test::ReadFile(kArchive); });
+  AtNextCall(Call::kFsync, [&] { atFirstSync = ReadFile(kArchive); });
 
   EXPECT_TRUE(Pack());
 
   EXPECT_EQ(atFirstSync, "earlier");
-  EXPECT_EQ(test::Unpack(kArchive), "document");
+  EXPECT_EQ(Unpack(kArchive), "document");
   EXPECT_THAT(Left(), ElementsAre("S20240102030405.tar.gz"));
 }
 
 TEST_F(DataFileBesideAnEarlierArchive, KeepsItAndTheTextAfterAFailure) {
-  test::ReplaceTar("echo part > $2; exit 2");
+  ReplaceTar("echo part > $2; exit 2");
 
   EXPECT_FALSE(Pack());
   m_file.RemoveRemains();
 
-  EXPECT_EQ(test::ReadFile(kArchive), "earlier");
-  EXPECT_EQ(test::ReadFile(kText), "document");
+  EXPECT_EQ(ReadFile(kArchive), "earlier");
+  EXPECT_EQ(ReadFile(kText), "document");
   EXPECT_THAT(Left(), ElementsAre("S20240102030405.dat", "S20240102030405.tar.gz"));
 }
 
 TEST_F(DataFileBesideAnEarlierArchive, ReportsThatItCannotBeReplaced) {
-  test::ReplaceTar("rm -f ../$2; mkdir -p ../$2; real_tar \"$@\"");
+  ReplaceTar("rm -f ../$2; mkdir -p ../$2; real_tar \"$@\"");
 
   EXPECT_FALSE(Pack());
 
@@ -188,7 +185,7 @@ TEST_F(DataFileBesideAnEarlierArchive, ReportsThatItCannotBeReplaced) {
 }
 
 TEST_F(DataFileBesideAnEarlierArchive, FailsWithoutRoomForADirectory) {
-  test::FailCalls(Call::kMkdir);
+  FailCalls(Call::kMkdir);
 
   EXPECT_FALSE(Pack());
   m_file.RemoveRemains();

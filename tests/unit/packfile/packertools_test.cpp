@@ -12,8 +12,7 @@
 #include "support/files.h"
 #include "support/gateway.h"
 
-using ::testing::Pair;
-using ::testing::SizeIs;
+using namespace testing;
 using namespace std::string_literals;
 
 namespace {

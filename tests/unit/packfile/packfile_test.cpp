@@ -6,7 +6,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -16,16 +15,8 @@
 #include "support/historydatabase.h"
 #include "support/logs.h"
 
-using test::AlarmEvent;
-using test::Call;
-using test::LogRecord;
-using ::testing::AllOf;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::StartsWith;
+using namespace test;
+using namespace testing;
 
 namespace {
 
@@ -40,16 +31,15 @@ struct Packed {
 
 Packed PackRealData(Real_Data_Struct values, std::time_t when = std::time(nullptr)) {
   Packed packed;
-  packed.result = GetCPackFileInstance().CreateRealDataJsonFile(&values, test::kRealDataDay,
-                                                                &packed.files, when);
+  packed.result =
+      GetCPackFileInstance().CreateRealDataJsonFile(&values, kRealDataDay, &packed.files, when);
   return packed;
 }
 
 Packed PackAlarm() {
   const Alarm_Data_Struct events{AlarmEvent{.dataId = kLevel}};
   Packed packed;
-  packed.result =
-      GetCPackFileInstance().CreateAlarmDataJsonFile(&events, test::kAlarmDay, &packed.files);
+  packed.result = GetCPackFileInstance().CreateAlarmDataJsonFile(&events, kAlarmDay, &packed.files);
   return packed;
 }
 
@@ -63,7 +53,7 @@ Packed PackRecall(std::uint32_t minutes = 1) {
                 .points = {{.pointId = 0x4D, .beginTime = kTen, .endTime = last}}}}};
   Packed packed;
   std::string file = "untouched";
-  packed.result = GetCPackFileInstance().CreateRecallDataJsonFile(&order, test::kRecalls, &file);
+  packed.result = GetCPackFileInstance().CreateRecallDataJsonFile(&order, kRecalls, &file);
   if (file != "untouched") packed.files.push_back(file);
   return packed;
 }
@@ -78,16 +68,12 @@ struct Builder {
   const char* values;  // the end of its document
 };
 
-void PrintTo(const Builder& builder, std::ostream* out) {
-  *out << builder.function;
-}
-
-class PackedFile : public test::PackTest, public ::testing::WithParamInterface<Builder> {
+class PackedFile : public PackTest, public WithParamInterface<Builder> {
  protected:
   void SetUp() override {
     PackTest::SetUp();
-    test::AddPoint(kLevel, "Level");
-    test::HistoryDatabase().Add({.dataId = kLevel, .time = kTen, .value = 2});
+    AddPoint(kLevel, "Level");
+    HistoryDatabase().Add({.dataId = kLevel, .time = kTen, .value = 2});
   }
   static std::string Path(const std::string& ending) {
     return std::string(GetParam().directory) + "/" + GetParam().name + ending;
@@ -102,25 +88,25 @@ TEST_P(PackedFile, HoldsTheDocumentAndLogsItsSuccess) {
 
   EXPECT_EQ(packed.result, 0);
   EXPECT_THAT(packed.files, ElementsAre("before", Path(".tar.gz")));
-  EXPECT_THAT(test::Unpack(Path(".tar.gz")),
+  EXPECT_THAT(Unpack(Path(".tar.gz")),
               AllOf(StartsWith(R"({"sn":"BR0042",)"), EndsWith(GetParam().values)));
-  EXPECT_THAT(test::TextLog(), ElementsAre(Line("INFO", "", " Success")));
+  EXPECT_THAT(TextLog(), ElementsAre(Line("INFO", "", " Success")));
 }
 
 TEST_P(PackedFile, LogsEachFailedAttemptAndKeepsItsText) {
-  test::ReplaceTar("echo part > $2; exit 7");
+  ReplaceTar("echo part > $2; exit 7");
 
   const Packed packed = GetParam().pack();
 
   const LogRecord failed = Line("WARN", "", " failed,errno 7");
   const LogRecord gaveUp = Line("WARN", "try 3 times,but ", " failed");
-  const auto log = test::TextLog();
+  const auto log = TextLog();
   EXPECT_EQ(log.front(), failed);
   EXPECT_EQ(log.back(), GetParam().givesUp ? gaveUp : failed);
   EXPECT_EQ(packed.result, GetParam().failure);
   EXPECT_THAT(packed.files, ElementsAre("before"));
-  EXPECT_THAT(test::ReadFile(Path(".dat")), EndsWith(GetParam().values));
-  EXPECT_NE(test::Exists(Path(".tar.gz")), GetParam().givesUp);
+  EXPECT_THAT(ReadFile(Path(".dat")), EndsWith(GetParam().values));
+  EXPECT_NE(Exists(Path(".tar.gz")), GetParam().givesUp);
 }
 
 TEST_P(PackedFile, RefusesATextThatTheCardDidNotTakeWhole) {
@@ -129,8 +115,8 @@ TEST_P(PackedFile, RefusesATextThatTheCardDidNotTakeWhole) {
   const Packed packed = GetParam().pack();
 
   EXPECT_EQ(packed.result, GetParam().failure);
-  EXPECT_THAT(test::List(GetParam().directory), IsEmpty());
-  EXPECT_THAT(test::TextLog("WARN").at(0), HasSubstr("errno 28"));
+  EXPECT_THAT(List(GetParam().directory), IsEmpty());
+  EXPECT_THAT(TextLog("WARN").at(0), HasSubstr("errno 28"));
 }
 
 // The stop holds in every build type; its message is the one of assert.
@@ -138,7 +124,7 @@ TEST_P(PackedFile, EndsTheProcessWhenItsTextCannotBeOpened) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   std::filesystem::create_directories(Path(".dat"));
 
-  EXPECT_EXIT(GetParam().pack(), ::testing::KilledBySignal(SIGABRT),
+  EXPECT_EXIT(GetParam().pack(), KilledBySignal(SIGABRT),
               "packfile/packfile\\.cpp:[0-9]+: .*CPackFile::" + std::string(GetParam().function) +
                   "\\(.*\\): Assertion `ofs\\.is_open\\(\\)' failed");
 }
@@ -147,79 +133,78 @@ INSTANTIATE_TEST_SUITE_P(
     Builders, PackedFile,
     ::testing::Values(
         Builder{
-            "CreateRealDataJsonFile", test::kRealDataDay, "S20240306120000",
+            "CreateRealDataJsonFile", kRealDataDay, "S20240306120000",
             [] {
-              return PackRealData({{kLevel, 1}}, test::LocalTimeOf(2024, 3, 6, 12));
+              return PackRealData({{kLevel, 1}}, LocalTimeOf(2024, 3, 6, 12));
             },
             -1, true,
             R"("timeMark":"2024-03-06 12:00:00","values":[{"pointId":"004D","value":"1.000"}]}]})"},
-        Builder{"CreateAlarmDataJsonFile", test::kAlarmDay, "T20240307120000", PackAlarm, 0, true,
+        Builder{"CreateAlarmDataJsonFile", kAlarmDay, "T20240307120000", PackAlarm, 0, true,
                 R"j("alarmDes":"Level(阀值:0.000)","alarmValues":[{"pointId":"004D",)j"
                 R"("values":[{"timeMark":"2024-03-07 11:59:30","value":"0.000"}]}]}]})"},
-        Builder{"CreateRecallDataJsonFile", test::kRecalls, "R20240307120000",
+        Builder{"CreateRecallDataJsonFile", kRecalls, "R20240307120000",
                 [] { return PackRecall(); }, -1, false,
                 R"("values":[{"timeMark":"2024-03-07 10:00:00","value":"2.000"}]}]})"}),
     [](const auto& test) { return test.param.function; });
 
-class Packer : public test::PackTest {};
+class Packer : public PackTest {};
 
 TEST_F(Packer, FailsSilentlyWhenTheTimeCannotBeConverted) {
   for (Packed (*pack)() : {+[] { return PackRealData({}); }, +[] { return PackRecall(); }}) {
-    test::FailCalls(Call::kLocaltime);
+    FailCalls(Call::kLocaltime);
 
     const Packed packed = pack();
 
     EXPECT_EQ(packed.result, -1);
     EXPECT_THAT(packed.files, ElementsAre("before"));
   }
-  EXPECT_THAT(test::TextLog(), IsEmpty());
+  EXPECT_THAT(TextLog(), IsEmpty());
 }
 
-class RealDataFile : public test::PackTest {};
+class RealDataFile : public PackTest {};
 
 TEST_F(RealDataFile, IsNotMadeWhenAPointHasNoValue) {
-  test::AddPoint(0x0A0300FE);
-  const std::string text = std::string(test::kRealDataDay) + "/S20240307120000.dat";
+  AddPoint(0x0A0300FE);
+  const std::string text = std::string(kRealDataDay) + "/S20240307120000.dat";
 
   const Packed packed = PackRealData({});
 
   EXPECT_EQ(packed.result, 0);
   EXPECT_THAT(packed.files, ElementsAre("before"));
-  EXPECT_FALSE(test::Exists(text));
-  EXPECT_THAT(test::TextLog("INFO"),
+  EXPECT_FALSE(Exists(text));
+  EXPECT_THAT(TextLog("INFO"),
               ElementsAre("CreateRealDataJsonFile " + text + " Error, can't find id: 0a0300fe"));
 }
 
-class RecallFile : public test::PackTest {};
+class RecallFile : public PackTest {};
 
 TEST_F(RecallFile, IsNamedByTheTimeAtWhichItWasBegun) {
-  test::HistoryDatabase().Table(kLevel);
-  test::AtNextCall(Call::kSqliteOpen, [] { test::SetTime(test::LocalTimeOf(2024, 12, 31)); });
+  HistoryDatabase().Table(kLevel);
+  AtNextCall(Call::kSqliteOpen, [] { SetTime(LocalTimeOf(2024, 12, 31)); });
 
   EXPECT_THAT(PackRecall().files, Contains(HasSubstr("/R20240307120000.tar.gz")));
-  EXPECT_GE(std::time(nullptr), test::LocalTimeOf(2024, 12, 31));
+  EXPECT_GE(std::time(nullptr), LocalTimeOf(2024, 12, 31));
 }
 
 // tar stands in the shell's command line, which it can read.
 TEST_F(RecallFile, AsksForTheStatusWithACommandWithoutABlank) {
-  test::ReplaceTar(
-      R"(tr '\0' '\n' < /proc/$PPID/cmdline > /tmp/replacement/command; real_tar "$@")");
+  ReplaceTar(R"(tr '\0' '\n' < /proc/$PPID/cmdline > /tmp/replacement/command; real_tar "$@")");
 
   PackRecall();
 
-  EXPECT_THAT(test::ReadFile("/tmp/replacement/command"), HasSubstr("2>&1;echo $?\n"));
+  EXPECT_THAT(ReadFile("/tmp/replacement/command"), HasSubstr("2>&1;echo $?\n"));
 }
 
 TEST_F(RecallFile, CountsAsSentAndLeavesNothingWhenItIsTooLarge) {
   constexpr std::uint32_t kTooMany = 14 * 24 * 60 + 1;
-  test::HistoryDatabase().Series(kLevel, kTen, kTen + (kTooMany - 1) * 60);
+  HistoryDatabase().Series(kLevel, kTen, kTen + (kTooMany - 1) * 60);
 
   const Packed packed = PackRecall(kTooMany);
 
   EXPECT_EQ(packed.result, 0);
   EXPECT_THAT(packed.files, ElementsAre("before", ""));
-  EXPECT_THAT(test::List(test::kRecalls), IsEmpty());
-  EXPECT_THAT(test::TextLog("WARN"),
+  EXPECT_THAT(List(kRecalls), IsEmpty());
+  EXPECT_THAT(TextLog("WARN"),
               ElementsAre("Recall 7 has more than 6291456 bytes or 20160 values of a point,judge "
                           "it send OK"));
 }

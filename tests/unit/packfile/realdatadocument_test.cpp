@@ -13,9 +13,7 @@
 #include "support/clock.h"
 #include "support/gateway.h"
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
+using namespace testing;
 
 namespace {
 

@@ -12,8 +12,7 @@
 #include "support/faults.h"
 
 using test::Texts;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
+using namespace testing;
 
 namespace {
 

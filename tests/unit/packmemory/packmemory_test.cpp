@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include <array>
-#include <ostream>
 #include <string>
 
 #include "config/snset.h"
@@ -30,10 +29,6 @@ struct Request {
   int (CPackMemory::*build)(char* buf, int size);
   std::string end;  // of the body, after the serial number
 };
-
-void PrintTo(const Request& request, std::ostream* out) {
-  *out << request.name;
-}
 
 class RequestBody : public test::GatewayTest, public ::testing::WithParamInterface<Request> {
  protected:

@@ -5,18 +5,15 @@
 
 #include "answertest.h"
 
-using test::LogRecord;
-using test::ParseUpload;
-using test::Texts;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using namespace test;
+using namespace testing;
 
 namespace {
 
 constexpr std::size_t kDeep = 1000000;  // levels; any recursion ends the process long before
 constexpr char kGood[] = R"({"status":6,"message":"ok","data":[]})";
 
-class Parsing : public test::GatewayTest {};
+class Parsing : public GatewayTest {};
 
 TEST_F(Parsing, FailsSilentlyAndLeavesTheRecordAlone) {
   for (const auto& text :
@@ -31,10 +28,10 @@ TEST_F(Parsing, FailsSilentlyAndLeavesTheRecordAlone) {
     EXPECT_EQ(parsed.result, -1);
     EXPECT_TRUE(parsed.IsUntouched());
   }
-  EXPECT_EQ(test::ParseAuthorize("{").result, -1);
-  EXPECT_EQ(test::ParseSkipAddress("{").result, -1);
-  EXPECT_EQ(test::ParseRecall("{").result, -1);
-  EXPECT_THAT(test::TextLog(), IsEmpty());
+  EXPECT_EQ(ParseAuthorize("{").result, -1);
+  EXPECT_EQ(ParseSkipAddress("{").result, -1);
+  EXPECT_EQ(ParseRecall("{").result, -1);
+  EXPECT_THAT(TextLog(), IsEmpty());
 }
 
 TEST_F(Parsing, ReadsUpToTheTerminatorWhateverTheLengthSays) {
@@ -57,20 +54,20 @@ void ExpectLoggedWhole(Parser parse, const std::string& name) {
   for (const auto& text : Texts{R"({"status":0,"message":"%s%n%d"})",
                                 R"({"message":"ok","data":[]})", R"({"status":0,"data":[]})"}) {
     SCOPED_TRACE(text);
-    test::DiscardLogs();
+    DiscardLogs();
 
     const auto parsed = parse(text);
 
     EXPECT_EQ(parsed.result, -1);
     EXPECT_TRUE(parsed.IsUntouched());
-    EXPECT_THAT(test::TextLog(),
+    EXPECT_THAT(TextLog(),
                 ElementsAre(LogRecord{"WARN", name + " recv:" + text + " ,missing Member"}));
   }
 }
 
 TEST_F(Parsing, LogsTheWholeAnswerThatLacksAMember) {
-  ExpectLoggedWhole(test::ParseAuthorize, "Authorize");
-  ExpectLoggedWhole(test::ParseSkipAddress, "SkipAddress");
+  ExpectLoggedWhole(ParseAuthorize, "Authorize");
+  ExpectLoggedWhole(ParseSkipAddress, "SkipAddress");
 }
 
 }  // namespace

@@ -7,17 +7,8 @@
 
 #include "answertest.h"
 
-using test::AnswerWithData;
-using test::ParsedRecall;
-using test::ParseRecall;
-using test::ParseRecallInto;
-using test::RecallDevice;
-using test::RecallOrder;
-using test::RecallPoint;
-using test::Texts;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace test;
+using namespace testing;
 
 namespace {
 
@@ -47,7 +38,7 @@ void ExpectUntouched(const std::string& text, int result) {
   EXPECT_THAT(GroupsOf(ack), ElementsAre(9)) << text;
 }
 
-class RecallAnswer : public test::GatewayTest {};
+class RecallAnswer : public GatewayTest {};
 
 TEST_F(RecallAnswer, GivesSerialNumberNumberDevicesAndPoints) {
   const ParsedRecall parsed =
@@ -65,7 +56,7 @@ TEST_F(RecallAnswer, GivesSerialNumberNumberDevicesAndPoints) {
   EXPECT_EQ(parsed.ack.devs[0].points[0].pointId, 0x1A2BU);
   EXPECT_EQ(parsed.ack.devs[0].points[0].beginTime, 1709258400U);
   EXPECT_EQ(parsed.ack.devs[0].points[0].endTime, 1709263800U);
-  EXPECT_THAT(test::TextLog(), IsEmpty());
+  EXPECT_THAT(TextLog(), IsEmpty());
 }
 
 TEST_F(RecallAnswer, KeepsDevicesAndPointsInTheirOrder) {
@@ -96,7 +87,7 @@ TEST_F(RecallAnswer, LeavesTheRecordAloneWithoutAnOrder) {
                            R"([{"sn":"s1","id":5,"devs":[]}])"}) {
     ExpectUntouched(AnswerWithData(data), 0);
   }
-  EXPECT_THAT(test::TextLog(), IsEmpty());
+  EXPECT_THAT(TextLog(), IsEmpty());
 }
 
 TEST_F(RecallAnswer, FailsWithAnotherStatusBeforeTheDataIsRead) {
@@ -104,7 +95,7 @@ TEST_F(RecallAnswer, FailsWithAnotherStatusBeforeTheDataIsRead) {
                            R"({"status":-1})", R"({"status":500,"data":"none"})"}) {
     ExpectUntouched(text, -1);
   }
-  EXPECT_THAT(test::TextLog(), IsEmpty());
+  EXPECT_THAT(TextLog(), IsEmpty());
 }
 
 TEST_F(RecallAnswer, ThrowsAtAWrongType) {
@@ -153,7 +144,7 @@ TEST_F(RecallAnswer, LeavesOutIncompleteDevices) {
 
   EXPECT_EQ(parsed.result, 0);
   EXPECT_THAT(GroupsOf(parsed.ack), ElementsAre(1, 2));
-  EXPECT_THAT(test::TextLog(), IsEmpty());
+  EXPECT_THAT(TextLog(), IsEmpty());
 }
 
 TEST_F(RecallAnswer, LeavesOutIncompletePoints) {
@@ -163,7 +154,7 @@ TEST_F(RecallAnswer, LeavesOutIncompletePoints) {
 
   ASSERT_THAT(parsed.ack.devs, SizeIs(1));
   EXPECT_THAT(PointsOf(parsed.ack.devs[0]), ElementsAre(1, 2));
-  EXPECT_THAT(test::TextLog(), IsEmpty());
+  EXPECT_THAT(TextLog(), IsEmpty());
 }
 
 TEST_F(RecallAnswer, LeavesInTheRecordWhatStandsBeforeAFault) {

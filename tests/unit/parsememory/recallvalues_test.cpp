@@ -7,14 +7,11 @@
 #include "answertest.h"
 #include "support/clock.h"
 
-using test::ParseRecall;
-using test::RecallDevice;
-using test::RecallOrder;
-using test::RecallPoint;
+using namespace test;
 
 namespace {
 
-class RecallValues : public test::GatewayTest {
+class RecallValues : public GatewayTest {
  protected:
   // The one point of an order with one device.
   static ST_SINGLE_CALL_POINT PointOf(const std::string& point) {
@@ -51,7 +48,7 @@ struct TimeText {
   const char* text;
   int year, month, day, hour, minute, second;
 
-  std::time_t Time() const { return test::LocalTimeOf(year, month, day, hour, minute, second); }
+  std::time_t Time() const { return LocalTimeOf(year, month, day, hour, minute, second); }
 };
 
 TEST_F(RecallValues, RoundTimesUpToAWholeMinute) {

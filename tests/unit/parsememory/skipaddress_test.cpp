@@ -7,10 +7,8 @@
 #include "answertest.h"
 #include "config/sysset.h"
 
-using test::AnswerWithData;
-using test::ParseSkipAddress;
-using ::testing::Each;
-using ::testing::ElementsAre;
+using namespace test;
+using namespace testing;
 
 namespace {
 
@@ -24,12 +22,12 @@ std::string AnswerWithAddress(const std::string& address) {
   return AnswerWithData(R"([{"realIpAddress":")" + address + R"("}])");
 }
 
-class SkipAddressAnswer : public test::GatewayTest {
+class SkipAddressAnswer : public GatewayTest {
  protected:
   void SetUp() override {
     GatewayTest::SetUp();
     GetCSysSetInstance().SetRealIPAddress(kConfigured);
-    test::DiscardLogs();
+    DiscardLogs();
   }
 };
 
@@ -68,7 +66,7 @@ TEST_F(SkipAddressAnswer, ChangesNothingWithoutAnAddress) {
     const auto parsed = ParseSkipAddress(AnswerWithAddress(json));
 
     EXPECT_EQ(parsed.result, 0) << json;
-    EXPECT_THAT(parsed.ack.realIpAddress, Each(test::kUntouched)) << json;
+    EXPECT_THAT(parsed.ack.realIpAddress, Each(kUntouched)) << json;
     EXPECT_EQ(AddressInUse(), kConfigured) << json;
   }
 }
@@ -79,7 +77,7 @@ TEST_F(SkipAddressAnswer, FollowsEachElementAndEndsAtTheLastWithAnAddress) {
 
   EXPECT_STREQ(parsed.ack.realIpAddress, "192.0.2.8");
   EXPECT_EQ(AddressInUse(), "192.0.2.8");
-  EXPECT_THAT(test::TextLog(), ::testing::SizeIs(2));  // one line for each new address
+  EXPECT_THAT(TextLog(), SizeIs(2));  // one line for each new address
 }
 
 TEST_F(SkipAddressAnswer, LogsAnElementWithoutAnAddressAfterFollowingTheOneBefore) {
@@ -88,9 +86,9 @@ TEST_F(SkipAddressAnswer, LogsAnElementWithoutAnAddressAfterFollowingTheOneBefor
 
   EXPECT_EQ(parsed.result, -1);
   EXPECT_STREQ(parsed.ack.realIpAddress, "192.0.2.7");
-  EXPECT_EQ(parsed.ack.status, test::kUntouchedNumber);
+  EXPECT_EQ(parsed.ack.status, kUntouchedNumber);
   EXPECT_EQ(AddressInUse(), "192.0.2.7");
-  EXPECT_THAT(test::TextLog("WARN"), ElementsAre("SkipAddress missing realIpAddress Member"));
+  EXPECT_THAT(TextLog("WARN"), ElementsAre("SkipAddress missing realIpAddress Member"));
 }
 
 TEST_F(SkipAddressAnswer, ThrowsAtAWrongType) {

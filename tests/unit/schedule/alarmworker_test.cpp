@@ -9,25 +9,17 @@
 #include "util/paths.h"
 #include "workerfixture.h"
 
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::Pair;
-
 namespace {
 
-using test::Event;
-using test::EventDatabase;
-using test::LocalTimeOf;
-using test::ReadLedger;
-using test::RunToRest;
+using namespace test;
+using namespace testing;
 
 // Gives the text file of that name no room, as on a full card.
 void FillCardFor(const std::string& name) {
   std::filesystem::create_symlink("/dev/full", paths::kAlarmData + ("/" + name + ".dat"));
 }
 
-class AlarmWorker : public test::WorkerTest {
+class AlarmWorker : public WorkerTest {
  protected:
   std::int32_t m_interval = 30;
 };
@@ -39,9 +31,9 @@ TEST_F(AlarmWorker, RecordsEveryFileOfItsEventsOnce) {
 
   EXPECT_THAT(ReadLedger(), ElementsAre(Pair("alarmdata/7/T20240307120030.tar.gz", "1 0"),
                                         Pair("alarmdata/7/T20240307120031.tar.gz", "1 0")));
-  EXPECT_THAT(test::List("/media/mmcblk0p1/Cloud/JsonFiles/alarmdata/7"),
+  EXPECT_THAT(List("/media/mmcblk0p1/Cloud/JsonFiles/alarmdata/7"),
               ElementsAre("T20240307120030.tar.gz", "T20240307120031.tar.gz"));
-  EXPECT_THAT(test::DatabaseLog(), IsEmpty());
+  EXPECT_THAT(DatabaseLog(), IsEmpty());
 }
 
 // The name is the clock's. The directory and the row are the boundary's.
@@ -49,8 +41,8 @@ TEST_F(AlarmWorker, FilesByTheDayOfItsBoundaryAlsoWhenItWakesAfterMidnight) {
   EventDatabase(2024, 3).Add();
   m_interval = 7000;  // boundaries that miss midnight: 23:56:40
 
-  test::RunThroughRests(HandleRealAlarm, m_interval,
-                        {[] { test::SetTime(LocalTimeOf(2024, 3, 8, 0, 1)); }, [] {}});
+  RunThroughRests(HandleRealAlarm, m_interval,
+                  {[] { SetTime(LocalTimeOf(2024, 3, 8, 0, 1)); }, [] {}});
 
   EXPECT_THAT(ReadLedger(), ElementsAre(Pair("alarmdata/7/T20240308000100.tar.gz", "1 0")));
 }
@@ -62,29 +54,28 @@ TEST_F(AlarmWorker, PacksTheEventsThatAFullCardKeptOutInTheNextCycle) {
   RunToRest(HandleRealAlarm, m_interval, 3);
 
   EXPECT_THAT(ReadLedger(), ElementsAre(Pair("alarmdata/7/T20240307120100.tar.gz", "1 0")));
-  EXPECT_THAT(test::TextLog("WARN"), Not(Contains(::testing::HasSubstr("given up"))));
+  EXPECT_THAT(TextLog("WARN"), Not(Contains(HasSubstr("given up"))));
 }
 
 TEST_F(AlarmWorker, GivesUpKeptEventsOfMoreThanFourDaysAgo) {
   EventDatabase(2024, 3)
       .Add({.date = "2024-03-05", .clock = "00:00:29"})
       .Add({.date = "2024-03-05", .clock = "00:00:30"});
-  test::SetTime(LocalTimeOf(2024, 3, 8, 23, 59, 20));
+  SetTime(LocalTimeOf(2024, 3, 8, 23, 59, 20));
   FillCardFor("8/T20240308235930");
   FillCardFor("9/T20240309000000");
 
   RunToRest(HandleRealAlarm, m_interval, 4);
 
   EXPECT_THAT(ReadLedger(), ElementsAre(Pair("alarmdata/9/T20240309000030.tar.gz", "1 0")));
-  EXPECT_THAT(test::TextLog("WARN"),
-              Contains("1 alarm events are given up, the card was full for days"));
+  EXPECT_THAT(TextLog("WARN"), Contains("1 alarm events are given up, the card was full for days"));
 }
 
 TEST_F(AlarmWorker, SleepsToABoundaryAndPausesOneSecondWithoutEvents) {
   RunToRest(HandleRealAlarm, m_interval, 3);
 
-  EXPECT_EQ(test::PausesText(), "20 1 29 1 29");
-  EXPECT_FALSE(test::Exists(paths::kLedger));
+  EXPECT_EQ(PausesText(), "20 1 29 1 29");
+  EXPECT_FALSE(Exists(paths::kLedger));
 }
 
 }  // namespace

@@ -5,16 +5,12 @@
 
 #include "historydata/historydata.h"
 #include "support/faults.h"
-#include "util/paths.h"
 #include "workerfixture.h"
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::Pair;
 
 namespace {
 
 using test::LocalTimeOf;
+using namespace testing;
 
 class DataFiles : public test::WorkerTest {};
 

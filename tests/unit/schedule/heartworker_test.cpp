@@ -4,8 +4,7 @@
 #include "schedule/workers.h"
 #include "workerfixture.h"
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using namespace testing;
 
 namespace {
 

@@ -10,18 +10,10 @@
 #include "util/text.h"
 #include "workerfixture.h"
 
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-
 namespace {
 
-using test::Accepted;
-using test::HttpAnswer;
-using test::LogRecord;
-using test::Rejected;
-using test::RunToRest;
+using namespace test;
+using namespace testing;
 
 constexpr char kCheck[] = "EqpDataIfRecall";
 constexpr char kUpload[] = "EqpDataRecall";
@@ -45,7 +37,7 @@ std::string Repeated(int sequence, int times) {
       sequence, sequence, times);
 }
 
-class RecallWorker : public test::WorkerTest {
+class RecallWorker : public WorkerTest {
  protected:
   void Poll(int polls) { RunToRest(HandleRecall, m_interval, polls); }
 
@@ -56,15 +48,15 @@ TEST_F(RecallWorker, AsksAtOnceAndSleepsAPlainIntervalBetweenPolls) {
   Poll(3);
 
   EXPECT_THAT(Requested(), ElementsAre(kCheck, kCheck, kCheck));
-  EXPECT_EQ(test::PausesText(), "77 77 77");
+  EXPECT_EQ(PausesText(), "77 77 77");
 }
 
 TEST_F(RecallWorker, RecordsTheArchiveUnderItsFullPathBeforeItUploads) {
   m_cloud.Answer(Ordered(7)).Answer(Accepted());
   std::vector<std::string> atTheUpload;
-  test::AtNextCall(test::Call::kPopen, [&] {
-    test::AtNextCall(test::Call::kCurlEasyInit, [&] {
-      atTheUpload = test::DatabaseFile(paths::kLedger).Lines("select FileName from recallJsonFile");
+  AtNextCall(Call::kPopen, [&] {
+    AtNextCall(Call::kCurlEasyInit, [&] {
+      atTheUpload = DatabaseFile(paths::kLedger).Lines("select FileName from recallJsonFile");
     });
   });
 
@@ -72,8 +64,8 @@ TEST_F(RecallWorker, RecordsTheArchiveUnderItsFullPathBeforeItUploads) {
 
   EXPECT_THAT(atTheUpload, ElementsAre(paths::kCallData + std::string("/R20240307120010.tar.gz")));
   EXPECT_THAT(Uploaded(), ElementsAre("R20240307120010.tar.gz"));
-  EXPECT_THAT(test::List(paths::kCallData), ElementsAre("R20240307120010.tar.gz"));
-  EXPECT_THAT(test::DatabaseLog(), IsEmpty());
+  EXPECT_THAT(List(paths::kCallData), ElementsAre("R20240307120010.tar.gz"));
+  EXPECT_THAT(DatabaseLog(), IsEmpty());
 }
 
 // A poll: what the cloud orders, what it says to the answer ("": none comes), what is logged.
@@ -88,8 +80,7 @@ struct Conversation {
   std::vector<Exchange> polls;
 };
 
-class RecallConversation : public RecallWorker,
-                           public ::testing::WithParamInterface<Conversation> {};
+class RecallConversation : public RecallWorker, public WithParamInterface<Conversation> {};
 
 TEST_P(RecallConversation, AnswersNewOrdersAtOnceAndRepeatedOnesFromTheThirdRepeatOn) {
   std::vector<std::string> requests;
@@ -106,58 +97,56 @@ TEST_P(RecallConversation, AnswersNewOrdersAtOnceAndRepeatedOnesFromTheThirdRepe
   Poll(static_cast<int>(GetParam().polls.size()));
 
   EXPECT_EQ(Requested(), requests);
-  auto logged = test::TextLog("WARN");
+  auto logged = TextLog("WARN");
   std::erase_if(logged, [](const auto& line) { return !line.starts_with("Recall receive"); });
   EXPECT_EQ(logged, warnings);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Orders, RecallConversation,
-    ::testing::Values(
-        Conversation{"NewNumbers", {{Ordered(7), Accepted(), ""}, {Ordered(-1), Accepted(), ""}}},
-        Conversation{"NumberZero", {{Ordered(0), "", ""}}},
-        Conversation{"FaultyBehindItsNumber",
-                     {{Answer(R"({"sn":"S1","id":9})"), "", ""}, {Ordered(9), Accepted(), ""}}},
-        Conversation{"Repeats",
-                     {{Ordered(7), Accepted(), ""},
-                      {Ordered(7), "", Repeated(7, 1)},
-                      {Answer(""), "", ""},
-                      {Ordered(7), "", Repeated(7, 2)},
-                      {Ordered(7), Accepted(), ""},
-                      {Ordered(7), Accepted(), ""}}},
-        Conversation{"RepeatsOfAnotherNumber",
-                     {{Ordered(7), Accepted(), ""},
-                      {Ordered(7), "", Repeated(7, 1)},
-                      {Ordered(8), Accepted(), ""},
-                      {Ordered(8), "", Repeated(8, 1)}}},
-        Conversation{"RefusedUpload",
-                     {{Ordered(7), Rejected(), ""}, {Ordered(7), Accepted(), ""}}}),
+    Values(Conversation{"NewNumbers",
+                        {{Ordered(7), Accepted(), ""}, {Ordered(-1), Accepted(), ""}}},
+           Conversation{"NumberZero", {{Ordered(0), "", ""}}},
+           Conversation{"FaultyBehindItsNumber",
+                        {{Answer(R"({"sn":"S1","id":9})"), "", ""}, {Ordered(9), Accepted(), ""}}},
+           Conversation{"Repeats",
+                        {{Ordered(7), Accepted(), ""},
+                         {Ordered(7), "", Repeated(7, 1)},
+                         {Answer(""), "", ""},
+                         {Ordered(7), "", Repeated(7, 2)},
+                         {Ordered(7), Accepted(), ""},
+                         {Ordered(7), Accepted(), ""}}},
+           Conversation{"RepeatsOfAnotherNumber",
+                        {{Ordered(7), Accepted(), ""},
+                         {Ordered(7), "", Repeated(7, 1)},
+                         {Ordered(8), Accepted(), ""},
+                         {Ordered(8), "", Repeated(8, 1)}}},
+           Conversation{"RefusedUpload",
+                        {{Ordered(7), Rejected(), ""}, {Ordered(7), Accepted(), ""}}}),
     [](const auto& test) { return test.param.name; });
 
 TEST_F(RecallWorker, RecordsAndSendsNothingWhenPackingFailsAndRetries) {
   m_cloud.Answer(Ordered(7)).Answer(Ordered(7)).Answer(Accepted());
-  test::FailCalls(test::Call::kPopen, 3);
+  FailCalls(Call::kPopen, 3);
 
-  test::RunThroughRests(HandleRecall, m_interval,
-                        {[] { EXPECT_FALSE(test::Exists(paths::kLedger)); }, [] {}});
+  RunThroughRests(HandleRecall, m_interval, {[] { EXPECT_FALSE(Exists(paths::kLedger)); }, [] {}});
 
   EXPECT_THAT(Requested(), ElementsAre(kCheck, kCheck, kUpload));
-  EXPECT_THAT(test::DatabaseLog(),
+  EXPECT_THAT(DatabaseLog(),
               ElementsAre(LogRecord{"ERROR", "Brennik Create Recall Data File error"}));
 }
 
 TEST_F(RecallWorker, KeepsTheNumberOfItsLastAnswerWhenPackingFails) {
   m_cloud.Answer(Ordered(7)).Answer(Accepted()).Answer(Ordered(8)).Answer(Ordered(7));
-  test::FailCalls(test::Call::kPopen, 3, 1);
+  FailCalls(Call::kPopen, 3, 1);
 
   Poll(3);
 
-  EXPECT_THAT(test::TextLog("WARN"), Contains(Repeated(7, 1)));
+  EXPECT_THAT(TextLog("WARN"), Contains(Repeated(7, 1)));
 }
 
 TEST_F(RecallWorker, TakesAnOrderThatIsTooLargeForAnswered) {
-  test::HistoryDatabase().Series(0x0207004D, test::LocalTimeOf(2024, 2, 1),
-                                 test::LocalTimeOf(2024, 2, 16));
+  HistoryDatabase().Series(0x0207004D, LocalTimeOf(2024, 2, 1), LocalTimeOf(2024, 2, 16));
   for (int i = 0; i < 2; ++i) {
     m_cloud.Answer(Ordered(7, "2024-02-01 00:00:00", "2024-02-16 00:00:00"));
   }
@@ -165,8 +154,8 @@ TEST_F(RecallWorker, TakesAnOrderThatIsTooLargeForAnswered) {
   Poll(2);
 
   EXPECT_THAT(Requested(), ElementsAre(kCheck, kCheck));
-  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(HasSubstr("more than"), Repeated(7, 1)));
-  EXPECT_FALSE(test::Exists(paths::kLedger));
+  EXPECT_THAT(TextLog("WARN"), ElementsAre(HasSubstr("more than"), Repeated(7, 1)));
+  EXPECT_FALSE(Exists(paths::kLedger));
 }
 
 }  // namespace

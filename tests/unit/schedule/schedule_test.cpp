@@ -19,13 +19,10 @@
 #include "systemtap.h"
 #include "util/paths.h"
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-
 namespace {
 
-using test::LogRecord;
-using test::ThreadEntry;
+using namespace test;
+using namespace testing;
 
 constexpr Interval_Info kAllOff{-1, -1, -1, -1, -1};
 constexpr Interval_Info kAllOn{300, 30, 600, 60, 77};
@@ -34,25 +31,25 @@ constexpr Interval_Info kAllOn{300, 30, 600, 60, 77};
 const std::vector<ThreadEntry> kWorkers{HandleRealData, HandleRealAlarm, HandleHeart, HandleFail,
                                         HandleRecall};
 
-class Schedule : public test::GatewayTest {
+class Schedule : public GatewayTest {
  protected:
   void SetUp() override {
     GatewayTest::SetUp();
-    test::ForgetThreads();
-    test::ForgetJoins();
+    ForgetThreads();
+    ForgetJoins();
   }
 
   // Ends the workers at their first pauses, so that they can be joined.
   static void EndWorkers() {
-    for (const ThreadEntry entry : test::ThreadsMade()) {
-      EXPECT_TRUE(test::AwaitParked(entry, 1));
-      test::EndThreads(entry);
+    for (const ThreadEntry entry : ThreadsMade()) {
+      EXPECT_TRUE(AwaitParked(entry, 1));
+      EndThreads(entry);
     }
   }
 
   static std::vector<pthread_t> Started() {
     std::vector<pthread_t> ids;
-    for (const auto& thread : test::ThreadsMadeInFull()) ids.push_back(thread.id);
+    for (const auto& thread : ThreadsMadeInFull()) ids.push_back(thread.id);
     return ids;
   }
 };
@@ -62,8 +59,8 @@ TEST_F(Schedule, RefusesANullPointerAndStartsNothingWithoutIntervals) {
 
   EXPECT_EQ(schedule.Init(nullptr), -1);
   EXPECT_EQ(schedule.CreateAllThread(), -1);
-  EXPECT_FALSE(test::Exists("/media/mmcblk0p1/Cloud"));
-  EXPECT_THAT(test::ThreadsMade(), IsEmpty());
+  EXPECT_FALSE(Exists("/media/mmcblk0p1/Cloud"));
+  EXPECT_THAT(ThreadsMade(), IsEmpty());
 }
 
 TEST_F(Schedule, SyncsExactlyTheTreeThatOnlyRootWritesTo) {
@@ -74,8 +71,7 @@ TEST_F(Schedule, SyncsExactlyTheTreeThatOnlyRootWritesTo) {
     for (int day = 1; day <= 31; ++day) expected.insert(files + kind + "/" + std::to_string(day));
   }
   bool isWholeAtTheSync = false;
-  test::AtNextCall(test::Call::kFsync,
-                   [&] { isWholeAtTheSync = test::Exists(paths::kLedgerDirectory); });
+  AtNextCall(Call::kFsync, [&] { isWholeAtTheSync = Exists(paths::kLedgerDirectory); });
   const mode_t before = umask(0);
   Interval_Info intervals = kAllOff;
 
@@ -93,12 +89,12 @@ TEST_F(Schedule, SyncsExactlyTheTreeThatOnlyRootWritesTo) {
 }
 
 TEST_F(Schedule, StartsTheWorkersAlsoWhenTheTreeCannotBeMade) {
-  test::WriteFile("/media/mmcblk0p1/Cloud", "a file where the tree should stand");
+  WriteFile("/media/mmcblk0p1/Cloud", "a file where the tree should stand");
   Interval_Info intervals = kAllOn;
   CSchedule schedule;
 
   EXPECT_EQ(schedule.Init(&intervals), 0);
-  EXPECT_EQ(test::ThreadsMade(), kWorkers);
+  EXPECT_EQ(ThreadsMade(), kWorkers);
 
   EndWorkers();
 }
@@ -108,9 +104,8 @@ TEST_F(Schedule, StartsNoWorkerWhoseIntervalIsBelowOne) {
   CSchedule schedule;
 
   EXPECT_EQ(schedule.Init(&intervals), 0);
-  EXPECT_THAT(test::ThreadsMade(),
-              ElementsAre(ThreadEntry{HandleRealAlarm}, ThreadEntry{HandleFail}));
-  EXPECT_THAT(test::DatabaseLog("FATAL"), IsEmpty());
+  EXPECT_THAT(ThreadsMade(), ElementsAre(ThreadEntry{HandleRealAlarm}, ThreadEntry{HandleFail}));
+  EXPECT_THAT(DatabaseLog("FATAL"), IsEmpty());
 
   EndWorkers();
 }
@@ -122,11 +117,11 @@ TEST_F(Schedule, HoldsBackTheWorkersBehindOneThatCannotBeStarted) {
     CSchedule schedule;
     schedule.Init(&intervals);
     intervals = kAllOn;
-    test::ForgetThreads();
-    test::FailCalls(test::Call::kSetDetachState, 1, started);
+    ForgetThreads();
+    FailCalls(Call::kSetDetachState, 1, started);
 
     EXPECT_EQ(schedule.CreateAllThread(), -1);
-    EXPECT_EQ(test::ThreadsMade(), std::vector(kWorkers.begin(), kWorkers.begin() + started));
+    EXPECT_EQ(ThreadsMade(), std::vector(kWorkers.begin(), kWorkers.begin() + started));
 
     EndWorkers();
   }
@@ -134,7 +129,7 @@ TEST_F(Schedule, HoldsBackTheWorkersBehindOneThatCannotBeStarted) {
 
 TEST_F(Schedule, SucceedsAlsoWhenAWorkerCannotBeStarted) {
   Interval_Info intervals = kAllOn;
-  test::FailCalls(test::Call::kSetDetachState);
+  FailCalls(Call::kSetDetachState);
 
   EXPECT_EQ(CSchedule().Init(&intervals), 0);
 }
@@ -148,7 +143,7 @@ TEST_F(Schedule, StartsEveryWorkerWithItsOwnOfTheIntervalsItKeeps) {
   EXPECT_EQ(schedule.CreateAllThread(), 0);
 
   std::vector<void*> arguments;
-  for (const auto& thread : test::ThreadsMadeInFull()) arguments.push_back(thread.argument);
+  for (const auto& thread : ThreadsMadeInFull()) arguments.push_back(thread.argument);
   EXPECT_THAT(arguments,
               ElementsAre(&intervals.realDataInv, &intervals.alarmDataInv, &intervals.heartBeatInv,
                           &intervals.checkFailInv, &intervals.recallInv));
@@ -164,7 +159,7 @@ TEST_F(Schedule, JoinsAllWorkersOnceInTheirOrder) {
   schedule.DelAllThread();
   schedule.DelAllThread();
 
-  EXPECT_EQ(test::Joined(), Started());
+  EXPECT_EQ(Joined(), Started());
 }
 
 TEST_F(Schedule, JoinsTheWorkersWhenItIsDestroyed) {
@@ -175,8 +170,8 @@ TEST_F(Schedule, JoinsTheWorkersWhenItIsDestroyed) {
     EndWorkers();
   }
 
-  EXPECT_EQ(test::Joined().size(), 2U);
-  EXPECT_EQ(test::Joined(), Started());
+  EXPECT_EQ(Joined().size(), 2U);
+  EXPECT_EQ(Joined(), Started());
 }
 
 void* AddOne(void* argument) {
@@ -194,32 +189,32 @@ class OneThread : public Schedule {
 TEST_F(OneThread, RunsTheWorkerOnAStackOfTwoMebibytesAndJoinsIt) {
   EXPECT_EQ(m_schedule.CreateOneThread(&m_thread, &m_interval, AddOne), 0);
   const pthread_t started = m_thread;
-  EXPECT_EQ(test::LatestThread().stackBytes, 0x200000U);
-  EXPECT_FALSE(test::LatestThread().detached);
+  EXPECT_EQ(LatestThread().stackBytes, 0x200000U);
+  EXPECT_FALSE(LatestThread().detached);
 
   EXPECT_EQ(m_schedule.DelOneThread(&m_thread), 0);
   EXPECT_EQ(m_interval, 42);
   EXPECT_EQ(m_thread, 0U);
-  EXPECT_THAT(test::Joined(), ElementsAre(started));
+  EXPECT_THAT(Joined(), ElementsAre(started));
 }
 
 TEST_F(OneThread, ReportsAThreadThatCannotBeCreated) {
-  test::FailNextThread();
+  FailNextThread();
 
   EXPECT_EQ(m_schedule.CreateOneThread(&m_thread, &m_interval, AddOne), -1);
   EXPECT_EQ(m_thread, 0U);
-  EXPECT_THAT(test::DatabaseLog(),
+  EXPECT_THAT(DatabaseLog(),
               ElementsAre(LogRecord{"FATAL",
                                     "Failed to create new thread, error: Resource temporarily "
                                     "unavailable\n"}));
 }
 
 TEST_F(OneThread, ReportsADetachStateThatCannotBeSet) {
-  test::FailCalls(test::Call::kSetDetachState);
+  FailCalls(Call::kSetDetachState);
 
   EXPECT_EQ(m_schedule.CreateOneThread(&m_thread, &m_interval, AddOne), -1);
-  EXPECT_THAT(test::ThreadsMade(), IsEmpty());
-  EXPECT_THAT(test::DatabaseLog(),
+  EXPECT_THAT(ThreadsMade(), IsEmpty());
+  EXPECT_THAT(DatabaseLog(),
               ElementsAre(LogRecord{"FATAL",
                                     "Failed to set joinable state for File creating thread, error: "
                                     "Invalid argument\n"}));
@@ -227,7 +222,7 @@ TEST_F(OneThread, ReportsADetachStateThatCannotBeSet) {
 
 TEST_F(OneThread, JoinsNothingWhenThereIsNoThread) {
   EXPECT_EQ(m_schedule.DelOneThread(&m_thread), 0);
-  EXPECT_THAT(test::Joined(), IsEmpty());
+  EXPECT_THAT(Joined(), IsEmpty());
 }
 
 TEST_F(OneThread, ForgetsAThreadThatCannotBeJoined) {

@@ -9,8 +9,7 @@
 #include "systemtap.h"
 #include "util/paths.h"
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using namespace testing;
 
 namespace {
 

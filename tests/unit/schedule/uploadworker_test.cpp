@@ -8,17 +8,10 @@
 #include "util/text.h"
 #include "workerfixture.h"
 
-using ::testing::ElementsAre;
-using ::testing::Pair;
-
 namespace {
 
-using test::Accepted;
-using test::Granted;
-using test::ReadLedger;
-using test::Refused;
-using test::Rejected;
-using test::RunToRest;
+using namespace test;
+using namespace testing;
 
 constexpr char kLogin[] = "EqpAuthorize";
 constexpr char kRealData[] = "EqpUploadDataInfo";
@@ -32,7 +25,7 @@ std::string Name(int n) {
   return "realdata/7/" + BaseName(n);
 }
 
-class UploadWorker : public test::WorkerTest {
+class UploadWorker : public WorkerTest {
  protected:
   // Adds five files; the cloud refuses the third and accepts everything else.
   void AddFiveAndRefuseTheThird() {
@@ -49,10 +42,10 @@ TEST_F(UploadWorker, LogsInOnceWithARetryAMinuteAfterARefusalAndSendsNothingMean
   m_cloud.Answer(Refused()).Answer(Refused()).Answer(Granted());
   const auto expectLogins = [this] {
     EXPECT_THAT(Requested(), ElementsAre(kLogin, kLogin, kLogin));
-    EXPECT_EQ(test::PausesText(), "60 60 50");
+    EXPECT_EQ(PausesText(), "60 60 50");
   };
 
-  test::RunThroughRests(HandleFail, m_interval, {[] {}, [] {}, expectLogins, [] {}, [] {}});
+  RunThroughRests(HandleFail, m_interval, {[] {}, [] {}, expectLogins, [] {}, [] {}});
 
   EXPECT_THAT(Requested(), ElementsAre(kLogin, kLogin, kLogin, kRealData, kRealData));
 }
@@ -66,7 +59,7 @@ TEST_F(UploadWorker, SendsTheNewestFirstUpToTheFirstFailureAndTheRestInTheNextCy
     AddFile(Name(6));
   };
 
-  test::RunThroughRests(HandleFail, m_interval, {[] {}, expectTwoMarks, [] {}});
+  RunThroughRests(HandleFail, m_interval, {[] {}, expectTwoMarks, [] {}});
 
   EXPECT_THAT(Uploaded(), ElementsAre(BaseName(5), BaseName(4), BaseName(3), BaseName(6),
                                       BaseName(3), BaseName(2), BaseName(1)));
@@ -77,15 +70,15 @@ TEST_F(UploadWorker, PausesThreeSecondsAfterAnAcceptedFileAndFiveAfterARefusedOn
 
   RunToRest(HandleFail, m_interval, 2);
 
-  EXPECT_EQ(test::PausesText(), "50 3 3 5 49");
+  EXPECT_EQ(PausesText(), "50 3 3 5 49");
 }
 
 TEST_F(UploadWorker, MarksAnAcceptedFileBeforeItPauses) {
   AddFile(Name(1));
   m_cloud.Answer(Granted()).Answer(Accepted());
 
-  test::RunToPause(HandleFail, m_interval, 2,
-                   [] { EXPECT_THAT(ReadLedger(), ElementsAre(Pair(Name(1), "2 1"))); });
+  RunToPause(HandleFail, m_interval, 2,
+             [] { EXPECT_THAT(ReadLedger(), ElementsAre(Pair(Name(1), "2 1"))); });
 }
 
 TEST_F(UploadWorker, SendsEveryTypeButRealDataAsAlarms) {
@@ -118,8 +111,8 @@ TEST_F(UploadWorker, PausesOneSecondWithoutALedgerAndMakesNone) {
 
   RunToRest(HandleFail, m_interval, 2);
 
-  EXPECT_EQ(test::PausesText(), "50 1 59");
-  EXPECT_FALSE(test::Exists(paths::kLedger));
+  EXPECT_EQ(PausesText(), "50 1 59");
+  EXPECT_FALSE(Exists(paths::kLedger));
 }
 
 }  // namespace

@@ -24,6 +24,15 @@ std::string AddressInUse();
 using Callback = std::size_t (*)(char* text, std::size_t size, std::size_t count, void* data);
 std::size_t Judge(Callback callback, const std::string& answer, void* data);
 
+// Tests of an answer callback that sets a success flag.
+template <Callback kCallback>
+class AnswerTest : public GatewayTest {
+ protected:
+  std::size_t Judge(const std::string& answer) { return test::Judge(kCallback, answer, &m_flag); }
+
+  std::int32_t m_flag = kUntouched;
+};
+
 // Tests of what the gateway and its cloud say to each other. The gateway's serial number is S1.
 class CloudTest : public GatewayTest {
  protected:

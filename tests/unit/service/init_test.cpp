@@ -11,13 +11,10 @@
 #include "support/logs.h"
 #include "util/paths.h"
 
-using ::testing::Contains;
-using ::testing::ElementsAre;
-
 namespace {
 
-using test::LogRecord;
-using test::SysXml;
+using namespace test;
+using namespace testing;
 
 std::string Text(const Interval_Info& intervals) {
   return std::to_string(intervals.realDataInv) + " " + std::to_string(intervals.alarmDataInv) +
@@ -25,16 +22,16 @@ std::string Text(const Interval_Info& intervals) {
          std::to_string(intervals.checkFailInv) + " " + std::to_string(intervals.recallInv);
 }
 
-class StartUp : public test::GatewayTest {
+class StartUp : public GatewayTest {
  protected:
   void SetUp() override {
     GatewayTest::SetUp();
-    test::WriteFile(paths::kVersionFile, "1.0\n");
+    WriteFile(paths::kVersionFile, "1.0\n");
     Settings().Cloud("checked", "1").Write();
-    test::WriteSnXml("Ostra-7K", "S1");
-    test::DeviceFile pump("pump");
+    WriteSnXml("Ostra-7K", "S1");
+    DeviceFile pump("pump");
     pump.Node("AI", 77).Write();
-    test::ChannelTemplate().Channel(9).Device(8, pump.Path()).Write();
+    ChannelTemplate().Channel(9).Device(8, pump.Path()).Write();
   }
 
   static SysXml Settings() {
@@ -51,14 +48,14 @@ class StartUp : public test::GatewayTest {
 
 TEST_F(StartUp, RefusesANullPointer) {
   EXPECT_EQ(Init(nullptr), -1);
-  EXPECT_THAT(test::TextLog(), ElementsAre(LogRecord{"ERROR", "Interval_info pointer is null"}));
+  EXPECT_THAT(TextLog(), ElementsAre(LogRecord{"ERROR", "Interval_info pointer is null"}));
 }
 
 TEST_F(StartUp, TakesTheConfiguredIntervalsExceptTheHeartbeat) {
   EXPECT_EQ(Init(&m_intervals), 0);
 
   EXPECT_EQ(Text(m_intervals), "900 45 600 90 -5");
-  const auto log = test::TextLog("INFO");
+  const auto log = TextLog("INFO");
   ASSERT_EQ(log.size(), 3U);
   EXPECT_EQ(log[1], "Brennik is Set on");
   EXPECT_EQ(log[2],
@@ -71,7 +68,7 @@ TEST_F(StartUp, SwitchesEveryWorkerOff) {
 
   EXPECT_EQ(Init(&m_intervals), 0);
   EXPECT_EQ(Text(m_intervals), "-1 -1 -1 -1 -1");
-  EXPECT_THAT(test::TextLog("INFO"), Contains("Brennik is Set off "));
+  EXPECT_THAT(TextLog("INFO"), Contains("Brennik is Set off "));
 }
 
 TEST_F(StartUp, SwitchesTheWorkersOnForAnyByteButZero) {
@@ -98,29 +95,28 @@ struct BrokenFile {
   const char* message;
 };
 
-class BrokenConfiguration : public StartUp, public ::testing::WithParamInterface<BrokenFile> {};
+class BrokenConfiguration : public StartUp, public WithParamInterface<BrokenFile> {};
 
 // The files after the broken one are broken too: only the first is reported, so only it was opened.
 TEST_P(BrokenConfiguration, EndsTheStartAtItsFile) {
   bool broken = false;
   for (const char* path : {paths::kSystemFile, paths::kIdentityFile, paths::kChannelTemplate}) {
     broken = broken || std::string_view(path) == GetParam().path;
-    if (broken) test::WriteFile(path, "");
+    if (broken) WriteFile(path, "");
   }
 
   EXPECT_EQ(Init(&m_intervals), -1);
   EXPECT_EQ(Text(m_intervals), "11 12 13 14 15");
-  const auto errors = test::TextLog("ERROR");
+  const auto errors = TextLog("ERROR");
   ASSERT_EQ(errors.size(), 2U);
   EXPECT_EQ(errors[1], GetParam().message);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Files, BrokenConfiguration,
-    ::testing::Values(BrokenFile{"System", paths::kSystemFile, "Parse sys.xml failed"},
-                      BrokenFile{"Identity", paths::kIdentityFile, "Parse sn.xml failed"},
-                      BrokenFile{"Template", paths::kChannelTemplate,
-                                 "Parse Channel-template.xml failed"}),
-    [](const auto& test) { return test.param.name; });
+INSTANTIATE_TEST_SUITE_P(Files, BrokenConfiguration,
+                         Values(BrokenFile{"System", paths::kSystemFile, "Parse sys.xml failed"},
+                                BrokenFile{"Identity", paths::kIdentityFile, "Parse sn.xml failed"},
+                                BrokenFile{"Template", paths::kChannelTemplate,
+                                           "Parse Channel-template.xml failed"}),
+                         [](const auto& test) { return test.param.name; });
 
 }  // namespace

@@ -8,8 +8,7 @@
 #include "support/gateway.h"
 #include "support/logs.h"
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using namespace testing;
 
 namespace {
 

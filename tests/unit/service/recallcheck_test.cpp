@@ -6,17 +6,11 @@
 #include "service/cloudlink.h"
 #include "support/logs.h"
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
-
 namespace {
 
 using namespace std::string_literals;
-using test::HttpAnswer;
-using test::LogRecord;
-using test::RawServer;
+using namespace test;
+using namespace testing;
 
 constexpr std::size_t kLimit = 512U << 10;
 
@@ -30,7 +24,7 @@ std::string PaddedOrder(std::size_t length) {
   return order;
 }
 
-class RecallCheck : public test::CloudTest {
+class RecallCheck : public CloudTest {
  protected:
   int Check() { return CheckDemandRecall(&m_order); }
 
@@ -45,7 +39,7 @@ TEST_F(RecallCheck, PostsTheSerialNumberToItsEndpoint) {
 
 TEST_F(RecallCheck, GoesToTheAddressInUse) {
   const std::string port = std::to_string(m_cloud.Port());
-  test::Load(test::SysXml().Cloud("cloudip", "127.0.0.2").Cloud("port", port));
+  Load(SysXml().Cloud("cloudip", "127.0.0.2").Cloud("port", port));
   GetCSysSetInstance().SetRealIPAddress("127.0.0.1");
 
   Check();
@@ -58,7 +52,7 @@ TEST_F(RecallCheck, LogsTheAnswerAndFillsInTheOrderForThisGateway) {
 
   EXPECT_EQ(Check(), 0);
   EXPECT_EQ(m_order.id, 7);
-  EXPECT_THAT(test::TextLog(),
+  EXPECT_THAT(TextLog(),
               ElementsAre(LogRecord{"INFO", std::string("Recall Receive Response:\n") + kOrder}));
 }
 
@@ -66,20 +60,15 @@ TEST_F(RecallCheck, FailsWithoutAUsableAnswer) {
   const RawServer::Pieces answers[] = {{HttpAnswer(500, kOrder)},
                                        {},
                                        {HttpAnswer(200, "")},
-                                       {HttpAnswer(200, R"({"status":1,"data":[]})")}};
+                                       {HttpAnswer(200, R"({"status":1,"data":[]})")},
+                                       {HttpAnswer(200, R"({"status":"x"})")}};
   for (const auto& answer : answers) {
     m_cloud.Answer(answer);
 
     EXPECT_EQ(Check(), -1);
     EXPECT_EQ(m_order.id, 0);
   }
-}
-
-TEST_F(RecallCheck, FailsWhenTheParserThrows) {
-  m_cloud.Answer(HttpAnswer(200, R"({"status":"x"})"));
-
-  EXPECT_EQ(Check(), -1);
-  EXPECT_THAT(test::TextLog("WARN"), ElementsAre(HasSubstr(R"({"status":"x"})")));
+  EXPECT_THAT(TextLog("WARN"), Contains(HasSubstr(R"({"status":"x"})")));
 }
 
 TEST_F(RecallCheck, TakesNothingOverFromTheCheckBefore) {
@@ -107,10 +96,10 @@ TEST_F(RecallCheck, RefusesALargerAnswer) {
   EXPECT_EQ(m_order.id, 0);
 }
 
-class RecallAnswer : public test::GatewayTest {
+class RecallAnswer : public GatewayTest {
  protected:
   std::size_t Receive(const std::string& piece) {
-    return test::Judge(OnRecallCheckAnswer, piece, &m_answer);
+    return Judge(OnRecallCheckAnswer, piece, &m_answer);
   }
 
   CollectedAnswer m_answer;
@@ -127,7 +116,7 @@ TEST_F(RecallAnswer, Fills512Kibibytes) {
 
   EXPECT_EQ(Receive("}"), 1U);
   EXPECT_EQ(m_answer.text.size(), kLimit);
-  EXPECT_THAT(test::TextLog("WARN"), IsEmpty());
+  EXPECT_THAT(TextLog("WARN"), IsEmpty());
 }
 
 TEST_F(RecallAnswer, GivesUpBeyond512Kibibytes) {
@@ -135,15 +124,14 @@ TEST_F(RecallAnswer, GivesUpBeyond512Kibibytes) {
 
   EXPECT_EQ(Receive("}"), 0U);
   EXPECT_EQ(m_answer.text, "") << "what has come so far may be a whole document";
-  EXPECT_THAT(test::TextLog("WARN"),
-              ElementsAre("Recall answer of more than 524288 bytes refused"));
+  EXPECT_THAT(TextLog("WARN"), ElementsAre("Recall answer of more than 524288 bytes refused"));
 }
 
 TEST_F(RecallAnswer, LogsItsFirst64Pieces) {
   for (int i = 0; i < 65; ++i) EXPECT_EQ(Receive("a"), 1U);
 
   EXPECT_EQ(m_answer.text.size(), 65U);
-  EXPECT_THAT(test::TextLog("INFO"), SizeIs(64));
+  EXPECT_THAT(TextLog("INFO"), SizeIs(64));
 }
 
 }  // namespace

@@ -1,24 +1,19 @@
-// The drivers that send data files: what they send where, and what the cloud's answer leads to.
+// The drivers that send data files: what they send where, what the answer callback makes of the
+// cloud's words, and what that leads to.
 #include "service/uploaddrivers.h"
 
 #include <gmock/gmock.h>
 
 #include "cloudfixture.h"
 #include "config/sysset.h"
+#include "http/answercallback.h"
 #include "support/logs.h"
-
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
-using ::testing::StartsWith;
 
 namespace {
 
-using test::CloudAt;
-using test::HttpAnswer;
-using test::LogRecord;
-using test::SysXml;
-using test::WriteFile;
+using namespace std::string_literals;
+using namespace test;
+using namespace testing;
 
 constexpr char kAccepted[] = R"({"status":0,"message":"ok"})";
 constexpr char kFile[] = "/media/mmcblk0p1/JsonFiles/X1.tar.gz";
@@ -31,7 +26,7 @@ struct Driver {
   const char* end;
 };
 
-class UploadDriver : public test::CloudTest, public ::testing::WithParamInterface<Driver> {
+class UploadDriver : public CloudTest, public WithParamInterface<Driver> {
  protected:
   void SetUp() override {
     CloudTest::SetUp();
@@ -46,21 +41,21 @@ class UploadDriver : public test::CloudTest, public ::testing::WithParamInterfac
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(
-    Drivers, UploadDriver,
-    ::testing::Values(Driver{"RealData", UploadRealDataFile, "/eqpapi/EqpUploadDataInfo",
-                             "start Send realdata", "Send realdata"},
-                      Driver{"AlarmData", UploadAlarmDataFile, "/eqpapi/EqpUploadAlarmDataInfo",
-                             "start Send alarmdata", "Send Alarmdata"},
-                      Driver{"RecallData", UploadDemandRecall, "/eqpapi/EqpDataRecall",
-                             "start Send Recalldata", "Send Recalldata"}),
-    [](const auto& test) { return test.param.name; });
+INSTANTIATE_TEST_SUITE_P(Drivers, UploadDriver,
+                         Values(Driver{"RealData", UploadRealDataFile, "/eqpapi/EqpUploadDataInfo",
+                                       "start Send realdata", "Send realdata"},
+                                Driver{"AlarmData", UploadAlarmDataFile,
+                                       "/eqpapi/EqpUploadAlarmDataInfo", "start Send alarmdata",
+                                       "Send Alarmdata"},
+                                Driver{"RecallData", UploadDemandRecall, "/eqpapi/EqpDataRecall",
+                                       "start Send Recalldata", "Send Recalldata"}),
+                         [](const auto& test) { return test.param.name; });
 
 TEST_P(UploadDriver, LogsItsStartAndItsSuccess) {
   m_cloud.Answer(HttpAnswer(200, kAccepted));
 
   EXPECT_EQ(Upload(), 0);
-  const auto log = test::TextLog();
+  const auto log = TextLog();
   EXPECT_EQ(log.front(), (LogRecord{"INFO", Line(GetParam().start) + " \n"}));
   EXPECT_EQ(log.back(), (LogRecord{"INFO", Line(GetParam().end) + " successfully\n"}));
 }
@@ -69,12 +64,12 @@ TEST_P(UploadDriver, LogsItsFailure) {
   m_cloud.Answer(HttpAnswer(200, R"({"status":1,"message":"x"})"));
 
   EXPECT_EQ(Upload(), -1);
-  EXPECT_EQ(test::TextLog().back(), (LogRecord{"WARN", Line(GetParam().end) + " failed\n"}));
+  EXPECT_EQ(TextLog().back(), (LogRecord{"WARN", Line(GetParam().end) + " failed\n"}));
 }
 
 TEST_P(UploadDriver, SendsTheFileToItsEndpointAtTheAddressInUse) {
   const std::string port = std::to_string(m_cloud.Port());
-  test::Load(SysXml().Cloud("cloudip", "127.0.0.2").Cloud("port", port).Cloud("Dir", "/cloud"));
+  Load(SysXml().Cloud("cloudip", "127.0.0.2").Cloud("port", port).Cloud("Dir", "/cloud"));
   GetCSysSetInstance().SetRealIPAddress("127.0.0.1");
 
   Upload();
@@ -105,11 +100,11 @@ TEST_P(UploadDriver, LooksForTheFileUnder127CharactersOfItsPath) {
   EXPECT_THAT(m_cloud.Requests(), SizeIs(1));
 }
 
-class FileType : public test::CloudTest {
+class FileType : public CloudTest {
  protected:
   // Uses the type and returns how many of the requests for kFile reach the cloud.
   std::size_t RequestsFor(const std::string& type, int (*upload)(const char* path)) {
-    test::Load(CloudAt(m_cloud.Port()).Cloud("FileType", type));
+    Load(CloudAt(m_cloud.Port()).Cloud("FileType", type));
     WriteFile(kFile, "archive");
     m_cloud.Answer(HttpAnswer(200, kAccepted));
     const auto before = m_cloud.Requests().size();
@@ -126,12 +121,62 @@ TEST_F(FileType, LetsRealDataBeSentWhenThePathContainsItInAnyCase) {
 
 TEST_F(FileType, KeepsRealDataOfAnotherTypeFromBeingSent) {
   EXPECT_EQ(RequestsFor("xml", UploadRealDataFile), 0U);
-  EXPECT_THAT(test::TextLog(), IsEmpty());
+  EXPECT_THAT(TextLog(), IsEmpty());
 }
 
 TEST_F(FileType, LeavesAlarmsAndRecallsAlone) {
   EXPECT_EQ(RequestsFor("xml", UploadAlarmDataFile), 1U);
   EXPECT_EQ(RequestsFor("xml", UploadDemandRecall), 1U);
+}
+
+using UploadAnswer = AnswerTest<OnUploadFileAnswer>;
+
+TEST_F(UploadAnswer, SetsTheFlagForStatusZero) {
+  EXPECT_EQ(Judge(R"({"status":0,"message":"ok","data":[{}]})"), kVerdictAccepted);
+  EXPECT_EQ(m_flag, 1);
+  EXPECT_THAT(TextLog(),
+              ElementsAre(LogRecord{
+                  "INFO", R"(UPloadFile recv message:{"status":0,"message":"ok","data":[{}]})"}));
+}
+
+TEST_F(UploadAnswer, RejectsANullTextSilently) {
+  EXPECT_EQ(OnUploadFileAnswer(nullptr, 1, 10, &m_flag), kVerdictRejected);
+  EXPECT_EQ(m_flag, kUntouched);
+  EXPECT_THAT(TextLog(), IsEmpty());
+}
+
+struct Row {
+  const char* name;
+  std::string answer;
+  std::int32_t flag;  // afterwards
+  std::size_t warnings;
+};
+
+class RejectedAnswer : public UploadAnswer, public WithParamInterface<Row> {};
+
+TEST_P(RejectedAnswer, ClearsTheFlagOrLeavesItWhenItIsMisshapen) {
+  EXPECT_EQ(Judge(GetParam().answer), kVerdictRejected);
+  EXPECT_EQ(m_flag, GetParam().flag);
+  EXPECT_THAT(TextLog("WARN"), SizeIs(GetParam().warnings));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Answers, RejectedAnswer,
+    Values(Row{"StatusOne", R"({"status":1,"message":"x"})", 0, 0},
+           Row{"StatusNegative", R"({"status":-1,"message":"x"})", 0, 0},
+           Row{"NoMessage", R"({"status":0})", 0, 0}, Row{"NoJson", "{status}", 0, 0},
+           Row{"StatusIsText", R"({"status":"0","message":"ok"})", 0, 1},
+           Row{"Empty", "", kUntouched, 1}, Row{"NoStatus", R"({"message":"ok"})", kUntouched, 1},
+           Row{"NoBraces", "\"status\"", kUntouched, 1},
+           Row{"FirstPiece", R"({"status":0,"mess)", kUntouched, 1},
+           Row{"SecondPiece", R"(age":"status"})", kUntouched, 1},
+           Row{"BraceAfterAZero", R"({"status":0,"message":"ok"})"s + "\0}"s, kUntouched, 1}),
+    [](const auto& test) { return test.param.name; });
+
+TEST_F(UploadAnswer, LogsAMisshapenTextInFull) {
+  Judge("status");
+
+  EXPECT_EQ(TextLog().back(), (LogRecord{"WARN", "UPloadFile recv error format message:status"}));
 }
 
 }  // namespace

@@ -7,12 +7,10 @@
 
 namespace {
 
-using test::kHistoryPath;
-using test::kMarchEvents;
-using test::Lines;
+using namespace test;
 using ::testing::ElementsAre;
 
-using Card = test::AcquisitionTest;
+using Card = AcquisitionTest;
 
 constexpr std::uint32_t kPoint = 0x01030001;
 constexpr std::int64_t kFirstOfMarch = 1709222400;  // 2024-03-01 00:00 local time
@@ -26,7 +24,7 @@ HistoryRow Row(std::int64_t unixTime, double value = 1) {
 }
 
 TEST_F(Card, HoldsEventsInATableOfTheirMonth) {
-  const AlarmEvent event{.time = test::kNoon + 3,
+  const AlarmEvent event{.time = kNoon + 3,
                          .dataId = 0xFFFF0401,
                          .threshold = 30.5,
                          .triggerValue = 0.1,
@@ -37,18 +35,20 @@ TEST_F(Card, HoldsEventsInATableOfTheirMonth) {
 
   EXPECT_EQ(writer.Append({EventAt(kFirstOfMarch - 1), event, EventAt(kFirstOfMarch)}), 3U);
 
-  EXPECT_THAT(Lines(kMarchEvents, "SELECT name||' '||type FROM pragma_table_info('event_tbl')"),
+  EXPECT_THAT(DatabaseFile(kMarchEvents)
+                  .Lines("SELECT name||' '||type FROM pragma_table_info('event_tbl')"),
               ElementsAre("Pid INTEGER", "RecordDate TEXT", "RecordTime TEXT", "DataId INTEGER",
                           "threshold REAL", "triggervalue REAL", "eventtype INTEGER",
                           "grade INTEGER", "upflag INTEGER", "upload INTEGER"));
   EXPECT_THAT(
-      Lines(kMarchEvents,
-            "SELECT Pid||'|'||RecordDate||'|'||RecordTime||'|'||DataId||'|'||threshold||'|'||"
-            "triggervalue||'|'||eventtype||'|'||grade||'|'||upflag||'|'||upload FROM event_tbl"),
+      DatabaseFile(kMarchEvents)
+          .Lines(
+              "SELECT Pid||'|'||RecordDate||'|'||RecordTime||'|'||DataId||'|'||threshold||'|'||"
+              "triggervalue||'|'||eventtype||'|'||grade||'|'||upflag||'|'||upload FROM event_tbl"),
       ElementsAre("1|2024-03-07|12:00:03|-64511|30.5|0.1|1|2|0|0",
                   "2|2024-03-01|00:00:00|16978211|0.0|0.0|0|1|1|0"));
-  EXPECT_THAT(Lines("/media/mmcblk0p1/202402_event.db",
-                    "SELECT RecordDate||' '||RecordTime FROM event_tbl"),
+  EXPECT_THAT(DatabaseFile("/media/mmcblk0p1/202402_event.db")
+                  .Lines("SELECT RecordDate||' '||RecordTime FROM event_tbl"),
               ElementsAre("2024-02-29 23:59:59"));
 }
 
@@ -57,17 +57,18 @@ TEST_F(Card, HoldsHistoryInATableOfItsDevice) {
 
   EXPECT_TRUE(writer.Append({{kPoint, 60, 1.5}, {0xC10A0002, 120, 2.5, 0}}));
 
+  EXPECT_THAT(DatabaseFile(kHistoryPath)
+                  .Lines("SELECT name||' '||type FROM pragma_table_info('history_0103_tbl')"),
+              ElementsAre("Pid INTEGER", "dataid INTEGER", "UnixTime INTEGER", "TriggerValue REAL",
+                          "Upload INTEGER"));
   EXPECT_THAT(
-      Lines(kHistoryPath, "SELECT name||' '||type FROM pragma_table_info('history_0103_tbl')"),
-      ElementsAre("Pid INTEGER", "dataid INTEGER", "UnixTime INTEGER", "TriggerValue REAL",
-                  "Upload INTEGER"));
-  EXPECT_THAT(Lines(kHistoryPath,
-                    "SELECT group_concat(name) FROM pragma_index_info('history_0103_tbl_idx')"),
-              ElementsAre("dataid,UnixTime"));
+      DatabaseFile(kHistoryPath)
+          .Lines("SELECT group_concat(name) FROM pragma_index_info('history_0103_tbl_idx')"),
+      ElementsAre("dataid,UnixTime"));
   constexpr char kRow[] = "SELECT dataid||'|'||UnixTime||'|'||TriggerValue||'|'||Upload FROM ";
-  EXPECT_THAT(Lines(kHistoryPath, std::string(kRow) + "history_0103_tbl"),
+  EXPECT_THAT(DatabaseFile(kHistoryPath).Lines(std::string(kRow) + "history_0103_tbl"),
               ElementsAre("16973825|60|1.5|1"));
-  EXPECT_THAT(Lines(kHistoryPath, std::string(kRow) + "history_c10a_tbl"),
+  EXPECT_THAT(DatabaseFile(kHistoryPath).Lines(std::string(kRow) + "history_c10a_tbl"),
               ElementsAre("-1056309246|120|2.5|0"));
 }
 

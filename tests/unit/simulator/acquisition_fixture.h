@@ -9,13 +9,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <string>
-#include <vector>
 
 #include "support/configs.h"
+#include "support/databasefile.h"
 #include "support/files.h"
-#include "util/sqlite.h"
 
 namespace test {
 
@@ -44,16 +42,6 @@ T At(const std::string& bytes, std::size_t offset) {
   EXPECT_LE(offset + sizeof(T), bytes.size());
   if (offset + sizeof(T) <= bytes.size()) std::memcpy(&value, &bytes[offset], sizeof(T));
   return value;
-}
-
-// The first column of each row of a query; nothing when it cannot be run.
-inline std::vector<std::string> Lines(const std::string& path, const std::string& query) {
-  std::vector<std::string> lines;
-  if (!Exists(path)) return lines;
-  util::Database database(path.c_str());
-  util::Statement rows = database.Prepare(query);
-  while (rows && rows.NextRow()) lines.emplace_back(rows.Text(0));
-  return lines;
 }
 
 // Runs inside the sandbox only. Each test starts without configuration, on an empty card, eight

@@ -13,9 +13,9 @@
 
 namespace {
 
-using LiveSegment = test::AcquisitionTest;
-using test::At;
-using test::RawSegment;
+using namespace test;
+
+using LiveSegment = AcquisitionTest;
 
 TEST_F(LiveSegment, HoldsCountAndRecordsWhereReadersLookForThem) {
   const std::time_t before = std::time(nullptr);
@@ -61,7 +61,7 @@ TEST_F(LiveSegment, TakesAnyShape) {
 }
 
 TEST_F(LiveSegment, RefusesTheKeyOfAnotherWriterAndReplacesAStaleOne) {
-  ASSERT_GE(shmget(test::kRawKey, 52, IPC_CREAT | IPC_EXCL | 0666), 0);
+  ASSERT_GE(shmget(kRawKey, 52, IPC_CREAT | IPC_EXCL | 0666), 0);
 
   EXPECT_THROW(Segment({{1, 1}}), std::runtime_error);
   const Segment first({{1, 1}}, {}, StaleSegment::kReplace);
@@ -82,7 +82,7 @@ TEST_F(LiveSegment, IsRewrittenWithTwoGenerationsOfValuesByTurns) {
   std::set<std::uint32_t> upper;
   {
     const TornWriter writer(segment, Alternating);
-    EXPECT_TRUE(test::Await([&] {
+    EXPECT_TRUE(Await([&] {
       for (int look = 0; look < 1000; ++look) {
         lower.insert(std::uint32_t{words[3]});
         upper.insert(std::uint32_t{words[4]});

@@ -15,10 +15,7 @@ using cloud::Behaviour;
 using cloud::Endpoint;
 using cloud::Simulator;
 using std::chrono::milliseconds;
-using test::AddressCheck;
-using test::Ask;
-using test::Login;
-using test::RealUpload;
+using namespace test;
 using ::testing::ElementsAre;
 
 constexpr char kAccepted[] = R"({"status":0,"message":"ok"})";
@@ -53,7 +50,7 @@ TEST(CloudBehaviours, ShapeTheAnswer) {
     simulator.Script(Endpoint::kRealData, {row.behaviour});
     const auto start = std::chrono::steady_clock::now();
 
-    const test::CloudAnswer answer = Ask(simulator.Port(), RealUpload());
+    const CloudAnswer answer = Ask(simulator.Port(), RealUpload());
 
     EXPECT_GE(std::chrono::steady_clock::now() - start, row.behaviour.stall);
     EXPECT_EQ(answer.StatusLine(), row.statusLine);
@@ -75,7 +72,7 @@ TEST(CloudScript, IsUsedUpInOrderForEachEndpointAlone) {
   std::vector<std::string> answers;
 
   Ask(simulator.Port(), AddressCheck());
-  Ask(simulator.Port(), test::Replaced(Login(), "POST", "GET"));
+  Ask(simulator.Port(), Replaced(Login(), "POST", "GET"));
   for (int i = 0; i < 3; ++i) answers.push_back(Ask(simulator.Port(), Login()).body);
 
   EXPECT_THAT(answers, ElementsAre(R"({"status":1,"message":"refused","data":[{"seqStatus":1}]})",
@@ -87,9 +84,9 @@ TEST(CloudSimulator, PrintsALineForEachExchange) {
   std::ostringstream printed;
   Simulator simulator({.secondAddress = kSecond, .lines = &printed, .orders = {{.id = 7}}});
 
-  Ask(simulator.Port(), test::RecallCheck("\\u001bS1"), kSecond);
+  Ask(simulator.Port(), RecallCheck("\\u001bS1"), kSecond);
   Ask(simulator.Port(), RealUpload());
-  Ask(simulator.Port(), test::RecallUpload());
+  Ask(simulator.Port(), RecallUpload());
   Ask(simulator.Port(), "GET /other HTTP/1.1\r\n\r\n");
   simulator.Stop();
 

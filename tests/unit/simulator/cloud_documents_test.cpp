@@ -13,9 +13,7 @@ namespace {
 
 using cloud::CheckDocument;
 using cloud::Endpoint;
-using test::AlarmDocument;
-using test::RealDocument;
-using test::RecallDocument;
+using namespace test;
 
 TEST(CloudDocuments, GivesTheRecalledPoints) {
   const cloud::DocumentFacts facts = CheckDocument(Endpoint::kCallData, RecallDocument());
@@ -45,7 +43,7 @@ void ExpectFaults(Endpoint endpoint, const std::string& document,
                   const std::vector<Change>& changes) {
   for (const Change& change : changes) {
     SCOPED_TRACE(change.from + " -> " + change.to);
-    const std::string text = test::Replaced(document, change.from, change.to);
+    const std::string text = Replaced(document, change.from, change.to);
     EXPECT_THAT([&] { CheckDocument(endpoint, text); },
                 ::testing::ThrowsMessage<cloud::Fault>(::testing::HasSubstr(change.place)));
   }

@@ -13,13 +13,8 @@ using cloud::Behaviour;
 using cloud::Endpoint;
 using cloud::RecallOrder;
 using cloud::Simulator;
-using test::Ask;
-using test::RecallCheck;
-using test::RecallDocument;
-using test::RecallUpload;
-using test::Replaced;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
+using namespace test;
+using namespace testing;
 
 constexpr char kNoOrder[] = R"({"status":0,"message":"ok","data":[]})";
 constexpr char kAccepted[] = R"({"status":0,"message":"ok"})";

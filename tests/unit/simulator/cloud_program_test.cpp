@@ -6,8 +6,7 @@
 
 namespace {
 
-using test::Ask;
-using test::ProgramRun;
+using namespace test;
 using ::testing::HasSubstr;
 
 // The port in a line like "listening on 127.0.0.1:8080".
@@ -19,13 +18,13 @@ TEST(CloudProgram, KeepsUploadsAndEndsAfterAsManyAsAsked) {
   ProgramRun run(BRENNIK_CLOUD_SIMULATOR,
                  "--port=0 --exit-after=2 --sn=S1 --prefix=/plant --uploads=/tmp/kept");
   const int port = PortIn(run.ReadLine());
-  const std::string upload = test::Replaced(test::RealUpload(), "/eqpapi", "/plant/eqpapi");
+  const std::string upload = Replaced(RealUpload(), "/eqpapi", "/plant/eqpapi");
 
   Ask(port, upload);
   Ask(port, upload);
 
   EXPECT_EQ(run.Wait(), 0);
-  EXPECT_TRUE(test::Exists("/tmp/kept/realdata/S20240301100000.tar.gz"));
+  EXPECT_TRUE(Exists("/tmp/kept/realdata/S20240301100000.tar.gz"));
 }
 
 TEST(CloudProgram, PassesItsOptionsOn) {
@@ -35,11 +34,11 @@ TEST(CloudProgram, PassesItsOptionsOn) {
                  "--order '7:1/3:1123@2024-03-01 08:00:00..2024-03-01 08:01:00'");
   const int port = PortIn(run.ReadLine());
 
-  EXPECT_THAT(Ask(port, test::Login(), "127.0.0.3").body, ::testing::StartsWith(R"({"status":1)"));
-  EXPECT_EQ(Ask(port, test::RealUpload(), "127.0.0.2").body, "busy");
-  EXPECT_EQ(Ask(port, test::AddressCheck(), "127.0.0.3").body,
+  EXPECT_THAT(Ask(port, Login(), "127.0.0.3").body, ::testing::StartsWith(R"({"status":1)"));
+  EXPECT_EQ(Ask(port, RealUpload(), "127.0.0.2").body, "busy");
+  EXPECT_EQ(Ask(port, AddressCheck(), "127.0.0.3").body,
             R"({"status":0,"message":"ok","data":[{"realIpAddress":"127.0.0.2:8080"}]})");
-  EXPECT_THAT(Ask(port, test::RecallCheck(), "127.0.0.2").body, HasSubstr("\"1123\""));
+  EXPECT_THAT(Ask(port, RecallCheck(), "127.0.0.2").body, HasSubstr("\"1123\""));
 }
 
 TEST(CloudProgram, RefusesABadCommandLine) {

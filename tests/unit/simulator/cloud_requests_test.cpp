@@ -14,15 +14,8 @@ namespace {
 
 using cloud::Exchange;
 using cloud::Simulator;
-using test::Archive;
-using test::Ask;
-using test::Form;
-using test::Login;
-using test::RealUpload;
-using test::Replaced;
-using test::Upload;
-using ::testing::ElementsAre;
-using ::testing::SizeIs;
+using namespace test;
+using namespace testing;
 
 constexpr char kUploads[] = "/tmp/uploads";
 constexpr char kRealPath[] = "/eqpapi/EqpUploadDataInfo";
@@ -31,9 +24,8 @@ constexpr char kRealFile[] = "S20240301100000.tar.gz";
 
 TEST(CloudSimulator, AcceptsASoundRequestToEveryEndpoint) {
   const Simulator simulator({.serialNumber = "S1"});
-  const std::vector<std::string> requests = {
-      Login(),      test::AddressCheck(), test::RecallCheck(),
-      RealUpload(), test::AlarmUpload(),  test::RecallUpload()};
+  const std::vector<std::string> requests = {Login(),      AddressCheck(), RecallCheck(),
+                                             RealUpload(), AlarmUpload(),  RecallUpload()};
 
   constexpr char kAccepted[] = R"({"status":0,"message":"ok"})";
   constexpr char kNothing[] = R"({"status":0,"message":"ok","data":[]})";
@@ -52,7 +44,7 @@ TEST(CloudSimulator, AcceptsASoundRequestToEveryEndpoint) {
 }
 
 TEST(CloudSimulator, RecordsWhatAnUploadCarries) {
-  const std::string archive = Archive(kMember, test::RealDocument());
+  const std::string archive = Archive(kMember, RealDocument());
   const Simulator simulator({.uploadFolder = kUploads});
 
   Ask(simulator.Port(), Upload(kRealPath, Form(kRealFile, archive)));
@@ -62,13 +54,13 @@ TEST(CloudSimulator, RecordsWhatAnUploadCarries) {
   EXPECT_EQ(exchange.fileName, kRealFile);
   EXPECT_EQ(exchange.memberName, kMember);
   EXPECT_EQ(exchange.archive, archive);
-  EXPECT_EQ(exchange.document, test::RealDocument());
+  EXPECT_EQ(exchange.document, RealDocument());
   EXPECT_EQ(exchange.serialNumber, "S1");
   EXPECT_EQ(exchange.devices, 2U);
   EXPECT_EQ(exchange.points, 2U);
   EXPECT_EQ(exchange.keptAs, std::string(kUploads) + "/realdata/" + kRealFile);
-  EXPECT_EQ(test::ReadFile(exchange.keptAs), archive);
-  EXPECT_THAT(test::List(std::string(kUploads) + "/realdata"), ElementsAre(kRealFile));
+  EXPECT_EQ(ReadFile(exchange.keptAs), archive);
+  EXPECT_THAT(List(std::string(kUploads) + "/realdata"), ElementsAre(kRealFile));
 }
 
 // Expects the cloud to answer each request with status 1, and a fragment of what it finds wrong.
@@ -76,10 +68,9 @@ void ExpectFaults(const std::vector<std::pair<std::string, const char*>>& rows) 
   for (const auto& [request, fragment] : rows) {
     SCOPED_TRACE(request);
     const Simulator simulator({.serialNumber = "S1"});
-    EXPECT_THAT(Ask(simulator.Port(), request).body,
-                ::testing::StartsWith(R"({"status":1,"message":")"));
+    EXPECT_THAT(Ask(simulator.Port(), request).body, StartsWith(R"({"status":1,"message":")"));
     EXPECT_FALSE(simulator.Exchanges().at(0).accepted);
-    EXPECT_THAT(simulator.Exchanges().at(0).fault, ::testing::HasSubstr(fragment));
+    EXPECT_THAT(simulator.Exchanges().at(0).fault, HasSubstr(fragment));
   }
 }
 
@@ -103,19 +94,19 @@ TEST(CloudSimulator, FindsFaultyHeaders) {
 }
 
 TEST(CloudSimulator, FindsFaultyJsonRequests) {
-  ExpectFaults({{Login(""), "not JSON"},
-                {Login(std::string(1048577, 'x')), "too large"},
-                {Login(R"({"sn":"S1"})"), "applyType"},
-                {Login(R"({"sn":"S1","applyType":1})"), "applyType"},
-                {Login(R"({"sn":"S2","applyType":0})"), "sn"},
-                {test::JsonRequest("/eqpapi/EqpSkipAddress", " "), "not empty"},
-                {test::RecallCheck("S2"), "sn"},
-                {test::JsonRequest("/eqpapi/EqpDataIfRecall", R"({"sn":"S1","applyType":0})"),
-                 "applyType"}});
+  ExpectFaults(
+      {{Login(""), "not JSON"},
+       {Login(std::string(1048577, 'x')), "too large"},
+       {Login(R"({"sn":"S1"})"), "applyType"},
+       {Login(R"({"sn":"S1","applyType":1})"), "applyType"},
+       {Login(R"({"sn":"S2","applyType":0})"), "sn"},
+       {JsonRequest("/eqpapi/EqpSkipAddress", " "), "not empty"},
+       {RecallCheck("S2"), "sn"},
+       {JsonRequest("/eqpapi/EqpDataIfRecall", R"({"sn":"S1","applyType":0})"), "applyType"}});
 }
 
 TEST(CloudSimulator, FindsFaultyForms) {
-  const std::string form = Form(kRealFile, Archive(kMember, test::RealDocument()));
+  const std::string form = Form(kRealFile, Archive(kMember, RealDocument()));
   const std::string part = form.substr(0, form.rfind("----WebKit"));
   const std::vector<std::pair<std::string, const char*>> rows = {
       {Replaced(form, "----WebKit", "--WebKit"), "boundary"},
@@ -132,7 +123,7 @@ TEST(CloudSimulator, FindsFaultyForms) {
 }
 
 TEST(CloudSimulator, FindsFaultyFileNamesAndArchives) {
-  const std::string text = test::RealDocument();
+  const std::string text = RealDocument();
   const std::string sound = Archive(kMember, text);
   const auto packed = [&text](const char* command) { return Archive(kMember, text, command); };
   const std::vector<std::tuple<std::string, std::string, const char*>> rows = {
@@ -150,7 +141,7 @@ TEST(CloudSimulator, FindsFaultyFileNamesAndArchives) {
       {kRealFile, packed("truncate -s 20M * && tar -czf out *"), "too large"},
       {kRealFile, sound.substr(0, sound.size() / 2), "cannot be read"},
       {kRealFile, text, "cannot be read"},
-      {kRealFile, Archive(kMember, test::AlarmDocument()), "data"},
+      {kRealFile, Archive(kMember, AlarmDocument()), "data"},
       {kRealFile, Archive(kMember, R"({"sn":"S2","data":[]})"), "sn"}};
 
   for (const auto& [name, content, fragment] : rows) {
@@ -160,7 +151,7 @@ TEST(CloudSimulator, FindsFaultyFileNamesAndArchives) {
 
 TEST(CloudSimulator, AnswersAStrayRequestWithAnHttpError) {
   const std::string path = "/plant/eqpapi/EqpAuthorize";
-  const std::string login = test::JsonRequest(path, R"({"sn":"S1","applyType":0})");
+  const std::string login = JsonRequest(path, R"({"sn":"S1","applyType":0})");
   const std::vector<std::pair<std::string, const char*>> rows = {
       {login, "HTTP/1.1 200 OK"},
       {Replaced(login, "POST", "GET"), "HTTP/1.1 405 Method Not Allowed"},
@@ -178,15 +169,15 @@ TEST(CloudSimulator, AnswersAStrayRequestWithAnHttpError) {
 }
 
 TEST(CloudSimulator, PutsFaultyUploadsAside) {
-  test::Empty(kUploads);
+  Empty(kUploads);
   const Simulator simulator({.uploadFolder = kUploads});
 
   Ask(simulator.Port(), RealUpload("20240301100000", "{}"));
   Ask(simulator.Port(), Upload(kRealPath, Form("../../escaped", "")));
 
-  EXPECT_THAT(test::List(std::string(kUploads) + "/realdata"), ::testing::IsEmpty());
-  EXPECT_THAT(test::List(std::string(kUploads) + "/refused/realdata"), ElementsAre(kRealFile));
-  EXPECT_FALSE(test::Exists(std::string(kUploads) + "/escaped"));
+  EXPECT_THAT(List(std::string(kUploads) + "/realdata"), IsEmpty());
+  EXPECT_THAT(List(std::string(kUploads) + "/refused/realdata"), ElementsAre(kRealFile));
+  EXPECT_FALSE(Exists(std::string(kUploads) + "/escaped"));
 }
 
 }  // namespace

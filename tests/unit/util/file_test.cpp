@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <cstdio>
 
 #include "support/faults.h"

@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <limits>
-#include <string>
 #include <utility>
 
 #include "support/faults.h"

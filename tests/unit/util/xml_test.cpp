@@ -14,9 +14,7 @@
 
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::Pair;
+using namespace testing;
 
 constexpr char kPath[] = "/tessel/Config/file.xml";
 

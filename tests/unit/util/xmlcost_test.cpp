@@ -47,6 +47,16 @@ std::string Numbered(int count, const std::string& before, const std::string& af
   return whole;
 }
 
+// Ten entities, each ten times the one before: 3 GB of "lol".
+std::string EntityBomb() {
+  std::string text = "<!DOCTYPE r [<!ENTITY e0 \"lol\">";
+  for (int level = 1; level < 10; ++level) {
+    const std::string before = "&e" + std::to_string(level - 1) + ";";
+    text += "<!ENTITY e" + std::to_string(level) + " \"" + Repeat(before, 10) + "\">";
+  }
+  return text + "]><r>&e9;</r>";
+}
+
 long PeakKibibytes() {
   rusage usage{};
   getrusage(RUSAGE_SELF, &usage);
@@ -78,6 +88,7 @@ TEST_F(XmlCost, StaysBounded) {
        {Row{"attributes of one element", false, 32, "<r" + Numbered(150'000, " a", "=''") + "/>"},
         Row{"comments without an end", false, 32, "<r>" + Fill("<!--")},
         Row{"opening tags only", false, 32, Repeat("<e>", 300'000)},
+        Row{"entities of entities", false, 32, EntityBomb()},
         Row{"attributes", true, 128, "<r>" + Repeat("<e a='' b='' c=''/>", kNodes / 4) + "</r>"},
         Row{"undeclared prefixes", true, 128, "<r>" + Repeat("<x:e/>", kNodes) + "</r>"},
         Row{"pieces of text", true, 32, "<r>" + Fill("A<!----><?a?>") + "</r>"},

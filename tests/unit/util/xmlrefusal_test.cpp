@@ -19,10 +19,7 @@
 namespace {
 
 using std::string_literals::operator""s;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
-using ::testing::Not;
+using namespace testing;
 
 constexpr char kPath[] = "/tessel/Config/file.xml";
 constexpr char kAnyReason[] = "line [12]: [^\n]+";

@@ -1,4 +1,5 @@
-// The cloud's answer to an upload; and "status" and "message", which every answer carries.
+// The cloud's answers to an upload and to the login; and "status" and "message", which every answer
+// carries.
 #include <gmock/gmock.h>
 
 #include <stdexcept>
@@ -6,14 +7,12 @@
 
 #include "answertest.h"
 
-using test::ParseUpload;
-using test::Texts;
-using ::testing::Each;
-using ::testing::IsEmpty;
-
 namespace {
 
-class UploadAnswer : public test::GatewayTest {};
+using namespace test;
+using namespace testing;
+
+class UploadAnswer : public GatewayTest {};
 
 TEST_F(UploadAnswer, GivesStatusAndMessageInAnyOrderAmongOthers) {
   const auto parsed =
@@ -22,8 +21,8 @@ TEST_F(UploadAnswer, GivesStatusAndMessageInAnyOrderAmongOthers) {
   EXPECT_EQ(parsed.result, 0);
   EXPECT_EQ(parsed.ack.status, -3);
   EXPECT_STREQ(parsed.ack.message, "m");
-  EXPECT_THAT(parsed.ack.reserved, Each(test::kUntouched));
-  EXPECT_THAT(test::TextLog(), IsEmpty());
+  EXPECT_THAT(parsed.ack.reserved, Each(kUntouched));
+  EXPECT_THAT(TextLog(), IsEmpty());
 }
 
 TEST_F(UploadAnswer, CutsItsMessageAtATerminatorOr127Characters) {
@@ -47,7 +46,7 @@ TEST_F(UploadAnswer, FailsSilentlyWithoutAMemberAndLeavesTheRecordAlone) {
     EXPECT_EQ(parsed.result, -1);
     EXPECT_TRUE(parsed.IsUntouched());
   }
-  EXPECT_THAT(test::TextLog(), IsEmpty());
+  EXPECT_THAT(TextLog(), IsEmpty());
 }
 
 TEST_F(UploadAnswer, ThrowsAtAWrongType) {
@@ -69,6 +68,42 @@ TEST_F(UploadAnswer, LeavesTheStatusInTheRecordBeforeAFaultyMessage) {
       std::logic_error);
 
   EXPECT_EQ(ack.status, 5);
+}
+
+class AuthorizeAnswer : public GatewayTest {};
+
+TEST_F(AuthorizeAnswer, GivesItsLastSeqStatusStatusAndMessage) {
+  const auto parsed =
+      ParseAuthorize(R"({"status":2,"message":"ok","data":[{"seqStatus":0},{"seqStatus":-7}]})");
+
+  EXPECT_EQ(parsed.result, 0);
+  EXPECT_EQ(parsed.ack.seqStatus, -7);
+  EXPECT_EQ(parsed.ack.status, 2);
+  EXPECT_STREQ(parsed.ack.message, "ok");
+  EXPECT_THAT(TextLog(), IsEmpty());
+}
+
+TEST_F(AuthorizeAnswer, LeavesSeqStatusAloneWhenItsDataIsEmpty) {
+  const auto parsed = ParseAuthorize(AnswerWithData("[]"));
+
+  EXPECT_EQ(parsed.result, 0);
+  EXPECT_EQ(parsed.ack.seqStatus, kUntouchedNumber);
+}
+
+TEST_F(AuthorizeAnswer, LogsAnElementWithoutSeqStatusAndKeepsTheOneBefore) {
+  const auto parsed = ParseAuthorize(AnswerWithData(R"([{"seqStatus":4},{},{"seqStatus":5}])"));
+
+  EXPECT_EQ(parsed.result, -1);
+  EXPECT_EQ(parsed.ack.seqStatus, 4);
+  EXPECT_EQ(parsed.ack.status, kUntouchedNumber);
+  EXPECT_THAT(TextLog("WARN"), ElementsAre("Authorize missing seqStatus Member"));
+}
+
+TEST_F(AuthorizeAnswer, ThrowsAtAWrongType) {
+  for (const auto* data : {R"({"seqStatus":0})", "[0]", R"([{"seqStatus":"0"}])",
+                           R"([{"seqStatus":0.0}])", R"([{"seqStatus":2147483648}])"}) {
+    EXPECT_THROW(ParseAuthorize(AnswerWithData(data)), std::logic_error) << data;
+  }
 }
 
 }  // namespace
