@@ -418,7 +418,8 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"NoColumns", [] { Run("create table tJsonFileNames(a)"); }, LedgerState::kNoTable,
             "no such column"},
         Bad{"View", [] { Run(kViewed); }, LedgerState::kNoTable, ""},
-        Bad{"VirtualTable", [] { Run("create virtual table tJsonFileNames using fts4(filename)"); },
+        Bad{"VirtualTable",
+            [] { Run("create virtual table tJsonFileNames using fts4(filename,filetype,result)"); },
             LedgerState::kNoTable, ""},
         Bad{"OwnRowid", [] { Run(kOwnRowid); }, LedgerState::kDamaged, ""},
         Bad{"HugeName",
@@ -525,5 +526,11 @@ INSTANTIATE_TEST_SUITE_P(
                       StampCase{"OtherEnd", "S20240307120000.tar.xz", std::nullopt},
                       StampCase{"TooShort", "0240307120000.tar.gz", std::nullopt}),
     [](const auto& parameter) { return parameter.param.name; });
+
+TEST_F(LedgerReading, TakesNoTimeThatTheClocksLeftOut) {
+  setenv("TZ", "AAA-10BBB-10:30,M10.1.0/2:30,M4.1.0", 1);  // on that day 02:30 was 03:00
+  EXPECT_TRUE(status::StampOf("S20241006022959.tar.gz"));
+  EXPECT_FALSE(status::StampOf("S20241006024000.tar.gz"));
+}
 
 }  // namespace
