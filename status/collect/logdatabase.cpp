@@ -31,12 +31,17 @@ constexpr std::size_t kPageRows = 1000;
 constexpr std::size_t kPageBytes = 524288;  // of messages; the service's own have 254,000 at most
 constexpr std::size_t kLevelBytes = 15;
 constexpr int kLongestValueBytes = 1048576;
-constexpr int kStepsBetweenLooks = 5'000'000;  // of SQLite's machine; a page takes 20,000
+constexpr int kMostSteps = 500'000;  // of SQLite's machine; a page takes 20,000
 constexpr int kAttempts = 10;
 constexpr timespec kPause = {.tv_sec = 0, .tv_nsec = 20'000'000};
 
 std::string Named(const char* what) {
   return std::string(paths::kLogDatabase) + what;
+}
+
+// Whether a failure has another cause than a write that is under way.
+bool IsLasting(int code) {
+  return code == SQLITE_ERROR || code == SQLITE_NOTADB || code == SQLITE_INTERRUPT;
 }
 
 int EndStatement(void* /*unused*/) {
@@ -84,7 +89,7 @@ bool LogDatabase::Open() {
   }
   sqlite3_limit(database, SQLITE_LIMIT_LENGTH, kLongestValueBytes);
   sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-  sqlite3_progress_handler(database, kStepsBetweenLooks, EndStatement, nullptr);
+  sqlite3_progress_handler(database, kMostSteps, EndStatement, nullptr);
   util::Execute(database, kSettings);
   return true;
 }
@@ -97,6 +102,7 @@ bool LogDatabase::LoadPage() {
       m_trouble.clear();
       return true;
     }
+    if (IsLasting(sqlite3_errcode(m_database.get()))) break;
   }
   m_page.clear();
   return false;
