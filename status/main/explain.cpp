@@ -1,4 +1,5 @@
 // explain: what a code or a message means and what to do.
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
