@@ -338,6 +338,14 @@ INSTANTIATE_TEST_SUITE_P(
                       "log_Desc FROM n");
             },
             "interrupted"},
+        Bad{"with fractions in place of numbers",
+            [] {
+              test::DatabaseFile(paths::kLogDatabase)
+                  .Run(
+                      "CREATE TABLE log_tbl(Pid REAL, RecordDate, RecordTime, log_Type, log_Desc); "
+                      "INSERT INTO log_tbl VALUES(0.5, 'a', 'b', 'c', 'd')");
+            },
+            "out of order"},
         Bad{"cut short",
             [] {
               test::DatabaseFile(paths::kLogDatabase)
