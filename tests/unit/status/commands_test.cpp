@@ -3,10 +3,13 @@
 
 #include <sys/stat.h>
 
-#include <csignal>
+#include <functional>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
+#include "collect/ledgerbackup.h"
 #include "historydata/historydata.h"
 #include "historydata/ledgerfile.h"
 #include "main/redact.h"
@@ -289,6 +292,32 @@ TEST_F(ReportTest, HoldsEverythingAndNoSecret) {
   struct stat about {};
   ASSERT_EQ(stat(kReport, &about), 0);
   EXPECT_EQ(about.st_mode & 07777U, 0600U);
+}
+
+// A running service may write in between; the copy then begins again.
+TEST_F(ReportTest, CopiesTheLedgerOfARunningService) {
+  std::vector<std::pair<std::string, int>> rows;
+  for (int i = 0; i < 3000; ++i) {
+    rows.emplace_back(util::Format("realdata/7/S202403%08d.tar.gz", i), 1);
+  }
+  WriteLedger({{kName, 1}});
+  test::DatabaseFile ledger(paths::kLedger);
+  ledger.Run("begin");
+  for (const auto& [name, result] : rows) {
+    ledger.Run("insert into tJsonFileNames values('" + name + "',2,1)");
+  }
+  ledger.Run("commit");
+  std::thread writer([&ledger] {
+    for (int i = 0; i < 3; ++i) ledger.Run("update tJsonFileNames set Result=0");
+  });
+  EXPECT_EQ(status::BackUpLedger(status::Place(), true, "/tmp/copy.db"), "");
+  writer.join();
+  EXPECT_EQ(test::DatabaseFile("/tmp/copy.db").Lines("pragma integrity_check")[0], "ok");
+  EXPECT_EQ(test::DatabaseFile("/tmp/copy.db").Lines("select count(*) from tJsonFileNames")[0],
+            "3001");
+  test::WriteFile(paths::kLedger, "no database at all, but long enough to be one");
+  EXPECT_EQ(status::BackUpLedger(status::Place(), true, "/tmp/copy2.db"), "file is not a database");
+  for (const char* copy : {"/tmp/copy.db", "/tmp/copy2.db"}) std::remove(copy);
 }
 
 TEST_F(ReportTest, LeavesOutAConfigurationThatIsNotWellFormed) {
