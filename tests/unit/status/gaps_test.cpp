@@ -64,9 +64,9 @@ TEST_F(GapsTest, JudgesEachHourOfADay) {
   std::vector<Packed> files = Every(At(2, 30), At(5, 30)) + Every(At(7, 5), At(9, 55));
   files.back().accepted = false;
   EXPECT_EQ(HoursText(files, At(10, 2)), "--###+x+#o..............");
-  // What is due by now: the file of 9:55 may still be on its way at 9:59, the one of 9:45 not.
+  // What is due by now: the file of 9:55 may still be on its way at 9:59, the one of 9:50 not.
   EXPECT_EQ(HoursText(Every(At(8, 0), At(9, 50)), At(9, 59)), "--------##..............");
-  EXPECT_EQ(HoursText(Every(At(8, 0), At(9, 40)), At(9, 59)), "--------#+..............");
+  EXPECT_EQ(HoursText(Every(At(8, 0), At(9, 45)), At(9, 59)), "--------#+..............");
   EXPECT_EQ(HoursText({}, At(10, 0)), "-----------.............");
 }
 
