@@ -99,6 +99,7 @@ TEST_F(JsonTextTest, HoldsWhatIsKnown) {
       {"findings/0/evidence", "\"df\""},
       {"road/0", R"({"name":"card","state":"good","text":"present"})"},
       {"road/1/state", "\"not_judged\""},
+      {"results/newest_accepted_unix_seconds", "1795319940"},
       {"results/newest_accepted_age_seconds", "60"},
       {"results/oldest_pending_age_seconds", "120"},
       {"results/pending_files", "1"},

@@ -76,6 +76,7 @@ TEST_F(MetricsTextTest, HoldsWhatIsKnown) {
       {"brennik_ledger_readable", "1"},
       {"brennik_files{kind=\"realdata\",state=\"accepted\"}", "177"},
       {"brennik_files{kind=\"alarmdata\",state=\"pending\"}", "1"},
+      {"brennik_newest_accepted_file_timestamp_seconds", "1795319940"},
       {"brennik_newest_file_timestamp_seconds{kind=\"realdata\",state=\"accepted\"}", "1795319940"},
       {"brennik_newest_file_timestamp_seconds{kind=\"alarmdata\",state=\"pending\"}", "1795319880"},
       {"brennik_oldest_pending_file_timestamp_seconds{kind=\"alarmdata\"}", "1795319880"},
