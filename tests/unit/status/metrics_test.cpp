@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <map>
 #include <set>
 #include <sstream>
@@ -159,4 +161,24 @@ TEST_F(WriteMetricsTest, RefusesWhatIsNoFile) {
   }
   EXPECT_EQ(test::List("/tmp/metrics"), (std::vector<std::string>{"folder", "link"}));
   EXPECT_EQ(test::ReadFile("/tmp/metrics/folder/kept"), "kept");
+}
+
+TEST_F(WriteMetricsTest, KeepsTheOldFileWhenThereIsNoRoom) {
+  test::Empty("/tmp/metrics");
+  test::WriteFile("/tmp/metrics/brennik.prom", "old");
+  rlimit unlimited{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &unlimited), 0);
+  const rlimit small{3, unlimited.rlim_max};
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  testing::internal::CaptureStderr();
+
+  setrlimit(RLIMIT_FSIZE, &small);
+  const int exitStatus = status::WriteMetrics("/tmp/metrics/brennik.prom", "new and longer\n");
+  setrlimit(RLIMIT_FSIZE, &unlimited);
+
+  std::signal(SIGXFSZ, handler);
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(exitStatus, 1);
+  EXPECT_EQ(test::List("/tmp/metrics"), std::vector<std::string>{"brennik.prom"});
+  EXPECT_EQ(test::ReadFile("/tmp/metrics/brennik.prom"), "old");
 }
