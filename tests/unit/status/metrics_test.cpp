@@ -54,9 +54,9 @@ Exposition Read(const std::string& text) {
 }  // namespace
 
 TEST_F(MetricsTextTest, HoldsWhatIsKnown) {
-  const Facts facts = test::HealthyFacts();
+  const Facts facts = test::PrintedFacts();
 
-  const Exposition read = Read(status::MetricsText(facts, test::OneFinding()));
+  const Exposition read = Read(status::MetricsText(facts, test::PrintedVerdict()));
 
   const std::pair<const char*, const char*> rows[] = {
       {"brennik_status_build_info{version=\"" BRENNIK_VERSION "\"}", "1"},
@@ -92,7 +92,7 @@ TEST_F(MetricsTextTest, HoldsWhatIsKnown) {
 }
 
 TEST_F(MetricsTextTest, HasASeriesForEveryCode) {
-  const Exposition read = Read(status::MetricsText(test::HealthyFacts(), test::OneFinding()));
+  const Exposition read = Read(status::MetricsText(test::PrintedFacts(), test::PrintedVerdict()));
 
   for (const status::Code& code : status::AllCodes())
     EXPECT_TRUE(read.values.contains("brennik_finding{code=\"" + std::string(code.code) + "\"}"))
@@ -112,10 +112,10 @@ TEST_F(MetricsTextTest, LeavesOutWhatIsUnknown) {
 }
 
 TEST_F(MetricsTextTest, NamesNoGateway) {
-  Facts facts = test::HealthyFacts();
+  Facts facts = test::PrintedFacts();
   facts.logs.address = "192.0.2.7";
 
-  const std::string text = status::MetricsText(facts, test::OneFinding());
+  const std::string text = status::MetricsText(facts, test::PrintedVerdict());
 
   EXPECT_EQ(text.find("TS20240117"), std::string::npos);
   EXPECT_EQ(text.find("192.0.2.7"), std::string::npos);
