@@ -21,7 +21,6 @@ namespace {
 
 constexpr long kMemoryTimeoutSeconds = 30;
 constexpr long kFileTimeoutSeconds = 90;
-constexpr off_t kFileLimitBytes = 40960;  // files of this size and more are not sent
 // libcurl keeps every header and trailer of a transfer in ten times its length and more.
 constexpr std::size_t kMostHeaderBytes = 64U << 10;
 

@@ -2,10 +2,14 @@
 // the cloud's JSON; an answer callback in the request frame judges the answer.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 
 #include "http/frames.h"
 #include "util/mutex.h"
+
+inline constexpr off_t kFileLimitBytes = 40960;  // files of this size and more are not sent
 
 // Every exchange with the cloud, over libcurl's easy interface. Any thread may call it, several at
 // the same time: each call has an easy handle of its own. It holds libcurl's global state and never

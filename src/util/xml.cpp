@@ -84,6 +84,10 @@ std::string_view XmlElement::Name() const {
   return AsChars(m_node->name);
 }
 
+long XmlElement::Line() const {
+  return xmlGetLineNo(m_node);
+}
+
 std::vector<XmlElement> XmlElement::Children() const {
   std::vector<XmlElement> children;
   for (xmlNode* child = m_node->children; child != nullptr; child = child->next) {

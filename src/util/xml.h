@@ -34,6 +34,8 @@ class XmlElement {
 
   std::string_view Name() const;
   bool Is(std::string_view name) const { return Name() == name; }
+  // The line of the file in which its start tag ends; 65535 for every later line.
+  long Line() const;
   // The child elements, in document order.
   std::vector<XmlElement> Children() const;
   // The attribute of that name, or nothing when the element has none.

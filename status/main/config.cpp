@@ -1,9 +1,202 @@
+// config: checks a configuration before a restart.
+#include <cstdio>
+#include <ctime>
+#include <string>
+
+#include "collect/machine.h"
+#include "http/http.h"
+#include "judge/codes.h"
+#include "judge/configcheck.h"
 #include "main/commands.h"
+#include "print/terminal.h"
+#include "util/json.h"
+#include "util/text.h"
 
 namespace status {
+namespace {
 
-int CheckConfig(const Options&) {
-  return kBadArguments;
+using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
+
+constexpr int kSchema = 1;
+constexpr int kNameColumns = 16;
+
+Level LevelOf(const ConfigFault& fault) {
+  return fault.cost == Cost::kStart ? Level::kCritical : Level::kWarning;
+}
+
+// "/tessel/Config/sys.xml:12", or without the line when that is unknown.
+std::string Where(const ConfigFault& fault) {
+  return fault.line == 0 ? fault.file : util::Format("%s:%ld", fault.file.c_str(), fault.line);
+}
+
+std::string Coloured(const Terminal& terminal, Level level) {
+  const char* colour = level == Level::kOk ? "green" : level == Level::kWarning ? "yellow" : "red";
+  return terminal.Colour(colour, LevelName(level));
+}
+
+// The faults, and after the last one of each code its remedy.
+std::string FaultsText(const ConfigCheck& check, const Terminal& terminal) {
+  std::string text;
+  std::string remedies;
+  for (const ConfigFault& fault : check.faults) {
+    text += util::Format("%s: %s %s: %s\n", Visible(Where(fault)).c_str(),
+                         Coloured(terminal, LevelOf(fault)).c_str(), fault.code.c_str(),
+                         Visible(fault.text).c_str());
+    const Code* code = FindCode(fault.code);
+    const std::string start = "  " + fault.code + ": ";
+    if (code == nullptr || remedies.find(start) != std::string::npos) continue;
+    remedies += start + code->remedy + " (" + code->anchor + ")\n";
+  }
+  return remedies.empty() ? text : text + "\nWhat to do\n" + remedies;
+}
+
+std::string ValuesText(const ConfigCheck& check) {
+  if (check.values.empty()) return "";
+  std::string text = "\nValues in force\n";
+  for (const ConfigValue& value : check.values) {
+    text += "  " + Padded(value.name, kNameColumns);
+    if (!value.isWritten) {
+      text += Visible(value.inForce) + " (left out)";
+    } else if (value.written == value.inForce) {
+      text += Visible(value.inForce);
+    } else {
+      text += Visible(value.written) + " -> " + Visible(value.inForce);
+    }
+    if (!value.note.empty()) text += "  " + value.note;
+    text += '\n';
+  }
+  return text;
+}
+
+std::string RunningText(const ConfigCheck& check) {
+  if (!check.isCompared) return "\nNot compared with a running service\n";
+  for (const ConfigFault& fault : check.faults) {
+    if (fault.code == "BRN-CONFIG-RESTART")
+      return "\nThe running service: restart needed, see above\n";
+  }
+  return check.started ? "\nThe running service has this configuration, since " +
+                             LocalText(check.started->time) + "\n"
+                       : "\nThe start of the running service is unknown; files may have changed\n";
+}
+
+std::string SnapshotText(const Snapshot& snapshot) {
+  if (snapshot.archive.bytes == 0) return "";
+  return util::Format(
+      "\nA snapshot\n"
+      "  %zu points of %zu devices on %zu channels; packing takes about %.1f s\n"
+      "  the archive has about %zu of %lld bytes (%s); about %zu points fit\n",
+      snapshot.points, snapshot.devices, snapshot.channels, snapshot.packingSeconds,
+      snapshot.archive.bytes, static_cast<long long>(kFileLimitBytes) - 1,
+      snapshot.hasLiveValues ? "with the values published now" : "with typical values",
+      snapshot.archive.mostPoints);
+}
+
+void PrintText(const ConfigCheck& check) {
+  const Terminal terminal = Terminal::OfStandardOutput();
+  const std::string text = FaultsText(check, terminal) + ValuesText(check) + RunningText(check) +
+                           SnapshotText(check.snapshot) + "\n" + Coloured(terminal, check.level) +
+                           ": " + check.text + "\n";
+  std::fputs(text.c_str(), stdout);
+}
+
+void Member(Writer& json, const char* key, const std::string& text) {
+  json.Key(key);
+  json.String(Visible(text).c_str());
+}
+
+void MemberOrNull(Writer& json, const std::string& key, const std::string& text,
+                  const char* reason) {
+  if (!text.empty()) return Member(json, key.c_str(), text);
+  json.Key(key.c_str());
+  json.Null();
+  Member(json, (key + "_reason").c_str(), reason);
+}
+
+void WriteFault(Writer& json, const ConfigFault& fault) {
+  const Code* code = FindCode(fault.code);
+  json.StartObject();
+  Member(json, "code", fault.code);
+  Member(json, "level", LevelName(LevelOf(fault)));
+  Member(json, "text", fault.text);
+  MemberOrNull(json, "since", "", "a fault of a file has no time");
+  MemberOrNull(json, "remedy", code == nullptr ? "" : code->remedy, "none is known");
+  Member(json, "file", fault.file);
+  json.Key("line");
+  fault.line == 0 ? json.Null() : json.Int64(fault.line);
+  if (fault.line == 0) Member(json, "line_reason", "the whole file");
+  json.EndObject();
+}
+
+void WriteValue(Writer& json, const ConfigValue& value) {
+  json.StartObject();
+  Member(json, "name", value.name);
+  MemberOrNull(json, "written", value.written, value.isWritten ? "empty" : "left out");
+  Member(json, "in_force", value.inForce);
+  Member(json, "note", value.note);
+  json.EndObject();
+}
+
+void WriteSnapshot(Writer& json, const Snapshot& snapshot) {
+  const auto number = [&json](const char* key, std::size_t value) {
+    json.Key(key);
+    json.Uint64(value);
+  };
+  json.Key("snapshot");
+  json.StartObject();
+  number("channels", snapshot.channels);
+  number("devices", snapshot.devices);
+  number("points", snapshot.points);
+  json.Key("packing_seconds");
+  json.Double(snapshot.packingSeconds);
+  number("archive_bytes", snapshot.archive.bytes);
+  number("archive_limit_bytes", static_cast<std::size_t>(kFileLimitBytes) - 1);
+  number("most_points", snapshot.archive.mostPoints);
+  json.Key("live_values");
+  json.Bool(snapshot.hasLiveValues);
+  json.EndObject();
+}
+
+void PrintJson(const ConfigCheck& check) {
+  rapidjson::StringBuffer text;
+  Writer json(text);
+  json.StartObject();
+  json.Key("schema");
+  json.Int(kSchema);
+  Member(json, "verdict", LevelName(check.level));
+  Member(json, "verdict_text", check.text);
+  json.Key("findings");
+  json.StartArray();
+  for (const ConfigFault& fault : check.faults) WriteFault(json, fault);
+  json.EndArray();
+  json.Key("values");
+  json.StartArray();
+  for (const ConfigValue& value : check.values) WriteValue(json, value);
+  json.EndArray();
+  json.Key("compared_with_service");
+  json.Bool(check.isCompared);
+  WriteSnapshot(json, check.snapshot);
+  json.EndObject();
+  std::puts(text.GetString());
+}
+
+}  // namespace
+
+int CheckConfig(const Options& options) {
+  const Place place(options.argument.empty() ? options.root : options.argument);
+  const Configuration configuration = LoadConfiguration(place);
+  LogFacts logs;
+  Segment segment;
+  bool isRunning = false;
+  if (place.IsLive()) {
+    const auto process = FindService(place);
+    isRunning = !process || *process != 0;
+    if (isRunning) logs = CollectLogFacts(place, std::time(nullptr));
+    segment = LookAtSegment(place);
+  }
+  const ConfigCheck check = CheckConfiguration(place, configuration, isRunning ? &logs : nullptr,
+                                               place.IsLive() ? &segment : nullptr);
+  options.json ? PrintJson(check) : PrintText(check);
+  return static_cast<int>(check.level);
 }
 
 }  // namespace status
