@@ -81,7 +81,8 @@ bool LogDatabase::Open() {
   if (status.st_ino != std::exchange(m_inode, status.st_ino)) m_lastPid = 0;
 
   sqlite3* database = nullptr;
-  const int result = sqlite3_open_v2(path.c_str(), &database, SQLITE_OPEN_READONLY, kWithoutLocks);
+  const int result = sqlite3_open_v2(path.c_str(), &database,
+                                     SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, kWithoutLocks);
   m_database.reset(database);
   if (result != SQLITE_OK) {
     m_trouble = Named(" cannot be read: ") + util::ErrorText(database);
@@ -162,8 +163,6 @@ LogRecord LogDatabase::RecordOf(const util::Statement& row) {
   record.time = m_time;  // without a time, that of the row before
   record.level = row.Text(2).substr(0, kLevelBytes);
   record.text = Trimmed(row.Text(3));
-  record.file = paths::kLogDatabase;
-  record.isDatabase = true;
   return record;
 }
 
@@ -172,6 +171,8 @@ bool LogDatabase::Next(LogRecord* record) {
   if (m_next == m_page.size() && !m_page.empty() && m_trouble.empty()) LoadPage();
   if (m_next == m_page.size()) return false;
   *record = std::move(m_page[m_next++]);
+  record->file = paths::kLogDatabase;
+  record->isDatabase = true;
   m_lastPid = static_cast<std::int32_t>(record->line);
   return true;
 }
