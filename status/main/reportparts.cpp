@@ -2,6 +2,7 @@
 
 #include <sys/statvfs.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "collect/configuration.h"
@@ -21,9 +22,11 @@
 namespace status {
 namespace {
 
-constexpr std::size_t kLogTailBytes = 2U << 20;  // of each text log, in the merged one
+// Bounds of the parts, so that they never fill the temporary folder, which is often in memory.
+constexpr std::size_t kLogTailBytes = 512U << 10;  // of each text log, in the merged one
+constexpr std::size_t kMergedLogBytes = 4U << 20;
 
-constexpr std::size_t kConfigurationBytes = util::kXmlFileLimitBytes;  // of all its files
+constexpr std::size_t kConfigurationBytes = 2U << 20;  // of all its files
 
 // At most `limit` bytes of a plain file, or of a file of /proc. Nothing when it cannot be read.
 std::optional<std::string> ReadAll(const std::string& path, std::size_t limit) {
@@ -76,14 +79,17 @@ class Parts {
 
   void WriteLog() {
     Capture("log.txt", "the newest records of both logs in one", [this] {
-      const auto print = [](const LogRecord& record) {
-        std::printf("%s %-5s %s\n", LocalText(record.time).c_str(), record.level.c_str(),
-                    Visible(record.text).c_str());
-        return true;
+      std::size_t bytes = 0;
+      const auto print = [&bytes](const LogRecord& record) {
+        const int count = std::printf("%s %-5s %s\n", LocalText(record.time).c_str(),
+                                      record.level.c_str(), Visible(record.text).c_str());
+        bytes += static_cast<std::size_t>(std::max(count, 0));
+        return bytes < kMergedLogBytes;
       };
       LogRange range;
       range.tailBytes = kLogTailBytes;
       const LogsRead read = ReadLogs(m_place, range, print);
+      if (bytes >= kMergedLogBytes) std::printf("Newer records are left out.\n");
       if (!read.text) std::printf("text log: %s\n", Visible(read.text.reason).c_str());
       if (!read.database) std::printf("log database: %s\n", Visible(read.database.reason).c_str());
       return 0;
