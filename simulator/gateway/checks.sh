@@ -210,6 +210,51 @@ check_memory() {
     test "$(stat -c %s "$run/brennik")" -lt "$program_limit_bytes"
 }
 
+readonly status_private_limit_kib=6144
+readonly status_limit_ms=300
+
+# told CASE PATTERN: brennik-status has printed a line like this in this case
+told() { said "^\[status +\] $1: $2"; }
+
+# expect_verdict CASE STATUS CODE: its exit status, and the code of the cause, or no code
+expect_verdict() {
+  expect "$1: exit status $2" told "$1" "exit status $2$"
+  if [[ $3 ]]; then
+    expect "$1: the cause is $3" test "$(sed -nE "s/^\[status +\] $1: .*(BRN-[A-Z0-9-]+).*/\1/p" "$lines" | head -n 1)" == "$3"
+  else
+    expect "$1: no finding" never_said "^\[status +\] $1: .*BRN-"
+  fi
+}
+
+check_status() {
+  local seconds anonymous private package bytes
+  limit_seconds=900
+  play_fast status ""
+  expect_verdict "healthy" 0 ""
+  expect_verdict "healthy, monitor" 0 ""
+  expect_verdict "cloud gone" 2 BRN-CLOUD-REFUSED
+  expect "cloud gone, monitor: exit status 2" told "cloud gone, monitor" 'exit status 2$'
+  expect "with the cloud back, it is healthy" told "cloud back" healed
+  expect_verdict "card pulled" 2 BRN-CARD-MISSING
+  expect "with the card back, it is healthy" told "card back" healed
+  expect_verdict "wrong sys.xml, before the restart: config" 2 BRN-CONFIG-SYS
+  expect_verdict "wrong sys.xml" 2 BRN-CONFIG-SYS
+  expect "with the right file, it is healthy" told "right sys.xml" healed
+  expect_verdict "many rows" 0 ""
+
+  seconds=$(sed -nE 's/^\[status +\] many rows: ([0-9.]+) s a run.*/\1/p' "$lines")
+  read -r anonymous private < <(sed -nE 's/^\[status +\] many rows: peak Anonymous ([0-9]+) Private ([0-9]+) .*/\1 \2/p' "$lines") || true
+  say status "at 45,000 rows $seconds s of the gateway's clock, at most $anonymous KiB of written memory seen ($private KiB with pages of files)"
+  expect "a verdict takes less than $status_limit_ms ms" \
+    awk -v seconds="${seconds:-9}" -v limit="$status_limit_ms" 'BEGIN { exit !(seconds * 1000 < limit) }'
+  expect "its written memory stays under $status_private_limit_kib KiB" test "${private:-999999}" -lt "$status_private_limit_kib"
+  expect "it works with that limit" told "many rows, at most 6 MiB of written memory" 'exit status 0$'
+  package=$(compgen -G "$folder/package/brennik_*_armhf.deb")
+  bytes=$(dpkg-deb --fsys-tarfile "$package" | tar -xO ./usr/bin/brennik-status | wc -c)
+  say flash "brennik-status $bytes bytes"
+  expect "the stripped program is under $program_limit_bytes bytes" test "$bytes" -lt "$program_limit_bytes"
+}
+
 # The gateway runs in real time and with two processors, because the tests' time limits are in real time.
 check_tests() {
   local passed failed wanted

@@ -1,6 +1,7 @@
 // Owners of SQLite connections and statements. Only sqlite.cpp includes sqlite3.h.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -20,6 +21,15 @@ enum class Failure {
   kStatement,    // the statement does not fit the tables: a name is taken, a column is missing
   kDamaged,      // the file is no database, or its content is damaged
   kUnavailable,  // a lock, a full card, no memory, an I/O error: nothing is known of the content
+};
+
+// What keeps a connection that only reads from reading. It refines Failure::kUnavailable.
+enum class Hindrance {
+  kNone,
+  kLocked,           // another connection's lock
+  kUnfinishedWrite,  // a journal must be played back first, which a reader may not do
+  kTooLong,          // the time of LimitTime has passed
+  kOther,            // no right to read it, an I/O error, no memory; see the error text
 };
 
 // A failure with SQLite's error message.
@@ -50,6 +60,7 @@ class Statement {
   // Columns of the current row, counted from 0. NULL is read as 0 or the empty text. A text is
   // valid until the next call of NextRow.
   std::int32_t Integer(int column) const;
+  std::int64_t Integer64(int column) const;
   double Real(int column) const;
   std::string_view Text(int column) const;
 
@@ -76,6 +87,10 @@ class Database {
 
   // Opens the file. `missing` tells whether a missing file is created or is a failure.
   explicit Database(const char* path, Missing missing = Missing::kIsMade);
+  // Opens an existing file for a reader that must leave no trace: nothing is written, made or
+  // removed, neither the file nor one beside it. The content is not trusted: SQLite's memory in the
+  // whole process, and the length of a value, are limited.
+  static Database OpenForReading(const char* path);
 
   // False when the open failed. ErrorText then says why.
   explicit operator bool() const { return m_opened; }
@@ -90,14 +105,25 @@ class Database {
   bool MakeCommitsDurable();
   // Keeps the cache small, which costs a long reading nothing. A failure is ignored.
   void KeepCacheSmall();
+  // Does not trust the content: limits SQLite's memory in the whole process and the length of a
+  // value. OpenForReading has done so.
+  void DistrustContent();
+  // Ends every statement that still runs so many milliseconds from now.
+  void LimitTime(int milliseconds);
   bool Execute(const std::string& sql);
   Statement Prepare(const std::string& sql);
   // Why the open, or the latest Execute or Prepare, failed.
   Failure WhyFailed() const { return m_failure; }
+  // What hindered the latest call for this connection, statements included.
+  Hindrance WhyHindered() const;
   const char* ErrorText() const { return util::ErrorText(Get()); }
   SqlError Error() const { return {m_failure, ErrorText()}; }
 
  private:
+  using Deadline = std::chrono::steady_clock::time_point;
+  Database() = default;
+
+  std::unique_ptr<Deadline> m_deadline;  // of LimitTime; the connection keeps a pointer to it
   std::unique_ptr<sqlite3, DatabaseCloser> m_database;
   bool m_opened = false;
   Failure m_failure = Failure::kNone;

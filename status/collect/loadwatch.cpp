@@ -71,7 +71,7 @@ LoadWatch::~LoadWatch() {
 }
 
 void LoadWatch::Settle() {
-  const long end = m_printed ? lseek(m_printed.Get(), 0, SEEK_END) : 0;
+  const long end = m_printed ? static_cast<long>(lseek(m_printed.Get(), 0, SEEK_END)) : 0;
   if (end <= m_settled) return;
   Refusal refusal = ReadRefusal(PrintedSince(m_printed.Get(), m_settled), m_latest, m_latestReal);
   m_settled = end;

@@ -3,6 +3,7 @@
 
 #include <ctime>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -38,9 +39,27 @@ struct LogsRead {
   Fact<long> database;
 };
 
+// Reads both logs, and later what is new in them. One thread.
+class LogStream {
+ public:
+  LogStream(const Place& place, const LogRange& range);
+  ~LogStream();
+  LogStream(const LogStream&) = delete;
+  LogStream& operator=(const LogStream&) = delete;
+
+  // Gives the records that were not given yet, as ReadLogs does.
+  LogsRead Read(const EachRecord& each);
+
+ private:
+  struct Logs;
+  std::unique_ptr<Logs> m_logs;
+  LogRange m_range;
+};
+
 // Gives the records of both logs in the order of their times; records of the same second of the log
-// database come first. Memory is bounded whatever the files hold: a line of megabytes is cut,
-// binary content is passed on, the database is read in pages of 1,000 rows.
+// database come first. When the clock was set back, each log keeps its own order. Memory is bounded
+// whatever the files hold: a message is cut at 4,096 bytes, binary content is passed on, the
+// database is read in pages of 1,000 rows. No lock is taken.
 LogsRead ReadLogs(const Place& place, const LogRange& range, const EachRecord& each);
 
 }  // namespace status

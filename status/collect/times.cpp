@@ -1,6 +1,8 @@
 #include "collect/times.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <limits>
 
 #include "util/text.h"
 #include "util/timetext.h"
@@ -11,7 +13,7 @@ std::string Duration(long seconds) {
   constexpr long kMinute = 60;
   constexpr long kHour = 60 * kMinute;
   constexpr long kDay = 24 * kHour;
-  if (seconds < 0) return "-" + Duration(seconds < -kDay * 365000 ? kDay * 365000 : -seconds);
+  if (seconds < 0) return "-" + Duration(-std::max(seconds, -std::numeric_limits<long>::max()));
   if (seconds < kMinute) return util::Format("%ld s", seconds);
   if (seconds < kHour) return util::Format("%ld min", seconds / kMinute);
   if (seconds >= 2 * kDay) return util::Format("%ld days", seconds / kDay);

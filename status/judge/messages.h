@@ -1,5 +1,5 @@
 // Every message of the service: where it appears, what it means and what to do. This table is the
-// one home: `explain` looks it up and the manual's section is made from it.
+// one home: `explain` looks it up and docs/messages.md is made from it.
 #pragma once
 
 #include <span>
@@ -16,9 +16,11 @@ struct Message {
   const char* meaning;  // what it means, and what to do; Markdown of the manual
 };
 
+// In the order of the manual, section by section.
 std::span<const Message> AllMessages();
 
-// The messages that a text could be: a whole log line, a message with its values, or a part of one.
+// The messages that a text could be: a whole log line, a message with its values, or a part of one
+// with at least four characters of its own. Case and the kind of blanks do not count.
 std::vector<const Message*> FindMessages(std::string_view text);
 
 }  // namespace status
