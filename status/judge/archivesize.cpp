@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "collect/nopauses.h"
 #include "http/http.h"
 #include "packfile/realdatadocument.h"
 
@@ -113,6 +114,7 @@ std::string DocumentOf(const std::string& serial, const MAP_GROUP_ATTR& catalogu
       }
     }
   }
+  const NoPauses noPauses;
   rapidjson::StringBuffer text;
   WriteRealDataDocument({.serial = serial.c_str(), .timeMark = kTimeMark}, catalogue, values, text);
   return {text.GetString(), text.GetSize()};
