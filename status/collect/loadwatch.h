@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "collect/nopauses.h"
 #include "collect/place.h"
 #include "util/file.h"
 #include "util/xml.h"
@@ -21,9 +22,10 @@ struct Refusal {
   bool noRights = false;  // this user may not read it; the service may
 };
 
-// While one lives, every configuration file is read where the place has it, and what the loaders
-// print goes to no terminal. The linker leads util::XmlDocument::Read to this class, because device
-// files stand in the template with their own absolute paths. At most one lives, on one thread.
+// While one lives, every configuration file is read where the place has it, what the loaders print
+// goes to no terminal, and they do not pause. The linker leads util::XmlDocument::Read to this
+// class, because the template names device files by their own absolute paths. At most one lives, on
+// one thread.
 class LoadWatch {
  public:
   explicit LoadWatch(const Place& place);
@@ -46,6 +48,7 @@ class LoadWatch {
   // Takes what was printed about the file that was read last.
   void Settle();
 
+  NoPauses m_noPauses;
   Place m_place;
   util::Descriptor m_printed;  // standard error goes here meanwhile
   util::Descriptor m_ignored;  // and standard output here

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "collect/nopauses.h"
 #include "http/http.h"
 #include "packfile/realdatadocument.h"
 
@@ -28,7 +29,9 @@ constexpr std::string_view kDocumentEnd = "]}";
 constexpr std::string_view kCutEnd = "]}]}";  // of a document that is cut behind a point
 constexpr std::size_t kPointsAdded = 1024;
 constexpr std::size_t kMostPointsTried = 65536;
-constexpr std::size_t kCloseEnough = 8;  // points
+constexpr std::size_t kCloseEnough = 8;        // points
+constexpr std::size_t kLeastBytesOfPoint = 7;  // in the archive; a guess that saves measuring
+constexpr std::size_t kMostBytes = kFileLimitBytes - 1;
 
 // gzip at its default level, of which only the number of bytes is kept.
 class Gzip {
@@ -111,6 +114,7 @@ std::string DocumentOf(const std::string& serial, const MAP_GROUP_ATTR& catalogu
       }
     }
   }
+  const NoPauses noPauses;
   rapidjson::StringBuffer text;
   WriteRealDataDocument({.serial = serial.c_str(), .timeMark = kTimeMark}, catalogue, values, text);
   return {text.GetString(), text.GetSize()};
@@ -152,13 +156,11 @@ class GrowingDocument {
     Append(DocumentOf(m_serial, MoreDevices(channel, m_pointsOfDevice), nullptr));
   }
   std::size_t Points() const { return m_points.size(); }
-  // Whether the archive of the first so many points is sent.
-  bool Fits(std::size_t points) const {
+  // The archive of the first so many points.
+  std::size_t Bytes(std::size_t points) const {
     const std::string_view text = m_text;
-    const std::size_t bytes = points == m_points.size()
-                                  ? PackedBytes(text, kDocumentEnd)
-                                  : PackedBytes(text.substr(0, m_points[points] - 1), kCutEnd);
-    return bytes < static_cast<std::size_t>(kFileLimitBytes);
+    if (points == m_points.size()) return PackedBytes(text, kDocumentEnd);
+    return PackedBytes(text.substr(0, m_points[points] - 1), kCutEnd);
   }
 
  private:
@@ -169,19 +171,43 @@ class GrowingDocument {
   std::vector<std::uint32_t> m_points;  // where each point starts
 };
 
-std::size_t MostPoints(GrowingDocument& document) {
-  std::size_t fitting = 0;
-  while (document.Fits(document.Points())) {
-    fitting = document.Points();
-    if (fitting > kMostPointsTried) return fitting;
-    document.Grow();
-  }
-  std::size_t tooMany = document.Points();
-  while (tooMany - fitting > kCloseEnough) {
-    const std::size_t middle = fitting + (tooMany - fitting) / 2;
-    (document.Fits(middle) ? fitting : tooMany) = middle;
+// A number of points and the bytes of their archive.
+struct Measured {
+  std::size_t points;
+  std::size_t bytes;
+};
+
+// Grows the document until its archive is too large. Returns the largest one measured that fits.
+Measured GrowBeyondLimit(GrowingDocument& document, std::size_t bytes) {
+  Measured fitting{0, 0};
+  while (bytes <= kMostBytes && document.Points() < kMostPointsTried) {
+    fitting = {document.Points(), bytes};
+    const std::size_t wanted = fitting.points + (kMostBytes - bytes) / kLeastBytesOfPoint + 1;
+    while (document.Points() < wanted) document.Grow();
+    bytes = document.Bytes(document.Points());
   }
   return fitting;
+}
+
+// The archive grows nearly in step with the points, so a few looks at the straight line between
+// too few and too many points find the last that fits.
+std::size_t MostPoints(GrowingDocument& document, std::size_t bytes) {
+  Measured fitting = GrowBeyondLimit(document, bytes);
+  Measured tooMany{document.Points(), document.Bytes(document.Points())};
+  if (tooMany.bytes <= kMostBytes) return tooMany.points;
+  std::size_t beside = 0;
+  while (tooMany.points - fitting.points > kCloseEnough) {
+    const std::uint64_t share = std::uint64_t{kMostBytes - fitting.bytes} *
+                                (tooMany.points - fitting.points) / (tooMany.bytes - fitting.bytes);
+    const std::size_t onLine = fitting.points + static_cast<std::size_t>(share);
+    const std::size_t guess = std::clamp(std::max(onLine + beside, kCloseEnough) - kCloseEnough / 2,
+                                         fitting.points + 1, tooMany.points - 1);
+    const Measured measured{guess, document.Bytes(guess)};
+    const bool fits = measured.bytes <= kMostBytes;
+    (fits ? fitting : tooMany) = measured;
+    beside = fits ? kCloseEnough : 0;
+  }
+  return fitting.points;
 }
 
 std::size_t PointsOfDevice(const MAP_GROUP_ATTR& catalogue) {
@@ -213,7 +239,8 @@ ArchiveSize MeasureArchive(const Configuration& configuration, const Values* liv
   const std::string document = DocumentOf(configuration.serial, *configuration.groups, live);
   GrowingDocument growing(configuration.serial, PointsOfDevice(*configuration.groups));
   growing.Append(document);
-  return {.bytes = PackedBytes(document), .mostPoints = MostPoints(growing)};
+  const std::size_t bytes = PackedBytes(document);
+  return {.bytes = bytes, .mostPoints = bytes == 0 ? 0 : MostPoints(growing, bytes)};
 }
 
 }  // namespace status

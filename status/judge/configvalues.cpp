@@ -11,27 +11,32 @@
 namespace status {
 namespace {
 
+using Cloud = ST_CLOUDSERVER_CONFIG_ATTR;
+
 // A number of the `cloud` element.
 struct NumberRow {
   const char* name;
-  long (*inForce)(const ST_CLOUDSERVER_CONFIG_ATTR& cloud);
+  long (*inForce)(const Cloud& cloud);
   const char* good;    // good values
   const char* unused;  // why it does not count, or null
 };
 
-#define MEMBER(member) [](const ST_CLOUDSERVER_CONFIG_ATTR& cloud) -> long { return cloud.member; }
 constexpr NumberRow kNumbers[] = {
-    {"checked", MEMBER(checked), "1 on, 0 off", nullptr},
-    {"port", MEMBER(port), "1 to 65535", nullptr},
-    {"RealDataInv", MEMBER(RealDataInv), "60 to 32767", nullptr},
-    {"AlarmDataInv", MEMBER(AlarmDataInv), "10 to 32767", nullptr},
-    {"HeartInterval", MEMBER(HeartBeatInv), "60 to 32767",
+    {"checked", [](const Cloud& cloud) -> long { return cloud.checked; }, "1 on, 0 off", nullptr},
+    {"port", [](const Cloud& cloud) -> long { return cloud.port; }, "1 to 65535", nullptr},
+    {"RealDataInv", [](const Cloud& cloud) -> long { return cloud.RealDataInv; }, "60 to 32767",
+     nullptr},
+    {"AlarmDataInv", [](const Cloud& cloud) -> long { return cloud.AlarmDataInv; }, "10 to 32767",
+     nullptr},
+    {"HeartInterval", [](const Cloud& cloud) -> long { return cloud.HeartBeatInv; }, "60 to 32767",
      "not used: the address is checked every 600 s"},
-    {"FailInterval", MEMBER(CheckFailInv), "30 to 32767", nullptr},
-    {"RecallInterval", MEMBER(RecallInv), "60 to 32767, or 0 for off", nullptr},
-    {"IsCompress", MEMBER(isCompress), "0 to 255", "not used: files are always compressed"},
+    {"FailInterval", [](const Cloud& cloud) -> long { return cloud.CheckFailInv; }, "30 to 32767",
+     nullptr},
+    {"RecallInterval", [](const Cloud& cloud) -> long { return cloud.RecallInv; },
+     "60 to 32767, or 0 for off", nullptr},
+    {"IsCompress", [](const Cloud& cloud) -> long { return cloud.isCompress; }, "0 to 255",
+     "not used: files are always compressed"},
 };
-#undef MEMBER
 
 struct TextRow {
   const char* name;
@@ -52,9 +57,8 @@ ConfigValue Written(const util::XmlElement& element, const char* name) {
   return value;
 }
 
-void AddNumber(const util::XmlElement& cloud, const NumberRow& row,
-               const ST_CLOUDSERVER_CONFIG_ATTR& loaded, std::vector<ConfigValue>& values,
-               FaultList& faults) {
+void AddNumber(const util::XmlElement& cloud, const NumberRow& row, const Cloud& loaded,
+               std::vector<ConfigValue>& values, FaultList& faults) {
   ConfigValue value = Written(cloud, row.name);
   const long inForce = row.inForce(loaded);
   value.inForce = std::to_string(inForce);
@@ -83,8 +87,7 @@ void AddText(const util::XmlElement& element, const TextRow& row, std::vector<Co
 }
 
 // A worker with an interval below 1 is not started.
-void NoteWorkersOff(const ST_CLOUDSERVER_CONFIG_ATTR& cloud, std::vector<ConfigValue>& values,
-                    FaultList& faults) {
+void NoteWorkersOff(const Cloud& cloud, std::vector<ConfigValue>& values, FaultList& faults) {
   for (ConfigValue& value : values) {
     if (value.name == "RecallInterval" && cloud.RecallInv < 1) {
       value.note = "off: the cloud is never asked for recalls of history";
@@ -97,8 +100,8 @@ void NoteWorkersOff(const ST_CLOUDSERVER_CONFIG_ATTR& cloud, std::vector<ConfigV
   }
 }
 
-void AddCloud(const util::XmlElement& element, const ST_CLOUDSERVER_CONFIG_ATTR& cloud,
-              std::vector<ConfigValue>& values, FaultList& faults) {
+void AddCloud(const util::XmlElement& element, const Cloud& cloud, std::vector<ConfigValue>& values,
+              FaultList& faults) {
   const TextRow address{"cloudip", cloud.cloudip, sizeof(cloud.cloudip) - 1, true};
   const TextRow prefix{"Dir", cloud.Dir, sizeof(cloud.Dir) - 1, true};
   const TextRow type{"FileType", cloud.filetype, sizeof(cloud.filetype) - 1, false};
@@ -121,8 +124,8 @@ void AddCloud(const util::XmlElement& element, const ST_CLOUDSERVER_CONFIG_ATTR&
   }
 }
 
-void AddSystem(const Place& place, const ST_CLOUDSERVER_CONFIG_ATTR& cloud,
-               std::vector<ConfigValue>& values, FaultList& faults) {
+void AddSystem(const Place& place, const Cloud& cloud, std::vector<ConfigValue>& values,
+               FaultList& faults) {
   LoadWatch watch(place);
   const auto document = util::XmlDocument::Read(paths::kSystemFile);
   const auto root = document ? document.Root() : std::nullopt;

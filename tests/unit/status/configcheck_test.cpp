@@ -227,7 +227,7 @@ INSTANTIATE_TEST_SUITE_P(
             {"BRN-CONFIG-POINT pump.xml:2 point type Ai is not known: its 1 nodes do not count"}},
         Row{"NoNodes",
             "<AI/>",
-            {"BRN-CONFIG-DEVICE Channel-template.xml:3 device 3 on channel 1 has no points in "
+            {"BRN-CONFIG-DEVICE Channel-template.xml:2 device 3 on channel 1 has no points in "
              "/tessel/Config/devices/pump.xml"}},
         Row{"NameCut",
             "<AI><Node Id='1' Name='" + std::string(127, 'n') + "'/></AI>",

@@ -75,7 +75,8 @@ TEST_F(LoadingConfiguration, KeepsNothingOfTheLoadBefore) {
   LoadConfiguration(Place());
   test::ChannelTemplate().Channel(1).Write();
 
-  EXPECT_THAT(*LoadConfiguration(Place()).points, IsEmpty());
+  const Configuration configuration = LoadConfiguration(Place());
+  EXPECT_THAT(*configuration.points, IsEmpty());
 }
 
 TEST_F(LoadingConfiguration, PrintsNothing) {
@@ -252,6 +253,7 @@ TEST_F(CopiedConfiguration, IsReadBelowTheCopyWithTheGatewaysOwnPaths) {
 
   const Configuration configuration = LoadConfiguration(Place("/tmp/copy"));
 
+  ASSERT_NE(configuration.points, nullptr);
   EXPECT_EQ(configuration.points->size(), 2U);
   EXPECT_THAT(Told(configuration), ElementsAre(HasSubstr(" /tessel/Config/system/sn.xml:2 ")));
   EXPECT_GT(configuration.newestChange, 0);
@@ -263,6 +265,7 @@ TEST_F(CopiedConfiguration, MayBeTheFolderOfTheConfigurationAlone) {
   const Configuration configuration = LoadConfiguration(Place("/tmp/copy/Config"));
 
   EXPECT_THAT(Told(configuration), IsEmpty());
+  ASSERT_NE(configuration.points, nullptr);
   EXPECT_EQ(configuration.points->size(), 2U);
 }
 
