@@ -129,7 +129,8 @@ Database::Database(const char* path, Missing missing) {
 
 Database Database::OpenForReading(const char* path) {
   sqlite3* handle = nullptr;
-  const int result = sqlite3_open_v2(path, &handle, SQLITE_OPEN_READONLY, ReadOnlyFiles());
+  constexpr int kFlags = SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX;  // one thread, long readings
+  const int result = sqlite3_open_v2(path, &handle, kFlags, ReadOnlyFiles());
   Database database;
   database.m_database.reset(handle);
   database.m_opened = result == SQLITE_OK;

@@ -31,8 +31,9 @@ struct Role {
   const char* result;  // what a refused file leads to
 };
 
+constexpr char kNoStart[] = "the service does not start";
+
 Role RoleOf(const std::string& file) {
-  constexpr char kNoStart[] = "the service does not start";
   if (file == paths::kSystemFile) return {"BRN-CONFIG-SYSTEM", Cost::kStart, kNoStart};
   if (file == paths::kIdentityFile) return {"BRN-CONFIG-IDENTITY", Cost::kStart, kNoStart};
   if (file == paths::kChannelTemplate) return {"BRN-CONFIG-CHANNELS", Cost::kStart, kNoStart};

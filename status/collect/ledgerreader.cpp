@@ -2,10 +2,9 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <limits>
-#include <vector>
+#include <span>
 
 #include "historydata/ledgerfile.h"
 #include "util/text.h"
@@ -107,28 +106,33 @@ LedgerState LedgerReader::LookForTable(const char* table) {
   return isThere ? LedgerState::kGood : LedgerState::kNoTable;
 }
 
+// The page's rows are used again for the next page: their names need no new memory.
+LedgerState LedgerReader::ReadPage(std::int64_t after, Page* page) {
+  page->size = 0;
+  page->last = after;
+  return Run(util::Format(kSelectFiles, kPendingTable, static_cast<long long>(after), kPageRows),
+             [page](const util::Statement& row) {
+               LedgerRow& read = page->rows[page->size++];
+               page->last = row.Integer64(0);
+               read.name = row.Text(1).substr(0, kNameBytes);
+               read.type = row.Integer(2);
+               read.accepted = row.Integer(3) == 0;
+             });
+}
+
 LedgerState LedgerReader::ReadFiles(const TakeRow& take) {
   LedgerState state = LookForTable(kPendingTable);
-  std::int64_t last = kBeforeAll;
-  std::vector<LedgerRow> page;
-  while (state == LedgerState::kGood) {
-    page.clear();
-    const std::int64_t before = last;
-    state = Run(util::Format(kSelectFiles, kPendingTable, static_cast<long long>(last), kPageRows),
-                [&](const util::Statement& row) {
-                  last = row.Integer64(0);
-                  page.push_back({.name = std::string(row.Text(1).substr(0, kNameBytes)),
-                                  .type = row.Integer(2),
-                                  .accepted = row.Integer(3) == 0,
-                                  .stamp = {}});
-                });
-    m_givenRows += page.size();
-    for (auto& row : page) {
+  Page page{.rows = std::vector<LedgerRow>(kPageRows), .size = kPageRows, .last = kBeforeAll};
+  while (state == LedgerState::kGood && page.size == kPageRows) {
+    const std::int64_t before = page.last;
+    state = ReadPage(before, &page);
+    m_givenRows += page.size;
+    for (LedgerRow& row : std::span(page.rows.data(), page.size)) {
       row.stamp = m_stamps.Of(row.name);
       if (!take(row)) return state;
     }
-    if (page.size() < kPageRows) return state;
-    if (last <= before) return LedgerState::kDamaged;  // its "rowid" is a column like any other
+    // A "rowid" that does not rise is a column like any other.
+    if (page.size > 0 && page.last <= before) return LedgerState::kDamaged;
     if (m_givenRows >= kMostRows) {
       m_detail = util::Format("only its first %zu rows were read", m_givenRows);
       return state;

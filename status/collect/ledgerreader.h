@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "collect/ledger.h"
 #include "collect/ledgerstamp.h"
@@ -36,9 +37,15 @@ class LedgerReader {
   bool HasGivenRows() const { return m_givenRows > 0; }
 
  private:
+  struct Page {
+    std::vector<LedgerRow> rows;
+    std::size_t size;   // so many of them are set
+    std::int64_t last;  // the greatest row number
+  };
   using EachResult = std::function<void(const util::Statement&)>;
 
   LedgerState LookForTable(const char* table);
+  LedgerState ReadPage(std::int64_t after, Page* page);
   LedgerState Run(const std::string& sql, const EachResult& each);
   LedgerState RunOnce(const std::string& sql, const EachResult& each);
   LedgerState Failed(util::Failure why, bool rowsAreRead);

@@ -50,8 +50,7 @@ std::optional<std::time_t> LocalTimeOf(std::string_view digits) {
 void StampReader::TakeHour(std::string_view hour) {
   m_hour = hour;
   m_begins = LocalTimeOf(m_hour + "0000");
-  const auto ends = LocalTimeOf(m_hour + "5959");
-  if (!m_begins || !ends || *ends - *m_begins != 3599) m_begins.reset();
+  if (!LocalTimeOf(m_hour + "5959")) m_begins.reset();
 }
 
 std::optional<std::time_t> StampReader::Of(std::string_view name) {

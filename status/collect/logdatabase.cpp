@@ -31,12 +31,17 @@ constexpr std::size_t kPageRows = 1000;
 constexpr std::size_t kPageBytes = 524288;  // of messages; the service's own have 254,000 at most
 constexpr std::size_t kLevelBytes = 15;
 constexpr int kLongestValueBytes = 1048576;
-constexpr int kStepsBetweenLooks = 5'000'000;  // of SQLite's machine; a page takes 20,000
+constexpr int kMostSteps = 500'000;  // of SQLite's machine; a page takes 20,000
 constexpr int kAttempts = 10;
 constexpr timespec kPause = {.tv_sec = 0, .tv_nsec = 20'000'000};
 
 std::string Named(const char* what) {
   return std::string(paths::kLogDatabase) + what;
+}
+
+// Whether a failure has another cause than a write that is under way.
+bool IsLasting(int code) {
+  return code == SQLITE_ERROR || code == SQLITE_NOTADB || code == SQLITE_INTERRUPT;
 }
 
 int EndStatement(void* /*unused*/) {
@@ -84,39 +89,49 @@ bool LogDatabase::Open() {
   }
   sqlite3_limit(database, SQLITE_LIMIT_LENGTH, kLongestValueBytes);
   sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-  sqlite3_progress_handler(database, kStepsBetweenLooks, EndStatement, nullptr);
+  sqlite3_progress_handler(database, kMostSteps, EndStatement, nullptr);
   util::Execute(database, kSettings);
   return true;
 }
 
-// Reads the next page into m_page, again if it changed meanwhile. False when that fails.
-bool LogDatabase::LoadPage() {
+// Reads the next page into m_page, again if it changed meanwhile. A page that is damaged ends where
+// the damage begins, and is the last one.
+void LogDatabase::LoadPage() {
   for (int attempt = 1; attempt <= kAttempts; ++attempt) {
     if (attempt > 1) nanosleep(&kPause, nullptr);
-    if (ReadUnchanged()) {
-      m_trouble.clear();
-      return true;
-    }
+    if (ReadUnchanged()) return;
+    if (IsLasting(sqlite3_errcode(m_database.get()))) break;
   }
   m_page.clear();
-  return false;
 }
 
+// True when nobody else wrote meanwhile, so that the result stays the same.
 bool LogDatabase::ReadUnchanged() {
+  m_page.clear();
+  m_next = 0;
   m_trouble = Named(" is being written all the time");
   const auto version = Number(kVersion);
-  return version && ReadRows() && Number(kVersion) == version;
+  if (!version) return false;
+  std::string trouble = ReadRows() ? "" : m_trouble;
+  if (Number(kVersion) != version) return false;
+  m_trouble = std::move(trouble);
+  return true;
 }
 
 bool LogDatabase::ReadRows() {
-  m_page.clear();
-  m_next = 0;
   std::size_t bytes = 0;
+  long last = m_lastPid;
   util::Statement rows = util::Prepare(
       m_database.get(), util::Format(kPage, kMessageBytes, m_lastPid, kPageRows).c_str());
   while (rows && bytes < kPageBytes && rows.NextRow()) {
-    m_page.push_back(RecordOf(rows));
-    bytes += m_page.back().text.size();
+    LogRecord record = RecordOf(rows);
+    if (record.line <= last) {  // only a damaged or foreign table has that
+      m_trouble = Named(" cannot be read: its rows are out of order");
+      return false;
+    }
+    last = record.line;
+    bytes += record.text.size();
+    m_page.push_back(std::move(record));
   }
   if (rows && !rows.Failed()) return true;
   NoteFailure();
@@ -153,9 +168,9 @@ LogRecord LogDatabase::RecordOf(const util::Statement& row) {
 }
 
 bool LogDatabase::Next(LogRecord* record) {
-  if (m_next == m_page.size()) {
-    if (m_page.empty() || !LoadPage() || m_page.empty()) return false;
-  }
+  // After a failure, the page that was read so far is the last one.
+  if (m_next == m_page.size() && !m_page.empty() && m_trouble.empty()) LoadPage();
+  if (m_next == m_page.size()) return false;
   *record = std::move(m_page[m_next++]);
   m_lastPid = static_cast<std::int32_t>(record->line);
   return true;

@@ -32,7 +32,7 @@ class LogDatabase {
 
  private:
   bool Open();
-  bool LoadPage();
+  void LoadPage();
   bool ReadUnchanged();
   bool ReadRows();
   std::optional<std::int32_t> Number(const char* query);

@@ -135,7 +135,9 @@ std::optional<std::time_t> TextFile::NextTime() {
 }
 
 bool TextFile::Next(LogRecord* record) {
+  if (m_isAtEnd) return false;
   if (!m_head && !FindHead(nullptr)) {
+    m_isAtEnd = true;
     m_goOnAt = {m_readTo, m_line};
     return false;
   }
@@ -149,7 +151,7 @@ bool TextFile::Next(LogRecord* record) {
   if (!isFollowed) {
     const bool isWhole = m_lastByte == '\n' || m_readTo - at.offset >= kLongestRecord;
     m_goOnAt = isWhole ? FilePosition{m_readTo, m_line} : at;
-    m_end = m_readTo;
+    m_isAtEnd = true;
   }
   return true;
 }

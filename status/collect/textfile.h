@@ -50,12 +50,13 @@ class TextFile {
 
   int m_file;
   off_t m_end;
-  off_t m_readTo = 0;      // offset behind the buffer
-  std::string m_buffer;    // what was read and not passed yet begins at m_at
-  std::size_t m_at = 0;    // in m_buffer
-  long m_line = 1;         // line of the byte at m_at
-  char m_lastByte = '\n';  // before m_at
-  std::optional<Head> m_head;
+  off_t m_readTo = 0;          // offset behind the buffer
+  std::string m_buffer;        // what was read and not passed yet begins at m_at
+  std::size_t m_at = 0;        // in m_buffer
+  long m_line = 1;             // line of the byte at m_at
+  char m_lastByte = '\n';      // before m_at
+  std::optional<Head> m_head;  // of the next record
+  bool m_isAtEnd = false;
   FilePosition m_goOnAt;
   RecordTimes m_times;
 };

@@ -155,8 +155,19 @@ void Conclude(const Configuration& configuration, ConfigCheck& check) {
 
 void FaultList::Add(Cost cost, const char* code, const std::string& file, long line,
                     std::string text) {
-  if (m_faults.size() == kMostFaults && cost != Cost::kStart) return;
+  if (m_faults.size() >= kMostFaults && cost != Cost::kStart) {
+    ++m_leftOut;
+    return;
+  }
   m_faults.push_back({cost, code, file, line, std::move(text)});
+}
+
+std::vector<ConfigFault> FaultList::Take() {
+  if (m_leftOut > 0) {
+    m_faults.push_back({Cost::kPart, "BRN-CONFIG-VALUE", paths::kChannelTemplate, 0,
+                        util::Format("%zu more faults are not listed", m_leftOut)});
+  }
+  return std::move(m_faults);
 }
 
 ConfigCheck CheckConfiguration(const Place& place, const Configuration& configuration,

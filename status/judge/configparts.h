@@ -1,7 +1,6 @@
 // The parts of the check of a configuration.
 #pragma once
 
-#include <set>
 #include <string>
 #include <vector>
 
@@ -12,15 +11,16 @@ namespace status {
 // The service leaves the points of this channel out of its snapshots.
 inline constexpr std::uint8_t kLeftOutChannel = 193;
 
-// Faults of one check. Only the first hundred are kept, so that a file full of faults stays
-// readable.
+// Faults of the checks. Of those that cost a part the first hundred are kept, and the last one
+// tells how many more there are: a file full of faults stays readable.
 class FaultList {
  public:
   void Add(Cost cost, const char* code, const std::string& file, long line, std::string text);
-  std::vector<ConfigFault> Take() { return std::move(m_faults); }
+  std::vector<ConfigFault> Take();
 
  private:
   std::vector<ConfigFault> m_faults;
+  std::size_t m_leftOut = 0;
 };
 
 // The values of sys.xml and sn.xml, with a fault for each that is not in force as it is written.

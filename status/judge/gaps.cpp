@@ -104,7 +104,7 @@ std::vector<Hour> HoursOfDay(const std::vector<Packed>& files, long interval, st
     const auto last = std::lower_bound(first, files.end(), end, IsBefore);
     // What is due by now of what is possible since the first file of all.
     const std::time_t from = std::max(begin, files.front().stamp);
-    const std::time_t to = std::min(end, now - interval);
+    const std::time_t to = std::min(end, now);
     // Stamps of an hour that comes twice are the same names.
     const long due = std::min(static_cast<long>(to - from), kHourSeconds) / interval;
     const long count = static_cast<long>(last - first);

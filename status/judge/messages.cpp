@@ -1,7 +1,5 @@
 #include "judge/messages.h"
 
-#include <algorithm>
-
 #include "judge/messageform.h"
 #include "judge/messagetable.h"
 
@@ -42,8 +40,8 @@ std::vector<const Message*> FindMessages(std::string_view text) {
   if (found.empty()) {
     found = MessagesThat([&](const MessageForm& form) { return form.HasPart(wanted); });
   }
-  // "%s: %s" could be nearly everything, so it comes last.
-  if (found.empty()) {
+  // "%s: %s" could be nearly everything, but the service says it of files only.
+  if (found.empty() && wanted[0] == '/') {
     found = MessagesThat([&](const MessageForm& form) { return form.IsWhole(wanted); });
   }
   return found;

@@ -1,4 +1,5 @@
 // config: checks a configuration before a restart.
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <string>
@@ -8,14 +9,12 @@
 #include "judge/codes.h"
 #include "judge/configcheck.h"
 #include "main/commands.h"
+#include "print/jsonwriter.h"
 #include "print/terminal.h"
-#include "util/json.h"
 #include "util/text.h"
 
 namespace status {
 namespace {
-
-using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
 
 constexpr int kSchema = 1;
 constexpr int kNameColumns = 16;
@@ -99,84 +98,67 @@ void PrintText(const ConfigCheck& check) {
   std::fputs(text.c_str(), stdout);
 }
 
-void Member(Writer& json, const char* key, const std::string& text) {
-  json.Key(key);
-  json.String(Visible(text).c_str());
-}
-
-void MemberOrNull(Writer& json, const std::string& key, const std::string& text,
-                  const char* reason) {
-  if (!text.empty()) return Member(json, key.c_str(), text);
-  json.Key(key.c_str());
-  json.Null();
-  Member(json, (key + "_reason").c_str(), reason);
-}
-
-void WriteFault(Writer& json, const ConfigFault& fault) {
+void WriteFault(JsonWriter& json, const ConfigFault& fault) {
   const Code* code = FindCode(fault.code);
-  json.StartObject();
-  Member(json, "code", fault.code);
-  Member(json, "level", LevelName(LevelOf(fault)));
-  Member(json, "text", fault.text);
-  MemberOrNull(json, "since", "", "a fault of a file has no time");
-  MemberOrNull(json, "remedy", code == nullptr ? "" : code->remedy, "none is known");
-  Member(json, "file", fault.file);
-  json.Key("line");
-  fault.line == 0 ? json.Null() : json.Int64(fault.line);
-  if (fault.line == 0) Member(json, "line_reason", "the whole file");
-  json.EndObject();
+  json.Object({}, [&] {
+    json.Text("code", fault.code);
+    json.Text("level", LevelName(LevelOf(fault)));
+    json.Text("text", fault.text);
+    json.Time("since", "since_unix_seconds", std::nullopt, "a fault of a file has no time");
+    json.Text("remedy", code == nullptr ? "" : code->remedy, "none is known");
+    json.Text("anchor", code == nullptr ? "" : code->anchor, "none is known");
+    json.Text("file", fault.file);
+    json.Number("line", fault.line == 0 ? std::nullopt : std::optional<std::int64_t>(fault.line),
+                "no single line is meant");
+  });
 }
 
-void WriteValue(Writer& json, const ConfigValue& value) {
-  json.StartObject();
-  Member(json, "name", value.name);
-  MemberOrNull(json, "written", value.written, value.isWritten ? "empty" : "left out");
-  Member(json, "in_force", value.inForce);
-  Member(json, "note", value.note);
-  json.EndObject();
+void WriteValue(JsonWriter& json, const ConfigValue& value) {
+  json.Object({}, [&] {
+    json.Text("name", value.name);
+    if (value.isWritten) {
+      json.Text("written", value.written);
+    } else {
+      json.Null("written", "left out");
+    }
+    json.Text("in_force", value.inForce);
+    json.Text("note", value.note);
+  });
 }
 
-void WriteSnapshot(Writer& json, const Snapshot& snapshot) {
+void WriteSnapshot(JsonWriter& json, const Snapshot& snapshot) {
   const auto number = [&json](const char* key, std::size_t value) {
-    json.Key(key);
-    json.Uint64(value);
+    json.Number(key, static_cast<std::int64_t>(value));
   };
-  json.Key("snapshot");
-  json.StartObject();
-  number("channels", snapshot.channels);
-  number("devices", snapshot.devices);
-  number("points", snapshot.points);
-  json.Key("packing_seconds");
-  json.Double(snapshot.packingSeconds);
-  number("archive_bytes", snapshot.archive.bytes);
-  number("archive_limit_bytes", static_cast<std::size_t>(kFileLimitBytes) - 1);
-  number("most_points", snapshot.archive.mostPoints);
-  json.Key("live_values");
-  json.Bool(snapshot.hasLiveValues);
-  json.EndObject();
+  json.Object("snapshot", [&] {
+    number("channels", snapshot.channels);
+    number("devices", snapshot.devices);
+    number("points", snapshot.points);
+    json.Number("packing_milliseconds", std::llround(snapshot.packingSeconds * 1000));
+    number("archive_bytes", snapshot.archive.bytes);
+    json.Number("archive_limit_bytes", kFileLimitBytes - 1);
+    number("most_points", snapshot.archive.mostPoints);
+    json.Flag("live_values", snapshot.hasLiveValues);
+  });
 }
 
 void PrintJson(const ConfigCheck& check) {
-  rapidjson::StringBuffer text;
-  Writer json(text);
-  json.StartObject();
-  json.Key("schema");
-  json.Int(kSchema);
-  Member(json, "verdict", LevelName(check.level));
-  Member(json, "verdict_text", check.text);
-  json.Key("findings");
-  json.StartArray();
-  for (const ConfigFault& fault : check.faults) WriteFault(json, fault);
-  json.EndArray();
-  json.Key("values");
-  json.StartArray();
-  for (const ConfigValue& value : check.values) WriteValue(json, value);
-  json.EndArray();
-  json.Key("compared_with_service");
-  json.Bool(check.isCompared);
+  JsonWriter json;
+  json.Number("schema", kSchema);
+  json.Object("verdict", [&] {
+    json.Text("level", LevelName(check.level));
+    json.Number("exit_status", static_cast<int>(check.level));
+    json.Text("text", check.text);
+  });
+  json.Array("findings", [&] {
+    for (const ConfigFault& fault : check.faults) WriteFault(json, fault);
+  });
+  json.Array("values", [&] {
+    for (const ConfigValue& value : check.values) WriteValue(json, value);
+  });
+  json.Flag("compared_with_service", check.isCompared);
   WriteSnapshot(json, check.snapshot);
-  json.EndObject();
-  std::puts(text.GetString());
+  std::fputs(json.Finish().c_str(), stdout);
 }
 
 }  // namespace

@@ -88,7 +88,7 @@ void PrintDocument(const Archive& archive) {
 int ShowFile(const Options& options) {
   const Place place(options.root);
   const File file = LookAt(place, options.argument);
-  FileLife life(file.name.stem);
+  FileLife life(file.name.InRecords());
   const LogsRead read =
       ReadLogs(place, {}, [&life](const LogRecord& record) { return life.Take(record); });
   const bool isKnown = file.row.row || file.archive.state != ArchiveState::kMissing ||

@@ -56,7 +56,7 @@ void FileLife::Add(Event event) {
 }
 
 bool FileLife::Take(const LogRecord& record) {
-  const bool isNamed = record.text.find(m_stem) != std::string::npos;
+  const bool isNamed = !m_name.empty() && record.text.find(m_name) != std::string::npos;
   const bool isTransfer = record.text.starts_with("start Send file ");
   const char* what = isNamed    ? Find(kSteps, record.text, "named")
                      : m_isSent ? Find(kAnswers, record.text, nullptr)

@@ -15,8 +15,8 @@ namespace status {
 // the last ones of a file that is sent again and again, so its memory is bounded.
 class FileLife {
  public:
-  // The file's name without its end: "S20261122040000".
-  explicit FileLife(std::string stem) : m_stem(std::move(stem)) {}
+  // What records name it by: "S20261122040000"; nothing belongs to an empty name.
+  explicit FileLife(std::string name) : m_name(std::move(name)) {}
 
   // Takes the next record; always true.
   bool Take(const LogRecord& record);
@@ -34,7 +34,7 @@ class FileLife {
   };
   void Add(Event event);
 
-  std::string m_stem;
+  std::string m_name;
   bool m_isSent = false;  // its transfer has begun: the next answer is its own
   std::vector<Event> m_first;
   std::deque<Event> m_last;

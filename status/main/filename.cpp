@@ -24,6 +24,13 @@ std::string WithoutEnd(std::string name) {
 
 }  // namespace
 
+// Any other stem could be a part of many records.
+std::string DataFileName::InRecords() const {
+  constexpr std::size_t kStemLength = 15;
+  if (stem.size() == kStemLength && StampOf(base)) return stem;
+  return stem.empty() ? "" : base;
+}
+
 const char* DataFileName::Kind() const {
   switch (stem.empty() ? '\0' : stem.front()) {
     case 'S':

@@ -8,10 +8,12 @@
 namespace status {
 
 struct DataFileName {
-  std::string stem;  // "S20261122040000"; what log records and both files have in common
+  std::string stem;  // "S20261122040000"
   std::string base;  // "S20261122040000.tar.gz"
   std::string path;  // as it was given, when that is a file; else empty
 
+  // How records of the logs name the file; empty: they cannot.
+  std::string InRecords() const;
   // The kind in plain words, by the first letter.
   const char* Kind() const;
   bool IsRecall() const { return stem.starts_with('R'); }

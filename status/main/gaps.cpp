@@ -108,7 +108,8 @@ void PrintMonth(const Month& month, long days) {
 void PrintGap(const Gap& gap) {
   std::printf("%s to %s  %s  %s\n", LocalText(gap.from).c_str(),
               gap.isOpen ? "now                " : LocalText(gap.to).c_str(),
-              Count(static_cast<std::size_t>(gap.missing), "file").c_str(), Visible(CauseText(gap)).c_str());
+              Count(static_cast<std::size_t>(gap.missing), "file").c_str(),
+              Visible(CauseText(gap)).c_str());
 }
 
 void PrintGaps(const std::vector<Gap>& gaps) {

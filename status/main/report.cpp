@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -79,9 +80,12 @@ std::vector<std::string> TarCommand(const Place& place, const Staging& staging) 
 }
 
 void SayWhatIsInside(const std::string& file, const std::vector<ReportPart>& parts) {
+  int widest = 0;
+  for (const ReportPart& part : parts) widest = std::max(widest, Columns(Visible(part.name)));
   std::printf("%s holds\n", Visible(file).c_str());
   for (const ReportPart& part : parts) {
-    std::printf("  %s  %s\n", Padded(Visible(part.name), 28).c_str(), Visible(part.text).c_str());
+    std::printf("  %s  %s\n", Padded(Visible(part.name), widest).c_str(),
+                Visible(part.text).c_str());
   }
 }
 

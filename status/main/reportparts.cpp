@@ -23,6 +23,8 @@ namespace {
 
 constexpr std::size_t kLogTailBytes = 2U << 20;  // of each text log, in the merged one
 
+constexpr std::size_t kConfigurationBytes = util::kXmlFileLimitBytes;  // of all its files
+
 // At most `limit` bytes of a plain file, or of a file of /proc. Nothing when it cannot be read.
 std::optional<std::string> ReadAll(const std::string& path, std::size_t limit) {
   if (!util::IsRegularFile(path.c_str())) return std::nullopt;
@@ -131,19 +133,20 @@ class Parts {
     std::vector<std::string> files = LoadConfiguration(m_place).files;
     if (files.empty()) files = {paths::kSystemFile, paths::kIdentityFile, paths::kChannelTemplate};
     for (const std::string& file : files) {
-      const std::string name = "config" + file;
       if (Interruptible::Happened()) return;
-      if (file == paths::kVersionFile || file.find("/../") != std::string::npos) continue;
-      const std::optional<std::string> xml = ReadAll(m_place.At(file), util::kXmlFileLimitBytes);
-      if (!xml) {
-        LeftOut(name, "it cannot be read");
-        continue;
-      }
-      std::string reason;
-      const std::optional<std::string> text = WithoutSecrets(*xml, reason);
-      if (text) WriteText(name, *text, "without certificates, users, passwords and comments");
-      if (!text) LeftOut(name, "it could hold a password that is not found: it " + reason);
+      if (file != paths::kVersionFile) WriteWithoutSecrets(file);
     }
+  }
+  void WriteWithoutSecrets(const std::string& file) {
+    const std::string name = "config" + file;
+    if (file.find("/../") != std::string::npos) return LeftOut(name, "its path leads elsewhere");
+    const std::optional<std::string> xml = ReadAll(m_place.At(file), m_configurationBytes);
+    if (!xml) return LeftOut(name, "it cannot be read, or it is too large");
+    std::string reason;
+    const std::optional<std::string> text = WithoutSecrets(*xml, reason);
+    if (!text) return LeftOut(name, "it could hold a password that is not found: it " + reason);
+    m_configurationBytes -= xml->size();
+    WriteText(name, *text, "without certificates, users, passwords and comments");
   }
 
   void WriteLedger() {
@@ -160,6 +163,7 @@ class Parts {
   Place m_place;
   const Staging& m_staging;
   std::string m_parent;
+  std::size_t m_configurationBytes = kConfigurationBytes;  // that may still be copied
   std::vector<ReportPart> m_parts;
 };
 

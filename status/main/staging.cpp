@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 #include "historydata/historydata.h"
 #include "util/directory.h"
@@ -21,6 +22,7 @@ namespace {
 
 constexpr std::array<int, 3> kSignals = {SIGINT, SIGTERM, SIGHUP};
 constexpr std::size_t kLongestPath = 4096;
+constexpr long kLookNanoseconds = 5'000'000;
 
 volatile std::sig_atomic_t g_interrupted = 0;
 
@@ -29,12 +31,17 @@ std::array<struct sigaction, kSignals.size()>& Former() {
   return former;
 }
 
-// Waits for the end. An interrupted wait ends the process.
+// Waits for the end. It looks again and again: a signal may come before any waiting call.
 int AwaitEnd(pid_t process) {
   int outcome = 0;
-  while (waitpid(process, &outcome, 0) < 0) {
-    if (errno != EINTR) return -1;
+  for (pid_t ended = 0; ended == 0;) {
+    ended = waitpid(process, &outcome, WNOHANG);
+    if (ended < 0 && errno != EINTR) return -1;
+    if (ended == process) break;
+    ended = 0;
     if (Interruptible::Happened()) kill(process, SIGTERM);
+    const timespec pause{0, kLookNanoseconds};
+    nanosleep(&pause, nullptr);
   }
   return WIFEXITED(outcome) ? WEXITSTATUS(outcome) : -1;
 }

@@ -55,14 +55,21 @@ void AddRoad(JsonWriter& json, const Verdict& verdict) {
   });
 }
 
+void AddFile(JsonWriter& json, const std::string& name, const std::optional<LedgerRow>& row,
+             const std::string& reason) {
+  json.Text(name + "_file", row ? row->name : "", reason);
+  json.Time(name, row ? row->stamp : std::nullopt, reason);
+}
+
 void AddResults(JsonWriter& json, const Facts& facts) {
   const Results results = ResultsOf(facts);
   json.Object("results", [&] {
+    AddFile(json, "newest_accepted", facts.newestAcceptedByNow, results.reason);
     json.Number("newest_accepted_age_seconds", results.newestAcceptedAge, results.reason);
     json.Number("oldest_pending_age_seconds", results.oldestPendingAge, results.reason);
     json.Number("pending_files", results.pending, results.reason);
     json.Number("catch_up_seconds", results.catchUpSeconds,
-                results.pending ? "the files are made faster than they are sent" : results.reason);
+                results.pending ? "files are not sent faster than they are made" : results.reason);
   });
 }
 
@@ -173,12 +180,6 @@ void AddSegment(JsonWriter& json, const Facts& facts) {
         json.Element(util::Format("%08X", (*unpublished)[i]));
     });
   });
-}
-
-void AddFile(JsonWriter& json, const std::string& name, const std::optional<LedgerRow>& row,
-             const std::string& reason) {
-  json.Text(name + "_file", row ? row->name : "", reason);
-  json.Time(name, row ? row->stamp : std::nullopt, reason);
 }
 
 void AddCounts(JsonWriter& json, const char* key, const FileCounts& counts,

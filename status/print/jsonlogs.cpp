@@ -60,6 +60,7 @@ void AddCloud(JsonWriter& json, const LogFacts& logs) {
     AddAttempts(json, "uploads", logs.uploads, untold);
     AddEvidence(json, "upload_answer", logs.uploadReason, untold);
     json.Text("refused_file", logs.refusedFile, "no upload failed last");
+    AddEvidence(json, "refused_file_first", logs.refusedFirst, "no upload failed last");
   });
 }
 

@@ -129,10 +129,17 @@ void AddLedger(Metrics& metrics, const Facts& facts) {
                {"kind=\"realdata\",state=\"accepted\"", number(ledger.realData.accepted)},
                {"kind=\"alarmdata\",state=\"pending\"", number(ledger.alarmData.pending)},
                {"kind=\"alarmdata\",state=\"accepted\"", number(ledger.alarmData.accepted)}});
+  std::optional<std::int64_t> accepted;
+  if (facts.newestAcceptedByNow) accepted = facts.newestAcceptedByNow->stamp;
+  metrics.Add(
+      "newest_accepted_file_timestamp_seconds",
+      "The stamp of the newest accepted file of any kind; stamps of the future do not count.",
+      accepted);
   auto newest = Stamps(ledger, ",state=\"pending\"", &FileCounts::newestPending);
   for (auto& series : Stamps(ledger, ",state=\"accepted\"", &FileCounts::newestAccepted))
     newest.push_back(std::move(series));
-  metrics.Add("newest_file_timestamp_seconds", "The stamp of the newest file.", newest);
+  metrics.Add("newest_file_timestamp_seconds", "The stamp of the newest file by kind and state.",
+              newest);
   metrics.Add("oldest_pending_file_timestamp_seconds",
               "The stamp of the oldest file that waits for the cloud.",
               Stamps(ledger, "", &FileCounts::oldestPending));

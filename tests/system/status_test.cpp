@@ -58,7 +58,7 @@ class StatusTest : public ConnectedTest {
   void SetUp() override {
     ConnectedTest::SetUp();
     WriteExamplePlant();
-    SystemFile(m_cloud->Port()).Write();
+    SystemFile(m_cloud.Port()).Write();
   }
 
   void Start(int hour, int minute, int second = 0) { m_service.emplace(At(hour, minute, second)); }
@@ -84,7 +84,6 @@ class StatusTest : public ConnectedTest {
     EXPECT_THAT(said.FirstLine(), ::testing::StartsWith("OK: data arrive")) << said.all;
   }
 
-  cloud::Simulator* m_cloud = &ConnectedTest::m_cloud;
   std::optional<Segment> m_segment{ExampleValues()};
   std::optional<ServiceProcess> m_service;
   std::string m_remedy;
@@ -174,8 +173,8 @@ TEST_F(StatusTest, NamesAMissingSegment) {
 }
 
 TEST_F(StatusTest, NamesACloudThatRefusesTheConnection) {
-  const int port = m_cloud->Port();
-  m_cloud->Stop();
+  const int port = m_cloud.Port();
+  m_cloud.Stop();
   StartAndRun();
   ExpectFault("cloud refused", "BRN-CLOUD-REFUSED", 2);
   const cloud::Simulator again(
@@ -194,7 +193,7 @@ TEST_F(StatusTest, NamesASilentCloud) {
 }
 
 TEST_F(StatusTest, NamesARefusedSerialNumber) {
-  m_cloud->Script(cloud::Endpoint::kAuthorize, {cloud::Behaviour::Refuse()});
+  m_cloud.Script(cloud::Endpoint::kAuthorize, {cloud::Behaviour::Refuse()});
   Start(12, 4, 30);
   m_service->RunUntil(At(12, 6, 30));
   ExpectFault("serial number refused", "BRN-LOGIN-REFUSED", 2);
@@ -206,7 +205,7 @@ TEST_F(StatusTest, NamesAFileThatIsRefusedForEver) {
   std::vector<cloud::Behaviour> behaviours(5, cloud::Behaviour::Refuse());
   behaviours.push_back(cloud::Behaviour::Normal());
   behaviours.push_back(cloud::Behaviour::Refuse());
-  m_cloud->Script(cloud::Endpoint::kRealData, behaviours);
+  m_cloud.Script(cloud::Endpoint::kRealData, behaviours);
   Start(12, 4, 30);
   m_service->RunUntil(At(12, 11, 40));
   ExpectFault("one file refused for ever", "BRN-FILE-REFUSED", 1);

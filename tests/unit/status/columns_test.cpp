@@ -24,6 +24,7 @@ const Width kWidths[] = {
     {"a byte that is not UTF-8", "a\xff", 2},
     {"a cut character", "a\xe5\x86", 3},
     {"an overlong form", "\xc0\xaf", 2},
+    {"a long overlong form", "\xe0\x80\xaf", 3},
     {"a surrogate", "\xed\xa0\x80", 3},
     {"past the last code point", "\xf4\x90\x80\x80", 4},
     {"colours", "\x1b[1;31mbad\x1b[0m", 3},
@@ -41,7 +42,7 @@ struct Wrap {
 const Wrap kWraps[] = {
     {"short", "one two", 7, 2, "one two"},
     {"two lines", "one two", 6, 2, "one\n  two"},
-    {"the indent counts", "one two three", 7, 4, "one two\n    three"},
+    {"the indent counts", "a bb cc dd", 6, 2, "a bb\n  cc\n  dd"},
     {"a first line that begins with columns", "state   ok but", 10, 8, "state   ok\n        but"},
     {"a long word stays whole", "see /very/long/path now", 6, 1, "see\n /very/long/path\n now"},
     {"a long word at the start", "abcdefgh i", 4, 0, "abcdefgh\ni"},

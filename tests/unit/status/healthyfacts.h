@@ -21,10 +21,12 @@ inline status::Facts HealthyFacts() {
   static const MAP_POINT_ATTR points = {{0x01010001, ST_POINTID_ATTR{}}};
   status::Facts facts;
   facts.now = kNow;
-  facts.card = {.device = status::Known(true),
-                .mounted = status::Known(true),
-                .readOnly = status::Known(false),
-                .space = status::Known(status::Space{1U << 30, 2U << 30, 900, 1000})};
+  facts.card = {
+      .device = status::Known(true),
+      .mounted = status::Known(true),
+      .readOnly = status::Known(false),
+      .space = status::Known(status::Space{
+          .freeBytes = 1U << 30, .totalBytes = 1U << 31, .freeInodes = 900, .totalInodes = 1000})};
   facts.process = status::Known<pid_t>(42);
   facts.configuration.starts = facts.configuration.isOn = true;
   facts.configuration.serial = "TS20240117";

@@ -73,13 +73,13 @@ struct Row {
 }  // namespace
 
 TEST_F(JsonTextTest, HoldsWhatIsKnown) {
-  Facts facts = test::HealthyFacts();
+  Facts facts = test::PrintedFacts();
   facts.configuration.faults = {
       {status::Cost::kPart, "BRN-CONFIG-X", "/tessel/Config/a.xml", 7, "a fault"}};
   facts.configuration.files = {"/tessel/Config/sys.xml"};
   facts.unpublished = status::Known(std::vector<std::uint32_t>{0x01031123});
   facts.logs.login.succeeded = status::Evidence{facts.now - 10, "login ok", "1122_log.txt:3"};
-  Verdict verdict = test::OneFinding();
+  Verdict verdict = test::PrintedVerdict();
   verdict.findings[0].since = facts.now - 60;
 
   const auto document = Parsed(facts, verdict);
@@ -99,6 +99,7 @@ TEST_F(JsonTextTest, HoldsWhatIsKnown) {
       {"findings/0/evidence", "\"df\""},
       {"road/0", R"({"name":"card","state":"good","text":"present"})"},
       {"road/1/state", "\"not_judged\""},
+      {"results/newest_accepted_unix_seconds", "1795319940"},
       {"results/newest_accepted_age_seconds", "60"},
       {"results/oldest_pending_age_seconds", "120"},
       {"results/pending_files", "1"},
@@ -131,7 +132,7 @@ TEST_F(JsonTextTest, GivesAReasonForEverythingUnknown) {
   unknown.card.device = status::Unknown<bool>("a copy has no device");
   unknown.ledger.state = status::LedgerState::kBusy;
 
-  const auto document = Parsed(unknown, test::OneFinding());
+  const auto document = Parsed(unknown, test::PrintedVerdict());
 
   ExpectReasons(document, "");
   EXPECT_EQ(At(document, "card/device_present_reason"), "\"a copy has no device\"");
@@ -142,18 +143,18 @@ TEST_F(JsonTextTest, GivesAReasonForEverythingUnknown) {
 }
 
 TEST_F(JsonTextTest, IsValidUtf8WhateverTheFactsHold) {
-  Facts facts = test::HealthyFacts();
+  Facts facts = test::PrintedFacts();
   facts.logs.address = "a\xff\xc3(\"\\\n";
   facts.configuration.serial = std::string("TS\0\x01", 4);
 
-  const auto document = Parsed(facts, test::OneFinding());
+  const auto document = Parsed(facts, test::PrintedVerdict());
 
   EXPECT_EQ(At(document, "cloud/address"), R"("a\\xff\\xc3(\"\\\n")");
   EXPECT_EQ(At(document, "configuration/serial_number"), R"("TS\u0000\u0001")");
 }
 
 TEST_F(JsonTextTest, IsPrintedWithTwoBlanksAndALineEnd) {
-  const std::string text = status::JsonText(test::HealthyFacts(), test::OneFinding());
+  const std::string text = status::JsonText(test::PrintedFacts(), test::PrintedVerdict());
 
   EXPECT_TRUE(text.starts_with("{\n  \"schema\": 1,\n")) << text.substr(0, 40);
   EXPECT_TRUE(text.ends_with("\n}\n"));

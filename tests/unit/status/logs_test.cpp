@@ -106,8 +106,8 @@ INSTANTIATE_TEST_SUITE_P(
                 {"a\n\n b", "c"}},
         Content{
             "a cut record, without a line end",
-            Record("10:00:00", std::string(2016, 'x')).substr(0, 2047) + Record("10:00:01", "next"),
-            {std::string(2016, 'x'), "next"}},
+            Record("10:00:00", std::string(2046, 'x')).substr(0, 2047) + Record("10:00:01", "next"),
+            {std::string(2013, 'x'), "next"}},
         Content{"an empty message", Record("10:00:00", "") + Record("10:00:01", "b"), {"", "b"}},
         Content{"a start in the middle of a record", "rest\n" + Record("10:00:01", "b"), {"b"}},
         Content{"an end in the middle of a head",
@@ -132,7 +132,7 @@ TEST_F(LogsTest, FindsEveryHeadWhereverABlockEnds) {
   std::string content;
   std::vector<std::string> expected;
   for (unsigned i = 0; content.size() < 300'000; ++i) {
-    expected.push_back(util::Format("%u %s", i, std::string(i % 97, 'x').c_str()));
+    expected.push_back(util::Format("%u x%s", i, std::string(i % 97, 'x').c_str()));
     content += Record("10:00:00", expected.back());
   }
   test::WriteFile(kToday, content);
@@ -163,9 +163,9 @@ TEST_F(LogsTest, KeepsLineNumbersWhenItReadsOnlyTheEnd) {
 
   Read({.since = {}, .tailBytes = 500});
 
-  ASSERT_EQ(m_texts.size(), 11);
-  EXPECT_EQ(m_texts.front(), "019989");
-  EXPECT_EQ(m_records.front().line, 2 * 19'989 + 1);
+  ASSERT_EQ(m_texts.size(), 12);
+  EXPECT_EQ(m_texts.front(), "019988");
+  EXPECT_EQ(m_records.front().line, 2 * 19'988 + 1);
 }
 
 TEST_F(LogsTest, PassesOverWhatIsNoRegularFile) {
@@ -282,8 +282,8 @@ TEST_F(LogsTest, ReadsBesideAProgramThatHoldsEveryLock) {
 TEST_F(LogsTest, LeavesAnUnfinishedWriteToTheService) {
   WriteDatabase({{"09:00:00", "INFO", "a"}});
   test::DatabaseFile writer(paths::kLogDatabase);
-  writer.Run("BEGIN EXCLUSIVE");
-  Insert(writer, {"10:00:00", "INFO", "b"});
+  writer.Run("PRAGMA cache_size = 1; BEGIN EXCLUSIVE");
+  for (int i = 0; i < 50; ++i) Insert(writer, {"10:00:00", "INFO", std::string(900, 'b')});
   const std::string journal = std::string(paths::kLogDatabase) + "-journal";
   const std::string before = test::ReadFile(journal);
 
@@ -304,6 +304,7 @@ void PrintTo(const Bad& bad, std::ostream* out) {
 class BadLogDatabase : public LogsTest, public ::testing::WithParamInterface<Bad> {};
 
 TEST_P(BadLogDatabase, IsSaidToBe) {
+  mkdir(paths::kLogDirectory, 0755);
   GetParam().make();
   const auto names = test::List(paths::kLogDirectory);
 
@@ -337,13 +338,21 @@ INSTANTIATE_TEST_SUITE_P(
                       "log_Desc FROM n");
             },
             "interrupted"},
+        Bad{"with fractions in place of numbers",
+            [] {
+              test::DatabaseFile(paths::kLogDatabase)
+                  .Run(
+                      "CREATE TABLE log_tbl(Pid REAL, RecordDate, RecordTime, log_Type, log_Desc); "
+                      "INSERT INTO log_tbl VALUES(0.5, 'a', 'b', 'c', 'd')");
+            },
+            "out of order"},
         Bad{"cut short",
             [] {
               test::DatabaseFile(paths::kLogDatabase)
                   .Run(
                       "CREATE TABLE log_tbl(Pid INTEGER PRIMARY KEY, RecordDate, RecordTime, "
                       "log_Type, log_Desc); INSERT INTO log_tbl VALUES(1, 'a', 'b', 'c', 'd')");
-              ASSERT_EQ(truncate(paths::kLogDatabase, 4196), 0);
+              ASSERT_EQ(truncate(paths::kLogDatabase, 4096), 0);
             },
             "malformed"}));
 

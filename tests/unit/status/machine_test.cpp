@@ -94,7 +94,7 @@ TEST_F(Machine, FindsTheService) {
 
 TEST_F(Machine, TakesNothingElseForTheService) {
   const Process likely("brennik-status");
-  const Process bracketed("x) (brennik");
+  const Process bracketed("brennik) S 1");
   const Process ended("brennik");
   ended.EndUnnoticed();
   std::thread thread([] {

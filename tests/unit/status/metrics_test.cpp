@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <map>
 #include <set>
 #include <sstream>
@@ -52,9 +54,9 @@ Exposition Read(const std::string& text) {
 }  // namespace
 
 TEST_F(MetricsTextTest, HoldsWhatIsKnown) {
-  const Facts facts = test::HealthyFacts();
+  const Facts facts = test::PrintedFacts();
 
-  const Exposition read = Read(status::MetricsText(facts, test::OneFinding()));
+  const Exposition read = Read(status::MetricsText(facts, test::PrintedVerdict()));
 
   const std::pair<const char*, const char*> rows[] = {
       {"brennik_status_build_info{version=\"" BRENNIK_VERSION "\"}", "1"},
@@ -76,6 +78,7 @@ TEST_F(MetricsTextTest, HoldsWhatIsKnown) {
       {"brennik_ledger_readable", "1"},
       {"brennik_files{kind=\"realdata\",state=\"accepted\"}", "177"},
       {"brennik_files{kind=\"alarmdata\",state=\"pending\"}", "1"},
+      {"brennik_newest_accepted_file_timestamp_seconds", "1795319940"},
       {"brennik_newest_file_timestamp_seconds{kind=\"realdata\",state=\"accepted\"}", "1795319940"},
       {"brennik_newest_file_timestamp_seconds{kind=\"alarmdata\",state=\"pending\"}", "1795319880"},
       {"brennik_oldest_pending_file_timestamp_seconds{kind=\"alarmdata\"}", "1795319880"},
@@ -89,7 +92,7 @@ TEST_F(MetricsTextTest, HoldsWhatIsKnown) {
 }
 
 TEST_F(MetricsTextTest, HasASeriesForEveryCode) {
-  const Exposition read = Read(status::MetricsText(test::HealthyFacts(), test::OneFinding()));
+  const Exposition read = Read(status::MetricsText(test::PrintedFacts(), test::PrintedVerdict()));
 
   for (const status::Code& code : status::AllCodes())
     EXPECT_TRUE(read.values.contains("brennik_finding{code=\"" + std::string(code.code) + "\"}"))
@@ -109,10 +112,10 @@ TEST_F(MetricsTextTest, LeavesOutWhatIsUnknown) {
 }
 
 TEST_F(MetricsTextTest, NamesNoGateway) {
-  Facts facts = test::HealthyFacts();
+  Facts facts = test::PrintedFacts();
   facts.logs.address = "192.0.2.7";
 
-  const std::string text = status::MetricsText(facts, test::OneFinding());
+  const std::string text = status::MetricsText(facts, test::PrintedVerdict());
 
   EXPECT_EQ(text.find("TS20240117"), std::string::npos);
   EXPECT_EQ(text.find("192.0.2.7"), std::string::npos);
@@ -158,4 +161,24 @@ TEST_F(WriteMetricsTest, RefusesWhatIsNoFile) {
   }
   EXPECT_EQ(test::List("/tmp/metrics"), (std::vector<std::string>{"folder", "link"}));
   EXPECT_EQ(test::ReadFile("/tmp/metrics/folder/kept"), "kept");
+}
+
+TEST_F(WriteMetricsTest, KeepsTheOldFileWhenThereIsNoRoom) {
+  test::Empty("/tmp/metrics");
+  test::WriteFile("/tmp/metrics/brennik.prom", "old");
+  rlimit unlimited{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &unlimited), 0);
+  const rlimit small{3, unlimited.rlim_max};
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  testing::internal::CaptureStderr();
+
+  setrlimit(RLIMIT_FSIZE, &small);
+  const int exitStatus = status::WriteMetrics("/tmp/metrics/brennik.prom", "new and longer\n");
+  setrlimit(RLIMIT_FSIZE, &unlimited);
+
+  std::signal(SIGXFSZ, handler);
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(exitStatus, 1);
+  EXPECT_EQ(test::List("/tmp/metrics"), std::vector<std::string>{"brennik.prom"});
+  EXPECT_EQ(test::ReadFile("/tmp/metrics/brennik.prom"), "old");
 }

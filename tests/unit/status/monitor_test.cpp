@@ -34,7 +34,7 @@ TEST(MonitorText, HoldsStatusTextAndPerformanceData) {
   thresholds.criticalAge = Range::Parse("~:3600");
   thresholds.warningPending = Range::Parse("@10:20");
   thresholds.criticalPending = Range::Parse("30");
-  status::Facts facts = test::HealthyFacts();
+  status::Facts facts = test::PrintedFacts();
   facts.logs.intervals->checkFailInv = 0;  // no forecast
 
   EXPECT_EQ(Line(facts, Says("data arrive"), thresholds),
@@ -44,7 +44,7 @@ TEST(MonitorText, HoldsStatusTextAndPerformanceData) {
 }
 
 TEST(MonitorText, ShowsTheDefaultThresholds) {
-  const status::Facts facts = test::HealthyFacts();
+  const status::Facts facts = test::PrintedFacts();
   const status::Thresholds inForce = status::InForce({}, facts);
 
   const std::string line = Line(facts, Says("data arrive"));
@@ -56,12 +56,12 @@ TEST(MonitorText, ShowsTheDefaultThresholds) {
 }
 
 TEST(MonitorText, ShowsTheForecastWhenThereIsOne) {
-  EXPECT_NE(Line(test::HealthyFacts(), Says("data arrive")).find(" 'catch_up'="),
+  EXPECT_NE(Line(test::PrintedFacts(), Says("data arrive")).find(" 'catch_up'="),
             std::string::npos);
 }
 
 TEST(MonitorText, LeavesTheThresholdsOutWhereAValueIsUnknown) {
-  status::Facts facts = test::HealthyFacts();
+  status::Facts facts = test::PrintedFacts();
   facts.ledger = {};
   facts.ledger.state = status::LedgerState::kBusy;
   facts.card.space = status::Unknown<status::Space>("no card");
@@ -71,7 +71,7 @@ TEST(MonitorText, LeavesTheThresholdsOutWhereAValueIsUnknown) {
 }
 
 TEST(MonitorText, LeavesInodesOutWhereTheyAreNotCounted) {
-  status::Facts facts = test::HealthyFacts();
+  status::Facts facts = test::PrintedFacts();
   facts.card.space.value->totalInodes = 0;
 
   EXPECT_EQ(Line(facts, Says("x")).find("inodes"), std::string::npos);
@@ -79,8 +79,8 @@ TEST(MonitorText, LeavesInodesOutWhereTheyAreNotCounted) {
 
 TEST(MonitorText, StaysUnder80BytesUpToTheBar) {
   const std::string longest = "BRENNIK OK - " + std::string(65, 'x') + " ";
-  EXPECT_EQ(BeforeBar(Line(test::HealthyFacts(), Says(std::string(65, 'x')))), longest);
-  EXPECT_EQ(BeforeBar(Line(test::HealthyFacts(), Says(std::string(66, 'x')))),
+  EXPECT_EQ(BeforeBar(Line(test::PrintedFacts(), Says(std::string(65, 'x')))), longest);
+  EXPECT_EQ(BeforeBar(Line(test::PrintedFacts(), Says(std::string(66, 'x')))),
             "BRENNIK OK - " + std::string(62, 'x') + "... ");
 }
 
@@ -88,13 +88,13 @@ TEST(MonitorText, CutsBetweenCharacters) {
   std::string text;
   for (int i = 0; i < 40; ++i) text += "塔";
 
-  const std::string line = BeforeBar(Line(test::HealthyFacts(), Says(text)));
+  const std::string line = BeforeBar(Line(test::PrintedFacts(), Says(text)));
 
   EXPECT_LT(line.size(), 80U);
   EXPECT_EQ(line, status::ValidUtf8(line));
 }
 
 TEST(MonitorText, IsOneLineWithOneBar) {
-  EXPECT_EQ(BeforeBar(Line(test::HealthyFacts(), Says("a|b\nc\r\td\x1b\xff"))),
+  EXPECT_EQ(BeforeBar(Line(test::PrintedFacts(), Says("a|b\nc\r\td\x1b\xff"))),
             "BRENNIK OK - a/b c  d\\x1b\\xff ");
 }

@@ -16,7 +16,7 @@ inline status::LedgerRow PrintedRow(const std::string& name, int type, bool acce
 }
 
 // A gateway at work at noon: a newest accepted file of a minute ago and one older pending one.
-inline status::Facts HealthyFacts() {
+inline status::Facts PrintedFacts() {
   status::Facts facts;
   facts.now = LocalTimeOf(2026, 11, 22, 12);
   facts.card.device = status::Known(true);
@@ -46,7 +46,7 @@ inline status::Facts HealthyFacts() {
 }
 
 // A verdict with one finding and a short road.
-inline status::Verdict OneFinding() {
+inline status::Verdict PrintedVerdict() {
   using status::Level;
   using status::LinkState;
   status::Finding finding{"BRN-CARD-FULL",

@@ -56,6 +56,34 @@ TEST_F(Sqlite, MakesAMissingDatabaseOnlyOnDemand) {
   EXPECT_TRUE(util::Database("/tessel/new.db").Execute("create table t(a)"));
 }
 
+TEST_F(Sqlite, ChangesNothingForAReader) {
+  database.reset();
+  auto reader = util::Database::OpenForReading(kPath);
+
+  EXPECT_FALSE(util::Database::OpenForReading("/tessel/new.db"));
+  EXPECT_FALSE(test::Exists("/tessel/new.db"));
+  EXPECT_TRUE(reader.Execute("select a from t"));
+  EXPECT_FALSE(reader.Execute("insert into t values(1)"));
+  EXPECT_FALSE(reader.Execute("vacuum into '/tessel/new.db'"));
+  EXPECT_FALSE(test::Exists("/tessel/new.db"));
+  EXPECT_FALSE(reader.Execute("select zeroblob(2000000)"));
+}
+
+TEST_F(Sqlite, TellsWhatHindersAReader) {
+  auto reader = util::Database::OpenForReading(kPath);
+  reader.LimitTime(20);
+
+  EXPECT_TRUE(reader.Execute("select a from t"));
+  EXPECT_EQ(reader.WhyHindered(), util::Hindrance::kNone);
+  EXPECT_FALSE(
+      reader.Execute("with recursive n(i) as (select 1 union all select i+1 from n) select "
+                     "count(*) from n"));
+  EXPECT_EQ(reader.WhyHindered(), util::Hindrance::kTooLong);
+  database->Execute("begin exclusive");
+  EXPECT_FALSE(reader.Execute("select a from t"));
+  EXPECT_EQ(reader.WhyHindered(), util::Hindrance::kLocked);
+}
+
 TEST_F(Sqlite, ReadsRowsToTheirEnd) {
   database->Execute("insert into t values(-2.0 / 3), ('two'), (4294967303), (3238068225), (NULL)");
 
@@ -67,6 +95,7 @@ TEST_F(Sqlite, ReadsRowsToTheirEnd) {
   EXPECT_EQ(rows.Text(0), "two");
   ASSERT_TRUE(rows.NextRow());
   EXPECT_EQ(rows.Integer(0), 7) << "the lower 32 bits";
+  EXPECT_EQ(rows.Integer64(0), 4294967303);
   ASSERT_TRUE(rows.NextRow());
   EXPECT_EQ(static_cast<std::uint32_t>(rows.Integer(0)), 3238068225U);
   ASSERT_TRUE(rows.NextRow());
