@@ -15,8 +15,8 @@ namespace status {
 enum class LedgerState {
   kGood,
   kMissing,     // there is no file
-  kForeign,     // the file is no database, or is cut short
-  kNoTable,     // a database without the table of files
+  kForeign,     // it is a folder or the like, no database, or cut short; see `detail`
+  kNoTable,     // a database without the table of files, or with another table of that name
   kDamaged,     // its rows cannot be read
   kBusy,        // another program holds its lock; the counts are incomplete
   kUnfinished,  // an unfinished write waits for the service, which runs
@@ -54,7 +54,9 @@ struct Ledger {
 
 // Reads every row. `serviceRuns`: an unfinished write is then the service's own to finish;
 // otherwise ledger and journal are copied to a temporary folder, which is removed again, and the
-// copy is read.
+// copy is read. At most two million rows are read; `detail` says so when there are more. `eachRow`
+// is called between the pages, when no lock is held. No other connection to the ledger may be open
+// in this process.
 Ledger ReadLedger(const Place& place, bool serviceRuns, const EachRow& eachRow = {});
 
 // Looks for one name: a whole ledger name, or a base name such as "S20261122040000.tar.gz". The

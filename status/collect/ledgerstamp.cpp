@@ -30,6 +30,12 @@ int Number(std::string_view digits) {
   return number;
 }
 
+bool AreSame(const std::tm& one, const std::tm& other) {
+  return one.tm_year == other.tm_year && one.tm_mon == other.tm_mon &&
+         one.tm_mday == other.tm_mday && one.tm_hour == other.tm_hour &&
+         one.tm_min == other.tm_min && one.tm_sec == other.tm_sec;
+}
+
 // None for a time that no clock of this zone shows.
 std::optional<std::time_t> LocalTimeOf(std::string_view digits) {
   std::tm time{};
@@ -41,7 +47,7 @@ std::optional<std::time_t> LocalTimeOf(std::string_view digits) {
   time.tm_sec = Number(digits.substr(12, 2));
   const std::time_t when = util::UnixTime(time);
   const auto shown = util::LocalTime(when);
-  if (!shown || util::Stamp(*shown) != digits) return std::nullopt;
+  if (!shown || !AreSame(*shown, time)) return std::nullopt;
   return when;
 }
 
