@@ -237,8 +237,8 @@ check_status() {
   expect "with the cloud back, it is healthy" told "cloud back" healed
   expect_verdict "card pulled" 2 BRN-CARD-MISSING
   expect "with the card back, it is healthy" told "card back" healed
-  expect_verdict "wrong sys.xml, before the restart: config" 2 BRN-CONFIG-SYS
-  expect_verdict "wrong sys.xml" 2 BRN-CONFIG-SYS
+  expect_verdict "wrong sys.xml, before the restart: config" 2 BRN-CONFIG-SYSTEM
+  expect_verdict "wrong sys.xml" 2 BRN-CONFIG-SYSTEM
   expect "with the right file, it is healthy" told "right sys.xml" healed
   expect_verdict "many rows" 0 ""
 

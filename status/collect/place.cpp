@@ -6,7 +6,8 @@
 namespace status {
 namespace {
 
-constexpr std::string_view kConfiguration = "/tessel/Config/";
+constexpr std::string_view kSystemFile = paths::kSystemFile;
+constexpr std::string_view kConfiguration = kSystemFile.substr(0, kSystemFile.rfind('/') + 1);
 constexpr std::string_view kCard = paths::kCardMount;
 
 bool Has(const std::string& root, const char* name) {

@@ -98,7 +98,8 @@ void JudgeConfiguration(Judging& judging, const std::string& link) {
          .level = Level::kWarning});
   }
   if (judging.IsRunning() && judging.facts.logs.started &&
-      configuration.newestChange > judging.facts.logs.started->time) {
+      configuration.newestChange > judging.facts.logs.started->time &&
+      configuration.newestChange <= judging.facts.now) {
     return judging.road.Noted(link, "BRN-CONFIG-RESTART",
                               {.text = "the configuration was changed after the service's start",
                                .since = configuration.newestChange,

@@ -173,12 +173,13 @@ TEST_F(StatusTest, NamesAMissingSegment) {
 }
 
 TEST_F(StatusTest, NamesACloudThatRefusesTheConnection) {
-  const int port = m_cloud.Port();
-  m_cloud.Stop();
-  StartAndRun();
+  constexpr int kNobodyListens = 1;
+  SystemFile(kNobodyListens).Write();
+  Start(12, 4, 30);
+  m_service->RunUntil(At(12, 5, 10));
   ExpectFault("cloud refused", "BRN-CLOUD-REFUSED", 2);
-  const cloud::Simulator again(
-      {.port = port, .serialNumber = kSerialNumber, .checksHeaders = false});
+  SystemFile(m_cloud.Port()).Write();  // "correct cloudip and port in …"
+  Start(12, 9, 30);
   m_service->RunUntil(At(12, 12));
   ExpectHealed();
 }
@@ -186,7 +187,8 @@ TEST_F(StatusTest, NamesACloudThatRefusesTheConnection) {
 TEST_F(StatusTest, NamesASilentCloud) {
   const HostileServer silent(Stalls(""));
   SystemFile(silent.Port()).Write();
-  StartAndRun();
+  Start(12, 4, 30);
+  m_service->RunUntil(At(12, 5, 40));
   ExpectFault("cloud silent", "BRN-CLOUD-SILENT", 2);
   m_service->RunUntil(At(12, 17));  // each exchange is silent once
   ExpectHealed();
@@ -195,7 +197,7 @@ TEST_F(StatusTest, NamesASilentCloud) {
 TEST_F(StatusTest, NamesARefusedSerialNumber) {
   m_cloud.Script(cloud::Endpoint::kAuthorize, {cloud::Behaviour::Refuse()});
   Start(12, 4, 30);
-  m_service->RunUntil(At(12, 6, 30));
+  m_service->RunUntil(At(12, 5));
   ExpectFault("serial number refused", "BRN-LOGIN-REFUSED", 2);
   m_service->RunUntil(At(12, 9));  // registered meanwhile
   ExpectHealed();
