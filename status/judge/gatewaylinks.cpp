@@ -123,7 +123,8 @@ void JudgeProcess(Judging& judging, const std::string& link) {
                                 .since = facts.logs.newestRecord,
                                 .evidence = "pidof brennik"});
   }
-  if (facts.logs.startsInLastHour >= kManyStarts) {
+  const bool isHealed = facts.logs.uploads.succeeded || !judging.IsWithinGrace();
+  if (facts.logs.startsInLastHour >= kManyStarts && !isHealed) {
     return judging.road.Noted(link, "BRN-PROCESS-RESTARTS",
                               {.text = Format("the service has started %ld times in the last hour",
                                               facts.logs.startsInLastHour),
