@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 namespace status {
 namespace {
@@ -51,8 +52,8 @@ void Redirect(int standard, const util::Descriptor& to) {
 
 }  // namespace
 
-LoadWatch::LoadWatch(const Place& place)
-    : m_place(place),
+LoadWatch::LoadWatch(Place place)
+    : m_place(std::move(place)),
       m_printed(memfd_create("stderr", MFD_CLOEXEC)),
       m_ignored(memfd_create("stdout", MFD_CLOEXEC)),
       m_output(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)),

@@ -28,7 +28,7 @@ struct Refusal {
 // one thread.
 class LoadWatch {
  public:
-  explicit LoadWatch(const Place& place);
+  explicit LoadWatch(Place place);
   ~LoadWatch();
   LoadWatch(const LoadWatch&) = delete;
   LoadWatch& operator=(const LoadWatch&) = delete;

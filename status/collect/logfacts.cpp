@@ -1,6 +1,6 @@
 // What the logs say about the time since the service's last start.
-#include <cstdio>
-#include <cstring>
+#include <algorithm>
+#include <cstddef>
 #include <string_view>
 
 #include "collect/facts.h"
@@ -33,6 +33,28 @@ void Fail(Attempts& attempts, const Evidence& evidence) {
 std::string FileAfter(std::string_view text, std::string_view start) {
   text.remove_prefix(start.size());
   return std::string(util::BaseName(text.substr(0, text.find(' '))));
+}
+
+// The intervals in force; nothing for any other record.
+std::optional<Interval_Info> IntervalsIn(const std::string& text) {
+  struct Part {
+    std::string_view words;
+    int Interval_Info::*interval;
+  };
+  static constexpr Part kParts[] = {{"realdata timeinv = ", &Interval_Info::realDataInv},
+                                    {",alarm timeinv = ", &Interval_Info::alarmDataInv},
+                                    {",heartbeat timeinv = ", &Interval_Info::heartBeatInv},
+                                    {",checkfail timeinv = ", &Interval_Info::checkFailInv},
+                                    {",recall timeinv = ", &Interval_Info::recallInv}};
+  Interval_Info intervals{};
+  std::size_t at = 0;
+  for (const auto& [words, interval] : kParts) {
+    if (text.compare(at, words.size(), words) != 0) return std::nullopt;
+    at += words.size();
+    intervals.*interval = util::Decimal(text.c_str() + at);
+    at = std::min(text.find(',', at), text.size());
+  }
+  return intervals;
 }
 
 // Reads the records of both logs in their order.
@@ -73,18 +95,13 @@ class LogReader {
   }
 
   bool TakeStart(std::string_view text, const Evidence& evidence) {
-    Interval_Info in{};
     if (Begins(text, "Brennik is Set ")) {
       m_facts.isOn = Has(text, "Set on");
       m_facts.setOnOff = evidence;
     } else if (Begins(text, "Brennik Init failed")) {
       m_facts.endedEarly = evidence;
-    } else if (std::sscanf(evidence.text.c_str(),
-                           "realdata timeinv = %d,alarm timeinv = %d,heartbeat timeinv = %d,"
-                           "checkfail timeinv = %d,recall timeinv = %d",
-                           &in.realDataInv, &in.alarmDataInv, &in.heartBeatInv, &in.checkFailInv,
-                           &in.recallInv) == 5) {
-      m_facts.intervals = in;
+    } else if (const auto intervals = IntervalsIn(evidence.text)) {
+      m_facts.intervals = intervals;
       m_facts.intervalsLine = evidence;
     } else {
       return false;
@@ -119,13 +136,13 @@ class LogReader {
       m_lastUpload = evidence;
       return true;
     }
-    for (const std::string_view start : {"Send realdata ", "Send Alarmdata "}) {
-      if (!Begins(text, start)) continue;
-      const std::string file = FileAfter(text, start);
-      Has(text, "successfully") ? Accept(evidence) : Refuse(file, evidence);
-      return true;
-    }
-    return false;
+    static constexpr std::string_view kRealData = "Send realdata ";
+    static constexpr std::string_view kAlarms = "Send Alarmdata ";
+    const bool isRealData = Begins(text, kRealData);
+    if (!isRealData && !Begins(text, kAlarms)) return false;
+    const std::string file = FileAfter(text, isRealData ? kRealData : kAlarms);
+    Has(text, "successfully") ? Accept(evidence) : Refuse(file, evidence);
+    return true;
   }
 
   void Accept(const Evidence& evidence) {
