@@ -7,6 +7,7 @@
 #include "http/http.h"
 #include "judge/archivesize.h"
 #include "judge/configparts.h"
+#include "packfile/realdatadocument.h"
 #include "util/paths.h"
 #include "util/text.h"
 
@@ -60,7 +61,7 @@ Snapshot CountSnapshot(const MAP_GROUP_ATTR& groups) {
   Snapshot snapshot;
   snapshot.channels = groups.size();
   for (const auto& [channel, devices] : groups) {
-    if (channel == kLeftOutChannel) continue;
+    if (channel == kChannelLeftOut) continue;
     snapshot.devices += devices.size();
     for (const auto& [device, points] : devices) snapshot.points += points.size();
   }
@@ -104,7 +105,7 @@ void CheckPublished(const Configuration& configuration,
   std::size_t count = 0;
   std::string named;
   for (const auto& [channel, devices] : *configuration.groups) {
-    if (channel == kLeftOutChannel) continue;
+    if (channel == kChannelLeftOut) continue;
     for (const auto& [device, points] : devices) {
       for (const auto& [dataId, point] : points) {
         if (published.contains(dataId)) continue;
