@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr std::uint8_t kChannelLeftOut = 193;  // deliberate: never part of a real-data file
 constexpr unsigned kDevicePauseMicroseconds = 100000;
 constexpr unsigned kChannelPauseMicroseconds = 500000;
 

@@ -11,6 +11,8 @@
 #include "packfile/fields.h"
 #include "packfile/records.h"
 
+inline constexpr std::uint8_t kChannelLeftOut = 193;  // deliberate: never part of a real-data file
+
 struct RealDataHeader {
   const char* serial;    // the gateway's serial number
   const char* timeMark;  // the same in every device

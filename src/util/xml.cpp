@@ -14,6 +14,7 @@
 #include "util/file.h"
 #include "util/text.h"
 #include "util/xmlparser.h"
+#include "util/xmlplace.h"
 
 namespace util {
 namespace {
@@ -120,7 +121,7 @@ XmlDocument XmlDocument::Read(const char* path) {
   XmlDocument document;
   document.m_path = path == nullptr ? "" : path;
   std::string reason;
-  if (const auto content = ReadBounded(document.m_path.c_str(), reason)) {
+  if (const auto content = ReadBounded(PlaceOfXmlFile(document.m_path).c_str(), reason)) {
     document.m_document = ParseXml(*content, reason);
   }
   if (document) {

@@ -100,9 +100,10 @@ std::optional<std::string> Unpack(std::FILE* file, Archive& archive) {
 }
 
 bool IsGzip(std::FILE* file) {
-  const bool isGzip = std::fgetc(file) == 0x1f && std::fgetc(file) == 0x8b;
+  const int first = std::fgetc(file);
+  const int second = std::fgetc(file);
   std::rewind(file);
-  return isGzip;
+  return first == 0x1f && second == 0x8b;
 }
 
 // A number in octal digits. Nothing for anything else: larger numbers have another form.

@@ -1,13 +1,13 @@
 #include "collect/facts.h"
 
 #include "historydata/historydata.h"
+#include "packfile/realdatadocument.h"
 
 namespace status {
 namespace {
 
-constexpr std::uint8_t kChannelLeftOut = 193;  // its points are never part of a snapshot
 constexpr long kClockToleranceSeconds = 60;
-constexpr int kLeftOutShift = 24;  // a DataId's channel
+constexpr int kChannelShift = 24;  // a DataId's channel
 
 // Points that every snapshot needs and the acquisition side does not publish.
 Fact<std::vector<std::uint32_t>> Unpublished(const Configuration& configuration,
@@ -17,7 +17,7 @@ Fact<std::vector<std::uint32_t>> Unpublished(const Configuration& configuration,
   if (!segment.values) return Unknown<Points>(segment.values.reason);
   Points unpublished;
   for (const auto& [dataId, point] : *configuration.points) {
-    if (dataId >> kLeftOutShift == kChannelLeftOut) continue;
+    if (dataId >> kChannelShift == kChannelLeftOut) continue;
     if (!segment.values->contains(dataId)) unpublished.push_back(dataId);
   }
   return Known(std::move(unpublished));

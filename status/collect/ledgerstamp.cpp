@@ -68,7 +68,7 @@ std::optional<std::time_t> StampReader::Of(std::string_view name) {
   const int minute = Number(digits.substr(kHourDigits, 2));
   const int second = Number(digits.substr(kHourDigits + 2));
   if (minute > 59 || second > 59) return std::nullopt;
-  return *m_begins + minute * 60 + second;
+  return *m_begins + minute * 60L + second;
 }
 
 std::optional<std::time_t> StampOf(const std::string& name) {

@@ -8,6 +8,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
+
+#include "util/xmlplace.h"
 
 namespace status {
 namespace {
@@ -29,19 +32,18 @@ std::string PrintedSince(int file, long from) {
 
 // "PATH: line 12: reason" without the path. The service prints control characters of the path as
 // blanks and cuts them off at its end.
-Refusal ReadRefusal(const std::string& printed, const std::string& file, const std::string& real) {
-  std::size_t length = real.size();
-  while (length > 0 && static_cast<unsigned char>(real[length - 1]) <= ' ') --length;
+Refusal ReadRefusal(const std::string& printed, const std::string& path) {
+  std::size_t length = path.size();
+  while (length > 0 && static_cast<unsigned char>(path[length - 1]) <= ' ') --length;
   const std::size_t colon = printed.find(": ", std::min(length, printed.size()));
-  Refusal refusal{.file = file,
-                  .reason = colon < printed.size() ? printed.substr(colon + 2) : printed};
+  Refusal refusal;
+  refusal.reason = colon < printed.size() ? printed.substr(colon + 2) : printed;
   constexpr std::string_view kLine = "line ";
   const std::size_t end = refusal.reason.find(": ");
   if (refusal.reason.starts_with(kLine) && end < refusal.reason.size()) {
     refusal.line = std::strtol(refusal.reason.c_str() + kLine.size(), nullptr, 10);
     refusal.reason.erase(0, end + 2);
   }
-  refusal.noRights = access(real.c_str(), R_OK) != 0 && errno == EACCES;
   return refusal;
 }
 
@@ -51,8 +53,8 @@ void Redirect(int standard, const util::Descriptor& to) {
 
 }  // namespace
 
-LoadWatch::LoadWatch(const Place& place)
-    : m_place(place),
+LoadWatch::LoadWatch(Place place)
+    : m_place(std::move(place)),
       m_printed(memfd_create("stderr", MFD_CLOEXEC)),
       m_ignored(memfd_create("stdout", MFD_CLOEXEC)),
       m_output(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)),
@@ -72,8 +74,10 @@ LoadWatch::~LoadWatch() {
 
 void LoadWatch::Settle() {
   const long end = m_printed ? static_cast<long>(lseek(m_printed.Get(), 0, SEEK_END)) : 0;
-  if (end <= m_settled) return;
-  Refusal refusal = ReadRefusal(PrintedSince(m_printed.Get(), m_settled), m_latest, m_latestReal);
+  if (end <= m_settled || m_tookTooLong) return;
+  Refusal refusal = ReadRefusal(PrintedSince(m_printed.Get(), m_settled), m_asked);
+  refusal.file = m_latest;
+  refusal.noRights = access(m_place.At(m_latest).c_str(), R_OK) != 0 && errno == EACCES;
   m_settled = end;
   const auto isSame = [&](const Refusal& other) { return other.file == refusal.file; };
   if (m_refusals.size() < kMostRefusals &&
@@ -87,33 +91,19 @@ std::vector<Refusal> LoadWatch::Refusals() {
   return m_refusals;
 }
 
-}  // namespace status
-
-// The call of the loaders, and the service's own function, by the names that the linker's --wrap
-// gives them.
-util::XmlDocument RealRead(const char* path) __asm__("__real__ZN4util11XmlDocument4ReadEPKc");
-util::XmlDocument WatchedRead(const char* path) __asm__("__wrap__ZN4util11XmlDocument4ReadEPKc");
-
-util::XmlDocument WatchedRead(const char* path) {
-  return status::LoadWatch::Read(path);
-}
-
-namespace status {
-
-util::XmlDocument LoadWatch::Read(const char* path) {
-  return g_watch == nullptr ? RealRead(path) : g_watch->ReadHere(path);
-}
-
-util::XmlDocument LoadWatch::ReadHere(const char* path) {
+std::string LoadWatch::PlaceOfNext(const std::string& path) {
   Settle();
-  m_latest = path;
+  m_asked = m_latest = path;
   // A relative path starts in "/", where a supervisor starts the service.
-  if (!m_latest.empty() && m_latest.front() != '/') m_latest.insert(0, "/");
-  m_latestReal = m_latest.empty() ? "" : m_place.At(m_latest);
+  if (!path.empty() && path.front() != '/') m_latest.insert(0, "/");
   m_files.insert(m_latest);
   m_tookTooLong = m_tookTooLong || std::clock() - m_started > kMostProcessorTime;
-  if (m_tookTooLong) return {};
-  return RealRead(m_latestReal.c_str());
+  return m_tookTooLong || path.empty() ? "" : m_place.At(m_latest);
 }
 
 }  // namespace status
+
+// In place of the service's own.
+std::string util::PlaceOfXmlFile(const std::string& path) {
+  return status::g_watch == nullptr ? path : status::g_watch->PlaceOfNext(path);
+}

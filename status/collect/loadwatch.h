@@ -10,7 +10,6 @@
 #include "collect/nopauses.h"
 #include "collect/place.h"
 #include "util/file.h"
-#include "util/xml.h"
 
 namespace status {
 
@@ -23,12 +22,11 @@ struct Refusal {
 };
 
 // While one lives, every configuration file is read where the place has it, what the loaders print
-// goes to no terminal, and they do not pause. The linker leads util::XmlDocument::Read to this
-// class, because the template names device files by their own absolute paths. At most one lives, on
-// one thread.
+// goes to no terminal, and they do not pause. It answers util::PlaceOfXmlFile, because the template
+// names device files by their own absolute paths. At most one lives, on one thread.
 class LoadWatch {
  public:
-  explicit LoadWatch(const Place& place);
+  explicit LoadWatch(Place place);
   ~LoadWatch();
   LoadWatch(const LoadWatch&) = delete;
   LoadWatch& operator=(const LoadWatch&) = delete;
@@ -40,11 +38,10 @@ class LoadWatch {
   // Whether files were left out because the reading took too long.
   bool TookTooLong() const { return m_tookTooLong; }
 
-  // Reads one file; the linker puts it into the place of util::XmlDocument::Read.
-  static util::XmlDocument Read(const char* path);
+  // Where the loaders find the file that they read next. An empty path when they took too long.
+  std::string PlaceOfNext(const std::string& path);
 
  private:
-  util::XmlDocument ReadHere(const char* path);
   // Takes what was printed about the file that was read last.
   void Settle();
 
@@ -55,9 +52,9 @@ class LoadWatch {
   util::Descriptor m_output;   // the real ones
   util::Descriptor m_error;
   std::clock_t m_started = std::clock();
-  long m_settled = 0;  // bytes of m_printed that are taken
-  std::string m_latest;
-  std::string m_latestReal;
+  long m_settled = 0;    // bytes of m_printed that are taken
+  std::string m_asked;   // the path of the latest file, as the loaders have it
+  std::string m_latest;  // the same as an absolute path
   std::vector<Refusal> m_refusals;
   std::set<std::string> m_files;
   bool m_tookTooLong = false;

@@ -1,6 +1,6 @@
 // What the logs say about the time since the service's last start.
-#include <cstdio>
-#include <cstring>
+#include <algorithm>
+#include <cstddef>
 #include <string_view>
 
 #include "collect/facts.h"
@@ -16,10 +16,6 @@ bool Has(std::string_view text, std::string_view part) {
   return text.find(part) != std::string_view::npos;
 }
 
-bool Begins(std::string_view text, std::string_view start) {
-  return text.substr(0, start.size()) == start;
-}
-
 void Succeed(Attempts& attempts, const Evidence& evidence) {
   attempts = {.succeeded = evidence, .failed = std::nullopt, .firstFailed = std::nullopt};
 }
@@ -33,6 +29,28 @@ void Fail(Attempts& attempts, const Evidence& evidence) {
 std::string FileAfter(std::string_view text, std::string_view start) {
   text.remove_prefix(start.size());
   return std::string(util::BaseName(text.substr(0, text.find(' '))));
+}
+
+// The intervals in force; nothing for any other record.
+std::optional<Interval_Info> IntervalsIn(const std::string& text) {
+  struct Part {
+    std::string_view words;
+    int Interval_Info::*interval;
+  };
+  static constexpr Part kParts[] = {{"realdata timeinv = ", &Interval_Info::realDataInv},
+                                    {",alarm timeinv = ", &Interval_Info::alarmDataInv},
+                                    {",heartbeat timeinv = ", &Interval_Info::heartBeatInv},
+                                    {",checkfail timeinv = ", &Interval_Info::checkFailInv},
+                                    {",recall timeinv = ", &Interval_Info::recallInv}};
+  Interval_Info intervals{};
+  std::size_t at = 0;
+  for (const auto& [words, interval] : kParts) {
+    if (text.compare(at, words.size(), words) != 0) return std::nullopt;
+    at += words.size();
+    intervals.*interval = util::Decimal(text.c_str() + at);
+    at = std::min(text.find(',', at), text.size());
+  }
+  return intervals;
 }
 
 // Reads the records of both logs in their order.
@@ -55,7 +73,7 @@ class LogReader {
   void TakeDatabase(std::string_view text, const Evidence& evidence) {
     if (text == "Brennik Start running") {
       Start(evidence);
-    } else if (Begins(text, "no sd card")) {
+    } else if (text.starts_with("no sd card")) {
       m_facts.endedEarly = evidence;
     } else if (text == "Brennik Get RealData error") {
       Fail(m_facts.segment, evidence);
@@ -73,18 +91,13 @@ class LogReader {
   }
 
   bool TakeStart(std::string_view text, const Evidence& evidence) {
-    Interval_Info in{};
-    if (Begins(text, "Brennik is Set ")) {
+    if (text.starts_with("Brennik is Set ")) {
       m_facts.isOn = Has(text, "Set on");
       m_facts.setOnOff = evidence;
-    } else if (Begins(text, "Brennik Init failed")) {
+    } else if (text.starts_with("Brennik Init failed")) {
       m_facts.endedEarly = evidence;
-    } else if (std::sscanf(evidence.text.c_str(),
-                           "realdata timeinv = %d,alarm timeinv = %d,heartbeat timeinv = %d,"
-                           "checkfail timeinv = %d,recall timeinv = %d",
-                           &in.realDataInv, &in.alarmDataInv, &in.heartBeatInv, &in.checkFailInv,
-                           &in.recallInv) == 5) {
-      m_facts.intervals = in;
+    } else if (const auto intervals = IntervalsIn(evidence.text)) {
+      m_facts.intervals = intervals;
       m_facts.intervalsLine = evidence;
     } else {
       return false;
@@ -94,18 +107,18 @@ class LogReader {
 
   bool TakeCloud(std::string_view text, const Evidence& evidence) {
     static constexpr std::string_view kAddress = "real IP has become ";
-    if (Begins(text, "Post Authorize Info Successfully")) {
+    if (text.starts_with("Post Authorize Info Successfully")) {
       Succeed(m_facts.login, evidence);
-    } else if (Begins(text, "Post Authorize Info failed")) {
+    } else if (text.starts_with("Post Authorize Info failed")) {
       Fail(m_facts.login, evidence);
       m_facts.loginReason = m_lastAnswer;
-    } else if (Begins(text, "Skip Address Receive Response")) {
+    } else if (text.starts_with("Skip Address Receive Response")) {
       Succeed(m_facts.heartbeat, evidence);
-    } else if (Begins(text, kAddress)) {
+    } else if (text.starts_with(kAddress)) {
       m_facts.address = evidence.text.substr(kAddress.size());
       m_facts.addressSet = evidence;
-    } else if (Begins(text, "curl_easy_perform() failed") ||
-               Begins(text, "Auth Receive Response") || Begins(text, "Authorize ")) {
+    } else if (text.starts_with("curl_easy_perform() failed") ||
+               text.starts_with("Auth Receive Response") || text.starts_with("Authorize ")) {
       m_lastAnswer = evidence;
     } else {
       return false;
@@ -114,18 +127,18 @@ class LogReader {
   }
 
   bool TakeUpload(std::string_view text, const Evidence& evidence) {
-    if (Begins(text, "UPloadFile recv ") || Begins(text, "send file ") ||
-        Begins(text, "can not open file")) {
+    if (text.starts_with("UPloadFile recv ") || text.starts_with("send file ") ||
+        text.starts_with("can not open file")) {
       m_lastUpload = evidence;
       return true;
     }
-    for (const std::string_view start : {"Send realdata ", "Send Alarmdata "}) {
-      if (!Begins(text, start)) continue;
-      const std::string file = FileAfter(text, start);
-      Has(text, "successfully") ? Accept(evidence) : Refuse(file, evidence);
-      return true;
-    }
-    return false;
+    static constexpr std::string_view kRealData = "Send realdata ";
+    static constexpr std::string_view kAlarms = "Send Alarmdata ";
+    const bool isRealData = text.starts_with(kRealData);
+    if (!isRealData && !text.starts_with(kAlarms)) return false;
+    const std::string file = FileAfter(text, isRealData ? kRealData : kAlarms);
+    Has(text, "successfully") ? Accept(evidence) : Refuse(file, evidence);
+    return true;
   }
 
   void Accept(const Evidence& evidence) {
@@ -143,8 +156,8 @@ class LogReader {
   }
 
   void TakePacking(std::string_view text, const Evidence& evidence) {
-    const bool isLive = Begins(text, "CreateRealDataJsonFile ");
-    if (isLive || Begins(text, "CreateAlarmDataJsonFile ")) {
+    const bool isLive = text.starts_with("CreateRealDataJsonFile ");
+    if (isLive || text.starts_with("CreateAlarmDataJsonFile ")) {
       if (Has(text, " Success")) {
         Succeed(m_facts.packing, evidence);
         if (isLive) Succeed(m_facts.segment, evidence);
@@ -155,9 +168,9 @@ class LogReader {
       } else if (Has(text, " failed")) {
         Fail(m_facts.packing, evidence);
       }
-    } else if (Begins(text, "ledger: recording and ageing succeed")) {
+    } else if (text.starts_with("ledger: recording and ageing succeed")) {
       Succeed(m_facts.recording, evidence);
-    } else if (Begins(text, "ledger: ") && Has(text, " fails, ")) {
+    } else if (text.starts_with("ledger: ") && Has(text, " fails, ")) {
       Fail(m_facts.recording, evidence);
     }
   }

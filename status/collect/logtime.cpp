@@ -37,7 +37,7 @@ std::optional<std::time_t> RecordTimes::Read(std::string_view text) {
     m_hour = text.substr(0, kHourBytes);
     m_startOfHour = util::UnixTime(util::ReadTimeMark((m_hour + ":00:00").c_str()));
   }
-  return m_startOfHour + minute * 60 + second;
+  return m_startOfHour + minute * 60L + second;
 }
 
 }  // namespace status

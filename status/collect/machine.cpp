@@ -18,6 +18,7 @@
 #include "util/directory.h"
 #include "util/file.h"
 #include "util/paths.h"
+#include "util/text.h"
 
 namespace status {
 namespace {
@@ -136,7 +137,7 @@ Fact<pid_t> FindService(const Place& place) {
   while (const dirent* entry = readdir(processes.get())) {  // of each process, not of each thread
     if (entry->d_name[0] < '1' || entry->d_name[0] > '9') continue;
     if (IsServiceAlive(StatOf(entry->d_name))) {
-      return Known(static_cast<pid_t>(std::atoi(entry->d_name)));
+      return Known(pid_t{util::Decimal(entry->d_name)});
     }
   }
   // There is always a first process. Who cannot see it sees only his own.

@@ -14,10 +14,6 @@ bool Has(const std::string& root, const char* name) {
   return util::Exists((root + "/" + name).c_str());
 }
 
-bool StartsWith(std::string_view path, std::string_view folder) {
-  return path.substr(0, folder.size()) == folder;
-}
-
 }  // namespace
 
 Place::Place(std::string root) : m_root(std::move(root)) {
@@ -30,10 +26,10 @@ Place::Place(std::string root) : m_root(std::move(root)) {
 }
 
 std::string Place::At(std::string_view path) const {
-  if (m_isCard && StartsWith(path, kCard)) {
+  if (m_isCard && path.starts_with(kCard)) {
     return m_root + "/" + std::string(path.substr(kCard.size()));
   }
-  if (m_isConfiguration && StartsWith(path, kConfiguration)) {
+  if (m_isConfiguration && path.starts_with(kConfiguration)) {
     return m_root + "/" + std::string(path.substr(kConfiguration.size()));
   }
   return m_root + std::string(path);

@@ -92,10 +92,10 @@ std::string TextLog::LookAt(const std::string& name) {
 // Moves the starts so that only the last bytes of all files are read.
 void TextLog::SkipToTail() {
   auto left = static_cast<off_t>(m_tailBytes);
-  for (auto day = m_files.rbegin(); day != m_files.rend(); ++day) {
-    day->start = std::max(day->start, day->size - left);
-    left = std::max<off_t>(left - day->size, 0);
-  }
+  std::for_each(m_files.rbegin(), m_files.rend(), [&left](DayFile& day) {
+    day.start = std::max(day.start, day.size - left);
+    left = std::max<off_t>(left - day.size, 0);
+  });
 }
 
 // Opens the next file that has something new. False when there is none.

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "collect/nopauses.h"
 #include "http/http.h"
@@ -173,27 +174,28 @@ class GrowingDocument {
 
 // A number of points and the bytes of their archive.
 struct Measured {
-  std::size_t points;
-  std::size_t bytes;
+  std::size_t points = 0;
+  std::size_t bytes = 0;
 };
 
-// Grows the document until its archive is too large. Returns the largest one measured that fits.
-Measured GrowBeyondLimit(GrowingDocument& document, std::size_t bytes) {
-  Measured fitting{0, 0};
-  while (bytes <= kMostBytes && document.Points() < kMostPointsTried) {
-    fitting = {document.Points(), bytes};
-    const std::size_t wanted = fitting.points + (kMostBytes - bytes) / kLeastBytesOfPoint + 1;
+// Grows the document until its archive is too large. Returns the largest one measured that fits,
+// and the last one measured.
+std::pair<Measured, Measured> GrowBeyondLimit(GrowingDocument& document) {
+  Measured fitting;
+  Measured last{document.Points(), document.Bytes(document.Points())};
+  while (last.bytes <= kMostBytes && last.points < kMostPointsTried) {
+    fitting = last;
+    const std::size_t wanted = last.points + (kMostBytes - last.bytes) / kLeastBytesOfPoint + 1;
     while (document.Points() < wanted) document.Grow();
-    bytes = document.Bytes(document.Points());
+    last = {document.Points(), document.Bytes(document.Points())};
   }
-  return fitting;
+  return {fitting, last};
 }
 
 // The archive grows nearly in step with the points, so a few looks at the straight line between
 // too few and too many points find the last that fits.
-std::size_t MostPoints(GrowingDocument& document, std::size_t bytes) {
-  Measured fitting = GrowBeyondLimit(document, bytes);
-  Measured tooMany{document.Points(), document.Bytes(document.Points())};
+std::size_t MostPoints(GrowingDocument& document) {
+  auto [fitting, tooMany] = GrowBeyondLimit(document);
   if (tooMany.bytes <= kMostBytes) return tooMany.points;
   std::size_t beside = 0;
   while (tooMany.points - fitting.points > kCloseEnough) {
@@ -235,12 +237,15 @@ std::size_t PackedBytes(std::string_view head, std::string_view tail) {
   return gzip.Finish();
 }
 
-ArchiveSize MeasureArchive(const Configuration& configuration, const Values* live) {
-  const std::string document = DocumentOf(configuration.serial, *configuration.groups, live);
+std::size_t ArchiveBytes(const Configuration& configuration, const Values* live) {
+  return PackedBytes(DocumentOf(configuration.serial, *configuration.groups, live));
+}
+
+std::size_t PointsThatFit(const Configuration& configuration, const Values* live) {
   GrowingDocument growing(configuration.serial, PointsOfDevice(*configuration.groups));
-  growing.Append(document);
-  const std::size_t bytes = PackedBytes(document);
-  return {.bytes = bytes, .mostPoints = bytes == 0 ? 0 : MostPoints(growing, bytes)};
+  growing.Append(DocumentOf(configuration.serial, *configuration.groups, live));
+  const bool hasMemory = PackedBytes({}) > 0;
+  return hasMemory ? MostPoints(growing) : 0;
 }
 
 }  // namespace status

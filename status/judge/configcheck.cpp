@@ -5,7 +5,9 @@
 #include <algorithm>
 
 #include "http/http.h"
+#include "judge/archivesize.h"
 #include "judge/configparts.h"
+#include "packfile/realdatadocument.h"
 #include "util/paths.h"
 #include "util/text.h"
 
@@ -59,7 +61,7 @@ Snapshot CountSnapshot(const MAP_GROUP_ATTR& groups) {
   Snapshot snapshot;
   snapshot.channels = groups.size();
   for (const auto& [channel, devices] : groups) {
-    if (channel == kLeftOutChannel) continue;
+    if (channel == kChannelLeftOut) continue;
     snapshot.devices += devices.size();
     for (const auto& [device, points] : devices) snapshot.points += points.size();
   }
@@ -78,20 +80,21 @@ void CheckTime(const Snapshot& snapshot, long interval, FaultList& faults) {
                           isTooLong ? "more than the whole" : "more than half", interval));
 }
 
-void CheckSize(const Snapshot& snapshot, FaultList& faults) {
+void CheckSize(const Configuration& configuration, const std::map<std::uint32_t, double>* published,
+               const Snapshot& snapshot, FaultList& faults) {
   const auto limit = static_cast<std::size_t>(kFileLimitBytes) - 1;
-  if (snapshot.archive.bytes > limit) {
-    faults.Add(
-        Cost::kStart, "BRN-CONFIG-SIZE", paths::kChannelTemplate, 0,
-        util::Format("the archive of %zu points has about %zu bytes, and one of more than "
-                     "%zu is not sent and counts as accepted; about %zu points fit",
-                     snapshot.points, snapshot.archive.bytes, limit, snapshot.archive.mostPoints));
-  } else if (static_cast<double>(snapshot.archive.bytes) >
+  if (snapshot.archiveBytes > limit) {
+    faults.Add(Cost::kStart, "BRN-CONFIG-SIZE", paths::kChannelTemplate, 0,
+               util::Format("the archive of %zu points has about %zu bytes, and one of more than "
+                            "%zu is not sent and counts as accepted; about %zu points fit",
+                            snapshot.points, snapshot.archiveBytes, limit,
+                            PointsThatFit(configuration, published)));
+  } else if (static_cast<double>(snapshot.archiveBytes) >
              kCloseToLimit * static_cast<double>(limit)) {
     faults.Add(Cost::kPart, "BRN-CONFIG-SIZE", paths::kChannelTemplate, 0,
                util::Format("the archive of %zu points has about %zu bytes, close to the %zu that "
                             "are sent; other values may make it larger",
-                            snapshot.points, snapshot.archive.bytes, limit));
+                            snapshot.points, snapshot.archiveBytes, limit));
   }
 }
 
@@ -102,7 +105,7 @@ void CheckPublished(const Configuration& configuration,
   std::size_t count = 0;
   std::string named;
   for (const auto& [channel, devices] : *configuration.groups) {
-    if (channel == kLeftOutChannel) continue;
+    if (channel == kChannelLeftOut) continue;
     for (const auto& [device, points] : devices) {
       for (const auto& [dataId, point] : points) {
         if (published.contains(dataId)) continue;
@@ -124,13 +127,13 @@ void CheckSnapshot(const Configuration& configuration, const Segment* segment, S
   const std::map<std::uint32_t, double>* published = nullptr;
   if (segment != nullptr && segment->values) published = &*segment->values;
   snapshot.hasLiveValues = published != nullptr;
-  snapshot.archive = MeasureArchive(configuration, published);
+  snapshot.archiveBytes = ArchiveBytes(configuration, published);
   if (snapshot.points == 0) {
     faults.Add(Cost::kPart, "BRN-CONFIG-POINT", paths::kChannelTemplate, 0,
                "no point is configured: the snapshots are empty");
   }
   CheckTime(snapshot, configuration.cloud.RealDataInv, faults);
-  CheckSize(snapshot, faults);
+  CheckSize(configuration, published, snapshot, faults);
   if (published != nullptr) CheckPublished(configuration, *published, faults);
 }
 

@@ -11,7 +11,6 @@
 #include "collect/configuration.h"
 #include "collect/facts.h"
 #include "collect/place.h"
-#include "judge/archivesize.h"
 #include "judge/codes.h"
 #include "judge/finding.h"
 
@@ -31,10 +30,10 @@ struct ConfigValue {
 struct Snapshot {
   std::size_t channels = 0;
   std::size_t devices = 0;
-  std::size_t points = 0;      // without those of the channel that is left out
-  double packingSeconds = 0;   // how long the service packs it
-  bool hasLiveValues = false;  // the size is that of the values published now
-  ArchiveSize archive;
+  std::size_t points = 0;        // without those of the channel that is left out
+  double packingSeconds = 0;     // how long the service packs it
+  bool hasLiveValues = false;    // the size is that of the values published now
+  std::size_t archiveBytes = 0;  // 0: unknown
 };
 
 struct ConfigCheck {

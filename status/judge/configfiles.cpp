@@ -6,8 +6,10 @@
 
 #include "collect/loadwatch.h"
 #include "judge/configparts.h"
+#include "packfile/realdatadocument.h"
 #include "util/paths.h"
 #include "util/text.h"
+#include "util/xml.h"
 
 namespace status {
 namespace {
@@ -189,13 +191,13 @@ void CheckCatalogue(const Configuration& configuration, const DeviceLines& lines
                               device.ChannelNo, device.Name));
     }
   }
-  const auto leftOut = configuration.groups->find(kLeftOutChannel);
+  const auto leftOut = configuration.groups->find(kChannelLeftOut);
   if (leftOut != configuration.groups->end()) {
     std::size_t points = 0;
     for (const auto& [device, ofDevice] : leftOut->second) points += ofDevice.size();
     faults.Add(Cost::kPart, "BRN-CONFIG-LEFTOUT", paths::kChannelTemplate, 0,
                util::Format("channel %d: its %zu points are left out of every snapshot",
-                            kLeftOutChannel, points));
+                            kChannelLeftOut, points));
   }
 }
 

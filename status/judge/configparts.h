@@ -8,9 +8,6 @@
 
 namespace status {
 
-// The service leaves the points of this channel out of its snapshots.
-inline constexpr std::uint8_t kLeftOutChannel = 193;
-
 // Faults of the checks. Of those that cost a part the first hundred are kept, and the last one
 // tells how many more there are: a file full of faults stays readable.
 class FaultList {

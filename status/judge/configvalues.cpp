@@ -7,6 +7,7 @@
 #include "judge/configparts.h"
 #include "util/paths.h"
 #include "util/text.h"
+#include "util/xml.h"
 
 namespace status {
 namespace {

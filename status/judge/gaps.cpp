@@ -116,6 +116,7 @@ std::vector<Hour> HoursOfDay(const std::vector<Packed>& files, long interval, st
     return count < due ? Hour::kPartly : Hour::kComplete;
   };
   std::vector<Hour> hours;
+  hours.reserve(kHoursOfDay);
   for (int hour = 0; hour < kHoursOfDay; ++hour) {
     hours.push_back(judge(HourOf(day, hour), HourOf(day, hour + 1)));
   }

@@ -6,6 +6,7 @@
 
 #include "collect/machine.h"
 #include "http/http.h"
+#include "judge/archivesize.h"
 #include "judge/codes.h"
 #include "judge/configcheck.h"
 #include "main/commands.h"
@@ -78,23 +79,22 @@ std::string RunningText(const ConfigCheck& check) {
                        : "\nThe start of the running service is unknown; files may have changed\n";
 }
 
-std::string SnapshotText(const Snapshot& snapshot) {
-  if (snapshot.archive.bytes == 0) return "";
+std::string SnapshotText(const Snapshot& snapshot, std::size_t fitting) {
+  if (snapshot.archiveBytes == 0) return "";
   return util::Format(
       "\nA snapshot\n"
       "  %zu points of %zu devices on %zu channels; packing takes about %.1f s\n"
       "  the archive has about %zu of %lld bytes (%s); about %zu points fit\n",
       snapshot.points, snapshot.devices, snapshot.channels, snapshot.packingSeconds,
-      snapshot.archive.bytes, static_cast<long long>(kFileLimitBytes) - 1,
-      snapshot.hasLiveValues ? "with the values published now" : "with typical values",
-      snapshot.archive.mostPoints);
+      snapshot.archiveBytes, static_cast<long long>(kFileLimitBytes) - 1,
+      snapshot.hasLiveValues ? "with the values published now" : "with typical values", fitting);
 }
 
-void PrintText(const ConfigCheck& check) {
+void PrintText(const ConfigCheck& check, std::size_t fitting) {
   const Terminal terminal = Terminal::OfStandardOutput();
   const std::string text = FaultsText(check, terminal) + ValuesText(check) + RunningText(check) +
-                           SnapshotText(check.snapshot) + "\n" + Coloured(terminal, check.level) +
-                           ": " + check.text + "\n";
+                           SnapshotText(check.snapshot, fitting) + "\n" +
+                           Coloured(terminal, check.level) + ": " + check.text + "\n";
   std::fputs(text.c_str(), stdout);
 }
 
@@ -126,7 +126,7 @@ void WriteValue(JsonWriter& json, const ConfigValue& value) {
   });
 }
 
-void WriteSnapshot(JsonWriter& json, const Snapshot& snapshot) {
+void WriteSnapshot(JsonWriter& json, const Snapshot& snapshot, std::size_t fitting) {
   const auto number = [&json](const char* key, std::size_t value) {
     json.Number(key, static_cast<std::int64_t>(value));
   };
@@ -135,14 +135,14 @@ void WriteSnapshot(JsonWriter& json, const Snapshot& snapshot) {
     number("devices", snapshot.devices);
     number("points", snapshot.points);
     json.Number("packing_milliseconds", std::llround(snapshot.packingSeconds * 1000));
-    number("archive_bytes", snapshot.archive.bytes);
+    number("archive_bytes", snapshot.archiveBytes);
     json.Number("archive_limit_bytes", kFileLimitBytes - 1);
-    number("most_points", snapshot.archive.mostPoints);
+    number("most_points", fitting);
     json.Flag("live_values", snapshot.hasLiveValues);
   });
 }
 
-void PrintJson(const ConfigCheck& check) {
+void PrintJson(const ConfigCheck& check, std::size_t fitting) {
   JsonWriter json;
   json.Number("schema", kSchema);
   json.Object("verdict", [&] {
@@ -157,7 +157,7 @@ void PrintJson(const ConfigCheck& check) {
     for (const ConfigValue& value : check.values) WriteValue(json, value);
   });
   json.Flag("compared_with_service", check.isCompared);
-  WriteSnapshot(json, check.snapshot);
+  WriteSnapshot(json, check.snapshot, fitting);
   std::fputs(json.Finish().c_str(), stdout);
 }
 
@@ -177,7 +177,12 @@ int CheckConfig(const Options& options) {
   }
   const ConfigCheck check = CheckConfiguration(place, configuration, isRunning ? &logs : nullptr,
                                                place.IsLive() ? &segment : nullptr);
-  options.json ? PrintJson(check) : PrintText(check);
+  std::size_t fitting = 0;
+  if (configuration.groups != nullptr) {
+    const bool hasLiveValues = check.snapshot.hasLiveValues;
+    fitting = PointsThatFit(configuration, hasLiveValues ? &*segment.values : nullptr);
+  }
+  options.json ? PrintJson(check, fitting) : PrintText(check, fitting);
   return static_cast<int>(check.level);
 }
 

@@ -1,4 +1,6 @@
 // wait --accepted: until a file made after now is accepted.
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -14,7 +16,7 @@
 namespace status {
 namespace {
 
-constexpr long kPollSeconds = 5;
+constexpr unsigned kPollSeconds = 5;
 constexpr int kTimedOut = 2;
 
 // Seconds of a clock that nobody sets: the gateway's time may be set while somebody waits.
@@ -22,11 +24,6 @@ long SteadySeconds() {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
   return static_cast<long>(now.tv_sec);
-}
-
-void Pause(long seconds) {
-  const timespec length{static_cast<std::time_t>(seconds), 0};
-  nanosleep(&length, nullptr);
 }
 
 // A name as a number; 45,000 names take 360 KB so.
@@ -106,12 +103,12 @@ class Watch {
   // Pauses until the next look. False when the time is over.
   bool HasTime() const {
     if (m_timeout == 0) {
-      Pause(kPollSeconds);
+      sleep(kPollSeconds);
       return true;
     }
     const long left = m_timeout - Seconds();
     if (left <= 0) return false;
-    Pause(std::min(left, kPollSeconds));
+    sleep(static_cast<unsigned>(std::min<long>(left, kPollSeconds)));
     return true;
   }
 

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "http/http.h"
+#include "judge/archivesize.h"
 #include "main/commands.h"
 #include "support/configs.h"
 #include "support/gateway.h"
@@ -13,6 +14,7 @@ namespace {
 
 using ::testing::AllOf;
 using ::testing::Contains;
+using ::testing::ContainsRegex;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
@@ -375,12 +377,13 @@ TEST_F(CheckingConfiguration, RefusesAnArchiveThatIsNotSent) {
 
 TEST_F(CheckingConfiguration, TellsHowManyPointsFit) {
   WritePoints(1000);
-  const int fitting = static_cast<int>(Check().snapshot.archive.mostPoints) / 100 * 100;
+  const std::size_t most = PointsThatFit(LoadConfiguration(Place()), nullptr);
+  const int fitting = static_cast<int>(most) / 100 * 100;
 
   WritePoints(fitting - 100);
-  EXPECT_LT(Check().snapshot.archive.bytes, static_cast<std::size_t>(kFileLimitBytes));
+  EXPECT_LT(Check().snapshot.archiveBytes, static_cast<std::size_t>(kFileLimitBytes));
   WritePoints(fitting + 200);
-  EXPECT_GE(Check().snapshot.archive.bytes, static_cast<std::size_t>(kFileLimitBytes));
+  EXPECT_GE(Check().snapshot.archiveBytes, static_cast<std::size_t>(kFileLimitBytes));
 }
 
 TEST_F(CheckingConfiguration, UsesTheValuesThatArePublished) {
@@ -434,6 +437,14 @@ TEST_F(ConfigCommand, EndsWithTheVerdict) {
   EXPECT_THAT(output, EndsWith("\nOK: the service would start and send\n"));
 }
 
+TEST_F(ConfigCommand, TellsTheSizeOfASnapshot) {
+  Run();
+
+  EXPECT_THAT(output,
+              ContainsRegex("the archive has about [1-9][0-9]* of 40959 bytes .with typical "
+                            "values.; about [1-9][0-9]{3} points fit"));
+}
+
 TEST_F(ConfigCommand, WarnsWithFileLineAndRemedy) {
   SystemFile().Cloud("FailInterval", "65596").Write();
 
@@ -460,7 +471,8 @@ TEST_F(ConfigCommand, PrintsTheSameAsJson) {
 
   EXPECT_THAT(output, AllOf(HasSubstr("\"schema\": 1"), HasSubstr("\"code\": \"BRN-CONFIG-VALUE\""),
                             HasSubstr("\"level\": \"WARNING\""), HasSubstr("\"line\": 2"),
-                            HasSubstr("\"most_points\": ")));
+                            ContainsRegex("\"archive_bytes\": [1-9]"),
+                            ContainsRegex("\"most_points\": [1-9]")));
 }
 
 }  // namespace

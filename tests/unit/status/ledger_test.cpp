@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ledgerreading.h"
+#include "support/faults.h"
 
 using status::FileCounts;
 using status::LedgerState;
@@ -146,8 +147,10 @@ TEST_P(LedgerLocks, AreNotWaitedFor) {
   Insert(ledger, RealName("20240307110000"));
   ledger.Run(GetParam().statements);
 
+  const test::NoLockWaits noWaits;
   const auto read = Read(kRuns);
 
+  EXPECT_EQ(test::LatestLockWait(), 100);
   EXPECT_EQ(read.state, GetParam().state);
   EXPECT_EQ(read.all.pending, GetParam().state == LedgerState::kGood ? 1U : 0U);
 }
