@@ -88,7 +88,7 @@ void CauseFinder::Take(const LogRecord& record) {
 Cause CauseFinder::CauseOf(const Gap& gap, const Clues& clues) const {
   constexpr Cause kCauses[] = {Cause::kNothingPublished, Cause::kPointMissing,
                                Cause::kPackingFailed, Cause::kNotRecorded};
-  const auto most = std::max_element(std::begin(clues.counts), std::end(clues.counts));
+  const auto* const most = std::max_element(std::begin(clues.counts), std::end(clues.counts));
   if (*most > 0) return kCauses[most - std::begin(clues.counts)];
   if (gap.started != 0) return Cause::kNotRunning;
   if (clues.isOff) return Cause::kSwitchedOff;

@@ -49,7 +49,8 @@ void Skip(std::string_view& text, std::string_view characters) {
 void SkipNumbers(std::string_view& text, char mark) {
   const std::size_t end = std::min(text.find_first_not_of("0123456789-:"), text.size());
   const std::string_view numbers = text.substr(0, end);
-  if (numbers.find(mark) == std::string_view::npos || numbers.find(mark) == 0) return;
+  const std::size_t at = numbers.find(mark);
+  if (at == std::string_view::npos || at == 0) return;
   text.remove_prefix(end);
 }
 

@@ -47,8 +47,8 @@ std::string Terminal::Colour(std::string_view name, std::string_view text) const
        {"red", "\x1b[31m"},
        {"bold", "\x1b[1m"},
        {"dim", "\x1b[2m"}}};
-  const auto colour = std::find_if(kColours.begin(), kColours.end(),
-                                   [name](const auto& each) { return each.first == name; });
+  const auto* const colour = std::find_if(kColours.begin(), kColours.end(),
+                                          [name](const auto& each) { return each.first == name; });
   if (!colours || colour == kColours.end()) return std::string(text);
   return std::string(colour->second).append(text).append("\x1b[0m");
 }

@@ -220,6 +220,16 @@ TEST_F(CommandsTest, WaitsForAFileThatWasNotThereAtTheCall) {
   EXPECT_EQ(found.text, "realdata/7/S20240307115500.tar.gz is accepted, after 10 s\n");
 }
 
+TEST_F(CommandsTest, WaitsForAPendingFileWhoseStampIsStillToCome) {
+  const std::string next = "realdata/7/S20240307120500.tar.gz";
+  WriteLedger({{next, 0}});
+  test::OnPause([&](test::Pause) { WriteLedger({{next, 1}}); });
+
+  const Outcome found = Run(status::WaitAccepted, "", 60);
+
+  EXPECT_EQ(found.text, next + " is accepted, after 5 s\n");
+}
+
 TEST_F(CommandsTest, EndsWaitingWhenTheTimeIsOver) {
   WriteLedger({{"realdata/7/S20240307110000.tar.gz", 0}});
 
