@@ -311,6 +311,45 @@ TEST(Thresholds, FollowTheIntervalsInForce) {
   EXPECT_FALSE(in.criticalAge->Alarms(11340));
   EXPECT_FALSE(in.criticalPending);
 }
+TEST(Judge, JudgesACopyWithoutAConfiguration) {
+  Facts facts = HealthyFacts();
+  facts.place = status::Place("/tessel/c");
+  facts.configuration = {};
+  facts.configuration.faults = {Fault(status::Cost::kStart)};
+  facts.logs = {};
+  const Verdict verdict = Judged(facts);
+  EXPECT_EQ(verdict.level, Level::kOk);
+  EXPECT_EQ(verdict.road[3].text, "not judged, because the copy has no configuration");
+  facts.newestByNow = Row("realdata/7/S.tar.gz", kRealDataFile, true, 661);
+  EXPECT_EQ(Judged(facts).findings.front().code, "BRN-PACK-OLD");  // of the default interval
+}
+
+struct Sentence {
+  const char* code;
+  const char* file;
+  long line;
+  const char* text;
+  const char* expected;
+};
+
+TEST(Judge, NamesTheFileOfAFaultInTheFirstLine) {
+  const Sentence rows[] = {
+      {"BRN-CONFIG-SYSTEM", "/tessel/Config/sys.xml", 3, "bad",
+       "sys.xml cannot be used: line 3: bad"},
+      {"BRN-CONFIG-DEVICE", "/tessel/Config/devices/pump.xml", 0, "cannot be read: gone",
+       "pump.xml cannot be read: gone"},
+      {"BRN-CONFIG-CLOUD", "/tessel/Config/sys.xml", 0, "`port` is 0", "sys.xml: `port` is 0"}};
+  for (const Sentence& row : rows) {
+    Facts facts = HealthyFacts();
+    facts.configuration.faults = {{.cost = status::Cost::kPart,
+                                   .code = row.code,
+                                   .file = row.file,
+                                   .line = row.line,
+                                   .text = row.text}};
+    EXPECT_EQ(Judged(facts).text, row.expected);
+  }
+}
+
 
 TEST(Results, ForecastTheEndOfABacklog) {
   Facts facts = HealthyFacts();
