@@ -44,13 +44,11 @@ const Failure* FailureOf(std::string_view text) {
 }
 
 long FailInterval(const Facts& facts) {
-  return facts.logs.intervals ? std::max(facts.logs.intervals->checkFailInv, 1)
-                              : std::max<long>(facts.configuration.cloud.CheckFailInv, 1);
+  return std::max(IntervalsOf(facts).fail, 1L);
 }
 
 long RealDataInterval(const Facts& facts) {
-  return facts.logs.intervals ? facts.logs.intervals->realDataInv
-                              : facts.configuration.cloud.RealDataInv;
+  return IntervalsOf(facts).realData;
 }
 
 std::string NameOf(const LedgerRow& row) {
