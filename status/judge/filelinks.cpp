@@ -104,7 +104,8 @@ bool JudgeAge(Judging& judging, const std::string& link) {
   if (judging.IsWithinGrace()) return false;
   const auto age = judging.results.newestAcceptedAge;
   if (!age) {
-    if (judging.facts.ledger.state != LedgerState::kGood) return false;
+    const Ledger& ledger = judging.facts.ledger;
+    if (ledger.state != LedgerState::kGood || ledger.all.newestAccepted) return false;
     judging.road.Broken(link, "BRN-ACCEPTED-NONE",
                         {.text = "the cloud has accepted no file yet",
                          .since = TimeOf(judging.facts.logs.started),
@@ -272,7 +273,9 @@ void JudgeAccepted(Judging& judging, const std::string& link) {
   }
   if (JudgeAge(judging, link) || JudgeBacklog(judging, link)) return;
   if (!judging.facts.newestAcceptedByNow) {
-    return judging.road.Skipped(link, "the service has started a moment ago");
+    return judging.road.Skipped(link, judging.facts.ledger.all.newestAccepted
+                                          ? "the accepted files have stamps of the future"
+                                          : "the service has started a moment ago");
   }
   judging.road.Good(link, NameOf(*judging.facts.newestAcceptedByNow) + ", " +
                               Duration(judging.results.newestAcceptedAge.value_or(0)) + " old");

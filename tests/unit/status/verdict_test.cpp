@@ -139,6 +139,25 @@ const Trouble kTroubles[] = {
        Age(f, 3601);
      },
      "BRN-SEGMENT-UNPUBLISHED", Level::kCritical, "live values"},
+    {"NoValuesAndNothingAcceptedEver",
+     [](Facts& f) {
+       f.unpublished = status::Known(std::vector<std::uint32_t>{7});
+       f.newestAcceptedByNow = f.ledger.all.newestAccepted = std::nullopt;
+     },
+     "BRN-SEGMENT-UNPUBLISHED", Level::kCritical, "live values"},
+    {"NoValuesAndNoLogin",
+     [](Facts& f) {
+       f.unpublished = status::Known(std::vector<std::uint32_t>{7});
+       FailLogin(f, kTimeout);
+     },
+     "BRN-SEGMENT-UNPUBLISHED", Level::kCritical, "live values"},
+    {"ClockSetBackBeforeTheFirstFile",
+     [](Facts& f) {
+       f.ledger.all.newest = f.ledger.all.newestAccepted =
+           Row("realdata/7/S.tar.gz", kRealDataFile, true, -61);
+       f.newestAcceptedByNow.reset();
+     },
+     "BRN-CLOCK-BACK", Level::kWarning, "newest file packed"},
     {"PackingFails",
      [](Facts& f) { f.logs.packing = Failing(30, "CreateRealDataJsonFile x failed,errno 127"); },
      "BRN-PACK-FAILED", Level::kWarning, "newest file packed"},
@@ -200,8 +219,9 @@ const Trouble kTroubles[] = {
        f.logs.othersAccepted = true;
      },
      "BRN-FILE-REFUSED", Level::kWarning, "newest file accepted"},
-    {"NothingAcceptedEver", [](Facts& f) { f.newestAcceptedByNow.reset(); }, "BRN-ACCEPTED-NONE",
-     Level::kCritical, "newest file accepted"},
+    {"NothingAcceptedEver",
+     [](Facts& f) { f.newestAcceptedByNow = f.ledger.all.newestAccepted = std::nullopt; },
+     "BRN-ACCEPTED-NONE", Level::kCritical, "newest file accepted"},
     {"NothingAcceptedForTenMinutes", [](Facts& f) { Age(f, 601); }, "BRN-ACCEPTED-OLD",
      Level::kWarning, "newest file accepted"},
     {"NothingAcceptedForAnHour", [](Facts& f) { Age(f, 3601); }, "BRN-ACCEPTED-OLD",
@@ -253,7 +273,7 @@ TEST(Judge, WithholdsOldAndMissingFilesWithinTheGrace) {
   facts.logs.started = Record(299, "Brennik Start running");
   Age(facts, 9000);
   EXPECT_EQ(Judged(facts).level, Level::kOk);
-  facts.newestAcceptedByNow.reset();
+  facts.newestAcceptedByNow = facts.ledger.all.newestAccepted = std::nullopt;
   EXPECT_EQ(Judged(facts).level, Level::kOk);
   EXPECT_EQ(Judged(facts, Grace(299)).findings.front().code, "BRN-ACCEPTED-NONE");
   FailLogin(facts, kRefusedConnection);
