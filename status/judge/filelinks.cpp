@@ -63,7 +63,8 @@ struct LedgerFault {
 };
 constexpr std::array kLedgerFaults = {
     LedgerFault{LedgerState::kMissing, "BRN-LEDGER-MISSING", "there is no ledger"},
-    LedgerFault{LedgerState::kForeign, "BRN-LEDGER-DAMAGED", "the ledger is no database"},
+    LedgerFault{LedgerState::kForeign, "BRN-LEDGER-DAMAGED",
+                "the ledger is no database, or it is cut short"},
     LedgerFault{LedgerState::kNoTable, "BRN-LEDGER-DAMAGED", "the ledger lacks its table"},
     LedgerFault{LedgerState::kDamaged, "BRN-LEDGER-DAMAGED", "the ledger's rows are damaged"},
     LedgerFault{LedgerState::kBusy, "BRN-LEDGER-BUSY", "another program holds the ledger's lock"},
