@@ -1,6 +1,7 @@
 // The commands in this process, with their standard output.
 #include "main/commands.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <functional>
@@ -373,3 +374,23 @@ TEST_F(CommandsTest, TellsItsVersion) {
 }
 
 }  // namespace
+TEST_F(CommandsTest, DoesNotCallOutputPrintedThatCannotBeWritten) {
+  std::fflush(stdout);
+  const int kept = dup(STDOUT_FILENO);
+  const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+  dup2(full, STDOUT_FILENO);
+  std::fputs("x", stdout);
+  testing::internal::CaptureStderr();
+
+  const int exitStatus = status::EndOfOutput(0);
+
+  dup2(kept, STDOUT_FILENO);
+  close(kept);
+  close(full);
+  std::clearerr(stdout);
+  EXPECT_EQ(exitStatus, 3);
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              ::testing::StartsWith("brennik-status: cannot print"));
+  EXPECT_EQ(status::EndOfOutput(1), 1);
+}
+
