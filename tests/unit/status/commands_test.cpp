@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <functional>
 #include <string>
@@ -330,6 +331,21 @@ TEST_F(ReportTest, LeavesOutAConfigurationThatIsNotWellFormed) {
   EXPECT_EQ(Inside("grep -rlE 'geheim' . || true"), "");
 }
 
+TEST_F(ReportTest, LeavesOutLogsThatThisUserCannotRead) {
+  Log("03:00:02 INFO real IP has become 127.0.0.1");
+  ASSERT_EQ(chmod(kTextLog, 0400), 0);
+  test::WriteFile("/tmp/CloudLog/Cloudlog.db", "x");
+  ASSERT_EQ(chmod("/tessel", 0777), 0);
+  ASSERT_EQ(chmod("/tmp/staging", 0777), 0);
+  ASSERT_EQ(seteuid(65534), 0);
+  const Outcome outcome = Run(status::MakeReport, kReport);
+  ASSERT_EQ(seteuid(0), 0);
+  EXPECT_EQ(outcome.status, 0) << outcome.text;
+  EXPECT_THAT(outcome.text, HasSubstr("CloudLog/0307_log.txt"));
+  EXPECT_THAT(outcome.text, HasSubstr("left out: it needs root's rights"));
+  EXPECT_THAT(Inside("ls CloudLog"), HasSubstr("Cloudlog.db"));
+}
+
 TEST_F(ReportTest, ReplacesOnlyPlainFiles) {
   test::WriteFile(kReport, "old");
   EXPECT_EQ(Run(status::MakeReport, kReport).status, 0);
@@ -364,16 +380,6 @@ TEST_F(ReportTest, LeavesNothingWhenItIsInterrupted) {
   EXPECT_FALSE(test::Exists(kReport));
 }
 
-TEST_F(CommandsTest, TellsItsVersion) {
-  const Outcome outcome = Run(status::ShowVersion);
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_THAT(outcome.text, ::testing::ContainsRegex(
-                                "^brennik-status [0-9.]+ .commit [0-9a-z]+, built with [A-Z]"));
-  EXPECT_THAT(outcome.text, HasSubstr("SQLite 3."));
-  EXPECT_THAT(outcome.text, HasSubstr("JSON schema    1\n"));
-}
-
-}  // namespace
 TEST_F(CommandsTest, DoesNotCallOutputPrintedThatCannotBeWritten) {
   std::fflush(stdout);
   const int kept = dup(STDOUT_FILENO);
@@ -394,3 +400,13 @@ TEST_F(CommandsTest, DoesNotCallOutputPrintedThatCannotBeWritten) {
   EXPECT_EQ(status::EndOfOutput(1), 1);
 }
 
+TEST_F(CommandsTest, TellsItsVersion) {
+  const Outcome outcome = Run(status::ShowVersion);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.text, ::testing::ContainsRegex(
+                                "^brennik-status [0-9.]+ .commit [0-9a-z]+, built with [A-Z]"));
+  EXPECT_THAT(outcome.text, HasSubstr("SQLite 3."));
+  EXPECT_THAT(outcome.text, HasSubstr("JSON schema    1\n"));
+}
+
+}  // namespace

@@ -311,26 +311,6 @@ TEST(Judge, JudgesNothingOfAnEmptyCopy) {
   EXPECT_EQ(Judged(facts).findings.front().code, "BRN-LEDGER-UNREADABLE");
 }
 
-TEST(Judge, NamesTheCommandWhenTheLogNeedsRoot) {
-  Facts facts = HealthyFacts();
-  facts.logs.read.text = status::Unknown<long>("needs root's rights: sudo brennik-status");
-  const Verdict verdict = Judged(facts);
-  EXPECT_EQ(verdict.level, Level::kOk);
-  ASSERT_THAT(verdict.findings, SizeIs(1));
-  EXPECT_EQ(verdict.findings[0].code, "BRN-NEEDS-ROOT");
-  EXPECT_EQ(verdict.findings[0].remedy, "sudo brennik-status");
-}
-
-TEST(Thresholds, FollowTheIntervalsInForce) {
-  Facts facts = HealthyFacts();
-  facts.logs.intervals->realDataInv = 3600;
-  const auto in = status::InForce({}, facts);
-  EXPECT_TRUE(in.warningAge->Alarms(3781));
-  EXPECT_FALSE(in.warningAge->Alarms(3780));
-  EXPECT_TRUE(in.criticalAge->Alarms(11341));
-  EXPECT_FALSE(in.criticalAge->Alarms(11340));
-  EXPECT_FALSE(in.criticalPending);
-}
 TEST(Judge, JudgesACopyWithoutAConfiguration) {
   Facts facts = HealthyFacts();
   facts.place = status::Place("/tessel/c");
@@ -370,6 +350,26 @@ TEST(Judge, NamesTheFileOfAFaultInTheFirstLine) {
   }
 }
 
+TEST(Judge, NamesTheCommandWhenTheLogNeedsRoot) {
+  Facts facts = HealthyFacts();
+  facts.logs.read.text = status::Unknown<long>("needs root's rights: sudo brennik-status");
+  const Verdict verdict = Judged(facts);
+  EXPECT_EQ(verdict.level, Level::kOk);
+  ASSERT_THAT(verdict.findings, SizeIs(1));
+  EXPECT_EQ(verdict.findings[0].code, "BRN-NEEDS-ROOT");
+  EXPECT_EQ(verdict.findings[0].remedy, "sudo brennik-status");
+}
+
+TEST(Thresholds, FollowTheIntervalsInForce) {
+  Facts facts = HealthyFacts();
+  facts.logs.intervals->realDataInv = 3600;
+  const auto in = status::InForce({}, facts);
+  EXPECT_TRUE(in.warningAge->Alarms(3781));
+  EXPECT_FALSE(in.warningAge->Alarms(3780));
+  EXPECT_TRUE(in.criticalAge->Alarms(11341));
+  EXPECT_FALSE(in.criticalAge->Alarms(11340));
+  EXPECT_FALSE(in.criticalPending);
+}
 
 TEST(Results, ForecastTheEndOfABacklog) {
   Facts facts = HealthyFacts();
