@@ -21,6 +21,7 @@ Place::Place(std::string root) : m_root(std::move(root)) {
   if (m_root == "/") m_root.clear();
   if (IsLive()) return;
   m_isCard = Has(m_root, "Cloud") && !Has(m_root, "media");
+  m_holdsConfiguration = Has(m_root, "Config") && !Has(m_root, "tessel");
   m_isConfiguration =
       (Has(m_root, "sys.xml") || Has(m_root, "Channel-template.xml")) && !Has(m_root, "tessel");
 }
@@ -31,6 +32,9 @@ std::string Place::At(std::string_view path) const {
   }
   if (m_isConfiguration && path.starts_with(kConfiguration)) {
     return m_root + "/" + std::string(path.substr(kConfiguration.size()));
+  }
+  if (m_holdsConfiguration && StartsWith(path, kConfiguration)) {
+    return m_root + "/Config/" + std::string(path.substr(kConfiguration.size()));
   }
   return m_root + std::string(path);
 }

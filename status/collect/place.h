@@ -7,8 +7,9 @@
 namespace status {
 
 // A gateway: this machine, or a copy of its files below a folder. The folder of a copy may be a
-// whole tree (it has tessel/, media/ or tmp/), a copied card (it has Cloud/) or a copied
-// configuration (it has sys.xml or Channel-template.xml). Cheap to copy; any thread.
+// whole tree (it has tessel/, media/ or tmp/), a copied card (it has Cloud/), a copied /tessel (it
+// has Config/) or a copied configuration (it has sys.xml or Channel-template.xml). Cheap to copy;
+// any thread.
 class Place {
  public:
   // An empty root is this machine.
@@ -23,9 +24,10 @@ class Place {
   const std::string& Root() const { return m_root; }
 
  private:
-  std::string m_root;              // empty: this machine
-  bool m_isCard = false;           // the root stands for the card's mount point
-  bool m_isConfiguration = false;  // the root stands for the folder of the configuration
+  std::string m_root;                 // empty: this machine
+  bool m_isCard = false;              // the root stands for the card's mount point
+  bool m_holdsConfiguration = false;  // the root stands for the folder around the configuration
+  bool m_isConfiguration = false;     // the root stands for the folder of the configuration
 };
 
 }  // namespace status

@@ -44,7 +44,9 @@ constexpr std::array kRoadCodes = {
          "start the acquisition side", "operations.md#one-kind-is-missing"},
     Code{"BRN-SEGMENT-UNPUBLISHED", Level::kWarning,
          "A point is configured but not published. This stops every snapshot.",
-         "brennik-status config", "operations.md#one-kind-is-missing"},
+         "publish the points that brennik-status config lists, or remove them from the device "
+         "files; then restart the service: systemctl restart brennik",
+         "operations.md#one-kind-is-missing"},
     Code{"BRN-CLOCK-BACK", Level::kWarning,
          "The clock was set back: there are files with stamps of the future. New files replace "
          "them, "

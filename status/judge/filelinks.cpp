@@ -44,13 +44,11 @@ const Failure* FailureOf(std::string_view text) {
 }
 
 long FailInterval(const Facts& facts) {
-  return facts.logs.intervals ? std::max(facts.logs.intervals->checkFailInv, 1)
-                              : std::max<long>(facts.configuration.cloud.CheckFailInv, 1);
+  return std::max(IntervalsOf(facts).fail, 1L);
 }
 
 long RealDataInterval(const Facts& facts) {
-  return facts.logs.intervals ? facts.logs.intervals->realDataInv
-                              : facts.configuration.cloud.RealDataInv;
+  return IntervalsOf(facts).realData;
 }
 
 std::string NameOf(const LedgerRow& row) {
@@ -65,7 +63,8 @@ struct LedgerFault {
 };
 constexpr std::array kLedgerFaults = {
     LedgerFault{LedgerState::kMissing, "BRN-LEDGER-MISSING", "there is no ledger"},
-    LedgerFault{LedgerState::kForeign, "BRN-LEDGER-DAMAGED", "the ledger is no database"},
+    LedgerFault{LedgerState::kForeign, "BRN-LEDGER-DAMAGED",
+                "the ledger is no database, or it is cut short"},
     LedgerFault{LedgerState::kNoTable, "BRN-LEDGER-DAMAGED", "the ledger lacks its table"},
     LedgerFault{LedgerState::kDamaged, "BRN-LEDGER-DAMAGED", "the ledger's rows are damaged"},
     LedgerFault{LedgerState::kBusy, "BRN-LEDGER-BUSY", "another program holds the ledger's lock"},
@@ -106,7 +105,8 @@ bool JudgeAge(Judging& judging, const std::string& link) {
   if (judging.IsWithinGrace()) return false;
   const auto age = judging.results.newestAcceptedAge;
   if (!age) {
-    if (judging.facts.ledger.state != LedgerState::kGood) return false;
+    const Ledger& ledger = judging.facts.ledger;
+    if (ledger.state != LedgerState::kGood || ledger.all.newestAccepted) return false;
     judging.road.Broken(link, "BRN-ACCEPTED-NONE",
                         {.text = "the cloud has accepted no file yet",
                          .since = TimeOf(judging.facts.logs.started),
@@ -274,7 +274,9 @@ void JudgeAccepted(Judging& judging, const std::string& link) {
   }
   if (JudgeAge(judging, link) || JudgeBacklog(judging, link)) return;
   if (!judging.facts.newestAcceptedByNow) {
-    return judging.road.Skipped(link, "the service has started a moment ago");
+    return judging.road.Skipped(link, judging.facts.ledger.all.newestAccepted
+                                          ? "the accepted files have stamps of the future"
+                                          : "the service has started a moment ago");
   }
   judging.road.Good(link, NameOf(*judging.facts.newestAcceptedByNow) + ", " +
                               Duration(judging.results.newestAcceptedAge.value_or(0)) + " old");

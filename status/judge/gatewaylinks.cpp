@@ -12,12 +12,23 @@ constexpr std::uint64_t kLeastFreeBytes = 65536;  // room for a text, its archiv
 constexpr std::uint64_t kNearlyFullPercent = 5;
 constexpr long kManyStarts = 4;  // within an hour
 
+// A fault's sentence with the name of its file: the first line is read without the evidence.
+std::string Named(const ConfigFault& fault) {
+  const std::string name(util::BaseName(fault.file));
+  if (fault.text.starts_with("cannot be ")) return name + " " + fault.text;
+  const std::string line = fault.line > 0 ? Format("line %ld: ", fault.line) : "";
+  const bool isUnusable = fault.code == "BRN-CONFIG-SYSTEM" ||
+                          fault.code == "BRN-CONFIG-IDENTITY" ||
+                          fault.code == "BRN-CONFIG-CHANNELS" || fault.code == "BRN-CONFIG-DEVICE";
+  return name + (isUnusable ? " cannot be used: " : ": ") + line + fault.text;
+}
+
 // A service that still runs with what it read before the change only stops at its next start.
 void JudgeBrokenConfiguration(Judging& judging, const std::string& link, const ConfigFault& fault) {
   const LogFacts& logs = judging.facts.logs;
   const bool stillWorks = judging.IsRunning() && !logs.endedEarly && logs.isOn.value_or(true);
   const Said said{
-      .text = fault.text + (stillWorks ? "; the service runs with what it has read before" : ""),
+      .text = Named(fault) + (stillWorks ? "; the service runs with what it has read before" : ""),
       .since = TimeOf(logs.endedEarly),
       .evidence = fault.line > 0 ? Format("%s:%ld", fault.file.c_str(), fault.line) : fault.file,
       .level = stillWorks ? std::optional(Level::kWarning) : Level::kCritical};
@@ -87,6 +98,8 @@ void JudgeSpace(Judging& judging, const std::string& link) {
 
 void JudgeConfiguration(Judging& judging, const std::string& link) {
   const Configuration& configuration = judging.facts.configuration;
+  if (!judging.facts.place.IsLive() && configuration.newestChange == 0)
+    return judging.road.Skipped(link, "the copy has no configuration");
   for (const ConfigFault& fault : configuration.faults) {
     if (fault.cost == Cost::kStart) return JudgeBrokenConfiguration(judging, link, fault);
   }
@@ -95,7 +108,7 @@ void JudgeConfiguration(Judging& judging, const std::string& link) {
     const std::size_t more = configuration.faults.size() - 1;
     return judging.road.Noted(
         link, fault.code.c_str(),
-        {.text = fault.text + (more == 0 ? "" : Format(" (and %zu more)", more)),
+        {.text = Named(fault) + (more == 0 ? "" : Format(" (and %zu more)", more)),
          .evidence = fault.line > 0 ? Format("%s:%ld", fault.file.c_str(), fault.line) : fault.file,
          .level = Level::kWarning});
   }

@@ -9,6 +9,14 @@
 
 namespace status {
 
+// How often files are made and sent, in seconds.
+struct Intervals {
+  long realData;  // below 1: off
+  long fail;
+};
+// Those in force, or those of the configuration, or the service's defaults.
+Intervals IntervalsOf(const Facts& facts);
+
 // What the links judge by.
 struct Judging {
   const Facts& facts;

@@ -1,6 +1,7 @@
 // The results by which health is judged, and when they are bad.
 #include <algorithm>
 
+#include "judge/links.h"
 #include "judge/verdict.h"
 
 namespace status {
@@ -15,22 +16,6 @@ constexpr double kLeastCriticalAge = 3600;
 constexpr double kWarningPending = 100;
 constexpr long kDefaultRealDataInterval = 300;
 constexpr long kDefaultFailInterval = 60;
-
-struct Intervals {
-  long realData;  // below 1: off
-  long fail;
-};
-
-// Those in force, or those of the configuration.
-Intervals IntervalsOf(const Facts& facts) {
-  if (facts.logs.intervals) {
-    return {facts.logs.intervals->realDataInv, facts.logs.intervals->checkFailInv};
-  }
-  if (facts.configuration.starts) {
-    return {facts.configuration.cloud.RealDataInv, facts.configuration.cloud.CheckFailInv};
-  }
-  return {kDefaultRealDataInterval, kDefaultFailInterval};
-}
 
 // How long the uploads take until nothing is pending, while new files come.
 std::optional<long> CatchUp(std::size_t pending, const Intervals& intervals) {
@@ -64,6 +49,16 @@ const char* WhyUnreadable(const Ledger& ledger) {
 }
 
 }  // namespace
+
+Intervals IntervalsOf(const Facts& facts) {
+  if (facts.logs.intervals) {
+    return {facts.logs.intervals->realDataInv, facts.logs.intervals->checkFailInv};
+  }
+  if (facts.configuration.starts) {
+    return {facts.configuration.cloud.RealDataInv, facts.configuration.cloud.CheckFailInv};
+  }
+  return {kDefaultRealDataInterval, kDefaultFailInterval};
+}
 
 Thresholds InForce(const Thresholds& wanted, const Facts& facts) {
   const Intervals intervals = IntervalsOf(facts);

@@ -34,13 +34,23 @@ int Rank(Level level) {
   return level == Level::kUnknown ? 0 : static_cast<int>(level) + 1;
 }
 
-// The level that the thresholds ask for, whichever link is broken.
+// Whether it is certain that the cloud gets nothing, whichever link is broken.
+bool NothingArrives(const Judging& judging) {
+  const Facts& facts = judging.facts;
+  if (facts.logs.login.failed) return true;
+  const bool isNew = facts.ledger.state == LedgerState::kMissing ||
+                     (facts.ledger.state == LedgerState::kGood && !facts.ledger.all.newestAccepted);
+  return isNew && !judging.results.newestAcceptedAge && !judging.IsWithinGrace();
+}
+
+// The level that the results ask for, whichever link is broken.
 Level LevelByResults(const Judging& judging) {
   const auto alarms = [](const std::optional<Range>& range, auto value) {
     return range && value && range->Alarms(static_cast<double>(*value));
   };
   const Thresholds& in = judging.thresholds;
   const Results& results = judging.results;
+  if (NothingArrives(judging)) return Level::kCritical;
   const bool mayBeOld = !judging.IsWithinGrace();
   if ((mayBeOld && alarms(in.criticalAge, results.newestAcceptedAge)) ||
       alarms(in.criticalPending, results.pending)) {

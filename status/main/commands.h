@@ -16,6 +16,10 @@ int WaitAccepted(const Options& options);  // wait --accepted
 int MakeReport(const Options& options);    // report FILE.tar.gz
 int ShowVersion(const Options& options);   // version
 
+// Writes out what was printed. Returns the exit status, or 3 instead of 0, with a message on
+// standard error, when standard output could not be written. A reader that has left is no error.
+int EndOfOutput(int exitStatus);
+
 // The thresholds that the options ask for.
 Thresholds ThresholdsOf(const Options& options);
 

@@ -53,6 +53,15 @@ std::string UpperCase(std::string text) {
   return text;
 }
 
+// The code in a text such as "CRITICAL: the card is full (BRN-CARD-FULL)".
+const Code* CodeIn(const std::string& text) {
+  const std::string upper = UpperCase(text);
+  const std::size_t begin = upper.find("BRN-");
+  if (begin == std::string::npos) return nullptr;
+  const std::size_t end = upper.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ-", begin);
+  return FindCode(upper.substr(begin, end - begin));
+}
+
 }  // namespace
 
 int Explain(const Options& options) {
@@ -62,7 +71,7 @@ int Explain(const Options& options) {
     return 0;
   }
   if (options.argument.empty()) return PrintAllCodes(terminal);
-  if (const Code* code = FindCode(UpperCase(options.argument))) {
+  if (const Code* code = CodeIn(options.argument)) {
     PrintCode(*code, terminal);
     return 0;
   }

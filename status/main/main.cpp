@@ -14,5 +14,5 @@ int main(int argc, char** argv) {
       {"file", status::ShowFile},      {"gaps", status::ShowGaps},
       {"wait", status::WaitAccepted},  {"report", status::MakeReport},
       {"version", status::ShowVersion}};
-  return kCommands.at(parsed.options.command)(parsed.options);
+  return status::EndOfOutput(kCommands.at(parsed.options.command)(parsed.options));
 }

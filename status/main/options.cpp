@@ -14,6 +14,7 @@
 
 #include "judge/range.h"
 #include "main/help.h"
+#include "print/print.h"
 #include "util/text.h"
 
 namespace status {
@@ -233,6 +234,12 @@ class CommandLine {
   std::vector<std::string> m_words;  // without the options
 };
 
+// A monitoring system shows standard output alone.
+void PrintUnknown(const Trouble& trouble) {
+  const Verdict verdict{.level = Level::kUnknown, .text = trouble, .road = {}, .findings = {}};
+  std::fputs(MonitorText(Facts{}, verdict, Thresholds{}).c_str(), stdout);
+}
+
 }  // namespace
 
 Parsed ParseOptions(int argc, char** argv) {
@@ -242,6 +249,9 @@ Parsed ParseOptions(int argc, char** argv) {
   if (!trouble.empty()) {
     std::fprintf(stderr, "brennik-status: %s\nbrennik-status --help lists the options.\n",
                  trouble.c_str());
+    const bool isMonitor = std::any_of(
+        argv, argv + argc, [](const char* word) { return std::strcmp(word, "--monitor") == 0; });
+    if (isMonitor) PrintUnknown(trouble);
     parsed.exitStatus = kBadArguments;
   } else if (line.WantsHelp()) {
     std::fputs(kHelp, stdout);

@@ -1,4 +1,5 @@
 // report FILE: everything in one archive, for somebody who helps from afar.
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -69,13 +70,41 @@ std::uint64_t RoomFor(const Place& place) {
   return bytes;
 }
 
+// The log files that this user may read, with the name of their folder. The others are noted.
+std::vector<std::string> ReadableLogs(const std::string& parent, const std::string& folder,
+                                      std::vector<ReportPart>& parts) {
+  std::vector<std::string> names;
+  const util::Directory logs(opendir((parent + folder).c_str()));
+  while (const dirent* entry = logs ? readdir(logs.get()) : nullptr) {
+    const std::string name = folder + "/" + entry->d_name;
+    if (!util::IsRegularFile((parent + name).c_str())) continue;
+    if (faccessat(AT_FDCWD, (parent + name).c_str(), R_OK, AT_EACCESS) == 0) {
+      names.push_back(name);
+    } else {
+      parts.push_back({name, "left out: it needs root's rights: sudo brennik-status report"});
+    }
+  }
+  return names;
+}
+
 // The log files go into the archive from where they are: they may be large.
-std::vector<std::string> TarCommand(const Place& place, const Staging& staging) {
+std::vector<std::string> TarCommand(const Place& place, const Staging& staging,
+                                    std::vector<ReportPart>& parts) {
   std::vector<std::string> command = {"tar", "-czf", "-", "-C", staging.Path(), kFolder};
   const std::string logs = place.At(paths::kLogDirectory);
   if (!util::IsDirectory(logs.c_str())) return command;
-  const std::size_t slash = logs.rfind('/');
-  command.insert(command.end(), {"-C", logs.substr(0, slash + 1), logs.substr(slash + 1)});
+  const std::size_t slash = logs.rfind('/') + 1;
+  const std::string folder = logs.substr(slash);
+  const std::size_t known = parts.size();
+  const std::vector<std::string> names = ReadableLogs(logs.substr(0, slash), folder, parts);
+  if (names.empty()) return command;
+  parts.push_back({folder + "/", "the files of both logs"});
+  command.insert(command.end(), {"-C", logs.substr(0, slash)});
+  if (parts.size() == known + 1) {
+    command.push_back(folder);
+  } else {
+    command.insert(command.end(), names.begin(), names.end());
+  }
   return command;
 }
 
@@ -106,8 +135,7 @@ int MakeReport(const Options& options) {
     return CannotMake(file, "there is no room in the temporary folder; TMPDIR names another place");
   }
   std::vector<ReportPart> parts = WriteParts(options, staging, kFolder);
-  const std::vector<std::string> command = TarCommand(place, staging);
-  if (command.back() != kFolder) parts.push_back({command.back() + "/", "the files of both logs"});
+  const std::vector<std::string> command = TarCommand(place, staging, parts);
   if (Interruptible::Happened()) return CannotMake(file, "it was interrupted");
   const int status = Run(command, made.Get());
   if (Interruptible::Happened()) return CannotMake(file, "it was interrupted");

@@ -1,9 +1,34 @@
 #include "main/words.h"
 
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
 #include "collect/machine.h"
+#include "main/commands.h"
 #include "util/text.h"
 
 namespace status {
+namespace {
+
+bool IsReaderGone() {
+  pollfd output = {.fd = STDOUT_FILENO, .events = 0, .revents = 0};
+  return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
+}  // namespace
+
+int EndOfOutput(int exitStatus) {
+  errno = 0;
+  if ((std::fflush(stdout) == 0 && std::ferror(stdout) == 0) || IsReaderGone()) return exitStatus;
+  std::fprintf(stderr, "brennik-status: cannot print%s%s\n", errno == 0 ? "" : ": ",
+               errno == 0 ? "" : std::strerror(errno));
+  return exitStatus == 0 ? kBadArguments : exitStatus;
+}
+
 namespace {
 
 const char* Sentence(LedgerState state) {

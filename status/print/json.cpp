@@ -173,8 +173,8 @@ void AddSegment(JsonWriter& json, const Facts& facts) {
     json.Number("unpublished_points",
                 unpublished ? std::optional(CountOf(&*unpublished)) : std::nullopt,
                 unpublished.reason);
+    if (!unpublished) return json.Null("first_unpublished_points", unpublished.reason);
     json.Array("first_unpublished_points", [&] {
-      if (!unpublished) return;
       const std::size_t listed = std::min(unpublished->size(), kPointsListed);
       for (std::size_t i = 0; i < listed; ++i)
         json.Element(util::Format("%08X", (*unpublished)[i]));

@@ -1,7 +1,9 @@
 // The commands in this process, with their standard output.
 #include "main/commands.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <functional>
 #include <string>
@@ -349,6 +351,21 @@ TEST_F(ReportTest, LeavesOutAConfigurationThatIsNotWellFormed) {
   EXPECT_EQ(Inside("grep -rlE 'geheim' . || true"), "");
 }
 
+TEST_F(ReportTest, LeavesOutLogsThatThisUserCannotRead) {
+  Log("03:00:02 INFO real IP has become 127.0.0.1");
+  ASSERT_EQ(chmod(kTextLog, 0400), 0);
+  test::WriteFile("/tmp/CloudLog/Cloudlog.db", "x");
+  ASSERT_EQ(chmod("/tessel", 0777), 0);
+  ASSERT_EQ(chmod("/tmp/staging", 0777), 0);
+  ASSERT_EQ(seteuid(65534), 0);
+  const Outcome outcome = Run(status::MakeReport, kReport);
+  ASSERT_EQ(seteuid(0), 0);
+  EXPECT_EQ(outcome.status, 0) << outcome.text;
+  EXPECT_THAT(outcome.text, HasSubstr("CloudLog/0307_log.txt"));
+  EXPECT_THAT(outcome.text, HasSubstr("left out: it needs root's rights"));
+  EXPECT_THAT(Inside("ls CloudLog"), HasSubstr("Cloudlog.db"));
+}
+
 TEST_F(ReportTest, ReplacesOnlyPlainFiles) {
   test::WriteFile(kReport, "old");
   EXPECT_EQ(Run(status::MakeReport, kReport).status, 0);
@@ -381,6 +398,26 @@ TEST_F(ReportTest, LeavesNothingWhenItIsInterrupted) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.text, HasSubstr("it was interrupted"));
   EXPECT_FALSE(test::Exists(kReport));
+}
+
+TEST_F(CommandsTest, DoesNotCallOutputPrintedThatCannotBeWritten) {
+  std::fflush(stdout);
+  const int kept = dup(STDOUT_FILENO);
+  const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+  dup2(full, STDOUT_FILENO);
+  std::fputs("x", stdout);
+  testing::internal::CaptureStderr();
+
+  const int exitStatus = status::EndOfOutput(0);
+
+  dup2(kept, STDOUT_FILENO);
+  close(kept);
+  close(full);
+  std::clearerr(stdout);
+  EXPECT_EQ(exitStatus, 3);
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              ::testing::StartsWith("brennik-status: cannot print"));
+  EXPECT_EQ(status::EndOfOutput(1), 1);
 }
 
 TEST_F(CommandsTest, TellsItsVersion) {

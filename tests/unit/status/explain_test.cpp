@@ -36,6 +36,13 @@ TEST(ExplainCommand, ExplainsACodeInAnyCase) {
   EXPECT_THAT(explained.output, HasSubstr("\n  Manual: operations.md#"));
 }
 
+TEST(ExplainCommand, FindsTheCodeInALineThatWasPrinted) {
+  const Explained explained = Explain("CRITICAL: the card is full: 0 MiB free (BRN-CARD-FULL)");
+
+  EXPECT_EQ(explained.exitStatus, 0);
+  EXPECT_THAT(explained.output, StartsWith("BRN-CARD-FULL (CRITICAL)\n"));
+}
+
 TEST(ExplainCommand, ExplainsAMessage) {
   const Explained explained = Explain("Brennik Init failed");
 

@@ -48,6 +48,8 @@ INSTANTIATE_TEST_SUITE_P(
                            "/tessel/Config/system/sn.xml", "/tessel/c/system/sn.xml"},
                       Copy{"ConfigurationOfDevices", "/tessel/c/Channel-template.xml", "/tessel/c",
                            "/tessel/Config/sys.xml", "/tessel/c/sys.xml"},
+                      Copy{"FolderAroundTheConfiguration", "/tessel/c/Config/sys.xml", "/tessel/c",
+                           "/tessel/Config/system/sn.xml", "/tessel/c/Config/system/sn.xml"},
                       Copy{"ConfigurationInATree", "/tessel/c/tessel/Config/sys.xml", "/tessel/c",
                            "/tessel/Config/sys.xml", "/tessel/c/tessel/Config/sys.xml"}),
     [](const auto& parameter) { return parameter.param.name; });

@@ -139,6 +139,25 @@ const Trouble kTroubles[] = {
        Age(f, 3601);
      },
      "BRN-SEGMENT-UNPUBLISHED", Level::kCritical, "live values"},
+    {"NoValuesAndNothingAcceptedEver",
+     [](Facts& f) {
+       f.unpublished = status::Known(std::vector<std::uint32_t>{7});
+       f.newestAcceptedByNow = f.ledger.all.newestAccepted = std::nullopt;
+     },
+     "BRN-SEGMENT-UNPUBLISHED", Level::kCritical, "live values"},
+    {"NoValuesAndNoLogin",
+     [](Facts& f) {
+       f.unpublished = status::Known(std::vector<std::uint32_t>{7});
+       FailLogin(f, kTimeout);
+     },
+     "BRN-SEGMENT-UNPUBLISHED", Level::kCritical, "live values"},
+    {"ClockSetBackBeforeTheFirstFile",
+     [](Facts& f) {
+       f.ledger.all.newest = f.ledger.all.newestAccepted =
+           Row("realdata/7/S.tar.gz", kRealDataFile, true, -61);
+       f.newestAcceptedByNow.reset();
+     },
+     "BRN-CLOCK-BACK", Level::kWarning, "newest file packed"},
     {"PackingFails",
      [](Facts& f) { f.logs.packing = Failing(30, "CreateRealDataJsonFile x failed,errno 127"); },
      "BRN-PACK-FAILED", Level::kWarning, "newest file packed"},
@@ -200,8 +219,9 @@ const Trouble kTroubles[] = {
        f.logs.othersAccepted = true;
      },
      "BRN-FILE-REFUSED", Level::kWarning, "newest file accepted"},
-    {"NothingAcceptedEver", [](Facts& f) { f.newestAcceptedByNow.reset(); }, "BRN-ACCEPTED-NONE",
-     Level::kCritical, "newest file accepted"},
+    {"NothingAcceptedEver",
+     [](Facts& f) { f.newestAcceptedByNow = f.ledger.all.newestAccepted = std::nullopt; },
+     "BRN-ACCEPTED-NONE", Level::kCritical, "newest file accepted"},
     {"NothingAcceptedForTenMinutes", [](Facts& f) { Age(f, 601); }, "BRN-ACCEPTED-OLD",
      Level::kWarning, "newest file accepted"},
     {"NothingAcceptedForAnHour", [](Facts& f) { Age(f, 3601); }, "BRN-ACCEPTED-OLD",
@@ -253,7 +273,7 @@ TEST(Judge, WithholdsOldAndMissingFilesWithinTheGrace) {
   facts.logs.started = Record(299, "Brennik Start running");
   Age(facts, 9000);
   EXPECT_EQ(Judged(facts).level, Level::kOk);
-  facts.newestAcceptedByNow.reset();
+  facts.newestAcceptedByNow = facts.ledger.all.newestAccepted = std::nullopt;
   EXPECT_EQ(Judged(facts).level, Level::kOk);
   EXPECT_EQ(Judged(facts, Grace(299)).findings.front().code, "BRN-ACCEPTED-NONE");
   FailLogin(facts, kRefusedConnection);
@@ -289,6 +309,45 @@ TEST(Judge, JudgesNothingOfAnEmptyCopy) {
   facts.newestByNow = facts.newestAcceptedByNow = std::nullopt;
   EXPECT_EQ(Judged(facts).road.front().text, "not judged, because a copy has no card");
   EXPECT_EQ(Judged(facts).findings.front().code, "BRN-LEDGER-UNREADABLE");
+}
+
+TEST(Judge, JudgesACopyWithoutAConfiguration) {
+  Facts facts = HealthyFacts();
+  facts.place = status::Place("/tessel/c");
+  facts.configuration = {};
+  facts.configuration.faults = {Fault(status::Cost::kStart)};
+  facts.logs = {};
+  const Verdict verdict = Judged(facts);
+  EXPECT_EQ(verdict.level, Level::kOk);
+  EXPECT_EQ(verdict.road[3].text, "not judged, because the copy has no configuration");
+  facts.newestByNow = Row("realdata/7/S.tar.gz", kRealDataFile, true, 661);
+  EXPECT_EQ(Judged(facts).findings.front().code, "BRN-PACK-OLD");  // of the default interval
+}
+
+struct Sentence {
+  const char* code;
+  const char* file;
+  long line;
+  const char* text;
+  const char* expected;
+};
+
+TEST(Judge, NamesTheFileOfAFaultInTheFirstLine) {
+  const Sentence rows[] = {
+      {"BRN-CONFIG-SYSTEM", "/tessel/Config/sys.xml", 3, "bad",
+       "sys.xml cannot be used: line 3: bad"},
+      {"BRN-CONFIG-DEVICE", "/tessel/Config/devices/pump.xml", 0, "cannot be read: gone",
+       "pump.xml cannot be read: gone"},
+      {"BRN-CONFIG-CLOUD", "/tessel/Config/sys.xml", 0, "`port` is 0", "sys.xml: `port` is 0"}};
+  for (const Sentence& row : rows) {
+    Facts facts = HealthyFacts();
+    facts.configuration.faults = {{.cost = status::Cost::kPart,
+                                   .code = row.code,
+                                   .file = row.file,
+                                   .line = row.line,
+                                   .text = row.text}};
+    EXPECT_EQ(Judged(facts).text, row.expected);
+  }
 }
 
 TEST(Judge, NamesTheCommandWhenTheLogNeedsRoot) {
