@@ -33,7 +33,7 @@ std::string Place::At(std::string_view path) const {
   if (m_isConfiguration && path.starts_with(kConfiguration)) {
     return m_root + "/" + std::string(path.substr(kConfiguration.size()));
   }
-  if (m_holdsConfiguration && StartsWith(path, kConfiguration)) {
+  if (m_holdsConfiguration && path.starts_with(kConfiguration)) {
     return m_root + "/Config/" + std::string(path.substr(kConfiguration.size()));
   }
   return m_root + std::string(path);
