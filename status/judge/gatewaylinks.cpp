@@ -186,7 +186,8 @@ void JudgeSegment(Judging& judging, const std::string& link) {
         {.text = Format("%zu configured point%s not published, the first is %08x", count,
                         count == 1 ? " is" : "s are", first),
          .since = TimeOf(facts.logs.points.firstFailed),
-         .evidence = WhereOf(facts.logs.points.failed)});
+         .evidence =
+             facts.logs.points.failed ? facts.logs.points.failed->where : "brennik-status config"});
   }
   judging.road.Good(link, Format("%zu values are published", facts.segment.values->size()));
 }

@@ -76,6 +76,9 @@ std::string NormalText(const Judging& judging) {
 
 // Without a finding, health is judged by the results alone.
 void Conclude(const Judging& judging, Verdict& verdict) {
+  // The finding of the broken link came last. It stands before others of its level: they cost less.
+  if (judging.road.IsBroken())
+    std::rotate(verdict.findings.begin(), verdict.findings.end() - 1, verdict.findings.end());
   std::stable_sort(
       verdict.findings.begin(), verdict.findings.end(),
       [](const Finding& a, const Finding& b) { return Rank(a.level) > Rank(b.level); });

@@ -140,6 +140,7 @@ TEST_F(JsonTextTest, GivesAReasonForEverythingUnknown) {
   EXPECT_EQ(At(document, "findings/0/since_reason"), "\"no log\"");
   EXPECT_EQ(At(document, "ledger/all/pending_files"), "null");
   EXPECT_EQ(At(document, "cloud/login/works"), "null");
+  EXPECT_EQ(At(document, "segment/first_unpublished_points"), "null");
 }
 
 TEST_F(JsonTextTest, IsValidUtf8WhateverTheFactsHold) {

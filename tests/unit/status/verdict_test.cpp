@@ -268,6 +268,17 @@ TEST(Judge, PutsTheWorstFindingFirst) {
   EXPECT_EQ(verdict.findings[0].evidence, "/tmp/CloudLog/0307_log.txt:17");
 }
 
+// A restart would not heal the broken link, and might do harm.
+TEST(Judge, PutsTheBrokenLinkBeforeOthersOfItsLevel) {
+  Facts facts = HealthyFacts();
+  facts.configuration.newestChange = kNow - 60;
+  facts.unpublished = status::Known(std::vector<std::uint32_t>{7});
+  const Verdict verdict = Judged(facts);
+  ASSERT_THAT(verdict.findings, SizeIs(2));
+  EXPECT_EQ(verdict.findings[0].code, "BRN-SEGMENT-UNPUBLISHED");
+  EXPECT_EQ(verdict.findings[0].evidence, "brennik-status config");
+}
+
 TEST(Judge, WithholdsOldAndMissingFilesWithinTheGrace) {
   Facts facts = HealthyFacts();
   facts.logs.started = Record(299, "Brennik Start running");
