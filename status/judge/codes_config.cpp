@@ -5,9 +5,9 @@ namespace status {
 namespace {
 
 constexpr char kManual[] = "operations.md#configuration";
-constexpr char kSystem[] = "operations.md#sysxml";
-constexpr char kIdentity[] = "operations.md#systemsnxml-and-versionmain-versionconf";
-constexpr char kChannels[] = "operations.md#channel-templatexml-and-the-device-files";
+constexpr char kSystem[] = "operations.md#configuration";
+constexpr char kIdentity[] = "operations.md#configuration";
+constexpr char kChannels[] = "operations.md#configuration";
 constexpr char kCheckAndRestart[] =
     "correct the file, check it with brennik-status config, then restart the service: systemctl "
     "restart brennik";

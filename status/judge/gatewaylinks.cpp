@@ -66,11 +66,13 @@ void JudgeSpace(Judging& judging, const std::string& link) {
           ? Format(" and %llu inodes", static_cast<unsigned long long>(space->freeInodes)).c_str()
           : "");
   const std::string evidence = Format("df %s; df -i %s", paths::kCardMount, paths::kCardMount);
-  if (space->freeBytes < kLeastFreeBytes || (countsInodes && space->freeInodes == 0)) {
-    return judging.road.Broken(link, "BRN-CARD-FULL",
-                               {.text = "the card is full: " + free,
-                                .since = TimeOf(judging.facts.logs.packing.firstFailed),
-                                .evidence = evidence});
+  const bool lacksBytes = space->freeBytes < kLeastFreeBytes;
+  if (lacksBytes || (countsInodes && space->freeInodes == 0)) {
+    return judging.road.Broken(
+        link, "BRN-CARD-FULL",
+        {.text = lacksBytes ? "the card is full" : "the card is full: it has no inode left",
+         .since = TimeOf(judging.facts.logs.packing.firstFailed),
+         .evidence = evidence});
   }
   const auto isLow = [](std::uint64_t left, std::uint64_t total) {
     return left * 100 < total * kNearlyFullPercent;
@@ -121,7 +123,8 @@ void JudgeProcess(Judging& judging, const std::string& link) {
                                 .since = facts.logs.newestRecord,
                                 .evidence = "pidof brennik"});
   }
-  if (facts.logs.startsInLastHour >= kManyStarts) {
+  const bool isHealed = facts.logs.uploads.succeeded || !judging.IsWithinGrace();
+  if (facts.logs.startsInLastHour >= kManyStarts && !isHealed) {
     return judging.road.Noted(link, "BRN-PROCESS-RESTARTS",
                               {.text = Format("the service has started %ld times in the last hour",
                                               facts.logs.startsInLastHour),

@@ -1,173 +1,251 @@
 #include "main/options.h"
 
+#include <getopt.h>
+#include <strings.h>
 #include <sys/stat.h>
 
-#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "judge/range.h"
+#include "main/help.h"
 #include "util/text.h"
 
 namespace status {
 namespace {
 
 constexpr long kLongestSeconds = 31L * 24 * 3600;
+constexpr long kMostDays = 366;
 
-// Checks of values. Each returns what is wrong, or nothing.
-std::string CheckRange(const std::string& text) {
-  return Range::Parse(text) ? "" : "\"" + text + "\" is no range such as 600 or 10:20";
-}
+// What is wrong with a value, or nothing.
+using Trouble = std::string;
 
-std::string CheckSeconds(const std::string& text) {
+Trouble Whole(const char* text, long most, long& value) {
   constexpr std::size_t kMostDigits = 7;
-  const bool isNumber = !text.empty() && text.size() <= kMostDigits &&
-                        text.find_first_not_of("0123456789") == std::string::npos;
-  if (isNumber && util::Decimal(text.c_str()) <= kLongestSeconds) return "";
-  return "\"" + text + "\" is no number of seconds from 0 to " + std::to_string(kLongestSeconds);
+  const std::string_view digits(text);
+  const bool isNumber = !digits.empty() && digits.size() <= kMostDigits &&
+                        digits.find_first_not_of("0123456789") == std::string_view::npos;
+  if (isNumber) value = util::Decimal(text);
+  if (isNumber && value <= most) return {};
+  return util::Format("\"%s\" is no number of seconds or days up to %ld", text, most);
 }
 
-std::string CheckDirectory(const std::string& path) {
+Trouble Days(const char* text, long& value) {
+  Trouble trouble = Whole(text, kMostDays, value);
+  return trouble.empty() && value == 0 ? "must not be 0" : trouble;
+}
+
+Trouble RangeText(const char* text, std::string& value) {
+  value = text;
+  return Range::Parse(value) ? Trouble() : "\"" + value + "\" is no range such as 600 or 10:20";
+}
+
+Trouble Directory(const char* path, std::string& value) {
   struct stat found {};
-  return stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode) ? "" : "no such folder: " + path;
+  value = path;
+  const bool isThere = stat(path, &found) == 0 && S_ISDIR(found.st_mode);
+  return isThere ? Trouble() : "no such folder: " + value;
 }
 
-std::string CheckText(const std::string& text) {
-  return text.empty() ? "must not be empty" : "";
+Trouble Text(const char* text, std::string& value) {
+  value = text;
+  return value.empty() ? "must not be empty" : Trouble();
 }
 
-void AddSeconds(CLI::App& app, const char* name, long& seconds, const char* help) {
-  app.add_option_function<std::string>(
-         name, [&seconds](const std::string& text) { seconds = util::Decimal(text.c_str()); }, help)
-      ->option_text("S")
-      ->check(CheckSeconds);
+Trouble LevelText(const char* text, std::string& value) {
+  for (const char* const level : {"INFO", "WARN", "ERROR", "FATAL"}) {
+    if (strcasecmp(text, level) == 0) value = level;
+  }
+  return value.empty() ? std::string("no such level: ") + text : Trouble();
 }
 
-void AddGlobals(CLI::App& app, Options& options) {
-  app.add_option("--root", options.root, "Look at the copy of a gateway or of its card in DIR")
-      ->option_text("DIR")
-      ->check(CheckDirectory);
-  AddSeconds(app, "--grace", options.grace,
-             "For so long after a start no accepted file is expected (300)");
-  auto* monitor = app.add_flag("--monitor", options.monitor, "One line for monitoring systems")
-                      ->option_text(" ");
-  auto* json = app.add_flag("--json", options.json, "Everything as JSON")
-                   ->option_text(" ")
-                   ->excludes(monitor);
-  app.add_option("--metrics", options.metricsFile,
-                 "Metrics for Prometheus, to FILE or to standard output")
-      ->option_text("[FILE]")
-      ->expected(0, 1)
-      ->check(CheckText)
-      ->excludes(monitor)
-      ->excludes(json);
-  const auto range = [&app](const char* name, std::string& value, const char* help) {
-    app.add_option(name, value, help)->option_text("RANGE")->check(CheckRange);
-  };
-  range("--warning-age", options.warningAge, "Seconds since the newest accepted file: warning");
-  range("--critical-age", options.criticalAge, "The same: critical");
-  range("--warning-pending", options.warningPending, "Number of files that wait: warning");
-  range("--critical-pending", options.criticalPending, "The same: critical");
+Trouble Set(bool& value) {
+  value = true;
+  return {};
 }
 
-void AddLog(CLI::App& app, Options& options) {
-  auto* log = app.add_subcommand("log", "Both logs as one stream");
-  log->add_option("--since", options.since,
-                  "From this time on: RFC 3339, or YYYY-MM-DD hh:mm[:ss] in local time")
-      ->option_text("T")
-      ->check(CheckText);
-  log->add_option("--level", options.level, "At least INFO, WARN, ERROR or FATAL")
-      ->option_text("L")
-      ->transform(CLI::IsMember({"INFO", "WARN", "ERROR", "FATAL"}, CLI::ignore_case));
-  log->add_flag("--follow", options.follow, "Go on with new records until it is stopped");
-}
+// One option: its name, whether it takes a value, the command that it belongs to, and what it sets.
+struct Option {
+  const char* name;
+  int takesValue;
+  const char* command;  // null: any
+  Trouble (*set)(Options& options, const char* value);
+};
+constexpr std::array kOptions = {
+    Option{"root", required_argument, nullptr,
+           [](Options& o, const char* v) { return Directory(v, o.root); }},
+    Option{"grace", required_argument, nullptr,
+           [](Options& o, const char* v) { return Whole(v, kLongestSeconds, o.grace); }},
+    Option{"monitor", no_argument, nullptr, [](Options& o, const char*) { return Set(o.monitor); }},
+    Option{"json", no_argument, nullptr, [](Options& o, const char*) { return Set(o.json); }},
+    Option{"metrics", optional_argument, nullptr,
+           [](Options& o, const char* v) {
+             o.metrics = true;
+             return v == nullptr ? Trouble() : Text(v, o.metricsFile);
+           }},
+    Option{"warning-age", required_argument, nullptr,
+           [](Options& o, const char* v) { return RangeText(v, o.warningAge); }},
+    Option{"critical-age", required_argument, nullptr,
+           [](Options& o, const char* v) { return RangeText(v, o.criticalAge); }},
+    Option{"warning-pending", required_argument, nullptr,
+           [](Options& o, const char* v) { return RangeText(v, o.warningPending); }},
+    Option{"critical-pending", required_argument, nullptr,
+           [](Options& o, const char* v) { return RangeText(v, o.criticalPending); }},
+    Option{"since", required_argument, "log",
+           [](Options& o, const char* v) { return Text(v, o.since); }},
+    Option{"level", required_argument, "log",
+           [](Options& o, const char* v) { return LevelText(v, o.level); }},
+    Option{"follow", no_argument, "log", [](Options& o, const char*) { return Set(o.follow); }},
+    Option{"markdown", no_argument, "explain",
+           [](Options& o, const char*) { return Set(o.markdown); }},
+    Option{"days", required_argument, "gaps",
+           [](Options& o, const char* v) { return Days(v, o.days); }},
+    Option{"accepted", no_argument, "wait",
+           [](Options& o, const char*) { return Set(o.accepted); }},
+    Option{"timeout", required_argument, "wait",
+           [](Options& o, const char* v) { return Whole(v, kLongestSeconds, o.timeout); }},
+    Option{"version", no_argument, nullptr, nullptr},
+    Option{"help", no_argument, nullptr, nullptr},
+};
+constexpr std::array kCommands = {"config", "log",  "explain", "file",
+                                  "gaps",   "wait", "report",  "version"};
 
-void AddExplain(CLI::App& app, Options& options) {
-  auto* explain = app.add_subcommand("explain", "What a code or a message means and what to do");
-  const auto join = [&options](const std::vector<std::string>& words) {
-    options.argument.clear();
-    for (const std::string& word : words)
-      options.argument += (&word == &words[0] ? "" : " ") + word;
-  };
-  auto* text = explain
-                   ->add_option_function<std::vector<std::string>>(
-                       "TEXT", join, "BRN-… or a message of the log, also without quotes")
-                   ->option_text("CODE|TEXT")
-                   ->check(CheckText);
-  auto* markdown = explain->add_flag("--markdown", options.markdown, "The tables of the manual")
-                       ->option_text(" ");
-  text->excludes(markdown);
-}
+// A command line while it is read. Every step returns what is wrong, or nothing.
+class CommandLine {
+ public:
+  explicit CommandLine(Options& options) : m_options(options) {}
 
-void AddWait(CLI::App& app, Options& options) {
-  auto* wait = app.add_subcommand("wait", "Wait until a file made after now is accepted");
-  wait->add_flag("--accepted", options.accepted, "Wait for an accepted file; always needed")
-      ->option_text(" ")
-      ->required();
-  AddSeconds(*wait, "--timeout", options.timeout, "For so long, 0 for ever (600)");
-}
+  bool WantsHelp() const { return m_wantsHelp; }
 
-void AddCommands(CLI::App& app, Options& options) {
-  app.add_subcommand("config", "Check the configuration before a restart")
-      ->add_option("DIR", options.argument, "A copy of the gateway's tree or of /tessel/Config")
-      ->option_text(" ")
-      ->check(CheckDirectory);
-  AddLog(app, options);
-  AddExplain(app, options);
-  app.add_subcommand("file", "One file's life from packing to acceptance")
-      ->add_option("NAME", options.argument, "S20261122040000.tar.gz, or with its folders")
-      ->option_text(" ")
-      ->required()
-      ->check(CheckText);
-  app.add_subcommand("gaps", "When files are missing: an hour a cell")
-      ->add_option("--days", options.days, "How many days (31)")
-      ->option_text("N")
-      ->check(CLI::Range(1, 366));
-  AddWait(app, options);
-  app.add_subcommand("report", "Everything in one archive, for help from afar")
-      ->add_option("FILE", options.argument, "The archive to make: FILE.tar.gz")
-      ->option_text(" ")
-      ->required()
-      ->check(CheckText);
-  app.add_subcommand("version", "Version, commit, build, libraries");
-}
+  Trouble Read(int argc, char** argv) {
+    if (Trouble trouble = ReadOptions(argc, argv); !trouble.empty()) return trouble;
+    if (m_wantsHelp) return {};
+    if (Trouble trouble = TakeCommand(); !trouble.empty()) return trouble;
+    if (Trouble trouble = CheckOptions(); !trouble.empty()) return trouble;
+    return TakeArguments();
+  }
 
-// What the library cannot check: an output of the verdict beside a command, or a missing word.
-void CheckWhole(const Options& options) {
-  const bool isOutput = options.monitor || options.json || options.metrics;
-  if (isOutput && !options.command.empty())
-    throw CLI::ExcludesError("--monitor, --json or --metrics", "the command " + options.command);
-  if (options.command == "explain" && !options.markdown && options.argument.empty())
-    throw CLI::RequiredError("CODE or TEXT");
-}
+ private:
+  Trouble ReadOptions(int argc, char** argv) {
+    std::array<option, kOptions.size() + 1> known{};
+    for (std::size_t i = 0; i < kOptions.size(); ++i) {
+      known[i] = {kOptions[i].name, kOptions[i].takesValue, nullptr, 0};
+    }
+    optind = 0;  // from the beginning
+    opterr = 0;
+    int at = 0;
+    for (int found = 0; (found = getopt_long(argc, argv, ":h", known.data(), &at)) != -1;) {
+      if (found == 'h') m_wantsHelp = true;
+      if (found == ':') return std::string(argv[optind - 1]) + " needs a value";
+      if (found == '?') return std::string("unknown option ") + argv[optind - 1];
+      if (found != 0) continue;
+      if (Trouble trouble = Take(kOptions.at(static_cast<std::size_t>(at))); !trouble.empty())
+        return trouble;
+    }
+    m_words.assign(argv + optind, argv + argc);
+    return {};
+  }
+
+  Trouble Take(const Option& option) {
+    m_given.push_back(&option);
+    if (std::strcmp(option.name, "help") == 0) m_wantsHelp = true;
+    if (option.set == nullptr) return {};
+    const Trouble trouble = option.set(m_options, optarg);
+    return trouble.empty() ? trouble : std::string("--") + option.name + ": " + trouble;
+  }
+
+  bool IsGiven(const char* name) const {
+    return std::any_of(m_given.begin(), m_given.end(),
+                       [&](const Option* option) { return std::strcmp(option->name, name) == 0; });
+  }
+
+  // The first word is the command, or the file of --metrics.
+  Trouble TakeCommand() {
+    if (IsGiven("version")) m_options.command = "version";
+    if (m_words.empty()) return {};
+    const std::string first = m_words.front();
+    if (std::find(kCommands.begin(), kCommands.end(), first) != kCommands.end()) {
+      m_options.command = first;
+    } else if (m_options.metrics && m_options.metricsFile.empty() && !first.empty()) {
+      m_options.metricsFile = first;
+    } else {
+      return m_options.metrics ? "one word too many: " + first : "no such command: " + first;
+    }
+    m_words.erase(m_words.begin());
+    return {};
+  }
+
+  Trouble CheckOptions() {
+    const std::string& command = m_options.command;
+    if (m_options.metricsFile == "-") m_options.metricsFile.clear();
+    if (m_options.monitor + m_options.json + m_options.metrics > 1) {
+      return "--monitor, --json and --metrics exclude each other";
+    }
+    const bool isOutput =
+        m_options.monitor || m_options.metrics || (m_options.json && command != "config");
+    if (isOutput && !command.empty()) {
+      return "--monitor, --json and --metrics do not go with the command " + command;
+    }
+    for (const Option* option : m_given) {
+      if (option->command != nullptr && command != option->command) {
+        return std::string("--") + option->name + " belongs to the command " + option->command;
+      }
+    }
+    return {};
+  }
+
+  Trouble TakeArguments() {
+    const std::string& command = m_options.command;
+    if (command == "explain") return TakeText();
+    if (command == "wait" && !m_options.accepted) return "wait needs --accepted";
+    const bool needsOne = command == "file" || command == "report";
+    if (needsOne && (m_words.empty() || m_words.front().empty())) {
+      return command + (command == "file" ? " needs a NAME" : " needs a FILE");
+    }
+    if (!m_words.empty() && (needsOne || command == "config")) {
+      m_options.argument = m_words.front();
+      m_words.erase(m_words.begin());
+    }
+    if (!m_words.empty()) return "one word too many: " + m_words.front();
+    if (command != "config" || m_options.argument.empty()) return {};
+    return Directory(m_options.argument.c_str(), m_options.argument);
+  }
+
+  // Its words need no quotes.
+  Trouble TakeText() {
+    for (const std::string& word : m_words) {
+      m_options.argument += (m_options.argument.empty() ? "" : " ") + word;
+    }
+    if (m_options.markdown != m_options.argument.empty()) {
+      return m_options.markdown ? "--markdown takes no text" : "explain needs a CODE or TEXT";
+    }
+    return {};
+  }
+
+  Options& m_options;
+  bool m_wantsHelp = false;
+  std::vector<const Option*> m_given;
+  std::vector<std::string> m_words;  // without the options
+};
 
 }  // namespace
 
 Parsed ParseOptions(int argc, char** argv) {
   Parsed parsed;
-  Options& options = parsed.options;
-  CLI::App app("Tells whether a gateway's data reach the cloud, and if not, why. Reads only.",
-               "brennik-status");
-  app.fallthrough();  // global options stand before or after the command
-  app.require_subcommand(0, 1);
-  AddGlobals(app, options);
-  bool wantsVersion = false;
-  app.add_flag("--version", wantsVersion, "The same as the command version");
-  AddCommands(app, options);
-  app.get_formatter()->column_width(28);
-  app.footer(
-      "The verdict is printed when no command is given.\n"
-      "Exit status: 0 all normal, 1 warning, 2 critical, 3 unknown or bad arguments.\n"
-      "See brennik-status(8).");
-  try {
-    app.parse(argc, argv);
-    options.metrics = app.count("--metrics") > 0;
-    if (options.metricsFile == "-") options.metricsFile.clear();
-    for (const CLI::App* command : app.get_subcommands()) options.command = command->get_name();
-    CheckWhole(options);
-    if (wantsVersion) options.command = "version";
-  } catch (const CLI::ParseError& error) {
-    parsed.exitStatus = app.exit(error) == 0 ? 0 : kBadArguments;
+  CommandLine line(parsed.options);
+  const Trouble trouble = line.Read(argc, argv);
+  if (!trouble.empty()) {
+    std::fprintf(stderr, "brennik-status: %s\nbrennik-status --help lists the options.\n",
+                 trouble.c_str());
+    parsed.exitStatus = kBadArguments;
+  } else if (line.WantsHelp()) {
+    std::fputs(kHelp, stdout);
+    parsed.exitStatus = 0;
   }
   return parsed;
 }

@@ -43,3 +43,26 @@ run_rows() {
     return 1
   fi
 }
+
+# on_switchable_card SCRIPT ARGUMENT…: starts the script again in a mount namespace where the card of the sandbox
+# is a small file system of its own. It becomes read-only when a test asks for it. Returns where that is so.
+on_switchable_card() {
+  if [[ ! ${BRENNIK_CARD_SWITCH:-} ]]; then
+    local as_root=()
+    [[ $EUID -eq 0 ]] || as_root=(--map-root-user)
+    BRENNIK_CARD_SWITCH=yes exec unshare "${as_root[@]}" --mount -- "$@"
+  fi
+  # The mounts end with their namespace.
+  places=$(mktemp -d)
+  trap 'kill "$switch" 2>/dev/null || true; umount --recursive "$places"; rmdir "$places"' EXIT
+  mount -t tmpfs -o size=64m places "$places"
+  mkdir -p "$places/media/mmcblk0p1" "$places/tessel"
+  mount -t tmpfs -o size=64m card "$places/media/mmcblk0p1"
+  while sleep 0.01; do
+    [[ -f $places/tessel/card-switch ]] || continue
+    mount -o "remount,$(<"$places/tessel/card-switch")" "$places/media/mmcblk0p1"
+    rm "$places/tessel/card-switch"
+  done &
+  switch=$!
+  export BRENNIK_SANDBOX_KEEP=$places
+}

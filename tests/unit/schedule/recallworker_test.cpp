@@ -122,7 +122,7 @@ INSTANTIATE_TEST_SUITE_P(
                          {Ordered(8), Accepted(), ""},
                          {Ordered(8), "", Repeated(8, 1)}}},
            Conversation{"RefusedUpload",
-                        {{Ordered(7), Rejected(), ""}, {Ordered(7), Accepted(), ""}}}),
+                        {{Ordered(1), Rejected(), ""}, {Ordered(1), Accepted(), ""}}}),
     [](const auto& test) { return test.param.name; });
 
 TEST_F(RecallWorker, RecordsAndSendsNothingWhenPackingFailsAndRetries) {

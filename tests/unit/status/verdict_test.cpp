@@ -116,8 +116,12 @@ const Trouble kTroubles[] = {
      "BRN-CONFIG-RESTART", Level::kWarning, "configuration"},
     {"NoProcess", [](Facts& f) { f.process = status::Known<pid_t>(0); }, "BRN-PROCESS-DOWN",
      Level::kCritical, "process"},
-    {"ManyStarts", [](Facts& f) { f.logs.startsInLastHour = 4; }, "BRN-PROCESS-RESTARTS",
-     Level::kWarning, "process"},
+    {"ManyStarts",
+     [](Facts& f) {
+       f.logs.startsInLastHour = 4;
+       f.logs.started = Record(299, "Brennik Start running");
+     },
+     "BRN-PROCESS-RESTARTS", Level::kWarning, "process"},
     {"SwitchedOff", [](Facts& f) { f.logs.isOn = false; }, "BRN-SWITCHED-OFF", Level::kCritical,
      "switched on"},
     {"NoSegment",
@@ -254,6 +258,15 @@ TEST(Judge, WithholdsOldAndMissingFilesWithinTheGrace) {
   EXPECT_EQ(Judged(facts, Grace(299)).findings.front().code, "BRN-ACCEPTED-NONE");
   FailLogin(facts, kRefusedConnection);
   EXPECT_EQ(Judged(facts).level, Level::kCritical);
+}
+
+TEST(Judge, ForgetsManyStartsOnceTheServiceWorks) {
+  Facts facts = HealthyFacts();
+  facts.logs.startsInLastHour = 300;
+  EXPECT_EQ(Judged(facts).level, Level::kOk);
+  facts.logs.started = Record(299, "Brennik Start running");
+  facts.logs.uploads.succeeded = Record(9, "Send realdata x to y successfully");
+  EXPECT_EQ(Judged(facts).level, Level::kOk);
 }
 
 TEST(Judge, FollowsTheThresholdsEvenBehindTheBrokenLink) {
