@@ -16,21 +16,26 @@ namespace {
 
 constexpr off_t kSharedBytes = 0x40000002;
 
-// Of the real clock: a library that fakes the time may be loaded too.
-std::uint64_t Now() {
+// Of the real clocks: a library that fakes the time may be loaded too.
+std::uint64_t Microseconds(clockid_t clock) {
   timespec now{};
-  syscall(SYS_clock_gettime, CLOCK_MONOTONIC, &now);
+  syscall(SYS_clock_gettime, clock, &now);
   return static_cast<std::uint64_t>(now.tv_sec) * 1000000U +
          static_cast<std::uint64_t>(now.tv_nsec) / 1000U;
 }
 
 void Note(const struct flock& lock) {
-  static auto* const statistics = test::MapLockStatistics(std::getenv(test::kLockHoldsVariable));
+  static auto* const holds =
+      test::MapStatistics<test::LockHolds>(std::getenv(test::kLockHoldsVariable));
   static std::uint64_t begun = 0;
+  static std::uint64_t begunProcessor = 0;
+  if (holds == nullptr) return;
   if (lock.l_type == F_RDLCK && lock.l_start == kSharedBytes) {
-    begun = Now();
+    begun = Microseconds(CLOCK_MONOTONIC);
+    begunProcessor = Microseconds(CLOCK_THREAD_CPUTIME_ID);
   } else if (lock.l_type == F_UNLCK && begun != 0 && lock.l_len == 0) {
-    if (statistics != nullptr) statistics->Add(Now() - begun);
+    holds->real.Add(Microseconds(CLOCK_MONOTONIC) - begun);
+    holds->processor.Add(Microseconds(CLOCK_THREAD_CPUTIME_ID) - begunProcessor);
     begun = 0;
   }
 }

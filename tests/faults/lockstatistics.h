@@ -30,13 +30,20 @@ struct LockStatistics {
   }
 };
 
+// How long locks were held.
+struct LockHolds {
+  LockStatistics real;
+  LockStatistics processor;  // without the time in which other programs had the processor
+};
+
 // Maps an existing file of that size. Null when there is none.
-inline LockStatistics* MapLockStatistics(const char* path) {
+template <typename Statistics>
+Statistics* MapStatistics(const char* path) {
   const int file = path == nullptr ? -1 : open(path, O_RDWR | O_CLOEXEC);
   if (file < 0) return nullptr;
-  void* memory = mmap(nullptr, sizeof(LockStatistics), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+  void* memory = mmap(nullptr, sizeof(Statistics), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
   close(file);
-  return memory == MAP_FAILED ? nullptr : static_cast<LockStatistics*>(memory);
+  return memory == MAP_FAILED ? nullptr : static_cast<Statistics*>(memory);
 }
 
 }  // namespace test

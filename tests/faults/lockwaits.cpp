@@ -27,7 +27,8 @@ extern "C" int usleep(useconds_t microseconds) {
   const timespec wait{static_cast<std::time_t>(microseconds / 1000000),
                       static_cast<long>(microseconds % 1000000 * 1000)};
   nanosleep(&wait, nullptr);
-  static auto* const statistics = test::MapLockStatistics(std::getenv(test::kLockWaitsVariable));
+  static auto* const statistics =
+      test::MapStatistics<test::LockStatistics>(std::getenv(test::kLockWaitsVariable));
   if (statistics == nullptr) return 0;
   statistics->Add(microseconds);
   return clock(microseconds);

@@ -41,7 +41,7 @@ constexpr int kRows = 45000;
 constexpr int kQuietMinutes = 4;  // at the end, until everything has arrived
 constexpr int kMinutesAnOrder = 20;
 constexpr int kRounds = 5;  // of all commands while the service rests
-// The service's clock is read in whole seconds. A wait of milliseconds may cross into the next one.
+// The clock is read in whole seconds. A wait of a millisecond may cross into the next one.
 constexpr std::time_t kToleranceSeconds = 1;
 
 constexpr char kWaits[] = "/dev/shm/lock-waits";
@@ -52,20 +52,29 @@ int Number(const char* variable, int otherwise) {
   return text == nullptr ? otherwise : util::Decimal(text);
 }
 
-test::LockStatistics* NewStatistics(const char* path) {
-  test::WriteFile(path, std::string(sizeof(test::LockStatistics), '\0'));
-  return test::MapLockStatistics(path);
+template <typename Statistics>
+Statistics* NewStatistics(const char* path) {
+  test::WriteFile(path, std::string(sizeof(Statistics), '\0'));
+  return test::MapStatistics<Statistics>(path);
 }
 
 std::string Milliseconds(std::uint64_t microseconds) {
   return util::Format("%.1f ms", static_cast<double>(microseconds) / 1000);
 }
 
+std::string Average(const test::LockStatistics& of) {
+  return Milliseconds(of.microseconds / std::max<std::uint64_t>(of.times, 1));
+}
+
+// When the cloud accepted what.
+using Arrivals = std::map<std::string, std::time_t>;
+
 // What one run of the gateway has shown. Times are the gateway's.
 struct Lived {
-  std::map<std::string, std::time_t> files;   // live values, by name: when the cloud accepted them
-  std::map<std::string, std::time_t> events;  // by the time of the event: likewise
-  std::map<std::string, int> exchanges;       // by endpoint
+  Arrivals uploads;  // of live values by name, of events by their time, both together
+  int files = 0;     // of live values
+  std::vector<std::string> events;       // times, sorted
+  std::map<std::string, int> exchanges;  // by endpoint
   std::vector<test::LedgerRow> ledger;
   // Sorted.
   std::vector<std::string> rows;   // of the ledger, with their marks
@@ -98,13 +107,21 @@ std::map<std::string, std::string> Snapshot() {
   return found;
 }
 
+// A name without its seconds, if it is of an alarm or recall file: these have the second in which
+// they were packed, and a wait of a millisecond may cross into the next one.
+std::string Comparable(std::string name) {
+  const std::size_t at = name.rfind('/') + 1;
+  if (name.ends_with(".tar.gz") && name[at] != 'S') name.replace(at + 13, 2, "..");
+  return name;
+}
+
 class Watched : public test::SystemTest {
  protected:
   Lived Live(bool watched) {
     SystemTest::SetUp();
     test::WriteExamplePlant();
     WriteMonth();
-    test::LockStatistics* const waits = NewStatistics(kWaits);
+    const auto* const waits = NewStatistics<test::LockStatistics>(kWaits);
     const test::Environment counted(test::kLockWaitsVariable, kWaits);
     const test::Environment clock("BRENNIK_VIRTUAL_CLOCK",
                                   BRENNIK_LOCK_WAITS ":" BRENNIK_VIRTUAL_CLOCK);
@@ -132,7 +149,7 @@ class Watched : public test::SystemTest {
     for (const auto& row : lived.ledger) results[row.name] = row.result;
     for (int minute = 0; minute < m_minutes; ++minute) {
       const std::string name = test::RealDataName(Start() + minute * kMinute);
-      EXPECT_TRUE(lived.files.contains(test::BaseOf(name))) << name << " has not arrived";
+      EXPECT_TRUE(lived.uploads.contains(test::BaseOf(name))) << name << " has not arrived";
       ASSERT_TRUE(results.contains(name)) << name << " has no row";
       EXPECT_EQ(results[name], 1) << name;
     }
@@ -140,24 +157,27 @@ class Watched : public test::SystemTest {
       const bool aged = test::StampOf(row.name) <= test::StampOf(End() - kAge);
       EXPECT_TRUE(aged || results.contains(row.name)) << row.name << " is lost";
     }
-    std::vector<std::string> arrived;
-    for (const auto& [time, when] : lived.events) arrived.push_back(time);
-    EXPECT_EQ(arrived, test::TimesOf(m_events));
+    EXPECT_EQ(lived.events, test::TimesOf(m_events));
   }
 
-  // Nothing may come later by the gateway's clock. Returns how many came later within the
-  // tolerance.
-  static int CheckPunctual(const std::map<std::string, std::time_t>& alone,
-                           const std::map<std::string, std::time_t>& watched) {
+  // By the gateway's clock, everything comes in the same round of uploads, which begins at a full
+  // minute, and no round takes longer. Two files of one stamp may change places within a round: the
+  // ledger gives the one first whose row came first. Returns how many came later in their round.
+  static int CheckPunctual(const Arrivals& alone, const Arrivals& watched) {
     int later = 0;
+    std::map<std::time_t, std::time_t> ends;  // of rounds, without the tool
     for (const auto& [name, when] : alone) {
+      ends[when / kMinute] = std::max(ends[when / kMinute], when);
       const auto found = watched.find(name);
       if (found == watched.end()) {
         ADD_FAILURE() << name << " has arrived without the tool only";
         continue;
       }
-      EXPECT_LE(found->second, when + kToleranceSeconds) << name << " is late";
+      EXPECT_EQ(found->second / kMinute, when / kMinute) << name << " came in another round";
       later += found->second > when;
+    }
+    for (const auto& [name, when] : watched) {
+      EXPECT_LE(when, ends[when / kMinute] + kToleranceSeconds) << name << " is late";
     }
     EXPECT_EQ(alone.size(), watched.size());
     return later;
@@ -174,7 +194,7 @@ class Watched : public test::SystemTest {
     EXPECT_TRUE(added.empty()) << added.size() << " with the tool only, first " << added[0];
   }
 
-  const int m_minutes = Number("BRENNIK_WATCHED_HOURS", 2) * 60;
+  const int m_minutes = Number("BRENNIK_WATCHED_HOURS", 1) * 60;
   int m_snapshotPaths = 0;
   int m_snapshotRuns = 0;
   std::vector<AlarmEvent> m_events;
@@ -212,7 +232,7 @@ class Watched : public test::SystemTest {
     std::mt19937 random(static_cast<unsigned>(Number("BRENNIK_WATCHED_SEED", 1)));
     std::optional<test::Watchers> watchers;
     const auto now = [this] { return m_service->Now(); };
-    for (int minute = 0; minute < m_minutes && !HasFailure(); ++minute) {
+    for (int minute = 0; minute < m_minutes; ++minute) {
       if (watched && !watchers) watchers.emplace(now);
       const std::time_t begin = Start() + minute * kMinute;
       segment.Set(0x01030001, minute);
@@ -266,7 +286,7 @@ class Watched : public test::SystemTest {
     const std::string trace = std::string(test::kWatchersFolder) + "/trace";
     const std::string holds = std::string("--unset=") + test::kLockHoldsVariable;
     test::RunStatus(command, now,
-                    {"env", holds, "strace", "-f", "-qq", "-o", trace, "-s", "200", "-e",
+                    {"env", holds, "strace", "-f", "-y", "-qq", "-o", trace, "-s", "200", "-e",
                      "trace=%file,%network,ftruncate,fchmod,fchown,fallocate,shmget,semget"});
     const std::regex writes(
         "O_WRONLY|O_RDWR|O_CREAT|O_TRUNC|O_TMPFILE|"
@@ -277,11 +297,15 @@ class Watched : public test::SystemTest {
     std::ifstream lines(trace);
     int calls = 0;
     for (std::string line; std::getline(lines, line); ++calls) {
+      if (line.find("resumed>") != std::string::npos) continue;  // judged where it began
       if (!std::regex_search(line, writes)) continue;
-      // The null device, what the user has named, and the library that fakes the time.
-      const bool allowed = line.find("\"/dev/null\"") != std::string::npos ||
-                           line.find(test::kWatchersFolder) != std::string::npos ||
-                           line.find("faketime_") != std::string::npos;
+      // The null device, what the user has named, the library that fakes the time, and tar, which
+      // asks this machine for the names of users.
+      const bool allowed =
+          line.find("\"/dev/null\"") != std::string::npos ||
+          line.find(test::kWatchersFolder) != std::string::npos ||
+          line.find("faketime_") != std::string::npos ||
+          (!command.empty() && command[0] == "report" && line.find("AF_UNIX") != std::string::npos);
       EXPECT_TRUE(allowed) << (command.empty() ? "verdict" : command[0]) << ": " << line;
     }
     EXPECT_GT(calls, 20) << "strace has seen nothing";
@@ -293,7 +317,8 @@ class Watched : public test::SystemTest {
     for (std::size_t i = 0; i < uploads.size(); ++i) {
       const std::time_t when = m_times.at(i);
       if (uploads[i].endpoint == Endpoint::kRealData) {
-        EXPECT_TRUE(lived.files.emplace(uploads[i].fileName, when).second)
+        ++lived.files;
+        EXPECT_TRUE(lived.uploads.emplace(uploads[i].fileName, when).second)
             << uploads[i].fileName << " has arrived twice";
       }
       if (uploads[i].endpoint != Endpoint::kAlarmData) continue;
@@ -301,22 +326,25 @@ class Watched : public test::SystemTest {
       json.Parse(uploads[i].document.c_str());
       for (const auto& alarm : json["data"].GetArray()) {
         const char* time = alarm["alarmTime"].GetString();
-        EXPECT_TRUE(lived.events.emplace(time, when).second) << time << " has arrived twice";
+        EXPECT_TRUE(lived.uploads.emplace(time, when).second) << time << " has arrived twice";
+        lived.events.emplace_back(time);
       }
     }
     for (const auto& exchange : cloud.Exchanges()) {
       if (exchange.endpoint) ++lived.exchanges[cloud::Facts(*exchange.endpoint).name];
     }
+    std::ranges::sort(lived.events);
     lived.ledger = test::ReadLedger();
     for (const auto& row : lived.ledger) {
-      lived.rows.push_back(util::Format("%s %d %d", row.name.c_str(), row.type, row.result));
+      lived.rows.push_back(
+          util::Format("%s %d %d", Comparable(row.name).c_str(), row.type, row.result));
     }
-    for (const auto& [path, facts] : Snapshot()) lived.paths.push_back(path);
+    for (const auto& [path, facts] : Snapshot()) lived.paths.push_back(Comparable(path));
     lived.log = Log();
     return lived;
   }
 
-  // The records of both logs without their times, sorted. None may tell of trouble with the ledger.
+  // The records of both logs without numbers, sorted. None may tell of trouble with the ledger.
   static std::vector<std::string> Log() {
     auto records = test::DatabaseFile(paths::kLogDatabase)
                        .Lines("select log_Type || ' ' || log_Desc from log_tbl");
@@ -329,6 +357,9 @@ class Watched : public test::SystemTest {
     }
     for (const auto& record : records) {
       EXPECT_EQ(record.find("ledger:"), std::string::npos) << record;
+    }
+    for (auto& record : records) {
+      std::erase_if(record, [](char c) { return c >= '0' && c <= '9'; });
     }
     std::ranges::sort(records);
     return records;
@@ -344,7 +375,7 @@ class Watched : public test::SystemTest {
 
 TEST_F(Watched, CostsTheServiceNothing) {
   std::filesystem::create_directories(test::kWatchersFolder);
-  test::LockStatistics* const holds = NewStatistics(kHolds);
+  const auto* const holds = NewStatistics<test::LockHolds>(kHolds);
   const test::Environment counted(test::kLockHoldsVariable, kHolds);
 
   const Lived alone = Live(false);
@@ -352,8 +383,7 @@ TEST_F(Watched, CostsTheServiceNothing) {
 
   CheckComplete(alone);
   CheckComplete(watched);
-  const int later = CheckPunctual(alone.files, watched.files);
-  const int eventsLater = CheckPunctual(alone.events, watched.events);
+  const int later = CheckPunctual(alone.uploads, watched.uploads);
   ExpectSame(alone.rows, watched.rows);
   ExpectSame(alone.log, watched.log);
   ExpectSame(alone.paths, watched.paths);
@@ -365,19 +395,19 @@ TEST_F(Watched, CostsTheServiceNothing) {
   std::printf(
       "watched: %d hours at %d rows, %d runs of brennik-status beside them (%d said OK, %d "
       "warning, "
-      "%d critical, %d unknown): %zu files and %zu events arrived once, %d and %d of them up to "
-      "%ld s later, 0 lost; the service waited %ju times for a lock, %s in all (%ju times, %s "
+      "%d critical, %d unknown): %d files and %zu events arrived once and in their round, %d of "
+      "them later in it, 0 lost; the service waited %ju times for a lock, %s in all (%ju times, %s "
       "without "
-      "the tool); a page held the lock %s on average, %s at most, %ju times; %d runs at rest: %d "
+      "the tool); a page held the lock %s on average, %s at most, of which %s and %s of processor "
+      "time, %ju times; %d runs at rest: %d "
       "paths unchanged\n",
       m_minutes / 60, kRows, runs, ended[0].load(), ended[1].load(), ended[2].load(),
-      ended[3].load(), watched.files.size(), watched.events.size(), later, eventsLater,
-      static_cast<long>(kToleranceSeconds), watched.waits,
+      ended[3].load(), watched.files, watched.events.size(), later, watched.waits,
       Milliseconds(watched.waitedMicroseconds).c_str(), alone.waits,
-      Milliseconds(alone.waitedMicroseconds).c_str(),
-      Milliseconds(holds->microseconds / std::max<std::uint64_t>(holds->times, 1)).c_str(),
-      Milliseconds(holds->longestMicroseconds).c_str(), holds->times.load(), m_snapshotRuns,
-      m_snapshotPaths);
+      Milliseconds(alone.waitedMicroseconds).c_str(), Average(holds->real).c_str(),
+      Milliseconds(holds->real.longestMicroseconds).c_str(), Average(holds->processor).c_str(),
+      Milliseconds(holds->processor.longestMicroseconds).c_str(), holds->real.times.load(),
+      m_snapshotRuns, m_snapshotPaths);
 }
 
 }  // namespace
