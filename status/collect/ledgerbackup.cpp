@@ -9,6 +9,7 @@
 #include <ctime>
 #include <memory>
 
+#include "collect/keepowners.h"
 #include "util/directory.h"
 #include "util/file.h"
 #include "util/paths.h"
@@ -30,6 +31,7 @@ using Backup = std::unique_ptr<sqlite3_backup, BackupFinisher>;
 using Connection = std::unique_ptr<sqlite3, util::DatabaseCloser>;
 
 Connection Open(const std::string& path, int flags) {
+  KeepOwners();
   sqlite3* opened = nullptr;
   const int result = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
   Connection connection(opened);

@@ -6,6 +6,7 @@
 #include <limits>
 #include <span>
 
+#include "collect/keepowners.h"
 #include "historydata/ledgerfile.h"
 #include "util/text.h"
 
@@ -32,6 +33,7 @@ constexpr char kSelectFiles[] =
 constexpr char kSelectRecalls[] = "select rowid from %s where rowid>%lld order by rowid limit %zu";
 
 util::Database Open(const std::string& path, LedgerReader::File file) {
+  KeepOwners();
   if (file == LedgerReader::File::kGatewaysOwn) return util::Database::OpenForReading(path.c_str());
   util::Database copy(path.c_str(), util::Database::Missing::kFails);
   copy.DistrustContent();

@@ -8,6 +8,7 @@
 #include <ctime>
 #include <utility>
 
+#include "collect/keepowners.h"
 #include "collect/logfile.h"
 #include "util/directory.h"
 #include "util/paths.h"
@@ -63,6 +64,7 @@ std::string LogDatabase::Start() {
 }
 
 bool LogDatabase::Open() {
+  KeepOwners();
   m_database.reset();
   const std::string path = m_place.At(paths::kLogDatabase);
   struct stat status {};

@@ -54,10 +54,12 @@ void WriteLedger(const std::vector<LedgerRow>& rows) {
   std::filesystem::create_directories(paths::kLedgerDirectory);
   DatabaseFile ledger(paths::kLedger);
   ledger.Run(kCreate);
+  ledger.Run("begin");
   for (const auto& row : rows) {
     ledger.Run(util::Format("insert into tJsonFileNames values('%s',%d,%d)", row.name.c_str(),
                             row.type, row.result));
   }
+  ledger.Run("commit");
 }
 
 std::string RealDataName(std::time_t stamp) {

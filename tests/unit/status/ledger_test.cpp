@@ -4,8 +4,12 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <chrono>
+#include <ctime>
 #include <optional>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "ledgerreading.h"
@@ -116,6 +120,13 @@ TEST_F(LedgerReading, TakesALedgerWithoutRecalls) {
   EXPECT_EQ(read.recalls, 0U);
 }
 
+// When content, size, rights or owner of a file were last set, in seconds and nanoseconds.
+std::pair<std::time_t, long> ChangedAt(const char* path) {
+  struct stat about {};
+  EXPECT_EQ(stat(path, &about), 0);
+  return {about.st_ctim.tv_sec, about.st_ctim.tv_nsec};
+}
+
 TEST_F(LedgerReading, LeavesNoTrace) {
   {
     auto ledger = MakeLedger();
@@ -124,12 +135,17 @@ TEST_F(LedgerReading, LeavesNoTrace) {
   const auto before = Folder();
   const auto content = test::ReadFile(paths::kLedger);
   chmod(paths::kLedgerDirectory, 0500);
+  const auto ledgerChanged = ChangedAt(paths::kLedger);
+  const auto journalChanged = ChangedAt(paths::kLedgerJournal);
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the file system's clock is coarse
 
   EXPECT_EQ(Read().all.pending, 1U);
 
   EXPECT_EQ(Folder(), before);
   EXPECT_THAT(before, ElementsAre("CloudDB.db", "CloudDB.db-journal"));  // kept, and not hot
   EXPECT_EQ(test::ReadFile(paths::kLedger), content);
+  EXPECT_EQ(ChangedAt(paths::kLedger), ledgerChanged);
+  EXPECT_EQ(ChangedAt(paths::kLedgerJournal), journalChanged);
   EXPECT_THAT(test::List("/tmp"), IsEmpty());
 }
 
