@@ -44,7 +44,8 @@ bool IsUtf8() {
     const char* value = std::getenv(name);
     if (value == nullptr || *value == '\0') continue;
     const std::string_view locale = value;
-    return locale.find("UTF-8") != locale.npos || locale.find("utf8") != locale.npos;
+    return locale.find("UTF-8") != std::string_view::npos ||
+           locale.find("utf8") != std::string_view::npos;
   }
   return false;
 }

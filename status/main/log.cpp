@@ -38,12 +38,12 @@ void EndInOrder() {
 // INFO and everything that is not worse is 0.
 int RankOf(const std::string& level) {
   constexpr std::array kWorse = {"WARN", "ERROR", "FATAL"};
-  const auto found = std::find(kWorse.begin(), kWorse.end(), level);
+  const auto* const found = std::find(kWorse.begin(), kWorse.end(), level);
   return found == kWorse.end() ? 0 : static_cast<int>(found - kWorse.begin()) + 1;
 }
 
 std::string ColouredLevel(const Terminal& terminal, const std::string& level) {
-  const std::string padded = Padded(Visible(level), kLevelColumns);
+  std::string padded = Padded(Visible(level), kLevelColumns);
   const int rank = RankOf(level);
   if (rank == 0) return padded;
   return terminal.Colour(rank == 1 ? "yellow" : "red", padded);

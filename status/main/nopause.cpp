@@ -4,9 +4,11 @@
 #include "collect/nopauses.h"
 
 // Only the linker calls the first, and gives the second its name.
+// NOLINTBEGIN(*-reserved-identifier,cert-dcl*): the linker's own names
 extern "C" int __wrap_usleep(useconds_t microseconds);
 extern "C" int __real_usleep(useconds_t microseconds);
 
 extern "C" int __wrap_usleep(useconds_t microseconds) {
   return status::NoPauses::AreInForce() ? 0 : __real_usleep(microseconds);
 }
+// NOLINTEND(*-reserved-identifier,cert-dcl*)

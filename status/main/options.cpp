@@ -48,9 +48,10 @@ Trouble RangeText(const char* text, std::string& value) {
 
 Trouble Directory(const char* path, std::string& value) {
   struct stat found {};
-  value = path;
   const bool isThere = stat(path, &found) == 0 && S_ISDIR(found.st_mode);
-  return isThere ? Trouble() : "no such folder: " + value;
+  if (!isThere) return std::string("no such folder: ") + path;
+  value = path;
+  return {};
 }
 
 Trouble Text(const char* text, std::string& value) {
@@ -214,7 +215,7 @@ class CommandLine {
     }
     if (!m_words.empty()) return "one word too many: " + m_words.front();
     if (command != "config" || m_options.argument.empty()) return {};
-    return Directory(m_options.argument.c_str(), m_options.argument);
+    return Directory(std::string(m_options.argument).c_str(), m_options.argument);
   }
 
   // Its words need no quotes.

@@ -15,8 +15,9 @@ bool IsSecret(std::string_view attribute) {
   std::string name(attribute);
   std::transform(name.begin(), name.end(), name.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return std::any_of(std::begin(kSecrets), std::end(kSecrets),
-                     [&name](std::string_view part) { return name.find(part) != name.npos; });
+  return std::any_of(std::begin(kSecrets), std::end(kSecrets), [&name](std::string_view part) {
+    return name.find(part) != std::string::npos;
+  });
 }
 
 // Copies a well-formed text without its secrets. Anything unexpected makes it fail.

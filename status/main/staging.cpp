@@ -110,6 +110,7 @@ bool Staging::Capture(const std::string& name, const std::function<int()>& print
 
 int Run(const std::vector<std::string>& command, int output) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const std::string& argument : command)
     arguments.push_back(const_cast<char*>(argument.c_str()));
   arguments.push_back(nullptr);
