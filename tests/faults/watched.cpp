@@ -161,9 +161,8 @@ class Watched : public test::SystemTest {
   }
 
   // By the gateway's clock, everything comes in the same round of uploads, which begins at a full
-  // minute, or in an earlier one, and no round takes longer. Two files of one stamp may change
-  // places within a round: the ledger gives the one first whose row came first. Returns how many
-  // came later in their round.
+  // minute, and no round takes longer. Two files of one stamp may change places within a round: the
+  // ledger gives the one first whose row came first. Returns how many came later in their round.
   static int CheckPunctual(const Arrivals& alone, const Arrivals& watched) {
     int later = 0;
     std::map<std::time_t, std::time_t> ends;  // of rounds, without the tool
@@ -174,7 +173,7 @@ class Watched : public test::SystemTest {
         ADD_FAILURE() << name << " has arrived without the tool only";
         continue;
       }
-      EXPECT_LE(found->second / kMinute, when / kMinute) << name << " came in a later round";
+      EXPECT_EQ(found->second / kMinute, when / kMinute) << name << " came in another round";
       later += found->second > when;
     }
     for (const auto& [name, when] : watched) {
