@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstring>
 #include <stdexcept>
+#include <thread>
 
 #include "util/text.h"
 
@@ -18,7 +19,7 @@ namespace {
 
 constexpr int kCannotStart = 127;
 constexpr std::size_t kBlockBytes = 4096;
-constexpr useconds_t kLookAgainMicroseconds = 2000;
+constexpr std::chrono::milliseconds kLookAgain{2};
 
 struct Pipe {
   Pipe() {
@@ -94,7 +95,7 @@ Child::Child(const std::vector<std::string>& command, const std::vector<std::str
 Child::~Child() {
   while (!Ended()) {
     Kill();
-    usleep(kLookAgainMicroseconds);
+    std::this_thread::sleep_for(kLookAgain);
   }
 }
 
@@ -153,7 +154,8 @@ std::optional<End> Child::Ended() {
 
 std::optional<End> Child::Await(std::chrono::milliseconds timeout) {
   const auto deadline = std::chrono::steady_clock::now() + timeout;
-  while (!Ended() && std::chrono::steady_clock::now() < deadline) usleep(kLookAgainMicroseconds);
+  while (!Ended() && std::chrono::steady_clock::now() < deadline)
+    std::this_thread::sleep_for(kLookAgain);
   return m_end;
 }
 

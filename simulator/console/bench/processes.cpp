@@ -136,12 +136,14 @@ void Processes::Run() {
   for (One& one : m_all) one.child.reset();  // kills what is left
 }
 
+// An end is noted when all that the program has said is passed on.
 void Processes::Look(One& one) {
   if (one.child) {
     const auto end = one.child->Ended();
+    const std::size_t said = m_lines.size();
     one.child->TakeLines(
         [&](const std::string& line) { m_lines.emplace_back(one.program.name, line); });
-    if (end) return NoteEnd(one, *end);
+    if (end && m_lines.size() == said) return NoteEnd(one, *end);
     if (one.killAt && std::chrono::steady_clock::now() >= *one.killAt) one.child->Kill();
   } else if (one.isWanted && m_clock.Elapsed() >= one.restartAt) {
     Launch(one);
