@@ -48,6 +48,10 @@ std::vector<std::string> With(const std::vector<std::string>& variables) {
   return all;
 }
 
+void Say(const char* text) {
+  [[maybe_unused]] const auto written = write(STDERR_FILENO, text, std::strlen(text));
+}
+
 // In the child, after the fork: only calls that a process with threads may make here.
 [[noreturn]] void Become(char* const* command, char* const* environment, pid_t parent, int input,
                          int output) {
@@ -62,8 +66,8 @@ std::vector<std::string> With(const std::vector<std::string>& variables) {
   dup2(output, STDOUT_FILENO);
   dup2(output, STDERR_FILENO);
   execvpe(command[0], command, environment);
-  constexpr std::string_view kTrouble = "cannot be started\n";
-  [[maybe_unused]] const auto written = write(STDERR_FILENO, kTrouble.data(), kTrouble.size());
+  Say(command[0]);
+  Say(" cannot be started\n");
   _exit(kCannotStart);
 }
 
