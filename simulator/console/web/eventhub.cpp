@@ -23,11 +23,10 @@ EventHub::Stream::~Stream() {
   m_hub.m_streams.remove(this);
 }
 
-std::optional<std::string> EventHub::Stream::Next(std::chrono::steady_clock::time_point until) {
+std::string EventHub::Stream::Next(std::chrono::steady_clock::time_point until) {
   std::unique_lock lock(m_hub.m_mutex);
-  m_hub.m_changed.wait_until(lock, until, [this] { return m_hub.m_isClosed || !m_queue.empty(); });
-  if (m_hub.m_isClosed) return std::nullopt;
-  if (m_queue.empty()) return std::string();
+  m_hub.m_changed.wait_until(lock, until, [this] { return !m_queue.empty(); });
+  if (m_queue.empty()) return {};
   const std::shared_ptr<const std::string> text = m_queue.front().text;
   m_queue.pop_front();
   return *text;
@@ -51,12 +50,6 @@ void EventHub::Publish(const std::string& event, const std::string& json) {
   const std::lock_guard lock(m_mutex);
   if (event == kState) m_state = made;
   for (Stream* stream : m_streams) stream->Add(made);
-  m_changed.notify_all();
-}
-
-void EventHub::Close() {
-  const std::lock_guard lock(m_mutex);
-  m_isClosed = true;
   m_changed.notify_all();
 }
 

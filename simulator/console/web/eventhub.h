@@ -7,7 +7,6 @@
 #include <deque>
 #include <list>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "util/mutex.h"
@@ -29,8 +28,8 @@ class EventHub {
     Stream& operator=(const Stream&) = delete;
 
     // Waits for the next event and gives its text for the wire, or an empty text when none came
-    // until then. Nothing when the hub is closed.
-    std::optional<std::string> Next(std::chrono::steady_clock::time_point until);
+    // until then.
+    std::string Next(std::chrono::steady_clock::time_point until);
 
    private:
     friend class EventHub;
@@ -49,9 +48,6 @@ class EventHub {
   // `resync` tells its page to read the state anew.
   void Publish(const std::string& event, const std::string& json);
 
-  // Ends all streams, those of now and those of later.
-  void Close();
-
   // How many streams are open.
   std::size_t Streams() const;
 
@@ -60,7 +56,6 @@ class EventHub {
   std::condition_variable_any m_changed{};
   std::list<Stream*> m_streams{};
   Stream::Event m_state{};  // the latest; without text before the first
-  bool m_isClosed = false;
 };
 
 // An event as a page receives it.

@@ -3,16 +3,18 @@
 #include <httplib.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 #include <utility>
 
 #include "console/web/connections.h"
 #include "console/web/dispatch.h"
+#include "console/web/eventwriter.h"
 #include "console/web/guard.h"
+#include "console/web/httpanswer.h"
 #include "console/web/threads.h"
 
 namespace console {
@@ -24,8 +26,6 @@ using std::chrono::steady_clock;
 constexpr int kReadSeconds = 5;   // silence of a client in a request
 constexpr int kWriteSeconds = 5;  // a client that does not read
 constexpr auto kLongestBodyTime = std::chrono::seconds(10);
-constexpr auto kLookForClient = std::chrono::milliseconds(500);
-constexpr std::size_t kPieceBytes = 16384;
 
 constexpr auto kBetweenLooks = std::chrono::milliseconds(10);
 constexpr std::size_t kMostStreams = 96;  // the other threads stay free for calls
@@ -63,68 +63,6 @@ class TaskQueue : public httplib::TaskQueue {
 
  private:
   Threads m_threads{Server::kMostConnections};
-};
-
-RequestHead HeadOf(const httplib::Request& request) {
-  RequestHead head{
-      .method = request.method,
-      .target = request.target,
-      .host = request.get_header_value_count("Host") == 1 ? request.get_header_value("Host") : "",
-      .contentType = request.get_header_value("Content-Type")};
-  if (request.has_header("Origin")) head.origin = request.get_header_value("Origin");
-  return head;
-}
-
-// Hands over a text as it is. The library would compress one that it gets as a whole, which takes
-// it long.
-void SetContent(httplib::Response& response, std::string content, const std::string& type) {
-  if (content.empty()) return response.set_content(content, type);
-  const std::size_t size = content.size();
-  response.set_content_provider(
-      size, type,
-      [text = std::move(content)](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-        if (offset >= text.size()) return false;
-        return sink.write(text.data() + offset,
-                          std::min({length, text.size() - offset, kPieceBytes}));
-      });
-}
-
-void Send(Reply reply, httplib::Response& response) {
-  response.status = reply.status;
-  if (!reply.downloadName.empty()) {
-    response.set_header("Content-Disposition",
-                        "attachment; filename=\"" + reply.downloadName + "\"");
-  }
-  SetContent(response, std::move(reply.body), reply.type);
-}
-
-// One open page's stream.
-class EventWriter {
- public:
-  EventWriter(EventHub& events, std::chrono::milliseconds heartbeat)
-      : m_stream(events), m_heartbeat(heartbeat) {}
-
-  // Writes what there is. False ends the stream: the client has gone, or the hub is closed.
-  bool Write(httplib::DataSink& sink) {
-    const auto now = steady_clock::now();
-    if (now >= m_nextHeartbeat) {
-      m_nextHeartbeat = now + m_heartbeat;
-      return WriteText(sink, WireText("heartbeat", "{}"));
-    }
-    const std::optional<std::string> text =
-        m_stream.Next(std::min(now + kLookForClient, m_nextHeartbeat));
-    if (!text) return false;
-    return text->empty() ? sink.is_writable() : WriteText(sink, *text);
-  }
-
- private:
-  static bool WriteText(httplib::DataSink& sink, const std::string& text) {
-    return sink.is_writable() && sink.write(text.data(), text.size());
-  }
-
-  EventHub::Stream m_stream;
-  const std::chrono::milliseconds m_heartbeat;
-  steady_clock::time_point m_nextHeartbeat = steady_clock::now();  // the first at once
 };
 
 }  // namespace
@@ -217,7 +155,6 @@ int Server::Listener::Listen(const std::string& host, int port) {
 
 void Server::Listener::Stop() {
   if (!m_thread.joinable()) return;
-  m_events.Close();
   // The library can be stopped once, and only when it runs.
   for (bool isStopped = false; !m_hasEnded;) {
     if (!isStopped && m_http.is_running()) {

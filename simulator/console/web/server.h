@@ -37,7 +37,7 @@ class Server {
   // Starts to listen on a port of 127.0.0.1; 0 takes a free one. Returns the port. Throws as above.
   int ListenOnPort(int port);
 
-  // Ends all connections and streams and waits for the threads. The event hub is closed afterwards.
+  // Ends all connections and streams and waits for the threads.
   void Stop();
 
  private:

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "console/web/dispatch.h"
+#include "util/thread.h"
 
 namespace {
 
@@ -49,8 +50,19 @@ TEST_F(Dispatch, RefusesWhatIsNoJsonObject) {
   EXPECT_EQ(m_acted, "");
 }
 
-TEST_F(Dispatch, RefusesBracketsWithoutEnd) {
-  EXPECT_EQ(AnswerPost(m_router, "/api/act", "{\"a\":" + std::string(60000, '[')).status, 400);
+// On a thread with the stack of the service's threads.
+TEST_F(Dispatch, ReadsManyBracketsWithALittleStack) {
+  pthread_t thread{};
+  int error = 0;
+  const auto post = [](void* router) -> void* {
+    const std::string body = "{\"a\":" + std::string(60000, '[');
+    EXPECT_EQ(AnswerPost(*static_cast<console::Router*>(router), "/api/act", body).status, 400);
+    return nullptr;
+  };
+  util::StartThread(&thread, util::DetachState::kJoinable, post, &m_router, &error);
+
+  EXPECT_EQ(error, 0);
+  pthread_join(thread, nullptr);
 }
 
 TEST_F(Dispatch, RefusesABodyAbove64KiB) {
