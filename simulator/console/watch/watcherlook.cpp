@@ -60,6 +60,7 @@ Watcher::Seen Watcher::LookAround() {
   if (seen.hasLedger) {
     m_next.ledgerTrouble = seen.ledger.trouble;
     m_next.ledgerState = seen.ledger.state;
+    m_next.hadLedger = m_next.hadLedger || seen.ledger.state == status::LedgerState::kGood;
   }
   if (m_next.ledgerState == status::LedgerState::kGood) seen.folders = m_card.ReadFolders();
   LookAtLogs(seen);
