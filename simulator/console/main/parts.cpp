@@ -2,61 +2,58 @@
 
 #include <chrono>
 
-#include "console/bench/child.h"
+#include "console/main/gateway.h"
+#include "console/main/sources.h"
 
 namespace console {
-namespace {
-
-constexpr std::chrono::seconds kStatusEndsWithin{20};
-
-// What brennik-status says of the gateway now, on the gateway's clock.
-StatusRun RunStatus(const Clock& clock, const std::string& build) {
-  Child child({build + "/status/brennik-status", "--json"}, clock.Environment());
-  StatusRun run;
-  const auto deadline = std::chrono::steady_clock::now() + kStatusEndsWithin;
-  while (const auto line = child.ReadLine(std::chrono::duration_cast<std::chrono::milliseconds>(
-             deadline - std::chrono::steady_clock::now()))) {
-    run.json += *line + "\n";
-  }
-  if (const auto end = child.Await(std::chrono::seconds(1)); end && end->signal == 0) {
-    run.exit = end->status;
-  }
-  child.TakeLines([&](const std::string& line) { run.json += line; });
-  return run;
-}
-
-std::vector<ProcessSight> Sights(const Processes& processes) {
-  std::vector<ProcessSight> sights;
-  for (const ProcessState& state : processes.States()) {
-    sights.push_back(
-        {.name = state.name, .running = state.running, .since = state.since, .text = state.text});
-  }
-  return sights;
-}
-
-WatchSources Sources(const Clock& clock, const Processes& processes, const Options& options) {
-  WatchSources sources;
-  sources.now = [&clock] { return clock.Now(); };
-  sources.runStatus = [&clock, build = options.build] { return RunStatus(clock, build); };
-  sources.processes = [&processes] { return Sights(processes); };
-  return sources;
-}
-
-}  // namespace
 
 Parts::Parts(Clock& clock, Processes& processes, const Options& options)
-    : m_watcher(Sources(clock, processes, options)) {}
+    : m_clock(clock),
+      m_processes(processes),
+      m_uploads(BenchPaths(options.folder).cloudIndex, BenchPaths(options.folder).cloudControl,
+                [&clock] { return clock.Now(); }),
+      m_actions(processes, clock, BenchPaths(options.folder).cloudControl,
+                BenchPaths(options.folder).acquisitionControl),
+      m_faults(m_actions),
+      m_watcher(SourcesOf(clock, processes, m_uploads, m_faults, options)) {}
+
+Parts::~Parts() {
+  m_faults.AllOff();
+}
 
 void Parts::AddRoutes(Router& router) {
+  m_uploads.AddRoutes(router);
+  m_faults.AddRoutes(router);
   m_watcher.AddRoutes(router);
 }
 
-void Parts::WriteState(JsonWriter& json) const {
+void Parts::WriteState(JsonWriter& json) {
   m_watcher.WriteState(json);
+  m_faults.WriteState(json);
+  m_uploads.WriteState(json);
 }
 
 void Parts::Look() {
   m_watcher.Look();
+  m_faults.Look(SeenByFaults());
+}
+
+long Parts::Accepted(const std::string& endpoint) {
+  return static_cast<long>(m_uploads.Tally().Endpoints()[endpoint].accepted);
+}
+
+Seen Parts::SeenByFaults() {
+  const ProcessState service = m_processes.State("service");
+  Seen seen;
+  seen.now = m_clock.Now();
+  seen.elapsed = m_clock.Elapsed();
+  seen.real =
+      std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  seen.serviceRuns = service.running;
+  seen.serviceRestarts = service.restarts;
+  TakeSight(m_watcher.See(), &seen);
+  TakeTally(m_uploads.Tally(), &seen);
+  return seen;
 }
 
 }  // namespace console

@@ -1,9 +1,14 @@
 // The console's parts that stand above the bench, put together.
 #pragma once
 
+#include <string>
+
 #include "console/bench/clock.h"
 #include "console/bench/processes.h"
+#include "console/faults/benchactions.h"
+#include "console/faults/faults.h"
 #include "console/main/options.h"
+#include "console/uploads/uploads.h"
 #include "console/watch/watcher.h"
 #include "console/web/router.h"
 
@@ -14,13 +19,25 @@ class Parts {
  public:
   // Clock and processes must outlive the object. Made before any program of the gateway prints.
   Parts(Clock& clock, Processes& processes, const Options& options);
+  ~Parts();  // puts all faults back
+  Parts(const Parts&) = delete;
+  Parts& operator=(const Parts&) = delete;
 
   void AddRoutes(Router& router);
-  void WriteState(JsonWriter& json) const;  // any thread
-  void Look();                              // one thread, about twice a second
+  void WriteState(JsonWriter& json);  // any thread
+  void Look();                        // one thread, about twice a second
+  // How many exchanges of an endpoint the cloud has accepted.
+  long Accepted(const std::string& endpoint);
 
  private:
-  Watcher m_watcher;
+  Seen SeenByFaults();
+
+  const Clock& m_clock;
+  const Processes& m_processes;
+  Uploads m_uploads;
+  BenchActions m_actions;
+  Faults m_faults;
+  Watcher m_watcher;  // last: it looks at the others
 };
 
 }  // namespace console
