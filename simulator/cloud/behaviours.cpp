@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "util/text.h"
+
 namespace cloud {
 
 const char kBehaviourHelp[] =
@@ -22,12 +24,16 @@ const char kBehaviourHelp[] =
     "    pieces[:SECONDS]    answer normally, but send the second half of the body later (0.2 s)\n"
     "    cut                 close the connection after half of the answer's body\n"
     "    close               close the connection without an answer\n"
+    "    reset               reset the connection without an answer\n"
+    "    drip[:SECONDS]      answer normally, but byte by byte, with a pause between two (1 s)\n"
+    "    trailers            answer normally, but chunked, and send trailers without end after it\n"
     "  TEXT stands between single or double quotes. Inside, write the same quote twice.\n";
 
 namespace {
 
 constexpr char kDefaultNonsense[] = "<html>this is not the answer that you expect</html>";
 constexpr std::chrono::milliseconds kDefaultPause{200};
+constexpr std::chrono::milliseconds kDefaultDrip{1000};
 constexpr int kLowestHttpStatus = 200;  // after a 1xx a client waits for another answer
 constexpr int kHighestHttpStatus = 599;
 constexpr std::size_t kCountLimit = 10000;
@@ -121,6 +127,11 @@ class Reader {
     if (word == "ok") return Behaviour::Normal();
     if (word == "refuse") return Behaviour::Refuse();
     if (word == "close") return Behaviour::Close();
+    if (word == "reset") return Behaviour::Reset();
+    if (word == "trailers") return Behaviour::Trailers();
+    if (word == "drip") {
+      return Behaviour::Drip(m_rest.starts_with(':') ? ReadSeconds("drip") : kDefaultDrip);
+    }
     if (word == "http") return ReadStatus();
     if (word == "cut") return Behaviour::Cut();
     if (word == "stall") return Behaviour::Stall(ReadSeconds("stall"));
@@ -134,6 +145,16 @@ class Reader {
   std::string_view m_list;
   std::string_view m_rest;
 };
+
+std::string Quoted(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? "''" : std::string(1, c);
+  return quoted + "'";
+}
+
+std::string Seconds(std::chrono::milliseconds time) {
+  return util::Format("%g", std::chrono::duration<double>(time).count());
+}
 
 }  // namespace
 
@@ -155,8 +176,41 @@ Behaviour Behaviour::Pieces(std::chrono::milliseconds pause) {
           .stall = std::min<std::chrono::milliseconds>(pause, kStallLimit)};
 }
 
+Behaviour Behaviour::Drip(std::chrono::milliseconds pause) {
+  return {.action = Action::kDrip,
+          .stall = std::min<std::chrono::milliseconds>(pause, kStallLimit)};
+}
+
 std::vector<Behaviour> ParseBehaviours(std::string_view list) {
   return Reader(list).ReadAll();
+}
+
+std::string ToText(const Behaviour& behaviour) {
+  switch (behaviour.action) {
+    case Action::kNormal:
+      return "ok";
+    case Action::kRefuse:
+      return "refuse";
+    case Action::kStatus:
+      return "http:" + std::to_string(behaviour.httpStatus) + ":" + Quoted(behaviour.text);
+    case Action::kNonsense:
+      return "nonsense:" + Quoted(behaviour.text);
+    case Action::kStall:
+      return "stall:" + Seconds(behaviour.stall);
+    case Action::kPieces:
+      return "pieces:" + Seconds(behaviour.stall);
+    case Action::kCut:
+      return "cut";
+    case Action::kClose:
+      return "close";
+    case Action::kReset:
+      return "reset";
+    case Action::kDrip:
+      return "drip:" + Seconds(behaviour.stall);
+    case Action::kTrailers:
+      return "trailers";
+  }
+  return "ok";
 }
 
 void Script::Append(Endpoint endpoint, const std::vector<Behaviour>& behaviours) {
@@ -168,10 +222,31 @@ void Script::Append(Endpoint endpoint, const std::vector<Behaviour>& behaviours)
 Behaviour Script::Next(Endpoint endpoint) {
   const std::lock_guard lock(m_mutex);
   std::deque<Behaviour>& queue = m_queues.at(static_cast<std::size_t>(endpoint));
-  if (queue.empty()) return Behaviour::Normal();
+  if (queue.empty()) return m_standing.at(static_cast<std::size_t>(endpoint));
   Behaviour next = std::move(queue.front());
   queue.pop_front();
   return next;
+}
+
+void Script::Stand(Endpoint endpoint, const Behaviour& behaviour) {
+  const std::lock_guard lock(m_mutex);
+  m_standing.at(static_cast<std::size_t>(endpoint)) = behaviour;
+}
+
+void Script::Clear(Endpoint endpoint) {
+  const std::lock_guard lock(m_mutex);
+  m_queues.at(static_cast<std::size_t>(endpoint)).clear();
+  m_standing.at(static_cast<std::size_t>(endpoint)) = Behaviour::Normal();
+}
+
+Behaviour Script::Standing(Endpoint endpoint) const {
+  const std::lock_guard lock(m_mutex);
+  return m_standing.at(static_cast<std::size_t>(endpoint));
+}
+
+std::size_t Script::Queued(Endpoint endpoint) const {
+  const std::lock_guard lock(m_mutex);
+  return m_queues.at(static_cast<std::size_t>(endpoint)).size();
 }
 
 }  // namespace cloud

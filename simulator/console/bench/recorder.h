@@ -1,0 +1,42 @@
+// Records what a person does on the page as a scenario file.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "console/bench/clock.h"
+#include "console/web/router.h"
+#include "util/mutex.h"
+
+namespace console {
+
+// Keeps the last accepted call as a curl line, and while it records, all of them as the lines of a
+// scenario. Any thread may call.
+class Recorder {
+ public:
+  // The clock must outlive the object. `address` gives the page's address, "http://127.0.0.1:4711".
+  Recorder(const Clock& clock, std::function<std::string()> address);
+
+  // An accepted POST with its JSON. Calls of /api/scenario/ are left out.
+  void Note(const std::string& path, const std::string& json);
+
+  // POST /api/scenario/record {"on":true}, GET /api/scenario/file.
+  void AddRoutes(Router& router);
+  // The member "scenario".
+  void WriteState(JsonWriter& json) const;
+
+ private:
+  Reply Record(const Call& call);
+  std::string File() const;
+
+  const Clock& m_clock;
+  const std::function<std::string()> m_address;
+  mutable util::Mutex m_mutex{};  // guards all below
+  bool m_isRecording = false;
+  double m_latest = 0;  // when the latest line was written, on Clock::Elapsed
+  std::vector<std::string> m_lines{};
+  std::string m_lastCurl{};
+};
+
+}  // namespace console

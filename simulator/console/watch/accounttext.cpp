@@ -1,0 +1,163 @@
+#include "console/watch/accounttext.h"
+
+#include <algorithm>
+
+#include "collect/times.h"
+#include "main/words.h"
+#include "util/text.h"
+
+namespace console {
+namespace {
+
+using status::Level;
+
+constexpr std::size_t kShownNames = 3;
+constexpr long kSlackSeconds = 60;  // packing, and the time between two looks
+constexpr int kMuchLater = 3;
+constexpr long kUploadPauseSeconds = 3;
+constexpr long kFilesARound = 20;
+
+std::string Files(long count) {
+  return status::Count(static_cast<std::size_t>(count), "file");
+}
+
+std::string Names(const Account& account, FileState state, long count) {
+  std::string text;
+  for (const std::string& name : account.Some(state, kShownNames)) {
+    text += (text.empty() ? ": " : ", ") + name;
+  }
+  return count > static_cast<long>(kShownNames) ? text + ", …" : text;
+}
+
+class Judging {
+ public:
+  Judging(const Account& account, const Scene& scene)
+      : m_account(account), m_scene(scene), m_longest(LongestQuietSeconds(scene)) {}
+
+  std::vector<Reason> Take() {
+    JudgeFiles();
+    JudgeProcesses();
+    JudgeValues();
+    JudgeLedger();
+    JudgeAcceptance();
+    JudgeWaiting();
+    std::stable_sort(m_reasons.begin(), m_reasons.end(),
+                     [](const Reason& a, const Reason& b) { return a.level > b.level; });
+    return std::move(m_reasons);
+  }
+
+ private:
+  void Add(Level level, std::string text) { m_reasons.push_back({level, std::move(text)}); }
+
+  void JudgeFiles() {
+    const Counts& total = m_account.Total();
+    if (total.lost > 0) {
+      Add(Level::kCritical, Files(total.lost) + (total.lost == 1 ? " is lost" : " are lost") +
+                                Names(m_account, FileState::kLost, total.lost));
+    }
+    if (total.judgedSent > 0) {
+      Add(Level::kCritical, Files(total.judgedSent) +
+                                " counted as sent, but the cloud never accepted " +
+                                (total.judgedSent == 1 ? "it" : "them") +
+                                Names(m_account, FileState::kJudgedSent, total.judgedSent));
+    }
+    if (m_account.IsCut()) {
+      Add(Level::kWarning,
+          util::Format("there are more than %zu files; the account has only some", kMostFiles));
+    }
+  }
+
+  void JudgeProcesses() {
+    if (!m_scene.service.running) Add(Level::kCritical, "the service does not run" + Why());
+    if (m_scene.service.running && m_scene.logs.isOn == false) {
+      Add(Level::kWarning, "the service is switched off by its configuration");
+    }
+  }
+
+  std::string Why() const {
+    return m_scene.service.text.empty() ? "" : ": " + m_scene.service.text;
+  }
+
+  void JudgeValues() {
+    const SegmentSight& segment = m_scene.segment;
+    if (!segment.trouble.empty()) {
+      Add(Level::kWarning, "no live values are published: " + segment.trouble);
+    } else if (segment.unpublished > 0) {
+      Add(Level::kWarning,
+          status::Count(segment.unpublished, "configured point") +
+              " without a value, so no file can be made: " + segment.firstUnpublished);
+    }
+  }
+
+  // A service that has just started may have made no ledger yet.
+  void JudgeLedger() {
+    if (m_scene.ledgerTrouble.empty()) return;
+    const bool isNew = m_scene.ledgerState == status::LedgerState::kMissing && !m_scene.hadLedger &&
+                       Running() < m_longest;
+    if (!isNew) Add(Level::kWarning, m_scene.ledgerTrouble);
+  }
+
+  // How long the service has been running under our eyes.
+  long Running() const {
+    const std::time_t since = std::max(m_scene.since, m_scene.service.since);
+    return static_cast<long>(m_scene.now - since);
+  }
+
+  void JudgeAcceptance() {
+    if (IntervalsOf(m_scene).realDataInv < 1 || m_scene.logs.isOn == false) return;
+    const std::time_t last = m_account.LastAccepted(Kind::kRealData);
+    const long age = static_cast<long>(m_scene.now - last);
+    const long quiet = last == 0 ? Running() : std::min(age, std::max(Running(), 0L));
+    if (quiet <= m_longest) return;
+    const Level level = quiet > kMuchLater * m_longest ? Level::kCritical : Level::kWarning;
+    Add(level, last == 0 ? "the cloud has accepted no live values yet"
+                         : "the cloud has accepted no live values for " + status::Duration(age));
+  }
+
+  void JudgeWaiting() {
+    const auto oldest = m_account.OldestPending();
+    const SeenFile* const file = oldest ? m_account.Find(*oldest) : nullptr;
+    if (file == nullptr) return;
+    const long age = static_cast<long>(m_scene.now - std::max(file->stamp, file->firstSeen));
+    if (age <= m_longest) return;
+    const long pending = m_account.Total().pending;
+    Add(Level::kWarning, Files(pending) + (pending == 1 ? " waits" : " wait") +
+                             ", the oldest for " + status::Duration(age));
+  }
+
+  const Account& m_account;
+  const Scene& m_scene;
+  long m_longest;
+  std::vector<Reason> m_reasons;
+};
+
+}  // namespace
+
+Interval_Info IntervalsOf(const Scene& scene) {
+  if (scene.logs.intervals) return *scene.logs.intervals;
+  const ST_CLOUDSERVER_CONFIG_ATTR& cloud = scene.configuration.cloud;
+  if (!scene.configuration.starts) return {300, 30, 600, 60, -1};
+  return {cloud.RealDataInv, cloud.AlarmDataInv, cloud.HeartBeatInv, cloud.CheckFailInv,
+          cloud.RecallInv};
+}
+
+// A file may be made up to an interval after the last one, and is sent in the next round, which may
+// have other files to send first.
+long LongestQuietSeconds(const Scene& scene) {
+  const Interval_Info intervals = IntervalsOf(scene);
+  return std::max(intervals.realDataInv, 0) + 3L * std::max(intervals.checkFailInv, 30) +
+         kFilesARound * kUploadPauseSeconds + kSlackSeconds;
+}
+
+Witness WitnessOf(const Account& account, const Scene& scene) {
+  Witness witness;
+  witness.reasons = Judging(account, scene).Take();
+  for (const Reason& reason : witness.reasons) {
+    witness.level = std::max(witness.level, reason.level);
+    witness.text += (witness.text.empty() ? "" : "; ") + reason.text;
+  }
+  if (witness.reasons.empty()) witness.text = "all normal";
+  return witness;
+}
+
+}  // namespace console

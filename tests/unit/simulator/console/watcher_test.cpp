@@ -1,0 +1,143 @@
+#include "console/watch/watcher.h"
+
+#include "unit/simulator/console/watchfixture.h"
+
+namespace test {
+namespace {
+
+using console::Watcher;
+
+class WatcherTest : public WatchTest {
+ protected:
+  static bool HasReason(const rapidjson::Document& state, const std::string& part) {
+    for (const auto& reason : state["account"]["reasons"].GetArray()) {
+      if (std::string(reason.GetString()).find(part) != std::string::npos) return true;
+    }
+    return false;
+  }
+};
+
+TEST_F(WatcherTest, SumsUpLedgerArchivesAndArrivals) {
+  DatabaseFile ledger = MakeLedger();
+  Insert(ledger, RealName("20240307115900"), kRealDataFile, 1);
+  Insert(ledger, RealName("20240307115800"), kRealDataFile, 1);
+  Insert(ledger, "alarmdata/7/T20240307115930.tar.gz", kAlarmDataFile, 0);
+  ledger.Run("insert into recallJsonFile values(1, '" + std::string(paths::kCallData) +
+             "/R20240307115940.tar.gz')");
+  WriteFile(std::string(paths::kRealData) + "/7/S20240307120000.tar.gz", "archive");
+  Arrive("S20240307115900.tar.gz", true);
+
+  Watcher watcher(m_sources);
+  LookOften(watcher);
+
+  const auto state = State(watcher);
+  const auto& total = state["account"]["total"];
+  EXPECT_EQ(total["produced"].GetInt(), 5);
+  EXPECT_EQ(total["accepted"].GetInt(), 1);
+  EXPECT_EQ(total["judged_sent"].GetInt(), 1);
+  EXPECT_EQ(total["pending"].GetInt(), 3);
+  EXPECT_EQ(state["account"]["realdata"]["produced"].GetInt(), 3);
+  EXPECT_EQ(state["account"]["calldata"]["pending"].GetInt(), 1);
+  EXPECT_FALSE(state["account"]["normal"].GetBool());
+  EXPECT_TRUE(HasReason(state, "S20240307115800.tar.gz"));
+}
+
+TEST_F(WatcherTest, KeepsTheAccountWhileTheLedgerCannotBeRead) {
+  Watcher watcher(m_sources);
+  {
+    DatabaseFile ledger = MakeLedger();
+    Insert(ledger, RealName("20240307115900"));
+    LookOnce(watcher);
+  }
+  Empty(paths::kCardMount);
+  LookOften(watcher);
+
+  const auto state = State(watcher);
+  EXPECT_EQ(state["account"]["total"]["pending"].GetInt(), 1);
+  EXPECT_EQ(state["account"]["total"]["lost"].GetInt(), 0);
+}
+
+TEST_F(WatcherTest, SaysWhyTheServiceIsDown) {
+  m_processes[0] = {"service", false, std::time(nullptr), "ended with status 1 at 12:00"};
+
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+
+  const auto state = State(watcher);
+  EXPECT_TRUE(HasReason(state, "the service does not run: ended with status 1 at 12:00"));
+  EXPECT_STREQ(state["verdicts"]["witness"]["level"].GetString(), "critical");
+}
+
+TEST_F(WatcherTest, SaysWhenTheCloudAcceptsNothingForLong) {
+  Arrive("S20240307115900.tar.gz", true);
+  Watcher watcher(m_sources);
+  SetTime(LocalTimeOf(2024, 3, 7, 12) + 600);
+
+  LookOnce(watcher);
+
+  EXPECT_TRUE(HasReason(State(watcher), "accepted no live values for 10 min"));
+}
+
+TEST_F(WatcherTest, SaysWhenFilesWaitForLong) {
+  DatabaseFile ledger = MakeLedger();
+  Insert(ledger, RealName("20240307115900"));
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+  SetTime(LocalTimeOf(2024, 3, 7, 12) + 600);
+
+  LookOnce(watcher);
+
+  EXPECT_TRUE(HasReason(State(watcher), "1 file waits, the oldest for 10 min"));
+}
+
+TEST_F(WatcherTest, TellsLoginAddressAndHeartbeatFromTheLogs) {
+  Log("Brennik is Set on");
+  Log("Post Authorize Info Successfully");
+  Log("real IP has become 127.0.0.2");
+  Log("Skip Address Receive Response:\n{}");
+
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+
+  const auto state = State(watcher);
+  const auto& road = state["road"];
+  EXPECT_TRUE(road["login"]["done"].GetBool());
+  EXPECT_STREQ(road["address"].GetString(), "127.0.0.2:8080");
+  EXPECT_EQ(road["heartbeat_unix_s"].GetInt64(), std::time(nullptr));
+}
+
+TEST_F(WatcherTest, CallsAStageBrokenWhereSomethingFails) {
+  Log("Post Authorize Info Successfully");
+  Log("Send realdata /media/mmcblk0p1/Cloud/JsonFiles/realdata/7/S20240307115900.tar.gz to "
+      "http://127.0.0.1:8080 failed",
+      "WARN");
+
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+
+  const auto state = State(watcher);
+  const auto& stages = state["road"]["stages"];
+  EXPECT_STREQ(stages[0]["state"].GetString(), "broken");  // there is no segment
+  EXPECT_STREQ(stages[3]["id"].GetString(), "upload");
+  EXPECT_STREQ(stages[3]["state"].GetString(), "broken");
+}
+
+TEST_F(WatcherTest, CountsARefusedRecallAsAcceptedOnceItsOrderIsAnswered) {
+  m_sources.document = [](long) { return R"({"sn":"TS20240117","id":7,"data":[]})"; };
+  DatabaseFile ledger = MakeLedger();
+  Arrive("R20240307115900.tar.gz", false);
+  WriteFile(std::string(paths::kCallData) + "/R20240307115900.tar.gz", "archive");
+  Watcher watcher(m_sources);
+  LookOften(watcher);
+  const auto before = State(watcher);
+  EXPECT_EQ(before["account"]["calldata"]["pending"].GetInt(), 1);
+
+  Arrive("R20240307120000.tar.gz", true);
+  LookOften(watcher);
+
+  const auto after = State(watcher);
+  EXPECT_EQ(after["account"]["calldata"]["accepted"].GetInt(), 2);
+}
+
+}  // namespace
+}  // namespace test
