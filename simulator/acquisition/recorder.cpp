@@ -36,6 +36,11 @@ void Recorder::Follow(std::int64_t now) {
   RecordHistory(now);
 }
 
+void Recorder::Burst(std::size_t count, std::int64_t now) {
+  const auto latest = LatestAlarms(m_plant, now, kDaySeconds, count);
+  m_eventsDue.insert(m_eventsDue.end(), latest.begin(), latest.end());
+}
+
 std::string Recorder::Trouble() const {
   return m_events.Trouble().empty() ? m_history.Trouble() : m_events.Trouble();
 }

@@ -38,6 +38,10 @@ class Recorder {
   // Records everything that is due at a Unix time.
   void Follow(std::int64_t now);
 
+  // Records the latest `count` events of the day before `now` at the next Follow, whether or not
+  // they have been recorded before.
+  void Burst(std::size_t count, std::int64_t now);
+
   // How many events wait to be recorded: the burst at first, those that failed after Follow.
   std::size_t EventsDue() const { return m_eventsDue.size(); }
   // Why something stays due; empty when nothing does.

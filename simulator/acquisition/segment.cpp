@@ -122,6 +122,10 @@ bool Segment::Set(std::uint32_t dataId, double value) {
   return false;
 }
 
+void Segment::SetCount(std::uint32_t count) {
+  if (m_bytes >= kCountBytes) m_words[0] = count;
+}
+
 SegmentWords Segment::Attach() const {
   void* address = shmat(m_id.Get(), nullptr, 0);
   if (reinterpret_cast<std::intptr_t>(address) == -1) Fail("attach");

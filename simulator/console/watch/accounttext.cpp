@@ -92,8 +92,8 @@ class Judging {
   // A service that has just started may have made no ledger yet.
   void JudgeLedger() {
     if (m_scene.ledgerTrouble.empty()) return;
-    const bool isNew = m_scene.ledgerState == status::LedgerState::kMissing &&
-                       m_account.Total().produced == 0 && Running() < m_longest;
+    const bool isNew = m_scene.ledgerState == status::LedgerState::kMissing && !m_scene.hadLedger &&
+                       Running() < m_longest;
     if (!isNew) Add(Level::kWarning, m_scene.ledgerTrouble);
   }
 

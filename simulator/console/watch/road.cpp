@@ -82,8 +82,8 @@ Stage Ledger(const Account& account, const Scene& scene) {
               "good",   static_cast<long>(rows),
               "files",  status::Count(static_cast<std::size_t>(rows), "file") + " recorded"};
   if (!scene.ledgerTrouble.empty()) {
-    stage.state =
-        rows == 0 && scene.ledgerState == status::LedgerState::kMissing ? "waiting" : "broken";
+    stage.state = !scene.hadLedger && scene.ledgerState == status::LedgerState::kMissing ? "waiting"
+                                                                                         : "broken";
     stage.text = scene.ledgerTrouble;
   } else if (scene.logs.recording.failed) {
     stage.state = "broken";

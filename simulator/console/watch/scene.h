@@ -37,6 +37,7 @@ struct Scene {
   status::Card card;
   std::string ledgerTrouble;  // why the ledger cannot be read; empty: it can
   status::LedgerState ledgerState = status::LedgerState::kMissing;
+  bool hadLedger = false;  // it could be read before
   std::time_t polled = 0;  // when the cloud answered a recall check last; 0: never
   ProcessSight service;
   ProcessSight acquisition;

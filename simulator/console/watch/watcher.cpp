@@ -21,6 +21,8 @@ Watcher::Watcher(WatchSources sources)
       m_factsPace(m_sources.steadyNow, milliseconds(900), 30),
       m_machinePace(m_sources.steadyNow, milliseconds(400), 50),
       m_configurationPace(m_sources.steadyNow, milliseconds(5000), 50),
+      m_values(m_sources.alarms),
+      m_gaps(m_sources.place, m_sources.steadyNow),
       m_status(m_sources.runStatus) {
   m_next.since = m_sources.now();
   m_next.now = m_next.since;
@@ -29,8 +31,6 @@ Watcher::Watcher(WatchSources sources)
 }
 
 Watcher::~Watcher() = default;
-
-void Watcher::AddRoutes(Router& /*router*/) {}
 
 Sight Watcher::See() const {
   const StatusSight status = m_status.Latest();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <ctime>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,10 +17,13 @@
 #include "console/watch/answeredorders.h"
 #include "console/watch/arrivals.h"
 #include "console/watch/cardsight.h"
+#include "console/watch/gapfinder.h"
 #include "console/watch/logring.h"
 #include "console/watch/pace.h"
 #include "console/watch/road.h"
 #include "console/watch/scene.h"
+#include "console/watch/trace.h"
+#include "console/watch/values.h"
 #include "console/watch/verdicts.h"
 #include "console/web/router.h"
 #include "util/mutex.h"
@@ -34,6 +38,8 @@ struct WatchSources {
   DocumentOf document;
   std::function<StatusRun()> runStatus;  // called on a thread of the watch's own
   std::function<std::vector<ProcessSight>()> processes;
+  FaultBands faults;
+  AlarmMarks alarms;
   status::Place place{};
   SteadyNow steadyNow = [] { return std::chrono::steady_clock::now(); };
 };
@@ -85,6 +91,17 @@ class Watcher {
   void LookAtConfiguration();
   void LookAtProcesses();
   void Take(const Seen& seen);
+  void TakeDocuments();
+  struct MonthFacts {
+    std::vector<status::Packed> packed;
+    long interval = 0;
+    std::time_t now = 0;
+  };
+  MonthFacts LookAtMonth() const;
+  Reply AnswerMonth();
+  Reply AnswerHour(const Call& call);
+  Reply AnswerTrace(const Call& call);
+  Reply AnswerMetrics() const;
   void WriteAccount(JsonWriter& json) const;
   void WriteRoad(JsonWriter& json) const;
   void WriteVerdicts(JsonWriter& json) const;
@@ -101,10 +118,15 @@ class Watcher {
   Scene m_next;  // what is being seen
   long m_newestArrival = 0;
 
+  std::deque<Arrival> m_documents;  // accepted live values whose documents are not read yet
+
   LogRing m_logs;
+  Values m_values;
+  GapFinder m_gaps;
 
   mutable util::Mutex m_mutex;  // guards everything below
   Account m_account;
+  std::deque<Arrival> m_recent;  // the newest arrivals, for traces
   Scene m_scene;
   RoadSight m_road;
   Witness m_witness;

@@ -17,6 +17,9 @@ using Lock = std::lock_guard<util::Mutex>;
 constexpr int kChannelShift = 24;              // a DataId's channel
 constexpr std::size_t kMostJudged = 1000;      // records of one look
 constexpr std::size_t kMostArrivals = 20'000;  // taken in one look
+constexpr std::size_t kMostRecent = 5000;      // arrivals that are kept
+constexpr std::size_t kMostDocuments = 600;    // that wait; older ones are given up
+constexpr int kDocumentsALook = 10;
 constexpr char kPolled[] = "Recall Receive Response";
 
 SegmentSight SegmentOf(const status::Segment& segment, const status::Configuration& configuration) {
@@ -57,6 +60,7 @@ Watcher::Seen Watcher::LookAround() {
   if (seen.hasLedger) {
     m_next.ledgerTrouble = seen.ledger.trouble;
     m_next.ledgerState = seen.ledger.state;
+    m_next.hadLedger = m_next.hadLedger || seen.ledger.state == status::LedgerState::kGood;
   }
   if (m_next.ledgerState == status::LedgerState::kGood) seen.folders = m_card.ReadFolders();
   LookAtLogs(seen);
@@ -71,8 +75,23 @@ Watcher::Seen Watcher::LookAround() {
       seen.arrivals.insert(seen.arrivals.end(), more.begin(), more.end());
     }
   }
-  for (const Arrival& arrival : seen.arrivals) m_orders.Take(arrival);
+  for (const Arrival& arrival : seen.arrivals) {
+    m_orders.Take(arrival);
+    if (arrival.accepted && arrival.kind == NameOf(Kind::kRealData)) m_documents.push_back(arrival);
+  }
+  TakeDocuments();
   return seen;
+}
+
+// The newest first: a long backlog is read over many looks.
+void Watcher::TakeDocuments() {
+  while (m_documents.size() > kMostDocuments) m_documents.pop_front();
+  for (int i = 0; i < kDocumentsALook && !m_documents.empty(); ++i) {
+    const Arrival arrival = m_documents.back();
+    m_documents.pop_back();
+    const auto stamp = status::StampOf(arrival.name);
+    if (stamp && m_sources.document) m_values.TakeReceived(*stamp, m_sources.document(arrival.id));
+  }
 }
 
 void Watcher::LookAtLogs(Seen& seen) {
@@ -109,7 +128,9 @@ void Watcher::LookAtProcesses() {
 void Watcher::LookAtMachine() {
   if (!m_machinePace.IsDue()) return;
   m_machinePace.Begin();
-  m_next.segment = SegmentOf(status::LookAtSegment(m_sources.place), m_next.configuration);
+  const status::Segment segment = status::LookAtSegment(m_sources.place);
+  m_next.segment = SegmentOf(segment, m_next.configuration);
+  m_values.TakePublished(segment, m_next.now, IntervalsOf(m_next).realDataInv);
   m_next.card = status::LookAtCard(m_sources.place);
   m_machinePace.End();
 }
@@ -124,7 +145,10 @@ void Watcher::LookAtConfiguration() {
     if (stat(m_sources.place.At(file).c_str(), &found) != 0) continue;
     hasChanged = hasChanged || found.st_mtime > m_next.configuration.newestChange;
   }
-  if (hasChanged) m_next.configuration = status::LoadConfiguration(m_sources.place);
+  if (hasChanged) {
+    m_next.configuration = status::LoadConfiguration(m_sources.place);
+    m_values.TakePoints(m_next.configuration);
+  }
   m_configurationPace.End();
 }
 
@@ -133,7 +157,11 @@ void Watcher::Take(const Seen& seen) {
     m_account.TakeLedger(seen.ledger.rows, seen.ledger.isWhole, seen.now);
   }
   for (const SeenFolder& folder : seen.folders) m_account.TakeFolder(folder, seen.now);
-  for (const Arrival& arrival : seen.arrivals) m_account.TakeArrival(arrival);
+  for (const Arrival& arrival : seen.arrivals) {
+    m_account.TakeArrival(arrival);
+    m_recent.push_back(arrival);
+    if (m_recent.size() > kMostRecent) m_recent.pop_front();
+  }
   for (const FileKey& key : seen.judgedSent) m_account.TakeJudgedSent(key);
   m_orders.Tell(m_account);
   m_scene = m_next;

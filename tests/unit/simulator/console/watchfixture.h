@@ -1,8 +1,6 @@
 // A card, logs and arrivals for the tests of the watch.
 #pragma once
 
-#include <rapidjson/document.h>
-
 #include <string>
 #include <vector>
 
@@ -10,6 +8,7 @@
 #include "log/log.h"
 #include "support/configs.h"
 #include "unit/status/ledgerreading.h"
+#include "util/json.h"
 
 namespace test {
 

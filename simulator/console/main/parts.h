@@ -1,0 +1,26 @@
+// The console's parts that stand above the bench, put together.
+#pragma once
+
+#include "console/bench/clock.h"
+#include "console/bench/processes.h"
+#include "console/main/options.h"
+#include "console/watch/watcher.h"
+#include "console/web/router.h"
+
+namespace console {
+
+// A new part is a member here, and a line in each function.
+class Parts {
+ public:
+  // Clock and processes must outlive the object. Made before any program of the gateway prints.
+  Parts(Clock& clock, Processes& processes, const Options& options);
+
+  void AddRoutes(Router& router);
+  void WriteState(JsonWriter& json) const;  // any thread
+  void Look();                              // one thread, about twice a second
+
+ private:
+  Watcher m_watcher;
+};
+
+}  // namespace console
