@@ -47,7 +47,6 @@ Bench::Bench(const Options& options, const Scenario& scenario, const sigset_t& e
       m_processes(m_clock, ProgramsOf(options, scenario, m_clock.Now()),
                   [this](const std::string& name, const std::string& text) {
                     m_terminal.Line(name, text);
-                    if (name == "cloud") m_cloud.Take(text);
                   }),
       m_recorder(m_clock, [this] { return m_address; }),
       m_parts(m_clock, m_processes, options),
@@ -127,7 +126,7 @@ int Bench::RunCycles() {
 
 // Recalls have no row in the table that is counted.
 bool Bench::CyclesAreInLedger() {
-  const int rows = m_options.cycles - m_cloud.Accepted("calldata");
+  const int rows = m_options.cycles - m_parts.Accepted("calldata");
   const auto deadline = std::chrono::steady_clock::now() + kMarkWithin;
   while (m_ledger.Accepted() < rows && std::chrono::steady_clock::now() < deadline) {
     if (!Turn(kTurn)) return false;

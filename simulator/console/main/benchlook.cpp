@@ -95,14 +95,13 @@ void Bench::ShowProgress(const std::string& state) {
                       util::Format("  faults %zu", active));
 }
 
-std::string Bench::State() const {
+std::string Bench::State() {
   return JsonReply([this](JsonWriter& json) {
            json.StartObject();
            json.Key("schema"), json.Int(1);
            WriteClocks(m_clock, "sandbox", json);
            m_parts.WriteState(json);
            m_processes.WriteState(json);
-           m_cloud.WriteState(json);
            m_ledger.WriteState(json);
            m_recorder.WriteState(json);
            json.EndObject();

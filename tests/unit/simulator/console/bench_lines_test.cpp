@@ -3,7 +3,6 @@
 
 #include <sstream>
 
-#include "console/bench/cloudcounts.h"
 #include "console/bench/ledgercounts.h"
 #include "console/bench/logfollower.h"
 #include "console/bench/terminal.h"
@@ -98,23 +97,6 @@ TEST_F(BenchLog, ReadsAFileThatBeganAnew) {
   test::WriteFile(kToday, "2026-11-22 16:00:00 logType:INFO\n new\n");
 
   EXPECT_EQ(Look(), Records{"16:00:00 INFO new"});
-}
-
-TEST(BenchCloudCounts, CountsExchangesByEndpointAndAddress) {
-  console::CloudCounts counts;
-
-  counts.Take("listening on 127.0.0.1:8080");
-  counts.Take("08:58:33 realdata S1.tar.gz 2544 bytes, 12 devices, 429 points: accepted");
-  counts.Take("08:58:34 at 127.0.0.2 realdata S2.tar.gz 1 bytes, 1 devices, 1 points: accepted");
-  counts.Take("08:58:35 at 127.0.0.2 realdata S2.tar.gz 1 bytes, 1 devices, 1 points: refused");
-  counts.Take("09:00:00 skip-address: accepted, redirected to 127.0.0.2:8080");
-
-  EXPECT_EQ(StateOf(counts), R"({"cloud":{"alarmdata":{"accepted":0,"refused":0,"at":{}},)"
-                             R"("authorize":{"accepted":0,"refused":0,"at":{}},)"
-                             R"("calldata":{"accepted":0,"refused":0,"at":{}},)"
-                             R"("realdata":{"accepted":2,"refused":1,"at":{"127.0.0.2":2}},)"
-                             R"("recall-check":{"accepted":0,"refused":0,"at":{}},)"
-                             R"("skip-address":{"accepted":1,"refused":0,"at":{}}}})");
 }
 
 TEST(BenchLedgerCounts, CountsRowsByKindAndResult) {
