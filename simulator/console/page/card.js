@@ -27,7 +27,7 @@ function buildCard(view) {
     fill(place, space(card));
     none.hidden = card.rows.length > 0;
     rows.element.hidden = card.rows.length === 0;
-    rows.fill(card.rows, (row) => `${row.kind} ${row.age}`, (row) => [kind(row.kind), row.age, count(row.pending), count(row.accepted)]);
+    rows.fill(card.rows.filter((row) => row.pending + row.accepted > 0), (row) => `${row.kind} ${row.age}`, (row) => [kind(row.kind), row.age, count(row.pending), count(row.accepted)]);
   });
   view.poll(kPollMs, async () => {
     try {

@@ -33,7 +33,7 @@ function buildForm(view, ordered) {
       outcome.failed(error);
     }
   }, {class: 'primary'});
-  return panel('Order a recall', pointPicker(view, chosen, kPoints, () => {}),
+  return h('section.panel.order', h('h2', 'Order a recall'), pointPicker(view, chosen, kPoints, () => {}),
     h('div.fields', field('From, gateway time', from), field('To, gateway time', to), order), outcome.element);
 }
 

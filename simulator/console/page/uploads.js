@@ -41,7 +41,7 @@ function buildFilters(parameters, changedFilter) {
 
 function buildList(view) {
   const said = notice();
-  const rows = table('Uploads, newest first', [{title: 'File'}, {title: 'Kind'}, {title: 'Received'},
+  const rows = table('Uploads, newest first', [{title: 'File'}, {title: 'Kind'}, {title: 'Received', class: 'time'},
     {title: 'Size', class: 'num'}, {title: 'Attempt', class: 'num'}, {title: 'Devices / points', class: 'num'},
     {title: 'Verdict'}]);
   const show = (page) => {
