@@ -12,7 +12,8 @@ namespace {
 using status::Level;
 
 constexpr std::size_t kShownNames = 3;
-constexpr long kSlackSeconds = 60;  // packing, and the time between two looks
+constexpr long kSlackSeconds = 60;                 // packing, and the time between two looks
+constexpr std::uint64_t kLeastFreeBytes = 65'536;  // room for a text, its archive and the journal
 constexpr int kMuchLater = 3;
 constexpr long kUploadPauseSeconds = 3;
 constexpr long kFilesARound = 20;
@@ -37,6 +38,7 @@ class Judging {
   std::vector<Reason> Take() {
     JudgeFiles();
     JudgeProcesses();
+    JudgeCard();
     JudgeValues();
     JudgeLedger();
     JudgeAcceptance();
@@ -71,6 +73,17 @@ class Judging {
     if (!m_scene.service.running) Add(Level::kCritical, "the service does not run" + Why());
     if (m_scene.service.running && m_scene.logs.isOn == false) {
       Add(Level::kWarning, "the service is switched off by its configuration");
+    }
+  }
+
+  void JudgeCard() {
+    const status::Card& card = m_scene.card;
+    if (card.device && !*card.device) {
+      Add(Level::kCritical, "the SD card is missing");
+    } else if (card.readOnly && *card.readOnly) {
+      Add(Level::kCritical, "the SD card takes no writes");
+    } else if (card.space && card.space->freeBytes < kLeastFreeBytes) {
+      Add(Level::kCritical, "the SD card is full");
     }
   }
 

@@ -26,6 +26,7 @@ struct SegmentSight {
   std::size_t configured = 0;    // that every file needs; 0: unknown
   std::size_t unpublished = 0;   // of these, without a value
   std::string firstUnpublished;  // DataId in hexadecimal digits, or empty
+  std::time_t changed = 0;       // when a value changed last, gateway time; 0: unknown
 };
 
 struct Scene {
