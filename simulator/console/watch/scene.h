@@ -49,5 +49,7 @@ struct Scene {
 Interval_Info IntervalsOf(const Scene& scene);
 // For so long, in gateway seconds, the cloud may accept nothing while everything is well.
 long LongestQuietSeconds(const Scene& scene);
+// The same for a file that waits among so many.
+long LongestWaitSeconds(const Scene& scene, long files);
 
 }  // namespace console
