@@ -25,8 +25,8 @@ constexpr char kCreate[] =
     "bytes INTEGER, attempt INTEGER, accepted INTEGER, verdict TEXT, fault TEXT, devices INTEGER, "
     "points INTEGER, order_id INTEGER, head TEXT, parts TEXT, member TEXT, archive BLOB, "
     "body TEXT, checks TEXT, answer_status INTEGER, answer TEXT);"
-    "CREATE INDEX IF NOT EXISTS exchange_name ON exchange(name, attempt);"
-    "CREATE INDEX IF NOT EXISTS exchange_endpoint ON exchange(endpoint, id);"
+    "CREATE INDEX IF NOT EXISTS exchange_name ON exchange(name, attempt, endpoint, accepted);"
+    "CREATE INDEX IF NOT EXISTS exchange_endpoint ON exchange(endpoint, id, accepted);"
     "CREATE INDEX IF NOT EXISTS exchange_order ON exchange(order_id) WHERE order_id IS NOT NULL";
 constexpr char kInsert[] =
     "INSERT INTO exchange(time, endpoint, address, name, stamp, bytes, attempt, accepted, verdict, "

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "console/bench/clock.h"
-#include "console/bench/cloudcounts.h"
 #include "console/bench/ledgercounts.h"
 #include "console/bench/logfollower.h"
 #include "console/bench/player.h"
@@ -56,7 +55,7 @@ class Bench {
   void ShowCatalogue();
   void ShowProgress(const std::string& state);
   void PublishLines();
-  std::string State() const;
+  std::string State();
   void Say(const std::string& text) { m_terminal.Line("run", text); }
 
   using Line = std::pair<std::string, std::string>;  // label, text
@@ -68,7 +67,6 @@ class Bench {
   std::vector<Line> m_lines{};  // for the page
   Terminal m_terminal;
   Clock m_clock;
-  CloudCounts m_cloud{};
   LedgerCounts m_ledger{};
   LogFollower m_log;
   Processes m_processes;

@@ -1,9 +1,14 @@
 // The console's parts that stand above the bench, put together.
 #pragma once
 
+#include <string>
+
 #include "console/bench/clock.h"
 #include "console/bench/processes.h"
+#include "console/faults/benchactions.h"
+#include "console/faults/faults.h"
 #include "console/main/options.h"
+#include "console/uploads/uploads.h"
 #include "console/watch/watcher.h"
 #include "console/web/router.h"
 
@@ -16,10 +21,19 @@ class Parts {
   Parts(Clock& clock, Processes& processes, const Options& options);
 
   void AddRoutes(Router& router);
-  void WriteState(JsonWriter& json) const;  // any thread
-  void Look();                              // one thread, about twice a second
+  void WriteState(JsonWriter& json);  // any thread
+  void Look();                        // one thread, about twice a second
+  // How many exchanges of an endpoint the cloud has accepted.
+  int Accepted(const std::string& endpoint);
 
  private:
+  Seen LookForFaults();
+
+  Clock& m_clock;
+  Processes& m_processes;
+  Uploads m_uploads;
+  BenchActions m_actions;
+  Faults m_faults;
   Watcher m_watcher;
 };
 

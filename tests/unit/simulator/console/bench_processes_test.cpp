@@ -58,7 +58,9 @@ class BenchProcesses : public ::testing::Test {
     return std::strtod(Lines().at(line).substr(sizeof("service:")).c_str(), nullptr);
   }
   ProcessState State() { return m_processes->State("service"); }
-  bool AwaitEnd() { return Await([this] { return !State().running; }); }
+  bool AwaitEnd() {
+    return Await([this] { return !State().running; });
+  }
 
   Clock m_clock{"/tmp/clock", 1'700'000'000, 60};
   std::mutex m_mutex;
