@@ -31,7 +31,7 @@ using cloud::Behaviour;
 using cloud::Endpoint;
 
 constexpr std::time_t kMinute = 60;
-constexpr std::time_t kAge = 31 * 86400;
+constexpr std::time_t kAge = std::time_t{31} * 86400;
 constexpr int kRows = 45000;
 constexpr int kQuietMinutes = 4;  // at the end, until everything has arrived
 constexpr int kMinutesAnOrder = 20;
@@ -92,16 +92,8 @@ class Watched : public test::SystemTest {
   void CheckComplete(const test::Lived& lived) const {
     std::map<std::string, int> results;
     for (const auto& row : lived.ledger) results[row.name] = row.result;
-    for (int minute = 0; minute < m_minutes; ++minute) {
-      const std::string name = test::RealDataName(Start() + minute * kMinute);
-      EXPECT_TRUE(lived.uploads.contains(test::BaseOf(name))) << name << " has not arrived";
-      ASSERT_TRUE(results.contains(name)) << name << " has no row";
-      EXPECT_EQ(results[name], 1) << name;
-    }
-    for (const auto& row : m_month) {
-      const bool aged = test::StampOf(row.name) <= test::StampOf(End() - kAge);
-      EXPECT_TRUE(aged || results.contains(row.name)) << row.name << " is lost";
-    }
+    CheckCycles(lived.uploads, results);
+    CheckMonth(results);
     EXPECT_EQ(lived.events, test::TimesOf(m_events));
   }
 
@@ -113,6 +105,22 @@ class Watched : public test::SystemTest {
  private:
   static std::time_t Start() { return At(0, 0); }
   std::time_t End() const { return Start() + (m_minutes + kQuietMinutes) * kMinute; }
+
+  void CheckCycles(const test::Arrivals& uploads, const std::map<std::string, int>& results) const {
+    for (int minute = 0; minute < m_minutes; ++minute) {
+      const std::string name = test::RealDataName(Start() + minute * kMinute);
+      EXPECT_TRUE(uploads.contains(test::BaseOf(name))) << name << " has not arrived";
+      ASSERT_TRUE(results.contains(name)) << name << " has no row";
+      EXPECT_EQ(results.at(name), 1) << name;
+    }
+  }
+
+  void CheckMonth(const std::map<std::string, int>& results) const {
+    for (const auto& row : m_month) {
+      const bool aged = test::StampOf(row.name) <= test::StampOf(End() - kAge);
+      EXPECT_TRUE(aged || results.contains(row.name)) << row.name << " is lost";
+    }
+  }
 
   // A ledger of accepted files, the oldest of which are dropped in the first hours.
   void WriteMonth() {
