@@ -22,7 +22,6 @@ class Actions {
   virtual void Start(const std::string& process) = 0;
   virtual void Stop(const std::string& process) = 0;
   virtual void Kill(const std::string& process) = 0;
-  virtual void SetRestart(const std::string& process, bool restart) = 0;
 
   // The gateway's clock.
   virtual double Speed() = 0;

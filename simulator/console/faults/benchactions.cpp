@@ -48,10 +48,6 @@ void BenchActions::Kill(const std::string& process) {
   m_processes.Kill(process);
 }
 
-void BenchActions::SetRestart(const std::string& process, bool restart) {
-  m_processes.SetRestart(process, restart);
-}
-
 double BenchActions::Speed() {
   return m_clock.Speed();
 }

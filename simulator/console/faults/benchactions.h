@@ -22,7 +22,6 @@ class BenchActions : public Actions {
   void Start(const std::string& process) override;
   void Stop(const std::string& process) override;
   void Kill(const std::string& process) override;
-  void SetRestart(const std::string& process, bool restart) override;
   double Speed() override;
   void SetSpeed(double factor) override;
   void Step(long seconds) override;

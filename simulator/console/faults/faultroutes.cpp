@@ -173,15 +173,15 @@ void Faults::WriteFault(JsonWriter& json, const Fault& fault) const {
 }
 
 void Faults::WriteRun(JsonWriter& json, int number) const {
-  const auto run = std::ranges::find(m_runs, number, &Run::Id);
+  const auto run = std::ranges::find(m_runs, number, &FaultRun::Id);
   if (run == m_runs.end()) return void(json.Null());
   run->Write(json, m_seen);
 }
 
 void Faults::WriteRuns(JsonWriter& json, const char* key, bool ended) const {
-  std::vector<const Run*> wanted;
-  for (const Run& run : m_runs) {
-    if ((run.Now() == Run::State::kEnded) == ended) wanted.push_back(&run);
+  std::vector<const FaultRun*> wanted;
+  for (const FaultRun& run : m_runs) {
+    if ((run.Now() == FaultRun::State::kEnded) == ended) wanted.push_back(&run);
   }
   const std::size_t skipped =
       ended && wanted.size() > kRecentRuns ? wanted.size() - kRecentRuns : 0;
@@ -223,10 +223,10 @@ Reply Faults::AnswerReport() const {
 }
 
 void Faults::WriteReport(JsonWriter& json) const {
-  const auto failed = std::ranges::count_if(m_runs, [](const Run& run) {
-    return run.Now() == Run::State::kEnded && !run.IsAsExpected();
+  const auto failed = std::ranges::count_if(m_runs, [](const FaultRun& run) {
+    return run.Now() == FaultRun::State::kEnded && !run.IsAsExpected();
   });
-  const auto ended = std::ranges::count(m_runs, Run::State::kEnded, &Run::Now);
+  const auto ended = std::ranges::count(m_runs, FaultRun::State::kEnded, &FaultRun::Now);
   json.StartObject();
   json.Key("schema"), json.Int(1);
   json.Key("made_unix_s"), json.Int64(m_seen.now);
@@ -240,7 +240,7 @@ void Faults::WriteReport(JsonWriter& json) const {
   json.EndObject();
   json.Key("runs");
   json.StartArray();
-  for (const Run& run : m_runs) run.Write(json, m_seen);
+  for (const FaultRun& run : m_runs) run.Write(json, m_seen);
   json.EndArray();
   json.EndObject();
 }

@@ -16,7 +16,7 @@ constexpr double kSecondsInMinute = 60;
 void Faults::Look(const Seen& seen) {
   const std::lock_guard lock(m_mutex);
   m_seen = seen;
-  for (Run& run : m_runs) run.Look(seen, m_actions);
+  for (FaultRun& run : m_runs) run.Look(seen, m_actions);
   GoOnAtRandom();
   ForgetOldRuns();
 }
@@ -31,8 +31,8 @@ int Faults::Start(const std::string& name, const FaultParams& params, double sec
 int Faults::Begin(const Fault& fault, const FaultParams& params, double seconds) {
   if (const std::string reason = m_actions.WhyNot(fault.name); !reason.empty())
     throw Refused(reason);
-  for (const Run& run : m_runs) {
-    if (run.Now() == Run::State::kActive && Collide(fault, params, run.What(), run.Params())) {
+  for (const FaultRun& run : m_runs) {
+    if (run.Now() == FaultRun::State::kActive && Collide(fault, params, run.What(), run.Params())) {
       throw Refused("it disturbs the same as '" + run.What().title + "', which is active");
     }
   }
@@ -45,8 +45,8 @@ int Faults::Begin(const Fault& fault, const FaultParams& params, double seconds)
 
 bool Faults::Stop(int number) {
   const std::lock_guard lock(m_mutex);
-  const auto run = std::ranges::find(m_runs, number, &Run::Id);
-  if (run == m_runs.end() || run->Now() != Run::State::kActive) return false;
+  const auto run = std::ranges::find(m_runs, number, &FaultRun::Id);
+  if (run == m_runs.end() || run->Now() != FaultRun::State::kActive) return false;
   run->Stop(m_seen, m_actions);
   return true;
 }
@@ -69,8 +69,9 @@ void Faults::StartRandom(double minutes, std::uint32_t seed) {
 
 // What others need is undisturbed also while a fault heals.
 bool Faults::FitsNow(const Fault& fault, const FaultParams& params) const {
-  return std::ranges::all_of(m_runs, [&](const Run& run) {
-    return run.Now() == Run::State::kEnded || FitTogether(fault, params, run.What(), run.Params());
+  return std::ranges::all_of(m_runs, [&](const FaultRun& run) {
+    return run.Now() == FaultRun::State::kEnded ||
+           FitTogether(fault, params, run.What(), run.Params());
   });
 }
 
@@ -95,14 +96,14 @@ void Faults::GoOnAtRandom() {
 }
 
 void Faults::ForgetOldRuns() {
-  while (m_runs.size() > kMostRuns && m_runs.front().Now() == Run::State::kEnded)
+  while (m_runs.size() > kMostRuns && m_runs.front().Now() == FaultRun::State::kEnded)
     m_runs.pop_front();
 }
 
 std::vector<Faults::Band> Faults::Bands(std::time_t from, std::time_t to) const {
   const std::lock_guard lock(m_mutex);
   std::vector<Band> bands;
-  for (const Run& run : m_runs) {
+  for (const FaultRun& run : m_runs) {
     const std::optional<std::time_t> over = run.Over();
     if (run.Begun() <= to && over.value_or(from) >= from) {
       bands.push_back({.title = run.What().title, .from = run.Begun(), .to = over});

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "console/faults/actions.h"
+#include "console/faults/faultrun.h"
 #include "console/faults/randomplan.h"
-#include "console/faults/run.h"
 #include "console/faults/seen.h"
 #include "console/web/router.h"
 #include "util/mutex.h"
@@ -83,8 +83,8 @@ class Faults {
   Actions& m_actions;
   mutable util::Mutex m_mutex{};  // guards all below, and the use of the actions
   Seen m_seen{};
-  std::list<Run> m_runs{};  // the oldest first
-  int m_latest = 0;         // number of the latest run
+  std::list<FaultRun> m_runs{};  // the oldest first
+  int m_latest = 0;              // number of the latest run
   std::optional<Random> m_random{};
 };
 

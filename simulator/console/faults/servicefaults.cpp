@@ -41,9 +41,7 @@ Fault KillService() {
   return fault;
 }
 
-// Each step is tried, even when another one fails: the gateway must come up again.
 void PowerOn(Actions& actions) {
-  actions.SetRestart("service", true);
   actions.Start("acquisition");
   actions.Start("service");
 }
@@ -63,10 +61,10 @@ Fault PowerCut() {
   };
   fault.needs = {"login", "uploads", "card", "ledger", "clock"};
   fault.begin = [](Actions& actions, const FaultParams&) -> Undo {
-    actions.SetRestart("service", false);
-    actions.SetRestart("acquisition", false);
-    actions.Kill("service");
-    actions.Kill("acquisition");
+    for (const char* process : {"service", "acquisition"}) {
+      actions.Kill(process);
+      actions.Stop(process);  // so that nobody starts it again
+    }
     return PowerOn;
   };
   fault.expectations = [](const FaultParams&) {

@@ -36,7 +36,7 @@ function words(day, hour) {
 
 function legend() {
   return h('ul.legend', Object.entries(slotStates).filter(([id]) => !['none', 'before'].includes(id)).map(([id, [mark, name, text]]) =>
-    h('li', h(`span.cell.${id}`, {'aria-hidden': 'true'}, mark), h('strong', name), text === name ? '' : `: ${text}`)));
+    h('li', h(`span.cell.${id}`, {'aria-hidden': 'true'}, mark), h('span', h('strong', name), text === name ? '' : `: ${text}`))));
 }
 
 // The grid of hours, the newest day on top. Arrow keys move, Enter opens, as in a spreadsheet; one cell takes part in the tab order.
@@ -112,10 +112,12 @@ class Grid {
 }
 
 function gapTable() {
-  const rows = table('Gaps', [{title: 'From'}, {title: 'To'}, {title: 'Missing', class: 'num'}, {title: 'Cause'}]);
+  const rows = table('Gaps', [{title: 'From', class: 'time'}, {title: 'To', class: 'time'}, {title: 'Missing', class: 'num'}, {title: 'Cause'}]);
   const none = h('p.empty', 'There is no gap: every file that was due was made.');
   const element = panel('Gaps', none, rows.element);
+  element.hidden = true;
   return {element, draw: changed((gaps) => {
+    element.hidden = false;
     none.hidden = gaps.length > 0;
     rows.element.hidden = gaps.length === 0;
     rows.fill(gaps.slice(0, 200), (gap) => gap.from_unix_s, (gap) => [stamp(gap.from_unix_s), stamp(gap.to_unix_s),

@@ -13,14 +13,14 @@ namespace console {
 
 // A run is active until its time is over, then it heals until what should happen afterwards has
 // happened, and then it has ended. One thread at a time uses it.
-class Run {
+class FaultRun {
  public:
   enum class State { kActive, kHealing, kEnded };
 
   // Begins the fault. Throws what its actions throw; nothing is left behind then, as far as it can
   // be put right.
-  Run(int id, const Fault& fault, FaultParams params, double seconds, const Seen& seen,
-      Actions& actions);
+  FaultRun(int id, const Fault& fault, FaultParams params, double seconds, const Seen& seen,
+           Actions& actions);
 
   // Ticks off what has happened, and goes on to the next state when it is time.
   void Look(const Seen& seen, Actions& actions);

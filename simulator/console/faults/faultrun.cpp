@@ -1,4 +1,4 @@
-#include "console/faults/run.h"
+#include "console/faults/faultrun.h"
 
 #include <algorithm>
 #include <exception>
@@ -16,13 +16,13 @@ constexpr double kLateEvidence =
     30;  // gateway seconds after all is well; logs are written every 5 s
 constexpr double kLateRealEvidence = 4;  // real seconds; brennik-status runs every few
 
-const char* Word(Run::State state) {
+const char* Word(FaultRun::State state) {
   switch (state) {
-    case Run::State::kActive:
+    case FaultRun::State::kActive:
       return "active";
-    case Run::State::kHealing:
+    case FaultRun::State::kHealing:
       return "healing";
-    case Run::State::kEnded:
+    case FaultRun::State::kEnded:
       return "ended";
   }
   return "";
@@ -40,8 +40,8 @@ void WriteText(JsonWriter& json, const char* key, const std::string& text) {
 
 }  // namespace
 
-Run::Run(int id, const Fault& fault, FaultParams params, double seconds, const Seen& seen,
-         Actions& actions)
+FaultRun::FaultRun(int id, const Fault& fault, FaultParams params, double seconds, const Seen& seen,
+                   Actions& actions)
     : m_id(id),
       m_fault(&fault),
       m_params(std::move(params)),
@@ -53,7 +53,7 @@ Run::Run(int id, const Fault& fault, FaultParams params, double seconds, const S
   m_undo = fault.begin(actions, m_params);
 }
 
-void Run::Look(const Seen& seen, Actions& actions) {
+void FaultRun::Look(const Seen& seen, Actions& actions) {
   if (m_state == State::kEnded) return;
   if (m_state == State::kActive) {
     if (m_fault->keepUp) m_fault->keepUp(actions);
@@ -64,7 +64,7 @@ void Run::Look(const Seen& seen, Actions& actions) {
   if (m_healed) Judge(seen);
 }
 
-void Run::Stop(const Seen& seen, Actions& actions) {
+void FaultRun::Stop(const Seen& seen, Actions& actions) {
   if (m_state != State::kActive) return;
   m_isEarly = true;
   m_state = State::kHealing;
@@ -72,7 +72,7 @@ void Run::Stop(const Seen& seen, Actions& actions) {
 }
 
 // The program that was told to misbehave may have been started anew.
-bool Run::IsThere(const Seen& seen, Actions& actions) {
+bool FaultRun::IsThere(const Seen& seen, Actions& actions) {
   if (!m_fault->isThere || seen.real < m_nextQuestion) return true;
   m_nextQuestion = seen.real + kBetweenQuestions;
   try {
@@ -84,7 +84,7 @@ bool Run::IsThere(const Seen& seen, Actions& actions) {
   return false;
 }
 
-void Run::Heal(const Seen& seen, Actions& actions) {
+void FaultRun::Heal(const Seen& seen, Actions& actions) {
   try {
     m_undo(actions);
     m_healed = seen;
@@ -95,7 +95,7 @@ void Run::Heal(const Seen& seen, Actions& actions) {
   }
 }
 
-void Run::TickOff(const Seen& seen) {
+void FaultRun::TickOff(const Seen& seen) {
   const Judged judged{.now = seen, .begun = m_begun, .healed = m_healed ? *m_healed : seen};
   for (Progress& each : m_progress) {
     if (each.met || (each.expectation.phase == Phase::kAfter && !m_healed)) continue;
@@ -105,20 +105,20 @@ void Run::TickOff(const Seen& seen) {
 }
 
 // All of a phase but the last one.
-bool Run::AllMet(Phase phase) const {
+bool FaultRun::AllMet(Phase phase) const {
   return std::ranges::all_of(m_progress, [phase](const Progress& each) {
     return each.met || each.expectation.phase != phase || each.expectation.isLast;
   });
 }
 
-const Run::Progress* Run::Missing(bool alsoDuring) const {
+const FaultRun::Progress* FaultRun::Missing(bool alsoDuring) const {
   const auto found = std::ranges::find_if(m_progress, [alsoDuring](const Progress& each) {
     return !each.met && (alsoDuring || each.expectation.phase == Phase::kAfter);
   });
   return found == m_progress.end() ? nullptr : &*found;
 }
 
-void Run::Judge(const Seen& seen) {
+void FaultRun::Judge(const Seen& seen) {
   const double passed = seen.elapsed - m_healed->elapsed;
   const double real = seen.real - m_healed->real;
   const auto limit = static_cast<double>(m_fault->healSeconds);
@@ -135,13 +135,13 @@ void Run::Judge(const Seen& seen) {
   if (isOver) End("not as expected", "this was not seen: " + missing->expectation.text);
 }
 
-void Run::End(const std::string& verdict, const std::string& text) {
+void FaultRun::End(const std::string& verdict, const std::string& text) {
   m_state = State::kEnded;
   m_verdict = verdict;
   m_text = text;
 }
 
-void Run::WriteExpectations(JsonWriter& json) const {
+void FaultRun::WriteExpectations(JsonWriter& json) const {
   json.Key("expectations");
   json.StartArray();
   for (const Progress& each : m_progress) {
@@ -154,7 +154,7 @@ void Run::WriteExpectations(JsonWriter& json) const {
   json.EndArray();
 }
 
-void Run::Write(JsonWriter& json, const Seen& seen) const {
+void FaultRun::Write(JsonWriter& json, const Seen& seen) const {
   std::optional<std::time_t> ends = m_over;
   if (m_state == State::kActive)
     ends = seen.now + static_cast<std::time_t>(std::max(0.0, m_until - seen.elapsed));
