@@ -126,7 +126,7 @@ int Bench::RunCycles() {
 
 // Recalls have no row in the table that is counted.
 bool Bench::CyclesAreInLedger() {
-  const int rows = m_options.cycles - m_parts.Accepted("calldata");
+  const long rows = m_options.cycles - m_parts.Accepted("calldata");
   const auto deadline = std::chrono::steady_clock::now() + kMarkWithin;
   while (m_ledger.Accepted() < rows && std::chrono::steady_clock::now() < deadline) {
     if (!Turn(kTurn)) return false;

@@ -168,7 +168,8 @@ TEST(BenchChild, DiesWithItsOwner) {
   ASSERT_EQ(pipe(ends.data()), 0);
   const pid_t owner = fork();
   if (owner == 0) {
-    const Child child({"sleep", "100000"}, {});
+    Child child({"sh", "-c", "echo up; exec sleep 100000"}, {});
+    child.ReadLine(std::chrono::seconds(5));
     const pid_t pid = child.Pid();
     if (write(ends[1], &pid, sizeof pid) != sizeof pid) _exit(1);
     for (;;) pause();
