@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstring>
 #include <stdexcept>
+#include <thread>
 
 #include "util/text.h"
 
@@ -18,7 +19,7 @@ namespace {
 
 constexpr int kCannotStart = 127;
 constexpr std::size_t kBlockBytes = 4096;
-constexpr useconds_t kLookAgainMicroseconds = 2000;
+constexpr std::chrono::milliseconds kLookAgain{2};
 
 struct Pipe {
   Pipe() {
@@ -47,6 +48,10 @@ std::vector<std::string> With(const std::vector<std::string>& variables) {
   return all;
 }
 
+void Say(const char* text) {
+  [[maybe_unused]] const auto written = write(STDERR_FILENO, text, std::strlen(text));
+}
+
 // In the child, after the fork: only calls that a process with threads may make here.
 [[noreturn]] void Become(char* const* command, char* const* environment, pid_t parent, int input,
                          int output) {
@@ -61,8 +66,8 @@ std::vector<std::string> With(const std::vector<std::string>& variables) {
   dup2(output, STDOUT_FILENO);
   dup2(output, STDERR_FILENO);
   execvpe(command[0], command, environment);
-  constexpr std::string_view kTrouble = "cannot be started\n";
-  [[maybe_unused]] const auto written = write(STDERR_FILENO, kTrouble.data(), kTrouble.size());
+  Say(command[0]);
+  Say(" cannot be started\n");
   _exit(kCannotStart);
 }
 
@@ -94,7 +99,7 @@ Child::Child(const std::vector<std::string>& command, const std::vector<std::str
 Child::~Child() {
   while (!Ended()) {
     Kill();
-    usleep(kLookAgainMicroseconds);
+    std::this_thread::sleep_for(kLookAgain);
   }
 }
 
@@ -153,7 +158,8 @@ std::optional<End> Child::Ended() {
 
 std::optional<End> Child::Await(std::chrono::milliseconds timeout) {
   const auto deadline = std::chrono::steady_clock::now() + timeout;
-  while (!Ended() && std::chrono::steady_clock::now() < deadline) usleep(kLookAgainMicroseconds);
+  while (!Ended() && std::chrono::steady_clock::now() < deadline)
+    std::this_thread::sleep_for(kLookAgain);
   return m_end;
 }
 

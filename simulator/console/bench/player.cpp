@@ -12,14 +12,14 @@ constexpr int kFirstNotGood = 300;
 
 class Player {
  public:
-  explicit Player(const Stage& stage) : m_stage(stage) {}
+  explicit Player(const PlayTools& tools) : m_tools(tools) {}
 
   bool Do(const Step& step) const {
     switch (step.kind) {
       case Step::Kind::kSpeed:
         return Post(step, "/api/clock", util::Format("{\"speed\":%g}", step.number));
       case Step::Kind::kPost:
-        return Post(step, step.path, WithTimes(step.text, m_stage.now()));
+        return Post(step, step.path, WithTimes(step.text, m_tools.now()));
       case Step::Kind::kWait:
         return Wait(step);
       case Step::Kind::kExpect:
@@ -27,44 +27,44 @@ class Player {
       case Step::Kind::kPause:
         return Pause(step.number);
       case Step::Kind::kShow:
-        m_stage.show(step.text);
+        m_tools.show(step.text);
         return true;
       case Step::Kind::kSay:
         break;
     }
-    m_stage.say(step.text);
+    m_tools.say(step.text);
     return true;
   }
 
  private:
   bool Fail(const Step& step, const std::string& text) const {
-    m_stage.say(util::Format("line %d: ", step.line) + text);
+    m_tools.say(util::Format("line %d: ", step.line) + text);
     return false;
   }
 
   bool Post(const Step& step, const std::string& path, const std::string& json) const {
-    const Reply reply = m_stage.post(path, json);
+    const Reply reply = m_tools.post(path, json);
     if (reply.status >= kFirstGood && reply.status < kFirstNotGood) return true;
     return Fail(step, path + util::Format(" answered %d ", reply.status) + reply.body);
   }
 
   Condition::Finding Look(const Step& step) const {
     rapidjson::Document state;
-    state.Parse(m_stage.state().c_str());
+    state.Parse(m_tools.state().c_str());
     return step.condition->Check(state);
   }
 
   bool Wait(const Step& step) const {
-    const double until = m_stage.elapsed() + step.number;
+    const double until = m_tools.elapsed() + step.number;
     for (;;) {
       const Condition::Finding finding = Look(step);
       if (finding.holds) return true;
-      if (m_stage.elapsed() >= until) {
+      if (m_tools.elapsed() >= until) {
         return Fail(step, step.condition->Text() +
                               util::Format(" did not come in %g s; it is ", step.number) +
                               finding.actual);
       }
-      if (!m_stage.pause(kLookEvery)) return false;
+      if (!m_tools.pause(kLookEvery)) return false;
     }
   }
 
@@ -77,20 +77,20 @@ class Player {
   }
 
   bool Pause(double seconds) const {
-    const double until = m_stage.elapsed() + seconds;
-    while (m_stage.elapsed() < until) {
-      if (!m_stage.pause(kLookEvery)) return false;
+    const double until = m_tools.elapsed() + seconds;
+    while (m_tools.elapsed() < until) {
+      if (!m_tools.pause(kLookEvery)) return false;
     }
     return true;
   }
 
-  const Stage& m_stage;
+  const PlayTools& m_tools;
 };
 
 }  // namespace
 
-bool Play(const Scenario& scenario, const Stage& stage) {
-  const Player player(stage);
+bool Play(const Scenario& scenario, const PlayTools& tools) {
+  const Player player(tools);
   for (const Step& step : scenario.steps) {
     if (!player.Do(step)) return false;
   }

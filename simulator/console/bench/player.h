@@ -11,8 +11,8 @@
 
 namespace console {
 
-// Where a scenario plays.
-struct Stage {
+// What the player of a scenario works with.
+struct PlayTools {
   std::function<Reply(const std::string& path, const std::string& json)> post;
   std::function<std::string()> state;  // the JSON text of /api/state
   std::function<std::time_t()> now;    // gateway time
@@ -25,6 +25,6 @@ struct Stage {
 
 // Plays the steps one after the other. False at the first one that fails, after a line that says
 // which and why, and when it is given up.
-bool Play(const Scenario& scenario, const Stage& stage);
+bool Play(const Scenario& scenario, const PlayTools& tools);
 
 }  // namespace console

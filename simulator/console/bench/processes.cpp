@@ -20,8 +20,9 @@ std::string ClockOf(std::time_t when) {
 
 }  // namespace
 
-Processes::Processes(const Clock& clock, std::vector<Program> programs, Line line)
-    : m_clock(clock), m_line(std::move(line)) {
+Processes::Processes(const Clock& clock, std::vector<Program> programs, Line line,
+                     std::chrono::milliseconds stopsWithin)
+    : m_clock(clock), m_line(std::move(line)), m_stopsWithin(stopsWithin) {
   for (Program& program : programs) {
     One& one = m_all.emplace_back();
     one.state.name = program.name;
@@ -61,7 +62,7 @@ void Processes::Stop(const std::string& name) {
   one.isWanted = false;
   if (one.child) {
     one.child->Ask();
-    one.killAt = std::chrono::steady_clock::now() + kStopsWithin;
+    one.killAt = std::chrono::steady_clock::now() + m_stopsWithin;
   }
   Await([&] { return one.child == nullptr || one.isWanted; }, lock);
 }
@@ -128,7 +129,7 @@ void Processes::Run() {
   for (One& one : m_all) {
     if (one.child) one.child->Ask();
   }
-  const auto deadline = std::chrono::steady_clock::now() + kStopsWithin;
+  const auto deadline = std::chrono::steady_clock::now() + m_stopsWithin;
   const auto runs = [](One& one) { return one.child && !one.child->Ended(); };
   while (std::ranges::any_of(m_all, runs) && std::chrono::steady_clock::now() < deadline) {
     m_changed.wait_for(lock, kLookEvery);
@@ -136,12 +137,14 @@ void Processes::Run() {
   for (One& one : m_all) one.child.reset();  // kills what is left
 }
 
+// An end is noted when all that the program has said is passed on.
 void Processes::Look(One& one) {
   if (one.child) {
     const auto end = one.child->Ended();
+    const std::size_t said = m_lines.size();
     one.child->TakeLines(
         [&](const std::string& line) { m_lines.emplace_back(one.program.name, line); });
-    if (end) return NoteEnd(one, *end);
+    if (end && m_lines.size() == said) return NoteEnd(one, *end);
     if (one.killAt && std::chrono::steady_clock::now() >= *one.killAt) one.child->Kill();
   } else if (one.isWanted && m_clock.Elapsed() >= one.restartAt) {
     Launch(one);

@@ -36,7 +36,7 @@ struct ProcessState {
 class Processes {
  public:
   static constexpr std::chrono::seconds kRestartAfter{2};  // gateway seconds
-  static constexpr std::chrono::seconds kStopsWithin{5};   // then it is killed
+  static constexpr std::chrono::seconds kStopsWithin{5};   // real seconds; then it is killed
 
   struct Program {
     std::string name{};
@@ -47,7 +47,8 @@ class Processes {
   using Line = std::function<void(const std::string& name, const std::string& text)>;
 
   // The clock must outlive the object.
-  Processes(const Clock& clock, std::vector<Program> programs, Line line);
+  Processes(const Clock& clock, std::vector<Program> programs, Line line,
+            std::chrono::milliseconds stopsWithin = kStopsWithin);
   ~Processes();
   Processes(const Processes&) = delete;
   Processes& operator=(const Processes&) = delete;
@@ -88,6 +89,7 @@ class Processes {
 
   const Clock& m_clock;
   const Line m_line;
+  const std::chrono::milliseconds m_stopsWithin;
   mutable util::Mutex m_mutex{};  // guards all below
   std::condition_variable_any m_changed{};
   std::list<One> m_all{};

@@ -36,7 +36,7 @@ export const alarms = {
   title: 'Alarms',
   build(view) {
     const said = notice();
-    const rows = table('Alarm events, newest first', [{title: 'Time'}, {title: 'Point'}, {title: 'Event'}, {title: 'Code'},
+    const rows = table('Alarm events, newest first', [{title: 'Time', class: 'time'}, {title: 'Point'}, {title: 'Event'}, {title: 'Code'},
       {title: 'Grade', class: 'num'}, {title: 'Value and threshold'}, {title: 'State'}]);
     const show = (page) => {
       rows.fill(page.alarms, (alarm) => alarm.key, cells);

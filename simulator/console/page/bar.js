@@ -39,7 +39,7 @@ function verdictOf(account) {
   const reasons = [...(account.reasons ?? [])];
   if (!sums(account.total)) reasons.push('The account does not sum. Tell the developers of the console.');
   const normal = account.normal && reasons.length === 0;
-  return {normal, reasons, text: normal ? 'All normal' : `Not normal: ${counted(Math.max(1, reasons.length), 'reason')}`};
+  return {state: normal ? 'good' : 'broken', reasons, text: normal ? 'All normal' : `Not normal: ${counted(Math.max(1, reasons.length), 'reason')}`};
 }
 
 function buildVerdict() {
@@ -47,13 +47,18 @@ function buildVerdict() {
   const list = h('ul.reasons');
   const element = h('div.verdict.off', title, list);
   const draw = changed((verdict) => {
-    element.className = `verdict ${verdict.normal ? 'good' : 'broken'}`;
+    element.className = `verdict ${verdict.state}`;
     setText(title, verdict.text);
     const more = verdict.reasons.length - 2;
     fill(list, verdict.reasons.slice(0, 2).map((reason) => h('li', reason)),
       more > 0 && h('li', h('a', {href: visit('road')}, `and ${more} more, on the view Road`)));
   });
-  return {element, draw: (account) => draw(verdictOf(account))};
+  const show = () => {
+    if (live.goneSince !== null) draw({state: 'off', text: 'Not known', reasons: ['The console’s server is gone.']});
+    else if (live.state) draw(verdictOf(live.state.account));
+  };
+  on('gone', show);
+  return {element, draw: show};
 }
 
 function buildAccount() {
@@ -159,7 +164,7 @@ export function startBar(bar) {
     h('div.bar-main', verdict.element, account.element));
   bar.append(active.element);
   on('state', (state) => {
-    verdict.draw(state.account);
+    verdict.draw();
     account.draw(state.account);
     active.draw(state.faults);
     down(state.processes);

@@ -27,7 +27,7 @@ function buildCard(view) {
     fill(place, space(card));
     none.hidden = card.rows.length > 0;
     rows.element.hidden = card.rows.length === 0;
-    rows.fill(card.rows, (row) => `${row.kind} ${row.age}`, (row) => [kind(row.kind), row.age, count(row.pending), count(row.accepted)]);
+    rows.fill(card.rows.filter((row) => row.pending + row.accepted > 0), (row) => `${row.kind} ${row.age}`, (row) => [kind(row.kind), row.age, count(row.pending), count(row.accepted)]);
   });
   view.poll(kPollMs, async () => {
     try {
@@ -55,7 +55,7 @@ function buildLedger(view) {
     rows.element.hidden = page.rows.length === 0;
     rows.fill(page.rows, (row) => row.row, ledgerCells);
     if (page.rows.length > 0) said.clear();
-    else said.none('No row of the ledger passes this filter.');
+    else said.none(kindBox.value || stateBox.value ? 'No row of the ledger passes this filter.' : 'The ledger has no row yet.');
   };
   const pager = new Pager('row', (before) => get('/api/ledger', {before, kind: kindBox.value, state: stateBox.value, limit: 20}), show);
   const restart = () => pager.restart().catch(said.failed);

@@ -18,9 +18,9 @@ function expectation(each, run) {
 
 // What the run is at, in a sentence.
 export function runText(run) {
-  if (run.state === 'healing') return 'Over. Waiting until everything has healed.';
+  if (run.state === 'healing') return 'The fault is over. Waiting until everything has healed.';
   if (run.state === 'active') {
-    return run.ends_unix_s === null ? 'Active until it is stopped.' : `Active, ${duration(run.ends_unix_s - gatewayNow())} left.`;
+    return run.ends_unix_s === null ? 'until it is stopped.' : `${duration(run.ends_unix_s - gatewayNow())} left.`;
   }
   return `Ran at ${clock(run.started_unix_s)}.`;
 }

@@ -32,7 +32,7 @@ function buildRandom(view) {
 
 function buildRecent(view) {
   const none = h('p.empty', 'No fault has ended yet.');
-  const rows = table('Faults that have ended', [{title: 'Fault'}, {title: 'Started'}, {title: 'Verdict'}, {title: 'Why'}]);
+  const rows = table('Faults that have ended', [{title: 'Fault'}, {title: 'Started', class: 'time'}, {title: 'Verdict'}, {title: 'Why'}]);
   const draw = changed((runs) => {
     none.hidden = runs.length > 0;
     rows.element.hidden = runs.length === 0;
@@ -78,7 +78,7 @@ export const faults = {
   title: 'Faults',
   build(view) {
     const said = notice();
-    const place = h('div');
+    const place = h('div.stack');
     const load = async () => {
       try {
         const {catalogue} = await get('/api/faults');

@@ -19,7 +19,7 @@ function cells(slot) {
 // Shows the hour that begins at `from` in `place` and takes the focus. `back()` gets it when the hour closes.
 export async function buildHour(place, from, title, back) {
   const said = notice();
-  const rows = table(`Files of ${title}`, [{title: 'Due'}, {title: 'State'}, {title: 'File'}, {title: 'Attempts', class: 'num'}, {title: 'Cause'}]);
+  const rows = table(`Files of ${title}`, [{title: 'Due', class: 'time'}, {title: 'State'}, {title: 'File'}, {title: 'Attempts', class: 'num'}, {title: 'Cause'}]);
   const name = h('h2', {tabindex: '-1'}, `Hour: ${title}`);
   const close = () => {
     fill(place);

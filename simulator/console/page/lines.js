@@ -43,7 +43,7 @@ function options() {
 const looks = {
   published: () => ({label: 'published', borderColor: colour('published'), borderWidth: 1.5, pointRadius: 0, order: 2}),
   received: () => ({label: 'received', borderColor: colour('received'), backgroundColor: colour('received'), borderWidth: 2,
-    borderDash: [5, 4], stepped: 'before', pointRadius: 1.5, order: 1}),
+    borderDash: [5, 4], pointRadius: 1.5, order: 1}),
   alarms: () => ({label: 'alarm', showLine: false, pointStyle: 'triangle', pointRadius: 7, borderColor: colour('broken'),
     backgroundColor: (context) => (context.raw?.raised ? colour('broken') : colour('panel')), borderWidth: 2, order: 0}),
 };

@@ -3,8 +3,8 @@
 import {get} from './api.js';
 import {setOffset} from './format.js';
 
-const kAskAfterMs = 3500;   // no event for so long: ask
-const kGoneAfterMs = 4500;  // no event and no answer for so long: gone
+const kAskAfterMs = 3300;   // no event for so long: ask
+const kGoneAfterMs = 4300;  // no event and no answer for so long: gone
 const kAgainAfterMs = 2000;
 const kLinesKept = 300;
 

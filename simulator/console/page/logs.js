@@ -27,6 +27,10 @@ function explanation(messages) {
     h('p', h('code', message.text), h('span.hint', ` (${message.log}) `), message.meaning));
 }
 
+function since(each) {
+  return each.first_unix_s ? ` since ${when(each.first_unix_s, gatewayNow())}` : '';
+}
+
 function record(each) {
   const place = h('div.explanation');
   const toggle = button('Explain', async () => {
@@ -44,8 +48,8 @@ function record(each) {
   }, {class: 'quiet', 'aria-expanded': 'false', 'aria-label': `Explain: ${each.text.slice(0, 60)}`});
   return h('li', {class: `record ${each.level.toLowerCase()}`},
     h('span.when', when(each.unix_s, gatewayNow())), h('span.level', each.level),
-    h('span.text', each.text, each.count > 1 && h('strong.times', ` ${count(each.count)} times`),
-      each.file && h('span.hint', ` ${each.file}:${each.line}`)), toggle, place);
+    h('span.text', each.text, each.count > 1 && h('strong.times', ` ${count(each.count)} times${since(each)}`),
+      each.file && h('span.hint', ` ${each.file.split('/').at(-1)}:${each.line}`)), toggle, place);
 }
 
 // Reads the newest records, or the next older ones, and keeps one page of them.

@@ -15,7 +15,7 @@ export const slotStates = {
   pending: ['…', 'waits', 'made, and waits to be sent'],
   'judged-sent': ['?', 'judged sent', 'counts as sent on the gateway, but the cloud never accepted it'],
   aged: ['−', 'aged', 'removed unsent after 31 days'],
-  'sent-again': ['2', 'sent again', 'accepted more than once'],
+  'sent-again': ['↻', 'sent again', 'accepted more than once'],
   accepted: ['✓', 'accepted', 'accepted by the cloud'],
   none: ['', 'nothing due', 'no file was due'],
   before: ['', 'before the start', 'before the first file'],
@@ -36,10 +36,10 @@ function words(day, hour) {
 
 function legend() {
   return h('ul.legend', Object.entries(slotStates).filter(([id]) => !['none', 'before'].includes(id)).map(([id, [mark, name, text]]) =>
-    h('li', h(`span.cell.${id}`, {'aria-hidden': 'true'}, mark), h('strong', name), text === name ? '' : `: ${text}`)));
+    h('li', h(`span.cell.${id}`, {'aria-hidden': 'true'}, mark), h('span', h('strong', name), text === name ? '' : `: ${text}`))));
 }
 
-// The grid of hours. Arrow keys move, Enter opens, as in a spreadsheet; one cell takes part in the tab order.
+// The grid of hours, the newest day on top. Arrow keys move, Enter opens, as in a spreadsheet; one cell takes part in the tab order.
 class Grid {
   constructor(open) {
     this.open = open;
@@ -54,7 +54,7 @@ class Grid {
   draw(days) {
     const had = this.element.contains(document.activeElement);
     this.days = days;
-    this.at ??= [days.length - 1, 0];
+    this.at ??= [0, 0];
     this.at[0] = Math.min(this.at[0], days.length - 1);
     fill(this.element, this.hours(), days.map((day, row) => this.row(day, row)));
     if (had) this.cell(...this.at).focus({preventScroll: true});
@@ -112,10 +112,12 @@ class Grid {
 }
 
 function gapTable() {
-  const rows = table('Gaps', [{title: 'From'}, {title: 'To'}, {title: 'Missing', class: 'num'}, {title: 'Cause'}]);
+  const rows = table('Gaps', [{title: 'From', class: 'time'}, {title: 'To', class: 'time'}, {title: 'Missing', class: 'num'}, {title: 'Cause'}]);
   const none = h('p.empty', 'There is no gap: every file that was due was made.');
   const element = panel('Gaps', none, rows.element);
+  element.hidden = true;
   return {element, draw: changed((gaps) => {
+    element.hidden = false;
     none.hidden = gaps.length > 0;
     rows.element.hidden = gaps.length === 0;
     rows.fill(gaps.slice(0, 200), (gap) => gap.from_unix_s, (gap) => [stamp(gap.from_unix_s), stamp(gap.to_unix_s),
@@ -144,7 +146,7 @@ export const month = {
           return;
         }
         grid.element.hidden = false;
-        draw(reply.days);
+        draw([...reply.days].reverse());
         gaps.draw(reply.gaps);
         const now = gatewayNow();
         setText(interval, `A file is due every ${duration(reply.interval_s)}.${now ? ` Now it is ${minute(now)} at the gateway.` : ''}`);

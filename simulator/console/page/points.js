@@ -14,7 +14,7 @@ function pointRow(point, toggle) {
   const box = h('input', {type: 'checkbox', on: {change: () => toggle(point.id, box.checked)}});
   const shown = h('span.value', '–');
   const element = h('label.point', box, h('span.name', point.name || 'without a name', ' ', h('code', point.id)),
-    h('span.hint.device', point.device, ', ', point.type), shown);
+    shown, h('span.hint.device', point.device, ', ', point.type));
   return {point, box, shown, element, words: words(point)};
 }
 

@@ -33,7 +33,7 @@ function buildForm(view, ordered) {
       outcome.failed(error);
     }
   }, {class: 'primary'});
-  return panel('Order a recall', pointPicker(view, chosen, kPoints, () => {}),
+  return h('section.panel.order', h('h2', 'Order a recall'), pointPicker(view, chosen, kPoints, () => {}),
     h('div.fields', field('From, gateway time', from), field('To, gateway time', to), order), outcome.element);
 }
 
@@ -73,13 +73,17 @@ function buildList(view) {
     buildForm(view, load), panel('Orders', said.element, rows.element));
 }
 
+function valuesText({values, left_out: leftOut}) {
+  return leftOut > 0 ? `${values.length} of ${values.length + leftOut}; the file has the others` : String(values.length);
+}
+
 function seriesPanel(view, series) {
   const chart = lineChart(`${series.name}: recalled values over time. The table below has the same values.`);
   view.onEnd(() => chart.end());
   const rows = table(`Recalled values of ${series.name}`, [{title: 'Time'}, {title: 'Value', class: 'num'}]);
   rows.fill(series.values.slice(0, 600), (pair) => pair[0], ([unix, number]) => [stamp(unix), value(number)]);
   const element = h('section.panel.series', h('h2', series.name, ' ', h('code', series.id)),
-    facts([['Flag', flags[series.flag] ?? String(series.flag)], ['Values', String(series.values.length)]]),
+    facts([['Flag', flags[series.flag] ?? String(series.flag)], ['Values', valuesText(series)]]),
     series.values.length === 0 ? h('p.empty', 'The file holds no value of this point.')
       : [chart.element, h('details', h('summary', 'As a table', h('span.unseen', `: ${series.name}`)), rows.element)]);
   const unix = series.values.map((pair) => pair[0]);

@@ -12,7 +12,7 @@ const kLinesShown = 100;
 
 function stage(each) {
   return h('li', {class: `stage ${each.state}`},
-    h('h3', each.title), h('p.big', count(each.count), ' ', h('span.unit', each.unit ?? '')),
+    h('h2', each.title), h('p.big', count(each.count), ' ', h('span.unit', each.unit ?? '')),
     badge(each.state, words[each.state] ?? each.state), h('p.hint', each.text));
 }
 
@@ -54,7 +54,7 @@ function buildWorkers(view) {
   const list = h('ul.workers');
   let rows = [];
   const draw = changed((workers) => {
-    rows = workers.map((worker) => ({worker, left: h('span.left'), done: h('span.done')}));
+    rows = workers.map((worker) => ({worker, left: h('span.left'), done: h('span.filled')}));
     fill(list, rows.map(({worker, left, done}) => h('li', h('span.name', worker.title),
       h('span.hint', `every ${duration(worker.interval_s)}`), left, h('span.track', {'aria-hidden': 'true'}, done))));
   });

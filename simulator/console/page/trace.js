@@ -80,7 +80,7 @@ export const trace = {
   build(view) {
     const name = view.parameters.name ?? '';
     const said = notice();
-    const place = h('div');
+    const place = h('div.stack');
     const title = head(name === '' ? 'Trace' : `Trace of ${name}`, 'The way of one file, from the snapshot of the values to its acceptance.');
     view.root.append(title, buildForm(name), said.element, place);
     if (name === '') {

@@ -57,7 +57,7 @@ function show(root, upload) {
 export async function buildUpload(view, id) {
   const said = notice();
   const title = head('Upload');
-  const body = h('div');
+  const body = h('div.stack');
   view.root.append(h('p', h('a', {href: visit('uploads')}, '← All uploads')), title, said.element, body);
   try {
     const upload = await get('/api/uploads/one', {id});

@@ -41,7 +41,7 @@ function buildFilters(parameters, changedFilter) {
 
 function buildList(view) {
   const said = notice();
-  const rows = table('Uploads, newest first', [{title: 'File'}, {title: 'Kind'}, {title: 'Received'},
+  const rows = table('Uploads, newest first', [{title: 'File'}, {title: 'Kind'}, {title: 'Received', class: 'time'},
     {title: 'Size', class: 'num'}, {title: 'Attempt', class: 'num'}, {title: 'Devices / points', class: 'num'},
     {title: 'Verdict'}]);
   const show = (page) => {
@@ -64,17 +64,16 @@ function buildList(view) {
 // Opens the newest upload of a file when the address names a whole file.
 async function buildFile(view) {
   const said = notice();
-  view.root.append(said.element);
+  const name = view.parameters.file;
+  view.root.append(head(name), said.element);
   try {
-    const page = await get('/api/uploads', {name: view.parameters.file, limit: 1});
+    const page = await get('/api/uploads', {name, limit: 1});
     if (view.ended) return;
     if (page.uploads.length > 0) {
-      buildUpload(view, page.uploads[0].id);
-      said.clear();
+      location.replace(visit('uploads', {id: page.uploads[0].id}));
     } else {
-      view.root.prepend(head(view.parameters.file));
       said.none('The cloud has received no upload of this file yet.');
-      view.root.append(h('p', h('a', {href: visit('trace', {name: view.parameters.file})}, 'Trace of the file')));
+      view.root.append(h('p', h('a', {href: visit('trace', {name})}, 'Trace of the file')));
     }
   } catch (error) {
     said.failed(error);

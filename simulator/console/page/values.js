@@ -27,7 +27,7 @@ class Card {
     this.chart = lineChart(`${series.name}: published against received values over time. The table below has the same values.`);
     this.text = h('p.hint');
     this.alarms = h('ul.marks');
-    this.rows = table(`Values of ${series.name}`, [{title: 'Time'}, {title: 'Published', class: 'num'}, {title: 'Received', class: 'num'}]);
+    this.rows = table(`Values of ${series.name}`, [{title: 'Time', class: 'time'}, {title: 'Published', class: 'num'}, {title: 'Received', class: 'num'}]);
     this.details = h('details', h('summary', 'As a table', h('span.unseen', `: ${series.name}`)), this.rows.element);
     this.details.addEventListener('toggle', () => this.fillTable());
     this.element = h('section.panel.series', h('h2', series.name, ' ', h('code', series.id), series.unit && h('span.unit', ` ${series.unit}`)),

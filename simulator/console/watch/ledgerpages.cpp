@@ -27,6 +27,12 @@ bool IsInLedger(const SeenFile& file) {
   return file.ledger == RowState::kPending || file.ledger == RowState::kAccepted;
 }
 
+// The ledger has no result for recalls: the cloud's word counts.
+bool IsAccepted(const FileKey& key, const SeenFile& file) {
+  if (key.kind == Kind::kCallData) return file.state == FileState::kAccepted;
+  return file.ledger == RowState::kAccepted;
+}
+
 // The rows that fit the call, the last of the ledger first.
 std::vector<Row> RowsFor(const Account& account, const Call& call, std::size_t limit) {
   const std::string kind = call.Get("kind");
@@ -37,8 +43,7 @@ std::vector<Row> RowsFor(const Account& account, const Call& call, std::size_t l
   for (const auto& [key, file] : account.All()) {
     if (!IsInLedger(file) || file.row >= before) continue;
     if (!kind.empty() && kind != NameOf(key.kind)) continue;
-    const bool isAccepted = file.ledger == RowState::kAccepted;
-    if (!state.empty() && isAccepted != (state == "accepted")) continue;
+    if (!state.empty() && IsAccepted(key, file) != (state == "accepted")) continue;
     rows.push_back({key, &file});
   }
   const auto kept = rows.begin() + static_cast<std::ptrdiff_t>(std::min(limit, rows.size()));
@@ -69,7 +74,7 @@ AgeTable CountByAge(const Account& account, std::time_t now) {
     std::size_t age = 0;
     while (age + 1 < kAges.size() && now - file.stamp >= kAges[age].below) ++age;
     AgeCounts& counts = table[static_cast<std::size_t>(key.kind)][age];
-    ++(file.ledger == RowState::kPending ? counts.pending : counts.accepted);
+    ++(IsAccepted(key, file) ? counts.accepted : counts.pending);
   }
   return table;
 }
@@ -80,6 +85,7 @@ void WriteAges(JsonWriter& json, const AgeTable& table) {
   for (const Kind kind : {Kind::kRealData, Kind::kAlarmData, Kind::kCallData}) {
     for (std::size_t age = 0; age < kAges.size(); ++age) {
       const AgeCounts& counts = table[static_cast<std::size_t>(kind)][age];
+      if (counts.pending + counts.accepted == 0) continue;
       json.StartObject();
       Put(json, "kind", NameOf(kind));
       Put(json, "age", kAges[age].name);
@@ -107,7 +113,7 @@ Reply ReplyLedger(const Account& account, const Call& call) {
       Put(json, "name", BaseNameOf(key));
       Put(json, "kind", NameOf(key.kind));
       Put(json, "stamp_unix_s", std::int64_t{file->stamp});
-      Put(json, "accepted", file->ledger == RowState::kAccepted);
+      Put(json, "accepted", IsAccepted(key, *file));
       json.EndObject();
     }
     json.EndArray();

@@ -26,6 +26,7 @@ struct SegmentSight {
   std::size_t configured = 0;    // that every file needs; 0: unknown
   std::size_t unpublished = 0;   // of these, without a value
   std::string firstUnpublished;  // DataId in hexadecimal digits, or empty
+  std::time_t changed = 0;       // when a value changed last, gateway time; 0: unknown
 };
 
 struct Scene {
@@ -37,6 +38,7 @@ struct Scene {
   status::Card card;
   std::string ledgerTrouble;  // why the ledger cannot be read; empty: it can
   status::LedgerState ledgerState = status::LedgerState::kMissing;
+  bool hadLedger = false;  // it could be read before
   std::time_t polled = 0;  // when the cloud answered a recall check last; 0: never
   ProcessSight service;
   ProcessSight acquisition;
@@ -47,5 +49,7 @@ struct Scene {
 Interval_Info IntervalsOf(const Scene& scene);
 // For so long, in gateway seconds, the cloud may accept nothing while everything is well.
 long LongestQuietSeconds(const Scene& scene);
+// The same for a file that waits among so many.
+long LongestWaitSeconds(const Scene& scene, long files);
 
 }  // namespace console

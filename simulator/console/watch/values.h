@@ -36,7 +36,8 @@ class Values {
   void TakePoints(const status::Configuration& configuration);
   // Takes the segment as it is now; keeps it when a new interval has begun. `intervalSeconds` is
   // that of live values, gateway time.
-  void TakePublished(const status::Segment& segment, std::time_t now, long intervalSeconds);
+  // Returns when a value has changed last, gateway time.
+  std::time_t TakePublished(const status::Segment& segment, std::time_t now, long intervalSeconds);
   // Takes an accepted document with the stamp of its file. A text that is no such document is
   // ignored.
   void TakeReceived(std::time_t stamp, const std::string& document);
@@ -61,6 +62,7 @@ class Values {
   Samples m_published;
   Samples m_received;
   Sample m_current;
+  std::time_t m_changed = 0;  // when m_current was another
   long m_interval = 60;
   std::time_t m_sampledIn = -1;  // number of the interval of the latest sample
 };

@@ -1,0 +1,76 @@
+#include "console/main/gateway.h"
+
+#include <utime.h>
+
+#include <filesystem>
+
+#include "console/bench/placeholders.h"
+#include "util/paths.h"
+
+namespace console {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kConfiguration[] = "/tessel/Config";
+constexpr char kOrder[] =
+    "7:1/1:0001,0002@<40 minutes ago>:00..<10 minutes ago>:00;"
+    "2/11:0001@<40 minutes ago>:00..<10 minutes ago>:00+1";  // the first check may be too early
+
+// The configuration is older than the service's start, also on the gateway's clock.
+void MakeOlder(const std::string& folder) {
+  constexpr std::time_t kAge = 86400;
+  const std::time_t written = std::time(nullptr) - kAge;
+  const utimbuf times{.actime = written, .modtime = written};
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    utime(entry.path().c_str(), &times);
+  }
+}
+
+void Append(std::vector<std::string>* command, const std::vector<std::string>& more,
+            std::time_t start) {
+  for (const std::string& word : more) command->push_back(WithTimes(word, start));
+}
+
+}  // namespace
+
+std::time_t StartTime(std::time_t real) {
+  return real - real % kHeartSeconds + kHeartSeconds - kLeadSeconds;
+}
+
+void PrepareGateway(const Options& options) {
+  fs::create_directories(kConfiguration);
+  fs::copy(options.plant, kConfiguration,
+           fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+  MakeOlder(kConfiguration);
+  fs::create_directories(options.folder);
+}
+
+std::vector<Processes::Program> ProgramsOf(const Options& options, const Scenario& scenario,
+                                           std::time_t start) {
+  const BenchPaths paths(options.folder);
+  const bool isPlain = options.scenario.empty();
+  std::vector<std::string> acquisition = {options.build +
+                                          "/simulator/acquisition/acquisition-simulator"};
+  Append(&acquisition,
+         isPlain ? std::vector<std::string>{"--event-interval=60", "--history-minutes=60"}
+                 : scenario.acquisition,
+         start);
+  std::vector<std::string> cloud = {options.build + "/simulator/cloud/cloud-simulator",
+                                    "--port=8080",
+                                    "--prefix=/cloud",
+                                    "--sn=TS20240117",
+                                    std::string("--uploads=") + kUploads,
+                                    "--index=" + paths.cloudIndex,
+                                    "--control=" + paths.cloudControl};
+  Append(&cloud,
+         isPlain ? std::vector<std::string>{"--order", kOrder, "--redirect=127.0.0.2:8080"}
+                 : scenario.cloud,
+         start);
+  if (options.cycles > 0) cloud.push_back("--exit-after=" + std::to_string(options.cycles));
+  return {{.name = "service", .command = {options.build + "/src/main/brennik"}, .restart = true},
+          {.name = "acquisition", .command = acquisition},
+          {.name = "cloud", .command = cloud}};
+}
+
+}  // namespace console

@@ -1,0 +1,43 @@
+// The console's parts that stand above the bench, put together.
+#pragma once
+
+#include <string>
+
+#include "console/bench/clock.h"
+#include "console/bench/processes.h"
+#include "console/faults/benchactions.h"
+#include "console/faults/faults.h"
+#include "console/main/options.h"
+#include "console/uploads/uploads.h"
+#include "console/watch/watcher.h"
+#include "console/web/router.h"
+
+namespace console {
+
+// A new part is a member here, and a line in each function.
+class Parts {
+ public:
+  // Clock and processes must outlive the object. Made before any program of the gateway prints.
+  Parts(Clock& clock, Processes& processes, const Options& options);
+  ~Parts();  // puts all faults back
+  Parts(const Parts&) = delete;
+  Parts& operator=(const Parts&) = delete;
+
+  void AddRoutes(Router& router);
+  void WriteState(JsonWriter& json);  // any thread
+  void Look();                        // one thread, about twice a second
+  // How many exchanges of an endpoint the cloud has accepted.
+  long Accepted(const std::string& endpoint);
+
+ private:
+  Seen SeenByFaults();
+
+  const Clock& m_clock;
+  const Processes& m_processes;
+  Uploads m_uploads;
+  BenchActions m_actions;
+  Faults m_faults;
+  Watcher m_watcher;  // last: it looks at the others
+};
+
+}  // namespace console
