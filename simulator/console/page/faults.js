@@ -1,7 +1,7 @@
 // Faults: what can go wrong, in groups; what runs now; random faults and their report.
 import {get, post} from './api.js';
 import {changed, field, fill, h, table} from './dom.js';
-import {clock, when} from './format.js';
+import {clock, sentence, when} from './format.js';
 import {FaultCard, runText, verdictBadge} from './faultcard.js';
 import {gatewayNow, on} from './live.js';
 import {button, head, notice, panel, result} from './view.js';
@@ -36,7 +36,7 @@ function buildRecent(view) {
   const draw = changed((runs) => {
     none.hidden = runs.length > 0;
     rows.element.hidden = runs.length === 0;
-    rows.fill(runs, (run) => run.run, (run) => [run.title, when(run.started_unix_s, gatewayNow()), verdictBadge(run), run.text || '–']);
+    rows.fill(runs, (run) => run.run, (run) => [run.title, when(run.started_unix_s, gatewayNow()), verdictBadge(run), sentence(run.text) || '–']);
   });
   view.onState((state) => draw([...(state.faults?.recent ?? [])].sort((a, b) => b.run - a.run).slice(0, 30)));
   return panel('Ended', none, rows.element);
