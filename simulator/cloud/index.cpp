@@ -27,7 +27,8 @@ constexpr char kCreate[] =
     "body TEXT, checks TEXT, answer_status INTEGER, answer TEXT);"
     "CREATE INDEX IF NOT EXISTS exchange_name ON exchange(name, attempt, endpoint, accepted);"
     "CREATE INDEX IF NOT EXISTS exchange_endpoint ON exchange(endpoint, id, accepted);"
-    "CREATE INDEX IF NOT EXISTS exchange_order ON exchange(order_id) WHERE order_id IS NOT NULL";
+    "CREATE INDEX IF NOT EXISTS exchange_order ON exchange(endpoint, id) WHERE order_id IS NOT "
+    "NULL";
 constexpr char kInsert[] =
     "INSERT INTO exchange(time, endpoint, address, name, stamp, bytes, attempt, accepted, verdict, "
     "fault, devices, points, order_id, head, parts, member, archive, body, checks, answer_status, "

@@ -150,11 +150,14 @@ Fault Redirect() {
               .healSeconds = kRedirectHealSeconds};
   fault.claims = [](const FaultParams&) { return std::set<std::string>{"address"}; };
   fault.needs = {"login", "uploads", "service", "card", "ledger", "values", "clock"};
+  // An answer without an address takes nothing back: the gateway then stays where it is.
   fault.begin = [](Actions& actions, const FaultParams&) -> Undo {
     actions.Cloud(R"({"do":"redirect","to":"127.0.0.2:8080"})");
-    return [](Actions& bench) { bench.Cloud(R"({"do":"redirect","to":""})"); };
+    return [](Actions& bench) { bench.Cloud(R"({"do":"redirect","to":"127.0.0.1:8080"})"); };
   };
-  fault.isThere = [](Actions& actions, const FaultParams&) { return Redirects(actions); };
+  fault.isThere = [](Actions& actions, const FaultParams&) {
+    return Redirects(actions, "127.0.0.2");
+  };
   fault.expectations = [](const FaultParams&) {
     return std::vector<Expectation>{
         LogsDuring("The service logs \"real IP has become 127.0.0.2\".",

@@ -1,6 +1,7 @@
 #include "console/faults/cloudorders.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "util/json.h"
 #include "util/text.h"
@@ -45,10 +46,10 @@ bool Stands(Actions& actions, const std::vector<std::string>& endpoints) {
          });
 }
 
-bool Redirects(Actions& actions) {
+bool Redirects(Actions& actions, const std::string& address) {
   const rapidjson::Document state = StateOf(actions);
   return state.IsObject() && state.HasMember("redirect") && state["redirect"].IsString() &&
-         state["redirect"].GetStringLength() > 0;
+         std::string_view(state["redirect"].GetString()).starts_with(address);
 }
 
 std::string Minute(std::time_t time) {

@@ -19,8 +19,8 @@ void Stand(Actions& actions, const std::vector<std::string>& endpoints,
 void Normal(Actions& actions, const std::vector<std::string>& endpoints);
 // Whether the cloud says that none of the endpoints answers normally.
 bool Stands(Actions& actions, const std::vector<std::string>& endpoints);
-// Whether the cloud says that it redirects.
-bool Redirects(Actions& actions);
+// Whether the cloud says that it redirects to this address.
+bool Redirects(Actions& actions, const std::string& address);
 
 // A gateway time as the cloud takes it in an order, "2026-11-22 10:00:00".
 std::string Minute(std::time_t time);

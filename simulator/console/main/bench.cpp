@@ -93,7 +93,6 @@ void Bench::Serve() {
 
 void Bench::StartPrograms() {
   for (const char* name : {"acquisition", "cloud", "service"}) m_processes.Start(name);
-  m_processesShown = m_processes.States();
 }
 
 int Bench::RunUntilEnded() {
@@ -126,7 +125,7 @@ int Bench::RunCycles() {
 
 // Recalls have no row in the table that is counted.
 bool Bench::CyclesAreInLedger() {
-  const int rows = m_options.cycles - m_parts.Accepted("calldata");
+  const long rows = m_options.cycles - m_parts.Accepted("calldata");
   const auto deadline = std::chrono::steady_clock::now() + kMarkWithin;
   while (m_ledger.Accepted() < rows && std::chrono::steady_clock::now() < deadline) {
     if (!Turn(kTurn)) return false;
@@ -172,7 +171,6 @@ bool Bench::Turn(std::chrono::milliseconds limit) {
   if (const auto now = std::chrono::steady_clock::now(); now >= m_nextLook) {
     m_nextLook = now + kLookEvery;
     m_parts.Look();
-    LookAtProcesses();
     LookAtLedger();
     const std::string state = State();
     m_events.Publish("state", state);

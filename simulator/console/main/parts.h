@@ -19,22 +19,25 @@ class Parts {
  public:
   // Clock and processes must outlive the object. Made before any program of the gateway prints.
   Parts(Clock& clock, Processes& processes, const Options& options);
+  ~Parts();  // puts all faults back
+  Parts(const Parts&) = delete;
+  Parts& operator=(const Parts&) = delete;
 
   void AddRoutes(Router& router);
   void WriteState(JsonWriter& json);  // any thread
   void Look();                        // one thread, about twice a second
   // How many exchanges of an endpoint the cloud has accepted.
-  int Accepted(const std::string& endpoint);
+  long Accepted(const std::string& endpoint);
 
  private:
-  Seen LookForFaults();
+  Seen SeenByFaults();
 
-  Clock& m_clock;
-  Processes& m_processes;
+  const Clock& m_clock;
+  const Processes& m_processes;
   Uploads m_uploads;
   BenchActions m_actions;
   Faults m_faults;
-  Watcher m_watcher;
+  Watcher m_watcher;  // last: it looks at the others
 };
 
 }  // namespace console

@@ -20,9 +20,7 @@ constexpr char kUploadColumns[] =
     "(SELECT max(n.attempt) FROM exchange n WHERE n.name = e.name), verdict, devices, points, "
     "order_id";
 constexpr int kUploadColumnCount = 13;
-// The "+" keeps SQLite on the table's own order: the newest rows are found without sorting.
-constexpr char kIsUpload[] = "+endpoint IN ('realdata', 'alarmdata', 'calldata')";
-constexpr char kIsUploadCounted[] = "endpoint IN ('realdata', 'alarmdata', 'calldata')";
+constexpr char kIsUpload[] = "endpoint IN ('realdata', 'alarmdata', 'calldata')";
 
 IndexedUpload UploadFrom(const Query& row) {
   IndexedUpload upload;
@@ -79,30 +77,40 @@ struct Condition {
   }
 };
 
-Condition ConditionOf(const UploadFilter& filter, const char* isUpload) {
-  Condition condition{filter.kind.empty() ? isUpload : "1"};
+// Which exchanges a filter means, after "FROM exchange". The rows are large, so only indexes are
+// searched: all columns of the condition stand in one of them. Without a filter the newest rows are
+// nearly all uploads, and the "+" keeps SQLite from sorting.
+Condition ConditionOf(const UploadFilter& filter) {
+  const bool isOpen = filter.kind.empty() && filter.name.empty() && !filter.accepted;
+  Condition condition;
+  if (!filter.name.empty()) condition.sql = " INDEXED BY exchange_name";
+  condition.sql += " WHERE ";
+  condition.sql += filter.kind.empty() ? std::string(isOpen ? "+" : "") + kIsUpload : "1";
   if (!filter.kind.empty()) condition.Add("endpoint =", filter.kind);
   if (filter.accepted) condition.Add("accepted =", std::int64_t{*filter.accepted ? 1 : 0});
-  if (filter.name.empty()) return condition;
-  // The names stand in an index of their own, which is much smaller than the table.
-  condition.values.emplace_back("%" + Literally(filter.name) + "%");
-  condition.sql += " AND id IN (SELECT id FROM exchange WHERE name LIKE ?" +
-                   std::to_string(condition.values.size()) + " ESCAPE '\\')";
+  if (!filter.name.empty()) {
+    condition.Add("name LIKE", "%" + Literally(filter.name) + "%");
+    condition.sql += " ESCAPE '\\'";
+  }
   return condition;
 }
 
+// The uploads whose ids `ids` selects.
+std::string SelectUploads(const std::string& ids) {
+  return std::string("SELECT ") + kUploadColumns +
+         " FROM exchange e WHERE id IN (SELECT id FROM exchange" + ids + ") ORDER BY id";
+}
+
 bool ReadPage(sqlite3* database, const UploadFilter& filter, std::size_t limit, UploadPage& page) {
-  const Condition all = ConditionOf(filter, kIsUploadCounted);
-  Query count(database, "SELECT count(*) FROM exchange WHERE " + all.sql, all.values);
+  const Condition all = ConditionOf(filter);
+  Query count(database, "SELECT count(*) FROM exchange" + all.sql, all.values);
   if (!count.Next()) return false;
   page.total = count.Integer(0);
 
-  Condition some = ConditionOf(filter, kIsUpload);
+  Condition some = ConditionOf(filter);
   if (filter.before) some.Add("id <", *filter.before);
-  Query rows(database,
-             std::string("SELECT ") + kUploadColumns + " FROM exchange e WHERE " + some.sql +
-                 " ORDER BY id DESC LIMIT " + std::to_string(limit + 1),
-             some.values);
+  const std::string newest = some.sql + " ORDER BY id DESC LIMIT " + std::to_string(limit + 1);
+  Query rows(database, SelectUploads(newest) + " DESC", some.values);
   while (rows.Next()) page.uploads.push_back(UploadFrom(rows));
   page.hasMore = page.uploads.size() > limit;
   if (page.hasMore) page.uploads.pop_back();
@@ -136,14 +144,12 @@ bool CloudIndex::Read(const std::function<bool(sqlite3*)>& read) const {
 
 std::vector<IndexedUpload> CloudIndex::ArrivalsAfter(std::int64_t id, std::size_t limit,
                                                      const std::string& kind) const {
-  Condition condition = ConditionOf({.kind = kind}, kIsUpload);
+  Condition condition = ConditionOf({.kind = kind});
   condition.Add("id >", id);
+  const std::string oldest = condition.sql + " ORDER BY id LIMIT " + std::to_string(limit);
   std::vector<IndexedUpload> uploads;
   Read([&](sqlite3* database) {
-    Query rows(database,
-               std::string("SELECT ") + kUploadColumns + " FROM exchange e WHERE " + condition.sql +
-                   " ORDER BY id LIMIT " + std::to_string(limit),
-               condition.values);
+    Query rows(database, SelectUploads(oldest), condition.values);
     while (rows.Next()) uploads.push_back(UploadFrom(rows));
     return rows.IsGood();
   });
@@ -187,8 +193,9 @@ std::optional<std::vector<OrderingAnswer>> CloudIndex::OrdersAfter(std::int64_t 
   std::vector<OrderingAnswer> answers;
   const bool good = Read([&](sqlite3* database) {
     Query rows(database,
-               "SELECT id, time, answer FROM exchange WHERE id > ?1 AND order_id IS NOT NULL AND "
-               "endpoint = 'recall-check' ORDER BY id LIMIT " +
+               "SELECT id, time, answer FROM exchange INDEXED BY exchange_order WHERE id > ?1 AND "
+               "order_id IS NOT NULL AND "
+               "endpoint = 'recall-check' AND accepted = 1 ORDER BY id LIMIT " +
                    std::to_string(limit),
                {id});
     while (rows.Next()) answers.push_back({rows.Integer(0), rows.Integer(1), rows.Text(2)});

@@ -143,7 +143,7 @@ void Account::Count(const FileKey& key, const SeenFile& file) {
   if (oldest == nullptr || file.stamp < oldest->stamp) m_oldestPending = key;
 }
 
-void Account::Judge(std::time_t now, std::time_t serviceStart) {
+void Account::Judge(std::time_t now, std::time_t serviceStart, bool isLedgerRead) {
   m_now = now;
   m_latest = std::max(m_latest, now);
   m_total = {};
@@ -153,7 +153,7 @@ void Account::Judge(std::time_t now, std::time_t serviceStart) {
     const FileState state = StateOf(key, file, serviceStart);
     const bool isBad = state == FileState::kLost || state == FileState::kJudgedSent;
     if (!isBad) file.doubts = 0;
-    if (isBad && file.doubts < kDoubts) ++file.doubts;
+    if (isBad && isLedgerRead && file.doubts < kDoubts) ++file.doubts;
     file.state = isBad && file.doubts < kDoubts ? FileState::kPending : state;
     Count(key, file);
   }

@@ -89,8 +89,9 @@ class Account {
 
   // Judges every file. A file is called lost or judged sent only when several looks in a row find
   // it so, because ledger and cloud are not read at the same moment; until then it is pending.
-  // `serviceStart` is the service's last start in gateway time, 0 when it does not run.
-  void Judge(std::time_t now, std::time_t serviceStart);
+  // While the ledger cannot be read, no further file is called so. `serviceStart` is the service's
+  // last start in gateway time, 0 when it does not run.
+  void Judge(std::time_t now, std::time_t serviceStart, bool isLedgerRead);
 
   const Counts& Total() const { return m_total; }
   const Counts& Of(Kind kind) const { return m_counts[static_cast<std::size_t>(kind)]; }

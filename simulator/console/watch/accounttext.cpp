@@ -12,10 +12,12 @@ namespace {
 using status::Level;
 
 constexpr std::size_t kShownNames = 3;
-constexpr long kSlackSeconds = 60;  // packing, and the time between two looks
+constexpr long kSlackSeconds = 45;                 // packing, and the time between two looks
+constexpr std::uint64_t kLeastFreeBytes = 65'536;  // room for a text, its archive and the journal
 constexpr int kMuchLater = 3;
 constexpr long kUploadPauseSeconds = 3;
 constexpr long kFilesARound = 20;
+constexpr long kFewFiles = 5;
 
 std::string Files(long count) {
   return status::Count(static_cast<std::size_t>(count), "file");
@@ -37,6 +39,7 @@ class Judging {
   std::vector<Reason> Take() {
     JudgeFiles();
     JudgeProcesses();
+    JudgeCard();
     JudgeValues();
     JudgeLedger();
     JudgeAcceptance();
@@ -71,6 +74,17 @@ class Judging {
     if (!m_scene.service.running) Add(Level::kCritical, "the service does not run" + Why());
     if (m_scene.service.running && m_scene.logs.isOn == false) {
       Add(Level::kWarning, "the service is switched off by its configuration");
+    }
+  }
+
+  void JudgeCard() {
+    const status::Card& card = m_scene.card;
+    if (card.device && !*card.device) {
+      Add(Level::kCritical, "the SD card is missing");
+    } else if (card.readOnly && *card.readOnly) {
+      Add(Level::kCritical, "the SD card takes no writes");
+    } else if (card.space && card.space->freeBytes < kLeastFreeBytes) {
+      Add(Level::kCritical, "the SD card is full");
     }
   }
 
@@ -119,8 +133,8 @@ class Judging {
     const SeenFile* const file = oldest ? m_account.Find(*oldest) : nullptr;
     if (file == nullptr) return;
     const long age = static_cast<long>(m_scene.now - std::max(file->stamp, file->firstSeen));
-    if (age <= m_longest) return;
     const long pending = m_account.Total().pending;
+    if (age <= LongestWaitSeconds(m_scene, pending)) return;
     Add(Level::kWarning, Files(pending) + (pending == 1 ? " waits" : " wait") +
                              ", the oldest for " + status::Duration(age));
   }
@@ -141,12 +155,15 @@ Interval_Info IntervalsOf(const Scene& scene) {
           cloud.RecallInv};
 }
 
-// A file may be made up to an interval after the last one, and is sent in the next round, which may
-// have other files to send first.
+// A file may be made up to an interval after the last one.
 long LongestQuietSeconds(const Scene& scene) {
-  const Interval_Info intervals = IntervalsOf(scene);
-  return std::max(intervals.realDataInv, 0) + 3L * std::max(intervals.checkFailInv, 30) +
-         kFilesARound * kUploadPauseSeconds + kSlackSeconds;
+  return std::max(IntervalsOf(scene).realDataInv, 0) + LongestWaitSeconds(scene, kFewFiles);
+}
+
+// It is sent in the next round, behind other files, or in the round after it.
+long LongestWaitSeconds(const Scene& scene, long files) {
+  return 2L * std::max(IntervalsOf(scene).checkFailInv, 30) +
+         std::min(files, kFilesARound) * kUploadPauseSeconds + kSlackSeconds;
 }
 
 Witness WitnessOf(const Account& account, const Scene& scene) {

@@ -85,6 +85,7 @@ void WriteAges(JsonWriter& json, const AgeTable& table) {
   for (const Kind kind : {Kind::kRealData, Kind::kAlarmData, Kind::kCallData}) {
     for (std::size_t age = 0; age < kAges.size(); ++age) {
       const AgeCounts& counts = table[static_cast<std::size_t>(kind)][age];
+      if (counts.pending + counts.accepted == 0) continue;
       json.StartObject();
       Put(json, "kind", NameOf(kind));
       Put(json, "age", kAges[age].name);

@@ -22,7 +22,8 @@ constexpr long kNoLimit = std::numeric_limits<long>::max();
 void WriteGap(JsonWriter& json, const status::Gap& gap) {
   json.StartObject();
   Put(json, "from_unix_s", std::int64_t{gap.from});
-  Put(json, "to_unix_s", gap.isOpen ? std::nullopt : std::optional(std::int64_t{gap.to}));
+  Put(json, "to_unix_s", std::int64_t{gap.to});
+  Put(json, "open", gap.isOpen);
   Put(json, "missing", gap.missing);
   Put(json, "cause", status::CauseText(gap));
   json.EndObject();

@@ -25,6 +25,11 @@ std::string Points(std::size_t count) {
   return status::Count(count, "point");
 }
 
+// A plant whose values all stay the same for longer looks as if nobody measured.
+long SteadySeconds(const Scene& scene) {
+  return std::max(2L * IntervalsOf(scene).realDataInv, 120L);
+}
+
 Stage Acquisition(const Scene& scene) {
   const SegmentSight& segment = scene.segment;
   Stage stage{"acquisition", "Acquisition",
@@ -41,6 +46,9 @@ Stage Acquisition(const Scene& scene) {
   } else if (!scene.acquisition.running) {
     stage.state = "off";
     stage.text = "the acquisition side does not run; its last values are still published";
+  } else if (segment.changed != 0 && scene.now - segment.changed > SteadySeconds(scene)) {
+    stage.state = "waiting";
+    stage.text += ", unchanged since " + status::LocalText(segment.changed);
   }
   return stage;
 }

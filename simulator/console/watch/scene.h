@@ -26,6 +26,7 @@ struct SegmentSight {
   std::size_t configured = 0;    // that every file needs; 0: unknown
   std::size_t unpublished = 0;   // of these, without a value
   std::string firstUnpublished;  // DataId in hexadecimal digits, or empty
+  std::time_t changed = 0;       // when a value changed last, gateway time; 0: unknown
 };
 
 struct Scene {
@@ -48,5 +49,7 @@ struct Scene {
 Interval_Info IntervalsOf(const Scene& scene);
 // For so long, in gateway seconds, the cloud may accept nothing while everything is well.
 long LongestQuietSeconds(const Scene& scene);
+// The same for a file that waits among so many.
+long LongestWaitSeconds(const Scene& scene, long files);
 
 }  // namespace console

@@ -90,6 +90,7 @@ void Values::TakePoints(const status::Configuration& configuration) {
   m_points = std::move(points);
   m_published.clear();
   m_received.clear();
+  m_changed = 0;
   m_current.assign(m_points.All().size(), kNoValue);
 }
 
@@ -103,7 +104,8 @@ void Values::Keep(Samples& samples, std::time_t when, Sample sample) {
   while (samples.size() > MostSamples()) samples.erase(samples.begin());
 }
 
-void Values::TakePublished(const status::Segment& segment, std::time_t now, long intervalSeconds) {
+std::time_t Values::TakePublished(const status::Segment& segment, std::time_t now,
+                                  long intervalSeconds) {
   const Lock lock(m_mutex);
   Sample sample(m_points.All().size(), kNoValue);
   if (segment.values) {
@@ -111,10 +113,14 @@ void Values::TakePublished(const status::Segment& segment, std::time_t now, long
       if (const auto place = m_points.PlaceOf(dataId)) sample[*place] = value;
     }
   }
+  const bool isSame = std::equal(sample.begin(), sample.end(), m_current.begin(), m_current.end(),
+                                 [](double a, double b) { return a == b || (a != a && b != b); });
+  if (!isSame || m_changed == 0) m_changed = now;
   m_current = sample;
   m_interval = std::max(intervalSeconds, 1L);
   const std::time_t number = now / m_interval;
   if (std::exchange(m_sampledIn, number) != number) Keep(m_published, now, std::move(sample));
+  return m_changed;
 }
 
 void Values::TakeReceived(std::time_t stamp, const std::string& document) {
@@ -161,20 +167,25 @@ Reply Values::ReplyPoints() const {
 // Where files are missing in between, a value that is null breaks the line.
 void Values::WriteSamples(JsonWriter& json, const Samples& samples, std::size_t place,
                           std::time_t from) const {
-  json.StartArray();
-  std::time_t before = 0;
+  std::vector<std::pair<std::time_t, double>> pairs;
   for (auto sample = samples.lower_bound(from); sample != samples.end(); ++sample) {
     const std::time_t when = sample->first;
-    const bool isGap = before != 0 && when - before > m_interval + m_interval / 2;
-    if (isGap) WritePair(json, before + m_interval, kNoValue);
-    WritePair(json, when, sample->second[place]);
-    before = when;
+    const std::time_t before = pairs.empty() ? when : pairs.back().first;
+    if (when - before > m_interval + m_interval / 2) {
+      pairs.emplace_back(before + m_interval, kNoValue);
+    }
+    pairs.emplace_back(when, sample->second[place]);
+  }
+  json.StartArray();
+  const std::size_t first = pairs.size() > kMostSamples ? pairs.size() - kMostSamples : 0;
+  for (std::size_t i = first; i < pairs.size(); ++i) {
+    WritePair(json, pairs[i].first, pairs[i].second);
   }
   json.EndArray();
 }
 
 void Values::WriteSeries(JsonWriter& json, std::size_t place, std::time_t from,
-                         std::time_t to) const {
+                         const std::vector<AlarmMark>& marks) const {
   const PointInfo& point = m_points.All()[place];
   json.StartObject();
   Put(json, "id", point.id);
@@ -186,9 +197,8 @@ void Values::WriteSeries(JsonWriter& json, std::size_t place, std::time_t from,
   WriteSamples(json, m_received, place, from);
   json.Key("alarms");
   json.StartArray();
-  std::vector<AlarmMark> marks;
-  if (m_alarms) marks = m_alarms(point.dataId, from, to);
-  for (std::size_t i = 0; i < std::min(marks.size(), kMostMarks); ++i) {
+  const std::size_t first = marks.size() > kMostMarks ? marks.size() - kMostMarks : 0;
+  for (std::size_t i = first; i < marks.size(); ++i) {
     json.StartObject();
     Put(json, "unix_s", std::int64_t{marks[i].time});
     Put(json, "text", marks[i].text);
@@ -207,6 +217,10 @@ Reply Values::ReplySeries(const Call& call, std::time_t now) const {
   long minutes = std::atol(call.Get("minutes").c_str());
   if (minutes <= 0) minutes = kDefaultMinutes;
   const std::time_t from = now - std::min<long>(minutes, 31L * 24 * 60) * 60;
+  std::map<std::uint32_t, std::vector<AlarmMark>> marks;  // asked for without the lock
+  for (const std::uint32_t dataId : dataIds) {
+    marks[dataId] = m_alarms ? m_alarms(dataId, from, now) : std::vector<AlarmMark>();
+  }
   const Lock lock(m_mutex);
   return JsonReply([&](JsonWriter& json) {
     json.StartObject();
@@ -214,7 +228,8 @@ Reply Values::ReplySeries(const Call& call, std::time_t now) const {
     json.Key("series");
     json.StartArray();
     for (const std::uint32_t dataId : dataIds) {
-      if (const auto place = m_points.PlaceOf(dataId)) WriteSeries(json, *place, from, now);
+      if (const auto place = m_points.PlaceOf(dataId))
+        WriteSeries(json, *place, from, marks[dataId]);
     }
     json.EndArray();
     json.EndObject();

@@ -36,7 +36,8 @@ class Values {
   void TakePoints(const status::Configuration& configuration);
   // Takes the segment as it is now; keeps it when a new interval has begun. `intervalSeconds` is
   // that of live values, gateway time.
-  void TakePublished(const status::Segment& segment, std::time_t now, long intervalSeconds);
+  // Returns when a value has changed last, gateway time.
+  std::time_t TakePublished(const status::Segment& segment, std::time_t now, long intervalSeconds);
   // Takes an accepted document with the stamp of its file. A text that is no such document is
   // ignored.
   void TakeReceived(std::time_t stamp, const std::string& document);
@@ -51,7 +52,8 @@ class Values {
 
   std::size_t MostSamples() const;
   void Keep(Samples& samples, std::time_t when, Sample sample);
-  void WriteSeries(JsonWriter& json, std::size_t place, std::time_t from, std::time_t to) const;
+  void WriteSeries(JsonWriter& json, std::size_t place, std::time_t from,
+                   const std::vector<AlarmMark>& marks) const;
   void WriteSamples(JsonWriter& json, const Samples& samples, std::size_t place,
                     std::time_t from) const;
 
@@ -61,6 +63,7 @@ class Values {
   Samples m_published;
   Samples m_received;
   Sample m_current;
+  std::time_t m_changed = 0;  // when m_current was another
   long m_interval = 60;
   std::time_t m_sampledIn = -1;  // number of the interval of the latest sample
 };

@@ -14,7 +14,8 @@
 
 namespace console {
 
-// A run of `brennik-status --json` under the gateway's clock. It may take seconds.
+// A run of `brennik-status --json` under the gateway's clock. It may take seconds, but must end by
+// itself: the end of the watch waits for it.
 struct StatusRun {
   int exit = -1;     // exit status; -1: it did not run or was ended
   std::string json;  // its standard output

@@ -16,7 +16,7 @@ using Lock = std::lock_guard<util::Mutex>;
 
 constexpr int kChannelShift = 24;              // a DataId's channel
 constexpr std::size_t kMostJudged = 1000;      // records of one look
-constexpr std::size_t kMostArrivals = 20'000;  // taken in one look
+constexpr std::size_t kMostArrivals = 50'000;  // taken in one look
 constexpr std::size_t kMostRecent = 5000;      // arrivals that are kept
 constexpr std::size_t kMostDocuments = 600;    // that wait; older ones are given up
 constexpr int kDocumentsALook = 10;
@@ -78,6 +78,7 @@ Watcher::Seen Watcher::LookAround() {
   for (const Arrival& arrival : seen.arrivals) {
     m_orders.Take(arrival);
     if (arrival.accepted && arrival.kind == NameOf(Kind::kRealData)) m_documents.push_back(arrival);
+    if (m_documents.size() > kMostDocuments) m_documents.pop_front();
   }
   TakeDocuments();
   return seen;
@@ -85,7 +86,6 @@ Watcher::Seen Watcher::LookAround() {
 
 // The newest first: a long backlog is read over many looks.
 void Watcher::TakeDocuments() {
-  while (m_documents.size() > kMostDocuments) m_documents.pop_front();
   for (int i = 0; i < kDocumentsALook && !m_documents.empty(); ++i) {
     const Arrival arrival = m_documents.back();
     m_documents.pop_back();
@@ -130,7 +130,8 @@ void Watcher::LookAtMachine() {
   m_machinePace.Begin();
   const status::Segment segment = status::LookAtSegment(m_sources.place);
   m_next.segment = SegmentOf(segment, m_next.configuration);
-  m_values.TakePublished(segment, m_next.now, IntervalsOf(m_next).realDataInv);
+  m_next.segment.changed =
+      m_values.TakePublished(segment, m_next.now, IntervalsOf(m_next).realDataInv);
   m_next.card = status::LookAtCard(m_sources.place);
   m_machinePace.End();
 }
@@ -165,7 +166,8 @@ void Watcher::Take(const Seen& seen) {
   for (const FileKey& key : seen.judgedSent) m_account.TakeJudgedSent(key);
   m_orders.Tell(m_account);
   m_scene = m_next;
-  m_account.Judge(seen.now, m_scene.service.running ? m_scene.service.since : 0);
+  m_account.Judge(seen.now, m_scene.service.running ? m_scene.service.since : 0,
+                  m_scene.ledgerState == status::LedgerState::kGood);
   m_road = RoadOf(m_account, m_scene);
   m_witness = WitnessOf(m_account, m_scene);
   m_disagreement =

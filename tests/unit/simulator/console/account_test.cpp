@@ -42,7 +42,7 @@ class AccountTest : public ::testing::Test {
   }
   // Looks often enough for doubts to be settled.
   FileState Settled(const char* name) {
-    for (int look = 0; look < 10; ++look) m_account.Judge(m_now, m_serviceStart);
+    for (int look = 0; look < 10; ++look) m_account.Judge(m_now, m_serviceStart, m_isLedgerRead);
     const SeenFile* const file = m_account.Find(Key(name));
     EXPECT_NE(file, nullptr);
     return file == nullptr ? FileState::kLost : file->state;
@@ -51,6 +51,7 @@ class AccountTest : public ::testing::Test {
   Account m_account;
   std::time_t m_now = 0;
   std::time_t m_serviceStart = 0;
+  bool m_isLedgerRead = true;
   long m_arrivals = 0;
 };
 
@@ -119,10 +120,19 @@ TEST_F(AccountTest, KeepsAFileAgedAfterTheClockIsSetBack) {
 TEST_F(AccountTest, WaitsForSeveralLooksBeforeItCallsAFileLost) {
   Ledger({Row(kSnapshot, true)});
 
-  m_account.Judge(m_now, 0);
+  m_account.Judge(m_now, 0, true);
 
   EXPECT_EQ(m_account.Total().judgedSent, 0);
   EXPECT_EQ(m_account.Total().pending, 1);
+}
+
+TEST_F(AccountTest, CallsNothingLostWhileTheLedgerCannotBeRead) {
+  m_isLedgerRead = false;
+  Arrive(kRecall, false);
+  EXPECT_EQ(Settled(kRecall), FileState::kPending);
+
+  m_isLedgerRead = true;
+  EXPECT_EQ(Settled(kRecall), FileState::kLost);
 }
 
 TEST_F(AccountTest, CountsARecallAsPendingUntilTheCloudAcceptsIt) {

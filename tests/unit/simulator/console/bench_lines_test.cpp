@@ -1,4 +1,4 @@
-// What the bench reads and prints line by line: terminal, text log, cloud, ledger.
+// What the bench reads and prints line by line: terminal, text log, ledger.
 #include <gtest/gtest.h>
 
 #include <sstream>

@@ -41,6 +41,7 @@ class FakeBench : public console::Actions {
       world.standing[order["endpoint"].GetString()] = order["behaviour"].GetString();
     if (what == "normal") world.standing.erase(order["endpoint"].GetString());
     if (what == "redirect") world.redirect = order["to"].GetString();
+    if (world.redirect == "127.0.0.1:8080") world.redirect.clear();  // its own address
     std::string standing;
     for (const auto& [endpoint, behaviour] : world.standing) {
       standing += (standing.empty() ? "\"" : ",\"") + endpoint + "\":\"" + behaviour + "\"";

@@ -103,8 +103,9 @@ TEST_F(ValuesTest, KeepsABoundedNumberOfSamples) {
 }
 
 TEST_F(ValuesTest, IgnoresDocumentsThatAreNone) {
-  for (const char* text : {"", "[", "{}", R"({"data":1})", R"({"data":[1,{"groupId":"x"}]})",
-                           R"({"data":[{"groupId":1,"eqpId":3,"values":[{"pointId":1}]}]})"}) {
+  for (const char* text :
+       {"", "[", "{}", R"({"data":1})", R"({"data":[1,{"groupId":"x"}]})",
+        R"({"data":[{"groupId":1,"eqpId":3,"values":[{"pointId":1,"value":"1"}]}]})"}) {
     m_values.TakeReceived(6000, text);
   }
 

@@ -1,5 +1,8 @@
 #include "console/watch/watcher.h"
 
+#include <unistd.h>
+
+#include "acquisition/segment.h"
 #include "unit/simulator/console/watchfixture.h"
 
 namespace test {
@@ -66,6 +69,29 @@ TEST_F(WatcherTest, SaysWhyTheServiceIsDown) {
   const auto state = State(watcher);
   EXPECT_TRUE(HasReason(state, "the service does not run: ended with status 1 at 12:00"));
   EXPECT_STREQ(state["verdicts"]["witness"]["level"].GetString(), "critical");
+}
+
+TEST_F(WatcherTest, SaysThatTheCardIsMissing) {
+  ASSERT_EQ(unlink(paths::kCardDevice), 0);
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+
+  EXPECT_TRUE(HasReason(State(watcher), "the SD card is missing"));
+}
+
+TEST_F(WatcherTest, SaysWhenValuesStayTheSame) {
+  const Segment segment({{0x01030001, 12.5}});
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+  EXPECT_STREQ(State(watcher)["road"]["stages"][0]["state"].GetString(), "good");
+  SetTime(std::time(nullptr) + 130);
+
+  LookOnce(watcher);
+
+  const auto state = State(watcher);
+  EXPECT_STREQ(state["road"]["stages"][0]["state"].GetString(), "waiting");
+  EXPECT_STREQ(state["road"]["stages"][0]["text"].GetString(),
+               "1 point published, unchanged since 2024-03-07 12:00:00");
 }
 
 TEST_F(WatcherTest, SaysWhenTheCloudAcceptsNothingForLong) {
