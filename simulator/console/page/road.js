@@ -2,7 +2,7 @@
 // lines of the terminal.
 import {post} from './api.js';
 import {badge, changed, facts, field, fill, h, keyed, select, setText} from './dom.js';
-import {bytes, count, duration, sentence, when} from './format.js';
+import {bytes, count, counted, duration, sentence, when} from './format.js';
 import {gatewayNow, live} from './live.js';
 import {button, head, panel, result, say, visit} from './view.js';
 
@@ -92,7 +92,7 @@ function buildProcesses(view) {
   const draw = changed((processes) => fill(list, processes.length === 0 && h('li.hint', 'No process is known yet.'),
     processes.map((each) => h('li', badge(each.running ? 'good' : 'broken', each.name), ' ',
       sentence(each.text || (each.running ? 'running' : 'not running')),
-      h('span.hint', ` process ${each.pid ?? 'none'}, restarted ${count(each.restarts)} times`)))));
+      h('span.hint', ` process ${each.pid ?? 'none'}, restarted ${counted(each.restarts, 'time')}`)))));
   view.onState((state) => draw(state.processes ?? []));
   return panel('Processes', list);
 }
