@@ -18,6 +18,8 @@ namespace status {
 namespace {
 
 constexpr char kNeedsRights[] = "Permission denied; sudo brennik-status can read it";
+// So many pending rows may be stepped over in one short statement.
+constexpr std::size_t kFewPending = 1000;
 constexpr char kCopied[] = "read from a copy, because an unfinished write waits for the service";
 
 // How a visit of the ledger ended.
@@ -107,7 +109,74 @@ void Count(Ledger* ledger, const LedgerRow& row) {
   if (row.type == kAlarmDataFile) Count(&ledger->alarmData, row);
 }
 
+void KeepByNow(LedgerSums* sums, const LedgerRow& row, std::time_t latest) {
+  if (!row.stamp || *row.stamp > latest) return;
+  if (row.type == kRealDataFile) KeepNewest(&sums->newestByNow, row);
+  if (row.accepted) KeepNewest(&sums->newestAcceptedByNow, row);
+}
+
+LedgerState ReadAll(LedgerReader& reader, std::time_t latest, LedgerSums* sums) {
+  *sums = {};
+  return reader.ReadFiles([&](const LedgerRow& row) {
+    Count(&sums->ledger, row);
+    KeepByNow(sums, row, latest);
+    return true;
+  });
+}
+
+void Add(Ledger* ledger, const LedgerReader::Sums& accepted) {
+  ledger->all.accepted += accepted.all;
+  ledger->realData.accepted += accepted.realData;
+  ledger->alarmData.accepted += accepted.alarmData;
+}
+
+void KeepNewestOf(FileCounts* counts, const LedgerRow& row) {
+  KeepNewest(&counts->newest, row);
+  KeepNewest(&counts->newestAccepted, row);
+}
+
+// False when the index has no answer: what is looked for could hide behind this row.
+bool TakeLastOfDay(const LedgerRow& row, std::time_t latest, LedgerSums* sums) {
+  if (!row.stamp || *row.stamp > latest) return false;
+  KeepNewestOf(&sums->ledger.all, row);
+  KeepNewestOf(row.type == kRealDataFile ? &sums->ledger.realData : &sums->ledger.alarmData, row);
+  KeepByNow(sums, row, latest);
+  return true;
+}
+
+LedgerState SumUp(LedgerReader& reader, std::time_t latest, LedgerSums* sums) {
+  *sums = {};
+  const LedgerState state =
+      reader.SumUpFiles([&](const auto& accepted) { Add(&sums->ledger, accepted); },
+                        [&](const LedgerRow& row) {
+                          Count(&sums->ledger, row);
+                          KeepByNow(sums, row, latest);
+                          return true;
+                        });
+  if (state != LedgerState::kGood) return state;
+  if (sums->ledger.all.pending > kFewPending) return ReadAll(reader, latest, sums);
+  for (const int type : {kRealDataFile, kAlarmDataFile}) {
+    bool isAnswered = true;
+    const LedgerState found = reader.ReadLastAccepted(
+        type, [&](const LedgerRow& row) { return isAnswered = TakeLastOfDay(row, latest, sums); });
+    if (found != LedgerState::kGood || !isAnswered) return ReadAll(reader, latest, sums);
+  }
+  return state;
+}
+
 }  // namespace
+
+LedgerSums SumUpLedger(const Place& place, bool serviceRuns, std::time_t latest) {
+  LedgerSums sums;
+  const Visit visit = VisitLedger(place, serviceRuns, [&](LedgerReader& reader) {
+    const LedgerState state = SumUp(reader, latest, &sums);
+    return state == LedgerState::kGood ? reader.CountRecalls(&sums.ledger.recalls) : state;
+  });
+  sums.ledger.state = visit.state;
+  sums.ledger.detail = visit.detail;
+  if (visit.ofCopy) sums.ledger.copied = kCopied;
+  return sums;
+}
 
 Ledger ReadLedger(const Place& place, bool serviceRuns, const EachRow& eachRow) {
   Ledger ledger;

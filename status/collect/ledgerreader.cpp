@@ -8,6 +8,7 @@
 
 #include "collect/keepowners.h"
 #include "historydata/ledgerfile.h"
+#include "util/paths.h"
 #include "util/text.h"
 
 namespace status {
@@ -30,6 +31,19 @@ constexpr char kCountTable[] =
 // A pending row is what the service's own query finds: its result equals 0.
 constexpr char kSelectFiles[] =
     "select rowid,filename,filetype,result=0 from %s where rowid>%lld order by rowid limit %zu";
+// No name, and one value that is read of each row; 0 asks for a closer look.
+constexpr char kSumUpFiles[] =
+    "select case when result=0 then 0 else filetype end,rowid from %s where rowid>%lld order by "
+    "rowid limit %zu";
+// The name of the index is SQLite's own for the key of a table; without it the statement fails
+// rather than read the whole table for each day.
+constexpr char kSelectLast[] =
+    "with recursive day(n) as (select 1 union all select n+1 from day where n<31),"
+    "folder(p) as (select '%s/'||n||'/%c' from day) "
+    "select t.filename from folder cross join %s t on t.rowid="
+    "(select s.rowid from %s s indexed by sqlite_autoindex_%s_1 where s.filename>=p and "
+    "s.filename<p||':' and s.filetype=%d and (s.result=0) is not 1 order by s.filename desc limit "
+    "1)";
 constexpr char kSelectRecalls[] = "select rowid from %s where rowid>%lld order by rowid limit %zu";
 
 util::Database Open(const std::string& path, LedgerReader::File file) {
@@ -68,7 +82,7 @@ LedgerState LedgerReader::Failed(util::Failure why, bool rowsAreRead) {
   }
 }
 
-LedgerState LedgerReader::RunOnce(const std::string& sql, const EachResult& each) {
+LedgerState LedgerReader::RunOnce(const std::string& sql, const TakeResult& take) {
   using std::chrono::steady_clock;
   const auto begin = steady_clock::now();
   m_database.LimitTime(m_millisecondsLeft);
@@ -76,7 +90,7 @@ LedgerState LedgerReader::RunOnce(const std::string& sql, const EachResult& each
   if (util::Statement rows = m_database.Prepare(sql); !rows) {
     state = Failed(m_database.WhyFailed(), false);
   } else {
-    while (rows.NextRow()) each(rows);
+    take(rows);
     if (rows.Failed()) state = Failed(rows.WhyFailed(), true);
   }
   const auto taken =
@@ -87,10 +101,10 @@ LedgerState LedgerReader::RunOnce(const std::string& sql, const EachResult& each
 
 // A lock is met before the first row, so no row comes twice. The moment in which the service begins
 // a write can look like an unfinished one.
-LedgerState LedgerReader::Run(const std::string& sql, const EachResult& each) {
+LedgerState LedgerReader::Run(const std::string& sql, const TakeResult& take) {
   const std::string said = m_detail;
   while (true) {
-    const LedgerState state = RunOnce(sql, each);
+    const LedgerState state = RunOnce(sql, take);
     if (state == LedgerState::kGood) m_detail = said;
     if (state != LedgerState::kBusy && state != LedgerState::kUnfinished) return state;
     if (--m_triesLeft <= 0) return state;
@@ -101,9 +115,9 @@ LedgerState LedgerReader::Run(const std::string& sql, const EachResult& each) {
 LedgerState LedgerReader::LookForTable(const char* table) {
   if (!m_database) return Failed(m_database.WhyFailed(), false);
   bool isThere = false;
-  const LedgerState state =
-      Run(util::Format(kCountTable, table),
-          [&isThere](const util::Statement& row) { isThere = row.Integer(0) > 0; });
+  const LedgerState state = Run(util::Format(kCountTable, table), [&isThere](util::Statement& row) {
+    isThere = row.NextRow() && row.Integer(0) > 0;
+  });
   if (state != LedgerState::kGood) return state;
   return isThere ? LedgerState::kGood : LedgerState::kNoTable;
 }
@@ -113,20 +127,64 @@ LedgerState LedgerReader::ReadPage(std::int64_t after, Page* page) {
   page->size = 0;
   page->last = after;
   return Run(util::Format(kSelectFiles, kPendingTable, static_cast<long long>(after), kPageRows),
-             [page](const util::Statement& row) {
-               LedgerRow& read = page->rows[page->size++];
-               page->last = row.Integer64(0);
-               read.name = row.Text(1).substr(0, kNameBytes);
-               read.type = row.Integer(2);
-               read.accepted = row.Integer(3) == 0;
+             [page](util::Statement& row) {
+               while (row.NextRow()) {
+                 LedgerRow& read = page->rows[page->size++];
+                 page->last = row.Integer64(0);
+                 read.name = row.Text(1).substr(0, kNameBytes);
+                 read.type = row.Integer(2);
+                 read.accepted = row.Integer(3) == 0;
+               }
              });
 }
 
+// A page with a row that needs a closer look, or that cannot be read, has no sums.
+LedgerState LedgerReader::SumUpPage(std::int64_t after, Page* page, Sums* sums) {
+  std::size_t rows = 0;
+  bool isSummedUp = true;
+  *sums = {};
+  const LedgerState state =
+      Run(util::Format(kSumUpFiles, kPendingTable, static_cast<long long>(after), kPageRows),
+          [&](util::Statement& row) {
+            while (isSummedUp && row.NextRow()) {
+              const int type = row.Integer(0);
+              isSummedUp = type != 0;
+              if (type == kRealDataFile) ++sums->realData;
+              if (type == kAlarmDataFile) ++sums->alarmData;
+              if (++rows == kPageRows) page->last = row.Integer64(1);
+            }
+          });
+  const bool isUsable = state == LedgerState::kGood && isSummedUp;
+  sums->all = isUsable ? rows : 0;
+  page->size = sums->all;
+  return state;
+}
+
 LedgerState LedgerReader::ReadFiles(const TakeRow& take) {
+  return GivePages({}, take);
+}
+
+LedgerState LedgerReader::SumUpFiles(const TakeSums& count, const TakeRow& take) {
+  return GivePages(count, take);
+}
+
+LedgerState LedgerReader::GivePages(const TakeSums& count, const TakeRow& take) {
   LedgerState state = LookForTable(kPendingTable);
   Page page{.rows = std::vector<LedgerRow>(kPageRows), .size = kPageRows, .last = kBeforeAll};
   while (state == LedgerState::kGood && page.size == kPageRows) {
     const std::int64_t before = page.last;
+    Sums sums;
+    if (count) state = SumUpPage(before, &page, &sums);
+    if (sums.all > 0) {
+      count(sums);
+      m_givenRows += sums.all;
+      if (sums.all == kPageRows && page.last <= before) return LedgerState::kDamaged;
+      if (m_givenRows >= kMostRows) {
+        m_detail = util::Format("only its first %zu rows were read", m_givenRows);
+        return state;
+      }
+      continue;
+    }
     state = ReadPage(before, &page);
     m_givenRows += page.size;
     for (LedgerRow& row : std::span(page.rows.data(), page.size)) {
@@ -143,6 +201,28 @@ LedgerState LedgerReader::ReadFiles(const TakeRow& take) {
   return state;
 }
 
+LedgerState LedgerReader::ReadLastAccepted(int type, const TakeRow& take) {
+  const bool isReal = type == kRealDataFile;
+  const std::string folder(util::BaseName(isReal ? paths::kRealData : paths::kAlarmData));
+  std::vector<LedgerRow> found;
+  const LedgerState state =
+      Run(util::Format(kSelectLast, folder.c_str(), isReal ? 'S' : 'T', kPendingTable,
+                       kPendingTable, kPendingTable, type),
+          [&](util::Statement& row) {
+            while (row.NextRow()) {
+              found.push_back({.name = std::string(row.Text(0).substr(0, kNameBytes)),
+                               .type = type,
+                               .accepted = true,
+                               .stamp = {}});
+            }
+          });
+  for (LedgerRow& row : found) {
+    row.stamp = m_stamps.Of(row.name);
+    if (!take(row)) break;
+  }
+  return state;
+}
+
 LedgerState LedgerReader::CountRecalls(std::size_t* count) {
   LedgerState state = LookForTable(kRecallTable);
   if (state == LedgerState::kNoTable) return LedgerState::kGood;
@@ -151,9 +231,8 @@ LedgerState LedgerReader::CountRecalls(std::size_t* count) {
   while (state == LedgerState::kGood && rows == kPageRows && *count < kMostRows) {
     rows = 0;
     state = Run(util::Format(kSelectRecalls, kRecallTable, static_cast<long long>(last), kPageRows),
-                [&](const util::Statement& row) {
-                  last = row.Integer64(0);
-                  ++rows;
+                [&](util::Statement& row) {
+                  for (; row.NextRow(); ++rows) last = row.Integer64(0);
                 });
     *count += rows;
   }

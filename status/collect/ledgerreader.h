@@ -29,6 +29,19 @@ class LedgerReader {
 
   // Gives the rows of all files. kGood also when the row bound or `take` ended the reading.
   LedgerState ReadFiles(const TakeRow& take);
+  // The same rows, page by page. A page without pending files is read without names, which costs
+  // half, and only its sums are given to `count`. The rows of other pages are given to `take`.
+  struct Sums {
+    std::size_t all = 0;
+    std::size_t realData = 0;
+    std::size_t alarmData = 0;
+  };
+  using TakeSums = std::function<void(const Sums& accepted)>;
+  LedgerState SumUpFiles(const TakeSums& count, const TakeRow& take);
+  // Gives the last accepted row, by name, of each day's folder of a kind, through the index of
+  // names. It steps over pending rows, so there should be few. `type`
+  // is kRealDataFile or kAlarmDataFile. kNoTable when there is no such index.
+  LedgerState ReadLastAccepted(int type, const TakeRow& take);
   // Counts the recall files. A missing table counts as empty.
   LedgerState CountRecalls(std::size_t* count);
 
@@ -42,12 +55,14 @@ class LedgerReader {
     std::size_t size;   // so many of them are set
     std::int64_t last;  // the greatest row number
   };
-  using EachResult = std::function<void(const util::Statement&)>;
+  using TakeResult = std::function<void(util::Statement&)>;
 
   LedgerState LookForTable(const char* table);
   LedgerState ReadPage(std::int64_t after, Page* page);
-  LedgerState Run(const std::string& sql, const EachResult& each);
-  LedgerState RunOnce(const std::string& sql, const EachResult& each);
+  LedgerState SumUpPage(std::int64_t after, Page* page, Sums* sums);
+  LedgerState GivePages(const TakeSums& count, const TakeRow& take);
+  LedgerState Run(const std::string& sql, const TakeResult& take);
+  LedgerState RunOnce(const std::string& sql, const TakeResult& take);
   LedgerState Failed(util::Failure why, bool rowsAreRead);
 
   util::Database m_database;

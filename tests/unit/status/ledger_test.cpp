@@ -82,6 +82,77 @@ TEST_F(LedgerReading, GivesEveryRowOnceOverSeveralPages) {
   EXPECT_EQ(names.back(), "realdata/7/N002500.tar.gz");
 }
 
+std::string NameOf(const std::optional<status::LedgerRow>& row) {
+  return row ? row->name : "none";
+}
+
+// The sums and the newest rows, as text.
+std::string TextOf(const FileCounts& counts) {
+  return util::Format("%zu %zu %s %s %s %s", counts.pending, counts.accepted,
+                      NameOf(counts.newest).c_str(), NameOf(counts.newestAccepted).c_str(),
+                      NameOf(counts.newestPending).c_str(), NameOf(counts.oldestPending).c_str());
+}
+
+// What the rows of a mixed ledger are, and which stamps are past.
+struct Mixture {
+  const char* name;
+  const char* change;
+  const char* newestByNow;
+  const char* newestAcceptedByNow;
+};
+
+class LedgerSums : public LedgerReading, public ::testing::WithParamInterface<Mixture> {};
+
+TEST_P(LedgerSums, EqualThoseOfAllRows) {
+  auto ledger = MakeLedger();
+  Insert(ledger, RealName("20240207115900"), kRealDataFile, 1);
+  Insert(ledger, "alarmdata/6/T20240306235900.tar.gz", kAlarmDataFile, 1);
+  InsertMany(ledger, 2500);
+  Insert(ledger, RealName("20240307110000"), kRealDataFile, 1);
+  Insert(ledger, "alarmdata/7/T20240307090000.tar.gz", kAlarmDataFile, 1);
+  Insert(ledger, "alarmdata/7/T20240307100000.tar.gz", kAlarmDataFile);
+  Insert(ledger, "realdata/6/S20240306235900.tar.gz", kRealDataFile, 1);
+  Insert(ledger, "notes.txt", 0, 1);
+  ledger.Run(GetParam().change);
+
+  const auto all = Read(kRuns, [](const auto&) {});
+  const auto sums = status::SumUpLedger(status::Place(), kRuns, test::LocalTimeOf(2024, 3, 7, 12));
+
+  EXPECT_EQ(sums.ledger.state, LedgerState::kGood) << sums.ledger.detail;
+  EXPECT_EQ(TextOf(sums.ledger.all), TextOf(all.all));
+  EXPECT_EQ(TextOf(sums.ledger.realData), TextOf(all.realData));
+  EXPECT_EQ(TextOf(sums.ledger.alarmData), TextOf(all.alarmData));
+  EXPECT_EQ(NameOf(sums.newestByNow), GetParam().newestByNow);
+  EXPECT_EQ(NameOf(sums.newestAcceptedByNow), GetParam().newestAcceptedByNow);
+}
+
+constexpr char kEleven[] = "realdata/7/S20240307110000.tar.gz";
+constexpr char kMidnight[] = "realdata/6/S20240306235900.tar.gz";
+constexpr char kAlarm[] = "alarmdata/7/T20240307090000.tar.gz";
+
+INSTANTIATE_TEST_SUITE_P(
+    , LedgerSums,
+    ::testing::Values(
+        Mixture{"Plain", "", kEleven, kEleven},
+        Mixture{"NewestPending",
+                "update tJsonFileNames set result=0 where filename like '%0307110000%'", kEleven,
+                kAlarm},
+        Mixture{"ManyPending", "update tJsonFileNames set result=0 where rowid<2000", kEleven,
+                kEleven},
+        Mixture{"Future",
+                "insert into tJsonFileNames values('realdata/8/S20240308000000.tar.gz',2,1)",
+                kEleven, kEleven},
+        Mixture{"NoStamp", "insert into tJsonFileNames values('realdata/7/S9.tar.gz',2,1)", kEleven,
+                kEleven},
+        Mixture{"NoIndex",
+                "alter table tJsonFileNames rename to old; create table tJsonFileNames(filename,"
+                "filetype,result); insert into tJsonFileNames select * from old; drop table old",
+                kEleven, kEleven},
+        Mixture{"OtherKind",
+                "update tJsonFileNames set filetype=9 where filename like '%0307110000%'",
+                kMidnight, kEleven}),
+    [](const auto& parameter) { return parameter.param.name; });
+
 TEST_F(LedgerReading, LetsTheServiceWriteBetweenPages) {
   auto ledger = MakeLedger();
   InsertMany(ledger, 1500);
