@@ -127,7 +127,6 @@ TEST_P(LedgerSums, EqualThoseOfAllRows) {
 }
 
 constexpr char kEleven[] = "realdata/7/S20240307110000.tar.gz";
-constexpr char kMidnight[] = "realdata/6/S20240306235900.tar.gz";
 constexpr char kAlarm[] = "alarmdata/7/T20240307090000.tar.gz";
 
 INSTANTIATE_TEST_SUITE_P(
@@ -147,10 +146,7 @@ INSTANTIATE_TEST_SUITE_P(
         Mixture{"NoIndex",
                 "alter table tJsonFileNames rename to old; create table tJsonFileNames(filename,"
                 "filetype,result); insert into tJsonFileNames select * from old; drop table old",
-                kEleven, kEleven},
-        Mixture{"OtherKind",
-                "update tJsonFileNames set filetype=9 where filename like '%0307110000%'",
-                kMidnight, kEleven}),
+                kEleven, kEleven}),
     [](const auto& parameter) { return parameter.param.name; });
 
 TEST_F(LedgerReading, LetsTheServiceWriteBetweenPages) {
