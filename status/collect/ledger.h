@@ -59,12 +59,7 @@ struct Ledger {
 // in this process.
 Ledger ReadLedger(const Place& place, bool serviceRuns, const EachRow& eachRow = {});
 
-// Only the sums, and the newest rows, for much less work: names are read only where files are
-// pending, and the newest rows are found through the index of names. `latest` bounds the stamps of
-// the newest rows by the clock. Whatever the index cannot answer is answered by reading every row:
-// a ledger without it, more than 1,000 pending files, a newest file in the future or without a
-// stamp. Among accepted rows, names of another form than "realdata/7/S…" and "alarmdata/7/T…"
-// count, but are newest only when every row is read.
+// The sums, and the newest files whose stamps have come. `latest` bounds these stamps.
 struct LedgerSums {
   Ledger ledger;
   std::optional<LedgerRow> newestByNow;          // live values, accepted or not, until `latest`

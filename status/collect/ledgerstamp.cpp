@@ -10,18 +10,24 @@ namespace {
 
 constexpr std::string_view kSuffix = ".tar.gz";
 constexpr std::size_t kStampDigits = 14;
-constexpr std::size_t kHourDigits = 10;
+constexpr std::size_t kDayDigits = 8;
+constexpr std::time_t kDaySeconds = 86'400;
 
-bool IsDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-// The digits of the stamp, or an empty text.
+// What stands in the place of the stamp, or an empty text.
 std::string_view DigitsOf(std::string_view name) {
   if (name.size() < kStampDigits + kSuffix.size() || !name.ends_with(kSuffix)) return {};
-  name.remove_suffix(kSuffix.size());
-  const std::string_view digits = name.substr(name.size() - kStampDigits);
-  return std::all_of(digits.begin(), digits.end(), IsDigit) ? digits : std::string_view();
+  return name.substr(name.size() - kSuffix.size() - kStampDigits, kStampDigits);
+}
+
+bool AreDigits(std::string_view digits) {
+  return std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// Two digits; 100 or more when they are none.
+unsigned Pair(std::string_view digits, std::size_t at) {
+  const auto tens = static_cast<unsigned char>(digits[at] - '0');
+  const auto ones = static_cast<unsigned char>(digits[at + 1] - '0');
+  return tens > 9 || ones > 9 ? 100 : tens * 10U + ones;
 }
 
 int Number(std::string_view digits) {
@@ -53,22 +59,27 @@ std::optional<std::time_t> LocalTimeOf(std::string_view digits) {
 
 }  // namespace
 
-void StampReader::TakeHour(std::string_view hour) {
-  m_hour = hour;
-  m_begins = LocalTimeOf(m_hour + "0000");
-  if (!LocalTimeOf(m_hour + "5959")) m_begins.reset();
+// On other days the clocks change.
+void StampReader::TakeDay(std::string_view day) {
+  m_day = day;
+  m_begins = LocalTimeOf(m_day + "000000");
+  const auto ends = LocalTimeOf(m_day + "235959");
+  if (!m_begins || !ends || *ends - *m_begins != kDaySeconds - 1) m_begins.reset();
 }
 
 std::optional<std::time_t> StampReader::Of(std::string_view name) {
   const std::string_view digits = DigitsOf(name);
   if (digits.empty()) return std::nullopt;
-  const std::string_view hour = digits.substr(0, kHourDigits);
-  if (m_hour != hour) TakeHour(hour);
+  if (const auto day = digits.substr(0, kDayDigits); m_day != day) {
+    if (!AreDigits(day)) return std::nullopt;
+    TakeDay(day);
+  }
+  const unsigned hour = Pair(digits, kDayDigits);
+  const unsigned minute = Pair(digits, kDayDigits + 2);
+  const unsigned second = Pair(digits, kDayDigits + 4);
+  if (hour > 23 || minute > 59 || second > 59) return std::nullopt;
   if (!m_begins) return LocalTimeOf(digits);
-  const int minute = Number(digits.substr(kHourDigits, 2));
-  const int second = Number(digits.substr(kHourDigits + 2));
-  if (minute > 59 || second > 59) return std::nullopt;
-  return *m_begins + minute * 60L + second;
+  return *m_begins + static_cast<std::time_t>((hour * 60 + minute) * 60 + second);
 }
 
 std::optional<std::time_t> StampOf(const std::string& name) {

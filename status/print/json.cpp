@@ -107,9 +107,8 @@ void AddFaults(JsonWriter& json, const Configuration& configuration) {
   });
 }
 
-void AddCloudSettings(JsonWriter& json, const Configuration& configuration) {
+void AddCloudSettings(JsonWriter& json, const Configuration& configuration, const char* reason) {
   const ST_CLOUDSERVER_CONFIG_ATTR& cloud = configuration.cloud;
-  const char* reason = "the service would not start with this configuration";
   const auto number = [&](const char* key, std::int64_t value) {
     json.Number(key, configuration.starts ? std::optional(value) : std::nullopt, reason);
   };
@@ -130,14 +129,22 @@ std::int64_t CountOf(const Map* map) {
   return map == nullptr ? 0 : static_cast<std::int64_t>(map->size());
 }
 
-void AddConfiguration(JsonWriter& json, const Configuration& configuration) {
+// A copied card has no configuration. That is no fault.
+void AddConfiguration(JsonWriter& json, const Facts& facts) {
+  const bool isKnown = !facts.LacksConfiguration();
+  const Configuration& configuration = isKnown ? facts.configuration : Configuration();
+  const char* const none = kNoConfigurationCopied;
+  const auto number = [&](const char* key, std::int64_t value) {
+    json.Number(key, isKnown ? std::optional(value) : std::nullopt, none);
+  };
   json.Object("configuration", [&] {
-    json.Flag("starts", configuration.starts);
-    json.Flag("switched_on", configuration.isOn);
-    json.Text("serial_number", configuration.serial, "the configuration has none");
-    AddCloudSettings(json, configuration);
-    json.Number("points", CountOf(configuration.points));
-    json.Number("devices", CountOf(configuration.devices));
+    json.Flag("starts", isKnown ? std::optional(configuration.starts) : std::nullopt, none);
+    json.Flag("switched_on", isKnown ? std::optional(configuration.isOn) : std::nullopt, none);
+    json.Text("serial_number", configuration.serial, isKnown ? "the configuration has none" : none);
+    AddCloudSettings(json, configuration,
+                     isKnown ? "the service would not start with this configuration" : none);
+    number("points", CountOf(configuration.points));
+    number("devices", CountOf(configuration.devices));
     const std::time_t newest = configuration.newestChange;
     json.Time("newest_change", newest == 0 ? std::nullopt : std::optional(newest),
               "none of its files is there");
@@ -232,7 +239,7 @@ std::string JsonText(const Facts& facts, const Verdict& verdict) {
   AddRoad(json, verdict);
   AddResults(json, facts);
   AddCard(json, facts.card);
-  AddConfiguration(json, facts.configuration);
+  AddConfiguration(json, facts);
   AddProcess(json, facts);
   AddSegment(json, facts);
   AddLedger(json, facts);
