@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+
 #include "historydata/ledgerfile.h"
 #include "util/text.h"
 
@@ -23,27 +25,30 @@ LedgerPage& PageOf(sqlite3_context* context) {
   return **static_cast<LedgerPage**>(sqlite3_user_data(context));
 }
 
-std::string_view Text(sqlite3_value* value) {
+std::string_view NameIn(sqlite3_value* value) {
   const unsigned char* text = sqlite3_value_text(value);
   if (text == nullptr) return {};
-  return reinterpret_cast<const char*>(text);
+  const auto bytes = static_cast<std::size_t>(sqlite3_value_bytes(value));
+  return {reinterpret_cast<const char*>(text), std::min(bytes, kNameBytes)};
 }
 
 void TakeRow(sqlite3_context* context, int /*count*/, sqlite3_value** values) {
   LedgerPage& page = PageOf(context);
-  const bool isOdd = sqlite3_value_type(values[0]) != SQLITE_INTEGER;
+  const bool isAccepted = sqlite3_value_int64(values[0]) != 0;
+  const bool isOdd = !isAccepted && sqlite3_value_type(values[0]) != SQLITE_INTEGER;
   if (!page.IsFull()) {
     LedgerRow& row = page.rows[page.size++];
-    row.accepted = sqlite3_value_int64(values[0]) != 0;
-    row.name = Text(values[1]).substr(0, kNameBytes);
+    row.accepted = isAccepted;
+    row.name = NameIn(values[1]);
     row.type = sqlite3_value_int(values[2]);
   }
   if (isOdd || page.IsFull()) sqlite3_result_int(context, 1);
 }
 
-// How a result that is no whole number compares with 0 depends on the column; SQLite knows it.
+// Whether a text, a fraction or NULL equals 0 depends on the column; SQLite knows it.
 void EndRow(sqlite3_context* context, int /*count*/, sqlite3_value** values) {
   LedgerPage& page = PageOf(context);
+  if (page.size == 0) return;
   page.rows[page.size - 1].accepted = sqlite3_value_int(values[0]) == 0;
   sqlite3_result_int(context, page.IsFull() ? 1 : 0);
 }

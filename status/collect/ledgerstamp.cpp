@@ -1,6 +1,7 @@
 #include "collect/ledgerstamp.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "collect/ledger.h"
 #include "util/timetext.h"
@@ -10,13 +11,27 @@ namespace {
 
 constexpr std::string_view kSuffix = ".tar.gz";
 constexpr std::size_t kStampDigits = 14;
-constexpr std::size_t kDayDigits = 8;
+constexpr std::size_t kDayDigits = sizeof(std::uint64_t);
 constexpr std::time_t kDaySeconds = 86'400;
+
+// Bytes as a number, to compare them without a call.
+template <typename Number>
+Number Bytes(const char* text) {
+  Number number = 0;
+  std::memcpy(&number, text, sizeof(number));
+  return number;
+}
+
+bool AreEqual(const char* four, const char* other) {
+  return Bytes<std::uint32_t>(four) == Bytes<std::uint32_t>(other);
+}
 
 // What stands in the place of the stamp, or an empty text.
 std::string_view DigitsOf(std::string_view name) {
-  if (name.size() < kStampDigits + kSuffix.size() || !name.ends_with(kSuffix)) return {};
-  return name.substr(name.size() - kSuffix.size() - kStampDigits, kStampDigits);
+  if (name.size() < kStampDigits + kSuffix.size()) return {};
+  const char* const end = name.data() + name.size() - kSuffix.size();
+  if (!AreEqual(end, kSuffix.data()) || !AreEqual(end + 3, kSuffix.data() + 3)) return {};
+  return {end - kStampDigits, kStampDigits};
 }
 
 bool AreDigits(std::string_view digits) {
@@ -24,9 +39,9 @@ bool AreDigits(std::string_view digits) {
 }
 
 // Two digits; 100 or more when they are none.
-unsigned Pair(std::string_view digits, std::size_t at) {
-  const auto tens = static_cast<unsigned char>(digits[at] - '0');
-  const auto ones = static_cast<unsigned char>(digits[at + 1] - '0');
+unsigned Pair(const char* digits) {
+  const auto tens = static_cast<unsigned char>(digits[0] - '0');
+  const auto ones = static_cast<unsigned char>(digits[1] - '0');
   return tens > 9 || ones > 9 ? 100 : tens * 10U + ones;
 }
 
@@ -61,22 +76,23 @@ std::optional<std::time_t> LocalTimeOf(std::string_view digits) {
 
 // On other days the clocks change.
 void StampReader::TakeDay(std::string_view day) {
-  m_day = day;
-  m_begins = LocalTimeOf(m_day + "000000");
-  const auto ends = LocalTimeOf(m_day + "235959");
+  m_begins = LocalTimeOf(std::string(day) + "000000");
+  const auto ends = LocalTimeOf(std::string(day) + "235959");
   if (!m_begins || !ends || *ends - *m_begins != kDaySeconds - 1) m_begins.reset();
 }
 
 std::optional<std::time_t> StampReader::Of(std::string_view name) {
   const std::string_view digits = DigitsOf(name);
   if (digits.empty()) return std::nullopt;
-  if (const auto day = digits.substr(0, kDayDigits); m_day != day) {
-    if (!AreDigits(day)) return std::nullopt;
-    TakeDay(day);
+  if (const auto day = Bytes<std::uint64_t>(digits.data()); m_day != day) {
+    const std::string_view dayDigits = digits.substr(0, kDayDigits);
+    if (!AreDigits(dayDigits)) return std::nullopt;
+    m_day = day;
+    TakeDay(dayDigits);
   }
-  const unsigned hour = Pair(digits, kDayDigits);
-  const unsigned minute = Pair(digits, kDayDigits + 2);
-  const unsigned second = Pair(digits, kDayDigits + 4);
+  const unsigned hour = Pair(digits.data() + kDayDigits);
+  const unsigned minute = Pair(digits.data() + kDayDigits + 2);
+  const unsigned second = Pair(digits.data() + kDayDigits + 4);
   if (hour > 23 || minute > 59 || second > 59) return std::nullopt;
   if (!m_begins) return LocalTimeOf(digits);
   return *m_begins + static_cast<std::time_t>((hour * 60 + minute) * 60 + second);

@@ -1,6 +1,7 @@
 // The stamps in the names of data files.
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -18,7 +19,7 @@ class StampReader {
  private:
   void TakeDay(std::string_view day);
 
-  std::string m_day;                    // "YYYYMMDD" of the latest stamp
+  std::uint64_t m_day = 0;              // the bytes "YYYYMMDD" of the latest stamp
   std::optional<std::time_t> m_begins;  // that day, when all its seconds follow each other
 };
 

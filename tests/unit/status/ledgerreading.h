@@ -1,8 +1,6 @@
 // Ledgers as the service makes them, and the status tool's reading of them.
 #pragma once
 
-#include <ctime>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -49,10 +47,7 @@ class LedgerReading : public GatewayTest {
                      rows, kPendingTable));
   }
   static status::Ledger Read(bool serviceRuns = false, const status::EachRow& each = {}) {
-    if (each) return status::ReadLedger(status::Place(), serviceRuns, each);
-    return status::SumUpLedger(status::Place(), serviceRuns,
-                               std::numeric_limits<std::time_t>::max())
-        .ledger;
+    return status::ReadLedger(status::Place(), serviceRuns, each);
   }
   static std::vector<std::string> Folder() { return List(paths::kLedgerDirectory); }
 };
