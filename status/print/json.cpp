@@ -134,17 +134,15 @@ void AddConfiguration(JsonWriter& json, const Facts& facts) {
   const bool isKnown = !facts.LacksConfiguration();
   const Configuration& configuration = isKnown ? facts.configuration : Configuration();
   const char* const none = kNoConfigurationCopied;
-  const auto number = [&](const char* key, std::int64_t value) {
-    json.Number(key, isKnown ? std::optional(value) : std::nullopt, none);
-  };
+  const auto known = [=](auto value) { return isKnown ? std::optional(value) : std::nullopt; };
   json.Object("configuration", [&] {
-    json.Flag("starts", isKnown ? std::optional(configuration.starts) : std::nullopt, none);
-    json.Flag("switched_on", isKnown ? std::optional(configuration.isOn) : std::nullopt, none);
+    json.Flag("starts", known(configuration.starts), none);
+    json.Flag("switched_on", known(configuration.isOn), none);
     json.Text("serial_number", configuration.serial, isKnown ? "the configuration has none" : none);
     AddCloudSettings(json, configuration,
                      isKnown ? "the service would not start with this configuration" : none);
-    number("points", CountOf(configuration.points));
-    number("devices", CountOf(configuration.devices));
+    json.Number("points", known(CountOf(configuration.points)), none);
+    json.Number("devices", known(CountOf(configuration.devices)), none);
     const std::time_t newest = configuration.newestChange;
     json.Time("newest_change", newest == 0 ? std::nullopt : std::optional(newest),
               "none of its files is there");
