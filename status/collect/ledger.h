@@ -59,6 +59,14 @@ struct Ledger {
 // in this process.
 Ledger ReadLedger(const Place& place, bool serviceRuns, const EachRow& eachRow = {});
 
+// The sums, and the newest files whose stamps have come. `latest` bounds these stamps.
+struct LedgerSums {
+  Ledger ledger;
+  std::optional<LedgerRow> newestByNow;          // live values, accepted or not, until `latest`
+  std::optional<LedgerRow> newestAcceptedByNow;  // of any kind, until `latest`
+};
+LedgerSums SumUpLedger(const Place& place, bool serviceRuns, std::time_t latest);
+
 // Looks for one name: a whole ledger name, or a base name such as "S20261122040000.tar.gz". The
 // state tells whether the ledger could be read.
 struct FoundRow {
