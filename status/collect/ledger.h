@@ -26,7 +26,7 @@ enum class LedgerState {
 // One file as the ledger has it.
 struct LedgerRow {
   std::string name;  // "realdata/22/S20261122040000.tar.gz"
-  int type = 0;      // kRealDataFile, kAlarmDataFile or whatever was recorded
+  int type = 0;  // by its name: kRealDataFile ("S…"), kAlarmDataFile ("T…"), or 0 for others
   bool accepted = false;
   std::optional<std::time_t> stamp;  // its stamp, read as local time; none when the name has none
 };

@@ -21,12 +21,16 @@ using Pick = std::function<bool(const LedgerRow&)>;
 
 Rows AllRows() {
   util::Database ledger(paths::kLedger, util::Database::Missing::kFails);
-  util::Statement row = ledger.Prepare(util::Format(
-      "select filename,filetype,coalesce(result=0,0) from %s order by rowid", kPendingTable));
+  util::Statement row = ledger.Prepare(
+      util::Format("select filename,coalesce(result=0,0) from %s order by rowid", kPendingTable));
   Rows rows;
   while (row.NextRow()) {
     const std::string name(row.Text(0).substr(0, 127));
-    rows.push_back({name, row.Integer(1), row.Integer(2) == 0, status::StampOf(name)});
+    const std::string base = name.substr(name.size() < 22 ? name.size() : name.size() - 22);
+    const int type = base.starts_with('S')   ? kRealDataFile
+                     : base.starts_with('T') ? kAlarmDataFile
+                                             : 0;
+    rows.push_back({name, type, row.Integer(1) == 0, status::StampOf(name)});
   }
   return rows;
 }
@@ -131,7 +135,8 @@ INSTANTIATE_TEST_SUITE_P(
         Change{"RowsBelowZero", "update tJsonFileNames set rowid=rowid-2000"},
         Change{"FolderAndTypeDisagree",
                "update tJsonFileNames set filetype=3-filetype where filename like '%0307%'"},
-        Change{"OtherTypes", "update tJsonFileNames set filetype=9 where rowid%2=0"},
+        Change{"OtherLetters",
+               "update tJsonFileNames set filename=replace(filename,'/S','/X') where rowid%3=0"},
         Change{"StampOfTheFuture",
                "insert into tJsonFileNames values('realdata/8/S20240308000000.tar.gz',2,1),"
                "('realdata/7/S20240307113000.tar.gz',2,0)"},
