@@ -48,9 +48,11 @@ void TakeRow(sqlite3_context* context, int /*count*/, sqlite3_value** values) {
   const bool isOdd = !isAccepted && sqlite3_value_type(values[0]) != SQLITE_INTEGER;
   if (!page.IsFull()) {
     LedgerRow& row = page.rows[page.size++];
+    const std::string_view name = NameIn(values[1]);
     row.accepted = isAccepted;
-    row.name = NameIn(values[1]);
-    row.type = TypeOf(row.name);
+    row.name.resize(name.size());  // names are mostly of one length: cheaper than to assign
+    std::copy(name.begin(), name.end(), row.name.begin());
+    row.type = TypeOf(name);
   }
   if (isOdd || page.IsFull()) sqlite3_result_int(context, 1);
 }

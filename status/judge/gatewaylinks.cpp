@@ -39,6 +39,13 @@ void JudgeBrokenConfiguration(Judging& judging, const std::string& link, const C
   }
 }
 
+// Whether a file made since the service's start was accepted. The ledger can say so before the log.
+bool HasSent(const Facts& facts) {
+  const auto& newest = facts.newestAcceptedByNow;
+  return facts.logs.uploads.succeeded ||
+         (newest && facts.logs.started && *newest->stamp >= facts.logs.started->time);
+}
+
 }  // namespace
 
 void JudgeCard(Judging& judging, const std::string& link) {
@@ -135,7 +142,7 @@ void JudgeProcess(Judging& judging, const std::string& link) {
                                 .since = facts.logs.newestRecord,
                                 .evidence = "pidof brennik"});
   }
-  const bool isHealed = facts.logs.uploads.succeeded || !judging.IsWithinGrace();
+  const bool isHealed = HasSent(facts) || !judging.IsWithinGrace();
   if (facts.logs.startsInLastHour >= kManyStarts && !isHealed) {
     return judging.road.Noted(link, "BRN-PROCESS-RESTARTS",
                               {.text = Format("the service has started %ld times in the last hour",
