@@ -43,7 +43,8 @@ class Processes {
     std::vector<std::string> command{};
     bool restart = false;  // start it again kRestartAfter after its end
   };
-  // Called with each line of output on the thread of the object.
+  // Called with each line of output on the thread of the object, and under the name "run" with a
+  // line for each end and each restart.
   using Line = std::function<void(const std::string& name, const std::string& text)>;
 
   // The clock must outlive the object.

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <iostream>
 #include <stdexcept>
 #include <utility>
 
@@ -36,7 +37,14 @@ constexpr std::chrono::seconds kLockWait{5};
 
 CardActions::CardActions(Place place) : m_place(std::move(place)) {}
 
-CardActions::~CardActions() = default;
+CardActions::~CardActions() {
+  try {
+    Empty();
+    if (fs::exists(m_place.mount + "/" + kPulled)) Put();
+  } catch (const std::exception& error) {
+    std::cerr << "the card cannot be put right: " << error.what() << '\n';
+  }
+}
 
 void CardActions::Lock() {
   if (m_locker) return;
