@@ -87,7 +87,7 @@ export function access(browser) {
       await page.keyboard.press('Space');
       await until('the fault is over', async () => (await runs()).every((run) => run.state !== 'active'));
 
-      assert.equal(await focused(page), 'Start: Unpublished point');
+      await until('the focus on what comes next', async () => (await focused(page)) === 'Start: Unpublished point');
       assert.deepEqual(opened.trouble, []);
       await opened.close();
     });
@@ -103,13 +103,14 @@ export function access(browser) {
       await opened.close();
     });
 
-    for (const colorScheme of ['light', 'dark']) {
+    // Only the contrast differs in the dark.
+    for (const [colorScheme, rules] of [['light', null], ['dark', ['color-contrast']]]) {
       it(`shows every view in ${colorScheme} colours without a fault of access and without an error`, async () => {
         const opened = await Page.open(await browser(), bench.address, {colorScheme});
         for (const hash of await filledViews(bench)) {
           await opened.show(hash);
           await opened.settled();
-          assert.deepEqual(await opened.findings(), [], hash);
+          assert.deepEqual(await opened.findings(rules), [], hash);
         }
         assert.deepEqual(opened.trouble, []);
         await opened.close();

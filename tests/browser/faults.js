@@ -8,7 +8,7 @@ const kSpeed = 60;
 const kLongestMs = 150000; // a fault and its healing
 
 // What the card is given instead of what it offers: the stall is in real time.
-const inputs = {stall: {'Seconds of real time': '3'}};
+const inputs = {stall: {seconds: '3'}};
 
 // The newest run of a fault, when it has ended.
 async function ended(bench, fault) {
@@ -21,9 +21,11 @@ function told(run) {
   return `${run.verdict}: ${run.text} Not seen: ${missed.join(' ') || 'nothing'}`;
 }
 
-async function breakAndHeal(bench, opened, {fault, title}) {
+async function breakAndHeal(bench, opened, {fault, title, params}) {
   const card = opened.fault(fault);
-  for (const [label, value] of Object.entries(inputs[fault] ?? {})) await card.getByLabel(label).fill(value);
+  for (const [name, value] of Object.entries(inputs[fault] ?? {})) {
+    await card.getByLabel(params.find((each) => each.name === name).title, {exact: true}).fill(value);
+  }
   await card.getByRole('button', {name: `Start: ${title}`, exact: true}).click();
   await card.getByRole('button', {name: `Stop: ${title}`, exact: true}).waitFor();
   const run = await until(`the end of ${fault}`, () => ended(bench, fault), kLongestMs);

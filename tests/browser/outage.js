@@ -45,7 +45,7 @@ export function outages(browser) {
       const text = await banner.jsonValue();
       const {gateway_offset_s: offset} = (await bench.state()).clocks;
       const times = [0, 1, 2, 3].map((late) => new Date((killed + offset + late) * 1000).toISOString().slice(11, 19));
-      assert.match(text, new RegExp(`^The service is down since (${times.join('|')}): killed by signal 9`));
+      assert.match(text, new RegExp(`^The service is down: killed by signal 9 at (${times.join('|')})\\.`));
       await opened.page.locator('#down .banner').waitFor({state: 'detached'});
       await bench.post('/api/clock', {speed: 30});
       await opened.close();

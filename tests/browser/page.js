@@ -62,13 +62,13 @@ export class Page {
   // The card of a fault on the view of faults.
   fault(name) { return this.page.locator('article.fault', {has: this.page.locator(`#fault-${name}`)}); }
 
-  // What axe-core finds on the page as it is: one line each.
-  async findings() {
+  // What axe-core finds on the page as it is, by all of its rules or by some: one line each.
+  async findings(rules = null) {
     await this.page.evaluate(`${await readFile(axeFile, 'utf8')};0`);
-    return this.page.evaluate(async () => {
-      const result = await globalThis.axe.run(document, {resultTypes: ['violations']});
+    return this.page.evaluate(async (runOnly) => {
+      const result = await globalThis.axe.run(document, {resultTypes: ['violations'], ...(runOnly && {runOnly})});
       return result.violations.map((one) => `${one.id}: ${one.nodes.map((node) => node.target.join(' ')).join(', ')}`);
-    });
+    }, rules);
   }
 
   close() { return this.context.close(); }

@@ -10,9 +10,9 @@ let opened = null;
 const browser = () => { opened ??= openBrowser(); return opened; };
 
 describe('the bench console', {concurrency: 3}, () => {
-  journeys(browser);
-  if (!process.env.NOFAULTS) faults(browser);
+  faults(browser);
   access(browser);
+  journeys(browser);
   outages(browser);
   after(async () => (await opened)?.close());
 });
