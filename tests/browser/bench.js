@@ -1,22 +1,15 @@
-// A whole gateway on the desk, and a browser that looks at its page.
-//
-// `scripts/run` starts the gateway. Its card and its configuration stay in a folder, so that a test can hold
-// what the page shows against the files and the ledger.
+// A whole gateway on the desk. `scripts/run` starts it; its card and databases are read from outside.
 import {execFile, spawn} from 'node:child_process';
-import {mkdtemp, readFile, rm} from 'node:fs/promises';
-import {createRequire} from 'node:module';
-import {tmpdir} from 'node:os';
 import path from 'node:path';
 import {fileURLToPath} from 'node:url';
 import {promisify} from 'node:util';
-import {chromium} from 'playwright-core';
+import {descendants, memoryOf} from './processes.js';
 
 export const root = path.resolve(path.dirname(fileURLToPath(import.meta.url)), '../..');
-const axeFile = createRequire(import.meta.url).resolve('axe-core/axe.min.js');
+const run = promisify(execFile);
 
-// Chromium asks its maker's hosts for updates and the like, unless it is told not to.
-const kArguments = ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking',
-  '--disable-component-update', '--disable-sync'];
+const kBuildMs = 900000; // a tree that was never built is built first
+const kCard = '/media/mmcblk0p1';
 
 // Resolves when `look` gives something true; fails with `what` after `ms`.
 export async function until(what, look, ms = 60000) {
@@ -25,33 +18,42 @@ export async function until(what, look, ms = 60000) {
     const found = await look();
     if (found) return found;
     if (Date.now() > end) throw new Error(`it did not come in ${ms / 1000} s: ${what}`);
-    await new Promise((resolve) => setTimeout(resolve, 200));
+    await new Promise((resolve) => { setTimeout(resolve, 200); });
   }
 }
 
+// scripts/run builds first, so two of them must not start at the same time.
+let lastStart = Promise.resolve();
+
 export class Bench {
-  // `speed`: how many times faster than real time the gateway's clock runs.
-  static async start({speed = 30, keep = true} = {}) {
+  // `speed`: how many times faster than real time the gateway's clock runs. `port` is that of the page, 0 a free one.
+  static start({speed = 30, port = 0} = {}) {
+    const started = lastStart.catch(() => {}).then(() => Bench.#start(speed, port));
+    lastStart = started;
+    return started;
+  }
+
+  static async #start(speed, port) {
     const bench = new Bench();
-    bench.folder = await mkdtemp(path.join(tmpdir(), 'brennik-browser-'));
-    const environment = {...process.env, ...(keep ? {BRENNIK_SANDBOX_KEEP: bench.folder} : {})};
     bench.begun = Date.now();
-    bench.process = spawn(path.join(root, 'scripts/run'), ['--speed', String(speed)], {env: environment, stdio: ['ignore', 'pipe', 'pipe']});
     bench.output = '';
+    bench.process = spawn(path.join(root, 'scripts/run'), ['--speed', String(speed), ...(port ? ['--page-port', String(port)] : [])],
+      {stdio: ['ignore', 'pipe', 'pipe']});
     for (const stream of [bench.process.stdout, bench.process.stderr]) stream.on('data', (data) => { bench.output += data; });
-    bench.ended = new Promise((resolve) => bench.process.on('exit', resolve));
+    bench.ended = new Promise((resolve) => { bench.process.on('exit', resolve); });
     const page = await until('the page\'s address', () => {
       if (bench.process.exitCode !== null) throw new Error(`scripts/run has ended:\n${bench.output}`);
-      return bench.output.match(/page (http:\/\/127\.0\.0\.1:\d+)\//);
-    }, 900000);
+      return bench.output.match(/page (http:\/\/127\.0\.0\.1:(\d+))\//);
+    }, kBuildMs);
     bench.address = page[1];
+    bench.port = Number(page[2]);
+    [bench.console] = await descendants(bench.process.pid, 'bench-console');
     return bench;
   }
 
   async stop() {
     this.process.kill('SIGTERM');
     await this.ended;
-    await rm(this.folder, {recursive: true, force: true});
   }
 
   async get(place) {
@@ -69,55 +71,43 @@ export class Bench {
 
   state() { return this.get('/api/state'); }
 
-  // A path of the gateway in the kept folder.
-  at(place) { return path.join(this.folder, place); }
-
-  // Rows of the ledger on the card, read by SQLite's own program.
-  async ledger(query) {
-    const {stdout} = await promisify(execFile)('sqlite3', ['-readonly', '-cmd', '.timeout 2000', this.at('media/mmcblk0p1/Cloud/DB/CloudDB.db'), query]);
-    return stdout.trim();
-  }
-}
-
-// A page with a record of everything that it must not do.
-export class Page {
-  static async browser() {
-    return chromium.launch({executablePath: '/usr/bin/chromium', args: kArguments});
+  // Resolves when the cloud has accepted `files` more files of a kind than now.
+  async moreAccepted(kind, files = 1) {
+    const before = (await this.state()).account[kind].accepted;
+    await until(`${files} more accepted files of ${kind}`, async () => (await this.state()).account[kind].accepted >= before + files);
   }
 
-  static async open(browser, address, options = {}) {
-    const context = await browser.newContext({viewport: {width: 1280, height: 900}, acceptDownloads: true, ...options});
-    const opened = new Page();
-    opened.context = context;
-    opened.trouble = [];
-    opened.page = await context.newPage();
-    opened.page.on('console', (message) => {
-      if (['error', 'warning'].includes(message.type())) opened.trouble.push(`console: ${message.text()}`);
-    });
-    opened.page.on('pageerror', (error) => opened.trouble.push(`error: ${error.message}`));
-    opened.page.on('request', (request) => {
-      if (!/^(http:\/\/127\.0\.0\.1[:/]|data:|blob:)/.test(request.url())) opened.trouble.push(`request to ${request.url()}`);
-    });
-    // A violation of the content security policy is an error on the console, too.
-    await opened.page.goto(`${address}/`);
-    return opened;
+  // What a command says that runs among the gateway's files: the console has mounts of its own.
+  async inside(...command) {
+    const asUser = process.getuid() === 0 ? [] : ['--user', '--preserve-credentials'];
+    const {stdout} = await run('nsenter', ['--target', String(this.console), ...asUser, '--mount', '--wd=/', ...command], {maxBuffer: 1 << 26});
+    return stdout;
   }
 
-  async show(hash) {
-    await this.page.evaluate((to) => { location.hash = to; }, hash);
-    await this.page.locator('main h1').waitFor();
+  // What SQLite's own program says of a database of the card: rows, each a list of texts.
+  async rows(database, query) {
+    const output = await this.inside('sqlite3', '-readonly', '-cmd', '.timeout 5000', `${kCard}/${database}`, query);
+    return output.split('\n').filter(Boolean).map((line) => line.split('|'));
   }
 
-  text(selector = 'main') { return this.page.locator(selector).innerText(); }
+  ledger(query) { return this.rows('Cloud/DB/CloudDB.db', query); }
 
-  // What axe-core finds on the page as it is: one line each.
-  async faults() {
-    await this.page.evaluate(`${await readFile(axeFile, 'utf8')};0`);
-    return this.page.evaluate(async () => {
-      const result = await globalThis.axe.run(document, {resultTypes: ['violations']});
-      return result.violations.map((one) => `${one.id}: ${one.nodes.map((node) => node.target.join(' ')).join(', ')}`);
-    });
+  // How many files wait by the ledger itself: rows with Result 0.
+  async waiting() { return Number((await this.ledger('SELECT count(*) FROM tJsonFileNames WHERE Result=0'))[0][0]); }
+
+  history(query) { return this.rows('demand_history.db', query); }
+
+  // The names of the files of a kind that the cloud has accepted.
+  async accepted(kind) { return (await this.inside('ls', `/tmp/cloud/${kind}`)).split('\n').filter(Boolean); }
+
+  // The document in an archive that the cloud has accepted, as tar unpacks it.
+  async document(kind, name) {
+    return JSON.parse(await this.inside('tar', '-xzOf', `/tmp/cloud/${kind}/${name}`));
   }
 
-  async close() { await this.context.close(); }
+  // The processes of this name on the bench.
+  processes(name) { return descendants(this.process.pid, name); }
+
+  // {rss, most}: the bytes that the console's server holds now, and the most that it has held.
+  consoleMemory() { return memoryOf(this.console); }
 }

@@ -8,10 +8,16 @@ const kGoneAfterMs = 4300;  // no event and no answer for so long: gone
 const kAgainAfterMs = 2000;
 const kLinesKept = 300;
 
+// A browser opens at most six connections to a server, all its tabs together. So one tab has the stream and passes
+// each event on to the others; when it closes, the next one takes over.
+const tabs = new BroadcastChannel('bench-events');
+const takes = {};
+
 let source = null;
 let seenAt = performance.now();
 let stateAt = performance.now();
 let asking = false;
+let leads = false; // this tab has the stream
 let again = 0;
 const listeners = {state: new Set(), lines: new Set(), gone: new Set(), tick: new Set()};
 
@@ -75,7 +81,7 @@ function seen() {
 function lost() {
   if (source) source.close();
   source = null;
-  if (!again) again = setTimeout(open, kAgainAfterMs);
+  if (leads && !again) again = setTimeout(open, kAgainAfterMs);
   if (live.goneSince !== null) return;
   live.goneSince = Date.now();
   tell('gone', live.goneSince);
@@ -95,10 +101,21 @@ async function readState() {
   }
 }
 
-function listen(name, take) {
+takes.state = takeState;
+takes.lines = (data) => takeLines(data.lines);
+takes.heartbeat = () => {};
+takes.resync = readState;
+
+function take(name, data) {
+  seen();
+  takes[name](data);
+}
+
+function listen(name) {
   source.addEventListener(name, (event) => {
-    seen();
-    if (take) take(JSON.parse(event.data));
+    const data = JSON.parse(event.data || 'null');
+    tabs.postMessage({name, data});
+    take(name, data);
   });
 }
 
@@ -108,10 +125,7 @@ function open() {
   source = new EventSource('/api/events');
   source.addEventListener('open', seen);
   source.addEventListener('error', lost);
-  listen('state', takeState);
-  listen('lines', (data) => takeLines(data.lines));
-  listen('heartbeat', null);
-  listen('resync', readState);
+  Object.keys(takes).forEach(listen);
 }
 
 function look() {
@@ -124,7 +138,13 @@ function look() {
 // Starts the stream. Called once.
 export function start() {
   readState();
-  open();
+  tabs.addEventListener('message', (event) => take(event.data.name, event.data.data));
+  // The lock is never given back: it ends with the tab.
+  navigator.locks.request('bench-events', () => {
+    leads = true;
+    open();
+    return new Promise(() => {});
+  });
   setInterval(look, 500);
   document.addEventListener('visibilitychange', () => {
     if (!document.hidden) readState();

@@ -1,0 +1,18 @@
+// The bench console's page in a browser. One process runs all parts, so that benches start one after the other.
+import {after, describe} from 'node:test';
+import {openBrowser} from './page.js';
+import {access} from './access.js';
+import {faults} from './faults.js';
+import {journeys} from './journeys.js';
+import {outages} from './outage.js';
+
+let opened = null;
+const browser = () => { opened ??= openBrowser(); return opened; };
+
+describe('the bench console', {concurrency: 3}, () => {
+  faults(browser);
+  access(browser);
+  journeys(browser);
+  outages(browser);
+  after(async () => (await opened)?.close());
+});
