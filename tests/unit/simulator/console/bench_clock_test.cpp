@@ -122,6 +122,13 @@ TEST(BenchClock, DoesNotCountAStepAsTimePassed) {
   EXPECT_NEAR(clock.Elapsed(), 0, 5);
 }
 
+TEST(BenchClock, RefusesAnotherSpeedOfTheMachinesOwnClock) {
+  Clock clock;
+
+  EXPECT_THROW(clock.SetSpeed(2), std::invalid_argument);
+  EXPECT_NEAR(clock.Exact(), static_cast<double>(std::time(nullptr)), 5);
+}
+
 TEST(BenchClock, RefusesASpeedOutOfRangeAndKeepsItsOwn) {
   Clock clock(kFile, kStart, 10);
 
