@@ -60,12 +60,11 @@ std::vector<std::uint32_t> DataIdsOf(const Plant& plant) {
   return dataIds;
 }
 
-// The count comes first where records go and last where they come: a reader finds no record that is
-// not written, but for a moment it may find one twice.
+// The count comes last. Where records go, a reader may find the last one twice for a moment, but
+// finds every point.
 void Publish(const std::vector<SegmentPoint>& points, const Trouble& told, Segment& segment) {
   const std::vector<SegmentPoint> published = Published(points, told);
   const auto count = static_cast<std::uint32_t>(told.empty ? 0 : published.size());
-  if (count < points.size()) segment.SetCount(count);
   segment.Write(published);
   segment.SetCount(count);
 }

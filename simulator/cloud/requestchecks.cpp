@@ -1,42 +1,18 @@
 #include "cloud/requestchecks.h"
 
-#include <array>
 #include <optional>
-#include <span>
 #include <string_view>
 #include <vector>
 
 #include "cloud/archive.h"
 #include "cloud/documents.h"
 #include "cloud/fault.h"
+#include "cloud/headers.h"
 #include "cloud/members.h"
 
 namespace cloud {
 
 namespace {
-
-struct ExpectedHeader {
-  const char* name;
-  const char* value;
-};
-
-constexpr std::array<ExpectedHeader, 5> kJsonHeaders{{
-    {"Connection", "Keep-Alive"},
-    {"Accept", "application/json,text/javascript, */*; q=0.01"},
-    {"Accept-Encoding", "gzip, deflate,sdch"},
-    {"Accept-Language", "zh-CN,zh;q=0.8"},
-    {"Content-Type",
-     "application/json; charset=UTF-8;boundary=--WebKitFormBoundaryslLU7UmlAp48QHln"},
-}};
-
-constexpr std::array<ExpectedHeader, 5> kUploadHeaders{{
-    {"Connection", "Keep-Alive"},
-    {"Accept", "*/*; q=0.01"},
-    {"Accept-Encoding", "gzip, deflate,sdch"},
-    {"Accept-Language", "zh-CN,zh;q=0.8"},
-    {"Content-Type",
-     "multipart/form-data;charset=UTF-8;boundary=--WebKitFormBoundaryslLU7UmlAp48QHln"},
-}};
 
 constexpr std::string_view kArchiveEnding = ".tar.gz";
 
@@ -50,37 +26,6 @@ constexpr char kDocument[] = "Document";
 
 std::string Quoted(const std::string& text) {
   return "\"" + text + "\"";
-}
-
-std::string TheOnlyValue(const Request& request, const std::string& name) {
-  const std::vector<std::string> values = request.Values(name);
-  if (values.empty()) throw Fault("header " + name + " is missing");
-  if (values.size() > 1) throw Fault("header " + name + " comes more than once");
-  return values[0];
-}
-
-std::string FindHeader(const Request& request, const ExpectedHeader& header) {
-  const std::string value = TheOnlyValue(request, header.name);
-  if (value == header.value) return Quoted(value);
-  throw Fault(std::string("header ") + header.name + " is " + Quoted(value) + ", expected " +
-              Quoted(header.value));
-}
-
-std::string FindHost(const Request& request) {
-  const std::string host = TheOnlyValue(request, "Host");
-  if (host.empty()) throw Fault("header Host is empty");
-  return Quoted(host);
-}
-
-std::string FindLength(const Request& request) {
-  const std::string text = TheOnlyValue(request, "Content-Length");
-  const auto length = request.ContentLength();
-  if (!length) throw Fault("header Content-Length is " + Quoted(text));
-  if (*length > kBodyLimitBytes) throw Fault("a body of " + text + " bytes is too large");
-  if (*length != request.body.size()) {
-    throw Fault("only " + std::to_string(request.body.size()) + " of " + text + " bytes arrived");
-  }
-  return text;
 }
 
 // The checks of one request, in the order in which a reader meets its parts.
@@ -98,14 +43,14 @@ class RequestChecks {
       m_exchange.fileName = file->fileName;
       m_exchange.archive = file->content;
     }
-    if (m_expected.headers) CheckHeaders(kUploadHeaders);
+    if (m_expected.headers) CheckHeaders();
     CheckForm(file, CheckLength());
     CheckFile(file.has_value());
   }
 
   void CheckJsonRequest() {
     m_exchange.document = m_exchange.request.body;
-    if (m_expected.headers) CheckHeaders(kJsonHeaders);
+    if (m_expected.headers) CheckHeaders();
     const bool whole = CheckLength();
     if (m_facts.endpoint == Endpoint::kSkipAddress) {
       m_list.Make("Body", "no body", [this] { return FindNoBody(); });
@@ -115,14 +60,14 @@ class RequestChecks {
   }
 
  private:
-  void CheckHeaders(std::span<const ExpectedHeader> expected) {
+  void CheckHeaders() {
     const Request& request = m_exchange.request;
     m_list.Make("HTTP version", "HTTP/1.1", [&] {
       if (request.version != "HTTP/1.1") throw Fault("the request is not HTTP/1.1");
       return request.version;
     });
     m_list.Make("Host", "one header that is not empty", [&] { return FindHost(request); });
-    for (const ExpectedHeader& header : expected) {
+    for (const ExpectedHeader& header : GatewayHeaders(m_facts.IsUpload())) {
       m_list.Make(header.name, Quoted(header.value), [&] { return FindHeader(request, header); });
     }
   }

@@ -42,6 +42,9 @@ std::string ControlText(const rapidjson::Value& order, const char* name,
 std::int64_t ControlNumber(const rapidjson::Value& order, const char* name, std::int64_t least,
                            std::int64_t most);
 
+// The answer to an order that is not carried out.
+std::string ControlRefusal(const std::string& why);
+
 // What the handler makes of one line, without a line end. It throws nothing.
 std::string ControlReply(std::string_view line, const ControlHandler& handler);
 

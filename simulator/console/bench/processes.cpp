@@ -198,6 +198,7 @@ void Processes::Launch(One& one) {
   one.state.since = m_clock.Now();
   one.state.realSince = m_clock.Real();
   one.state.text = "running since " + ClockOf(one.state.since);
+  if (one.restartAt > 0) m_lines.emplace_back("run", one.program.name + ": " + one.state.text);
 }
 
 void Processes::NoteEnd(One& one, const End& end) {
@@ -210,6 +211,7 @@ void Processes::NoteEnd(One& one, const End& end) {
   one.state.realSince = m_clock.Real();
   one.state.lastEnd = end;
   one.state.text = end.Text() + " at " + ClockOf(one.state.since);
+  m_lines.emplace_back("run", one.program.name + ": " + one.state.text);
 }
 
 void Processes::Await(const std::function<bool()>& reached, std::unique_lock<util::Mutex>& lock) {

@@ -46,7 +46,8 @@ class Processes {
     // id, or 0. It is only watched then, and can be killed.
     std::function<pid_t()> find{};
   };
-  // Called with each line of output on the thread of the object.
+  // Called with each line of output on the thread of the object, and under the name "run" with a
+  // line for each end and each restart.
   using Line = std::function<void(const std::string& name, const std::string& text)>;
 
   // The clock must outlive the object.

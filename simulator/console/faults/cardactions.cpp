@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <iostream>
 #include <stdexcept>
 #include <utility>
 
@@ -46,7 +47,14 @@ void Reserve(int file, const std::string& mount) {
 
 CardActions::CardActions(Place place) : m_place(std::move(place)) {}
 
-CardActions::~CardActions() = default;
+CardActions::~CardActions() {
+  try {
+    Empty();
+    if (fs::exists(m_place.mount + "/" + kPulled)) Put();
+  } catch (const std::exception& error) {
+    std::cerr << "the card cannot be put right: " << error.what() << '\n';
+  }
+}
 
 void CardActions::Lock() {
   if (m_locker) return;

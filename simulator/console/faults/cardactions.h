@@ -20,7 +20,7 @@ class CardActions {
     std::string ledger{};
   };
   explicit CardActions(Place place);
-  ~CardActions();
+  ~CardActions();  // puts everything right
   CardActions(const CardActions&) = delete;
   CardActions& operator=(const CardActions&) = delete;
 

@@ -92,7 +92,7 @@ bool Collide(const Fault& one, const FaultParams& oneParams, const Fault& other,
 Expectation LogsDuring(const std::string& text, const std::string& logged);
 Expectation LogsAfter(const std::string& text, const std::string& logged);
 Expectation SendingFails();  // of live values or alarms, by the service's log
-Expectation FilesWait();     // more than before
+Expectation FilesWait();     // more than between two rounds
 Expectation StatusSays(const std::string& code);
 Expectation WaitingFilesAreAccepted(const std::vector<std::string>& kinds);
 Expectation ANewFileIsAccepted();

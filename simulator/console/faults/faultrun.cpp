@@ -50,6 +50,7 @@ FaultRun::FaultRun(int id, const Fault& fault, FaultParams params, double second
   for (Expectation& expectation : fault.expectations(m_params)) {
     m_progress.push_back({.expectation = std::move(expectation)});
   }
+  m_isEarly = seconds < static_cast<double>(fault.seconds);
   m_undo = fault.begin(actions, m_params);
 }
 
@@ -126,8 +127,8 @@ void FaultRun::Judge(const Seen& seen) {
   if (missing == nullptr) {
     const Progress* const unseen = Missing(true);
     if (unseen == nullptr) return End("as expected", "everything came as expected");
-    return End("as expected", "as far as it went: it ended early, before this was seen: " +
-                                  unseen->expectation.text);
+    return End("as expected",
+               "as far as it went: it was too short for this: " + unseen->expectation.text);
   }
   const bool isWell = Missing(false) == nullptr;
   const bool isOver = isWell ? passed >= kLateEvidence && real >= kLateRealEvidence

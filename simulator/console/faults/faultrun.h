@@ -67,7 +67,7 @@ class FaultRun {
   Undo m_undo{};
   State m_state = State::kActive;
   double m_nextQuestion = 0;  // on Seen::real
-  bool m_isEarly = false;     // stopped before its time
+  bool m_isEarly = false;     // stopped before its time, or begun for less than the fault's own
   std::string m_verdict{};    // empty before the end
   std::string m_text{};
 };

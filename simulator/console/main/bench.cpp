@@ -99,7 +99,6 @@ void Bench::Serve() {
 
 void Bench::StartPrograms() {
   for (const char* name : {"acquisition", "cloud", "service"}) m_processes.Start(name);
-  m_processesShown = m_processes.States();
 }
 
 int Bench::RunUntilEnded() {
@@ -178,7 +177,6 @@ bool Bench::Turn(std::chrono::milliseconds limit) {
   if (const auto now = std::chrono::steady_clock::now(); now >= m_nextLook) {
     m_nextLook = now + kLookEvery;
     m_parts.Look();
-    LookAtProcesses();
     LookAtLedger();
     const std::string state = State();
     m_events.Publish("state", state);

@@ -51,7 +51,6 @@ class Bench {
   bool Turn(std::chrono::milliseconds limit);
   void LookAtLog();
   void LookAtLedger();
-  void LookAtProcesses();
   void ShowCatalogue();
   void ShowProgress(const std::string& state);
   void PublishLines();
@@ -75,7 +74,6 @@ class Bench {
   Parts m_parts;
   std::string m_address{};  // of the page
   std::string m_ledgerShown{};
-  std::vector<ProcessState> m_processesShown{};
   std::chrono::steady_clock::time_point m_nextLook{};
   bool m_hasEnded = false;  // an end signal has come
   Router m_router{};

@@ -63,14 +63,6 @@ void Bench::LookAtLedger() {
   m_terminal.Line("ledger", text);
 }
 
-void Bench::LookAtProcesses() {
-  const std::vector<ProcessState> states = m_processes.States();
-  for (std::size_t i = 0; i < states.size(); ++i) {
-    if (states[i].text != m_processesShown[i].text) Say(states[i].name + ": " + states[i].text);
-  }
-  m_processesShown = states;
-}
-
 void Bench::PublishLines() {
   std::vector<Line> lines;
   {

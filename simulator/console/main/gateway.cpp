@@ -84,6 +84,7 @@ std::vector<Processes::Program> ProgramsOf(const Options& options, const Scenari
          isPlain ? std::vector<std::string>{"--event-interval=60", "--history-minutes=60"}
                  : scenario.acquisition,
          start);
+  acquisition.push_back("--control=" + paths.acquisitionControl);
   std::vector<std::string> cloud = {options.build + "/simulator/cloud/cloud-simulator",
                                     "--port=8080",
                                     "--prefix=/cloud",
@@ -91,10 +92,9 @@ std::vector<Processes::Program> ProgramsOf(const Options& options, const Scenari
                                     std::string("--uploads=") + kUploads,
                                     "--index=" + paths.cloudIndex,
                                     "--control=" + paths.cloudControl};
-  Append(&cloud,
-         isPlain ? std::vector<std::string>{"--order", kOrder, "--redirect=127.0.0.2:8080"}
-                 : scenario.cloud,
-         start);
+  Append(&cloud, isPlain ? std::vector<std::string>{"--order", kOrder} : scenario.cloud, start);
+  // On the page a redirect is one of the faults.
+  if (isPlain && !options.hasPage) cloud.emplace_back("--redirect=127.0.0.2:8080");
   if (options.cycles > 0) cloud.push_back("--exit-after=" + std::to_string(options.cycles));
   return {ServiceOf(options),
           {.name = "acquisition", .command = acquisition},

@@ -2,7 +2,7 @@
 // what is wrong with the server or the service.
 import {post} from './api.js';
 import {changed, fill, h, setText} from './dom.js';
-import {clock, count, counted, duration, kind, stamp, zone} from './format.js';
+import {clock, count, counted, duration, kind, sentence, stamp, zone} from './format.js';
 import {gatewayNow, live, on, realNow} from './live.js';
 import {button, say, visit} from './view.js';
 
@@ -36,7 +36,7 @@ function accountTable(account) {
 }
 
 function verdictOf(account) {
-  const reasons = [...(account.reasons ?? [])];
+  const reasons = [...(account.reasons ?? [])].map(sentence);
   if (!sums(account.total)) reasons.push('The account does not sum. Tell the developers of the console.');
   const normal = account.normal && reasons.length === 0;
   return {state: normal ? 'good' : 'broken', reasons, text: normal ? 'All normal' : `Not normal: ${counted(Math.max(1, reasons.length), 'reason')}`};
@@ -142,14 +142,20 @@ function sayGone(place) {
   });
 }
 
+// Why and since when the service is down. Its text has the time already, unless it never ran.
+function downText({text, since_unix_s: since}) {
+  const why = text || 'it was never started';
+  const at = typeof since === 'number' ? clock(since) : null;
+  return sentence(at === null || why.includes(at) ? `The service is down: ${why}` : `The service is down since ${at}: ${why}`);
+}
+
 // Says that the service is down. `restarts` and times change, so only a new text is told.
 function sayDown(place) {
   const draw = changed((text) => fill(place, text && h('p.banner.broken', h('strong', text))));
   return (processes) => {
     const service = (processes ?? []).find((process) => process.name === 'service');
     if (!service || service.running) draw('');
-    else draw(`The service is down since ${clock(service.since_unix_s)}: ${service.text || 'it was never started'}.`
-      .replace(/\.\.$/, '.'));
+    else draw(downText(service));
   };
 }
 

@@ -1,7 +1,7 @@
 // The card of one fault: what it does, what should happen, its parameters, and its run.
 import {post} from './api.js';
 import {badge, changed, field, fill, h, select, setText} from './dom.js';
-import {clock, counted, duration} from './format.js';
+import {clock, duration, sentence} from './format.js';
 import {gatewayNow} from './live.js';
 import {button, result, say} from './view.js';
 
@@ -85,7 +85,8 @@ export class FaultCard {
     this.element.classList.toggle('is-active', Boolean(active));
     const expected = run?.expectations ?? this.fault.expectation_texts.map((text) => ({text}));
     fill(this.list, expected.map((each) => expectation(each, run)));
-    fill(this.state, run && [verdictBadge(run), ' ', this.left, run.text && ` ${run.text}`]);
+    fill(this.state, run && [verdictBadge(run), ' ', this.left, run.text && ` ${sentence(run.text)}`]);
+    if (run?.state === 'ended') this.outcome.clear();
     const focused = document.activeElement === this.stop;
     this.stop.hidden = run?.state !== 'active';
     if (focused && this.stop.hidden) this.start.focus();
@@ -100,7 +101,7 @@ export class FaultCard {
     const body = {fault: this.fault.fault, ...(this.seconds && {seconds: Number(this.seconds.value)}), params};
     try {
       const run = await post('/api/faults/start', body);
-      this.outcome.good(`Started. ${counted(run.expectations?.length ?? 0, 'thing')} should happen now.`);
+      this.outcome.good('Started. What should happen is ticked off as it comes.');
       if (run.state) this.take(run);
     } catch (error) {
       this.outcome.failed(error);

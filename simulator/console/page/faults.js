@@ -1,7 +1,7 @@
 // Faults: what can go wrong, in groups; what runs now; random faults and their report.
 import {get, post} from './api.js';
 import {changed, field, fill, h, table} from './dom.js';
-import {clock, when} from './format.js';
+import {clock, sentence, when} from './format.js';
 import {FaultCard, runText, verdictBadge} from './faultcard.js';
 import {gatewayNow, on} from './live.js';
 import {button, head, notice, panel, result} from './view.js';
@@ -36,7 +36,7 @@ function buildRecent(view) {
   const draw = changed((runs) => {
     none.hidden = runs.length > 0;
     rows.element.hidden = runs.length === 0;
-    rows.fill(runs, (run) => run.run, (run) => [run.title, when(run.started_unix_s, gatewayNow()), verdictBadge(run), run.text || '–']);
+    rows.fill(runs, (run) => run.run, (run) => [run.title, when(run.started_unix_s, gatewayNow()), verdictBadge(run), sentence(run.text) || '–']);
   });
   view.onState((state) => draw([...(state.faults?.recent ?? [])].sort((a, b) => b.run - a.run).slice(0, 30)));
   return panel('Ended', none, rows.element);
@@ -60,10 +60,15 @@ function buildCatalogue(view, place, catalogue) {
   const cards = catalogue.map((fault) => new FaultCard(fault));
   const known = new Set(groups.map(([id]) => id));
   const others = catalogue.filter((fault) => !known.has(fault.group)).map((fault) => [fault.group, fault.group]);
-  fill(place, [...groups, ...new Map(others)].map(([id, title]) => {
+  const heads = [];
+  const sections = [...groups, ...new Map(others)].map(([id, title]) => {
     const mine = cards.filter((card) => card.fault.group === id);
-    return mine.length > 0 && h('section.group', {'aria-label': `Faults: ${title}`}, h('h2', title), h('div.cards', mine.map((card) => card.element)));
-  }));
+    if (mine.length === 0) return null;
+    heads.push(h('h2', {tabindex: '-1'}, title));
+    return h('section.group', {'aria-label': `Faults: ${title}`}, heads.at(-1), h('div.cards', mine.map((card) => card.element)));
+  });
+  fill(place, h('p.actions', h('span.label', 'Go to'), heads.map((each) => button(each.textContent, () => each.focus(), {class: 'quiet'}))),
+    sections);
   view.onState((state) => cards.forEach((card) => card.take(newestRun(state.faults, card.fault.fault))));
   view.onTick(() => cards.forEach((card) => card.tick()));
   const wanted = cards.find((card) => card.fault.fault === view.parameters.fault);

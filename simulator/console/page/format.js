@@ -83,6 +83,14 @@ export function value(number) {
   return known(number) ? String(Math.round(number * 1000) / 1000) : 'no value';
 }
 
+// The server's words as a sentence: a capital and a full stop. Names of programs and files stay.
+export function sentence(words) {
+  const text = String(words ?? '').trim();
+  if (text === '') return '';
+  const start = /^[a-z]+[\s,:]/.test(text) ? text[0].toUpperCase() + text.slice(1) : text;
+  return /[.!?…]$/.test(start) ? start : `${start}.`;
+}
+
 const kinds = {realdata: 'Real data', alarmdata: 'Alarms', calldata: 'Recalls'};
 
 export function kind(id) {

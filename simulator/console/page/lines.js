@@ -48,6 +48,12 @@ const looks = {
     backgroundColor: (context) => (context.raw?.raised ? colour('broken') : colour('panel')), borderWidth: 2, order: 0}),
 };
 
+// An input or output is on or off: its line has steps.
+function isDigital(series) {
+  const all = [...(series.published ?? []), ...(series.received ?? [])];
+  return all.length > 0 && all.every(([, y]) => y === null || y === 0 || y === 1);
+}
+
 const xy = (pairs) => pairs.map(([x, y]) => ({x, y}));
 
 // The value of the curve at the time of a mark, so that the mark stands on the curve.
@@ -84,6 +90,9 @@ export function lineChart(title) {
     published.data = xy(series.published ?? []);
     received.data = xy(series.received ?? []);
     alarms.data = marks(series);
+    const stepped = isDigital(series) ? 'before' : false;
+    Object.assign(published, {stepped});
+    Object.assign(received, {stepped});
     Object.assign(chart.options.scales.x, {min: from, max: to});
     chart.update('none');
   };

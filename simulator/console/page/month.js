@@ -135,9 +135,9 @@ export const month = {
     const gaps = gapTable();
     const grid = new Grid((from, title) => buildHour(hour, from, title, () => grid.cell(...grid.at).focus()));
     const draw = changed((days) => grid.draw(days));
-    grid.element.hidden = true;
+    const sheet = h('div.panel', {hidden: true}, grid.readout, grid.element, interval);
     view.root.append(head('Month', 'Each cell is an hour of real data and shows the worst state of its files.'),
-      said.element, h('div.panel', grid.element, grid.readout, interval), hour, panel('Legend', legend()), gaps.element);
+      said.element, sheet, hour, panel('Legend', legend()), gaps.element);
     view.poll(kPollMs, async () => {
       try {
         const reply = await get('/api/month');
@@ -145,7 +145,7 @@ export const month = {
           said.none('No file was made yet.');
           return;
         }
-        grid.element.hidden = false;
+        sheet.hidden = false;
         draw([...reply.days].reverse());
         gaps.draw(reply.gaps);
         const now = gatewayNow();

@@ -2,7 +2,7 @@
 // lines of the terminal.
 import {post} from './api.js';
 import {badge, changed, facts, field, fill, h, keyed, select, setText} from './dom.js';
-import {bytes, count, duration, when} from './format.js';
+import {bytes, count, counted, duration, sentence, when} from './format.js';
 import {gatewayNow, live} from './live.js';
 import {button, head, panel, result, say, visit} from './view.js';
 
@@ -13,7 +13,7 @@ const kLinesShown = 100;
 function stage(each) {
   return h('li', {class: `stage ${each.state}`},
     h('h2', each.title), h('p.big', count(each.count), ' ', h('span.unit', each.unit ?? '')),
-    badge(each.state, words[each.state] ?? each.state), h('p.hint', each.text));
+    badge(each.state, words[each.state] ?? each.state), h('p.hint', sentence(each.text)));
 }
 
 function buildStages(view) {
@@ -26,13 +26,13 @@ function buildStages(view) {
 function buildReasons(view) {
   const place = h('div');
   const draw = changed((account) => fill(place, account.reasons?.length > 0
-    && h('section.panel.attention', h('h2', 'What is not normal'), h('ul', account.reasons.map((text) => h('li', text))))));
+    && h('section.panel.attention', h('h2', 'What is not normal'), h('ul', account.reasons.map((text) => h('li', sentence(text)))))));
   view.onState((state) => draw(state.account));
   return place;
 }
 
 function verdict(title, level, text, more) {
-  return h('div.side', h('h3', title), badge(levels[level] ?? 'off', level), h('p', text), more && h('p.hint', more));
+  return h('div.side', h('h3', title), badge(levels[level] ?? 'off', level), h('p', sentence(text)), more && h('p.hint', more));
 }
 
 function buildVerdicts(view) {
@@ -91,8 +91,8 @@ function buildProcesses(view) {
   const list = h('ul.plain');
   const draw = changed((processes) => fill(list, processes.length === 0 && h('li.hint', 'No process is known yet.'),
     processes.map((each) => h('li', badge(each.running ? 'good' : 'broken', each.name), ' ',
-      each.text || (each.running ? 'running' : 'not running'),
-      h('span.hint', ` process ${each.pid ?? 'none'}, restarted ${count(each.restarts)} times`)))));
+      sentence(each.text || (each.running ? 'running' : 'not running')),
+      h('span.hint', ` process ${each.pid ?? 'none'}, restarted ${counted(each.restarts, 'time')}`)))));
   view.onState((state) => draw(state.processes ?? []));
   return panel('Processes', list);
 }

@@ -1,7 +1,7 @@
 // Scenarios: every action is a request. A session is recorded into a file that plays without a page.
 import {onRequest, post, requests} from './api.js';
 import {badge, changed, field, fill, h, keyed} from './dom.js';
-import {counted} from './format.js';
+import {counted, sentence} from './format.js';
 import {button, copyButton, head, panel, result} from './view.js';
 
 function buildRecorder(view) {
@@ -37,8 +37,8 @@ function buildPlay() {
 
 function request(each) {
   const line = h('code', each.curl);
-  return h('li', badge(each.error ? 'broken' : 'good', each.error ? 'failed' : 'done'), ' ', line, ' ',
-    copyButton(() => each.curl, line), each.error && h('p.failed', each.error));
+  return h('li', badge(each.error ? 'broken' : 'good', each.error ? 'failed' : 'done'),
+    h('div', line, each.error && h('p.failed', sentence(each.error))), copyButton(() => each.curl, line));
 }
 
 function buildRequests(view) {

@@ -1,7 +1,7 @@
 // One file's trace: from the snapshot to the acceptance as spans over time, with faults behind.
 import {get} from './api.js';
 import {badge, changed, field, fill, h} from './dom.js';
-import {clock, duration, stamp} from './format.js';
+import {clock, duration, sentence, stamp} from './format.js';
 import {gatewayNow} from './live.js';
 import {button, head, notice, panel, visit} from './view.js';
 
@@ -31,7 +31,7 @@ function spanRow(span, scale, now) {
   const how = open ? `since ${clock(span.from_unix_s)}, for ${duration(took)} so far`
     : took > 0 ? `${clock(span.from_unix_s)} to ${clock(to)}, ${duration(took)}` : `at ${clock(span.from_unix_s)}`;
   return h('li', h('div.span-head', h('strong', span.title), ' ', badge(open ? 'waiting' : span.good ? 'good' : 'broken', open ? 'goes on' : span.good ? 'good' : 'failed'),
-    h('span.hint', how)), h('div.track', {'aria-hidden': 'true'}, bar), span.text && h('p.hint', span.text));
+    h('span.hint', how)), h('div.track', {'aria-hidden': 'true'}, bar), span.text && h('p.hint', sentence(span.text)));
 }
 
 function faultBands(trace, scale, now) {

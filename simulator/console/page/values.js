@@ -1,6 +1,6 @@
 // Values of chosen points: what the acquisition side published against what the cloud received.
 import {get} from './api.js';
-import {field, fill, h, select, table} from './dom.js';
+import {changed, field, fill, h, select, setText, table} from './dom.js';
 import {clock, count, value} from './format.js';
 import {lineChart, seriesRows} from './lines.js';
 import {gatewayNow} from './live.js';
@@ -27,6 +27,8 @@ class Card {
     this.chart = lineChart(`${series.name}: published against received values over time. The table below has the same values.`);
     this.text = h('p.hint');
     this.alarms = h('ul.marks');
+    this.tellAlarms = changed((alarms) => fill(this.alarms, alarms.map((alarm) =>
+      h('li', `${clock(alarm.unix_s)} alarm ${alarm.raised ? 'raised' : 'cleared'}: ${alarm.text}`))));
     this.rows = table(`Values of ${series.name}`, [{title: 'Time', class: 'time'}, {title: 'Published', class: 'num'}, {title: 'Received', class: 'num'}]);
     this.details = h('details', h('summary', 'As a table', h('span.unseen', `: ${series.name}`)), this.rows.element);
     this.details.addEventListener('toggle', () => this.fillTable());
@@ -37,9 +39,8 @@ class Card {
   show(series, from, to) {
     this.series = series;
     this.chart.show(series, from, to);
-    this.text.textContent = summary(series);
-    fill(this.alarms, (series.alarms ?? []).slice(-5).map((alarm) =>
-      h('li', `${clock(alarm.unix_s)} alarm ${alarm.raised ? 'raised' : 'cleared'}: ${alarm.text}`)));
+    setText(this.text, summary(series));
+    this.tellAlarms((series.alarms ?? []).slice(-5));
     this.fillTable();
   }
 
@@ -57,7 +58,8 @@ function buildCards(view) {
   view.onEnd(() => cards.forEach((card) => card.chart.end()));
   return {
     element,
-    show(list, from, to) {
+    // Draws one card at a time, so that the page answers in between.
+    async show(list, from, to) {
       for (const [id, card] of cards) {
         if (list.some((series) => series.id === id)) continue;
         card.chart.end();
@@ -70,6 +72,8 @@ function buildCards(view) {
           element.append(cards.get(series.id).element);
         }
         cards.get(series.id).show(series, from, to);
+        await new Promise((done) => setTimeout(done));
+        if (view.ended) return;
       }
     },
   };
@@ -99,7 +103,7 @@ export const values = {
         const {series} = await get('/api/values', {ids: [...chosen].join(','), minutes: minutes.value});
         if (view.ended) return;
         const to = Math.ceil(gatewayNow() ?? 0);
-        cards.show(series, to - minutes.value * 60, to);
+        await cards.show(series, to - minutes.value * 60, to);
         if (series.length > 0) said.clear();
         else said.none('Nothing is known of these points yet.');
       } catch (error) {

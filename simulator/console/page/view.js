@@ -1,5 +1,6 @@
 // What every view has: its root, its parameters, and listeners that end with it.
 import {fill, h} from './dom.js';
+import {sentence} from './format.js';
 import {live, on} from './live.js';
 
 const spoken = () => document.getElementById('spoken');
@@ -81,7 +82,7 @@ export function notice() {
     },
     failed(error) {
       element.className = 'empty failed';
-      element.textContent = `This cannot be shown: ${error.message}`;
+      element.textContent = sentence(`This cannot be shown: ${error.message}`);
       element.hidden = false;
     },
     clear() {
@@ -101,7 +102,10 @@ export function result() {
     },
     failed(error) {
       element.className = 'result failed';
-      element.textContent = error.message;
+      element.textContent = sentence(error.message);
+    },
+    clear() {
+      element.textContent = '';
     },
   };
 }
@@ -138,12 +142,14 @@ export function copyButton(text, target) {
       await navigator.clipboard.writeText(text());
       element.textContent = 'Copied';
       say('Copied.');
-      setTimeout(() => { element.textContent = 'Copy'; }, 2000);
+      setTimeout(() => {
+        element.textContent = 'Copy';
+      }, 2000);
     } catch {
       getSelection().selectAllChildren(target);
       say('The text is selected. Copy it with the keyboard.');
     }
-  });
+  }, {class: 'quiet'});
 }
 
 export function visit(id, parameters = {}) {

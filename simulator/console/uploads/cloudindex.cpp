@@ -195,7 +195,7 @@ std::optional<std::vector<OrderingAnswer>> CloudIndex::OrdersAfter(std::int64_t 
     Query rows(database,
                "SELECT id, time, answer FROM exchange INDEXED BY exchange_order WHERE id > ?1 AND "
                "order_id IS NOT NULL AND "
-               "endpoint = 'recall-check' ORDER BY id LIMIT " +
+               "endpoint = 'recall-check' AND accepted = 1 ORDER BY id LIMIT " +
                    std::to_string(limit),
                {id});
     while (rows.Next()) answers.push_back({rows.Integer(0), rows.Integer(1), rows.Text(2)});

@@ -17,8 +17,9 @@ void AnsweredOrders::Note(const FileKey& key, const std::string& document) {
   rapidjson::Document parsed;
   parsed.Parse(document.data(), document.size());
   if (parsed.HasParseError() || !parsed.IsObject()) return;
-  const auto id = parsed.FindMember("id");
-  if (id == parsed.MemberEnd() || !id->value.IsInt64()) return;
+  const rapidjson::Value& order = parsed;
+  const auto id = order.FindMember("id");
+  if (id == order.MemberEnd() || !id->value.IsInt64()) return;
   if (m_orders.size() >= kMostRecalls) m_orders.erase(m_orders.begin());
   m_orders[key] = id->value.GetInt64();
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "collect/place.h"
 #include "console/watch/account.h"
@@ -15,8 +16,8 @@ namespace console {
 // thread.
 class AnsweredOrders {
  public:
-  AnsweredOrders(const status::Place& place, DocumentOf document)
-      : m_place(place), m_document(std::move(document)) {}
+  AnsweredOrders(status::Place place, DocumentOf document)
+      : m_place(std::move(place)), m_document(std::move(document)) {}
 
   // Takes every arrival; reads the documents of recalls.
   void Take(const Arrival& arrival);

@@ -7,6 +7,7 @@
 #include <ctime>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "collect/ledger.h"
@@ -29,8 +30,8 @@ struct LedgerSight {
 // brennik-status reads it; no plain descriptor is opened on it, nothing is written. One thread.
 class CardSight {
  public:
-  CardSight(const status::Place& place, const SteadyNow& steadyNow)
-      : m_place(place),
+  CardSight(status::Place place, const SteadyNow& steadyNow)
+      : m_place(std::move(place)),
         m_ledgerPace(steadyNow, std::chrono::milliseconds(400), 20),
         m_folderPace(steadyNow, std::chrono::milliseconds(400), 20) {}
 

@@ -1,11 +1,11 @@
 // The short form of a data file's name: its kind and its stamp.
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 namespace console {
 
@@ -19,7 +19,10 @@ struct FileKey {
   Kind kind = Kind::kRealData;
   std::uint64_t stamp = 0;  // its 14 digits as a number
 
-  auto operator<=>(const FileKey&) const = default;
+  bool operator==(const FileKey&) const = default;
+  bool operator<(const FileKey& other) const {
+    return std::tie(kind, stamp) < std::tie(other.kind, other.stamp);
+  }
   // Day of the month, which names the folder of live values and alarms.
   int Day() const { return static_cast<int>(stamp / 1'000'000 % 100); }
 };

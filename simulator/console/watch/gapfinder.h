@@ -2,6 +2,7 @@
 #pragma once
 
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "collect/place.h"
@@ -14,8 +15,8 @@ namespace console {
 // time, so the result is kept for some seconds. Any thread.
 class GapFinder {
  public:
-  GapFinder(const status::Place& place, const SteadyNow& steadyNow)
-      : m_place(place), m_pace(steadyNow, std::chrono::milliseconds(2000), 10) {}
+  GapFinder(status::Place place, const SteadyNow& steadyNow)
+      : m_place(std::move(place)), m_pace(steadyNow, std::chrono::milliseconds(2000), 10) {}
 
   // The gaps of the 31 days up to now. `files` are sorted; `interval` is in seconds, above 0.
   std::vector<status::Gap> Find(const std::vector<status::Packed>& files, long interval,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <mutex>
+#include <ranges>
 #include <utility>
 
 namespace console {
@@ -19,8 +20,8 @@ char Lower(char c) {
 }
 
 bool HoldsInEitherCase(std::string_view text, std::string_view part) {
-  const auto found = std::search(text.begin(), text.end(), part.begin(), part.end(),
-                                 [](char a, char b) { return Lower(a) == Lower(b); });
+  const auto* const found = std::search(text.begin(), text.end(), part.begin(), part.end(),
+                                        [](char a, char b) { return Lower(a) == Lower(b); });
   return found != text.end() || part.empty();
 }
 
@@ -67,11 +68,11 @@ std::vector<KeptRecord> LogRing::Find(const LogQuery& query) const {
   const Lock lock(m_mutex);
   const int rank = RankOfLevel(query.level);
   std::vector<KeptRecord> found;
-  for (auto record = m_records.rbegin(); record != m_records.rend(); ++record) {
-    if (found.size() >= query.limit || record->id <= query.after) break;
-    if (query.before != 0 && record->id >= query.before) continue;
-    if (RankOfLevel(record->level) < rank) continue;
-    if (HoldsInEitherCase(record->text, query.text)) found.push_back(*record);
+  for (const KeptRecord& record : m_records | std::views::reverse) {
+    if (found.size() >= query.limit || record.id <= query.after) break;
+    if (query.before != 0 && record.id >= query.before) continue;
+    if (RankOfLevel(record.level) < rank) continue;
+    if (HoldsInEitherCase(record.text, query.text)) found.push_back(record);
   }
   std::reverse(found.begin(), found.end());
   return found;
@@ -95,8 +96,8 @@ bool LogRing::Logged(std::string_view text, std::time_t since) const {
 
 std::time_t LogRing::LastOf(std::string_view start) const {
   const Lock lock(m_mutex);
-  for (auto record = m_records.rbegin(); record != m_records.rend(); ++record) {
-    if (record->text.starts_with(start)) return record->last;
+  for (const KeptRecord& record : m_records | std::views::reverse) {
+    if (record.text.starts_with(start)) return record.last;
   }
   return 0;
 }

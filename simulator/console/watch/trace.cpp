@@ -89,14 +89,19 @@ class Tracing {
 
   void AddWait() {
     const std::time_t tried = FirstTry();
-    if (tried == 0 && m_file.state != FileState::kPending) return;
+    const bool isWaiting = m_file.state == FileState::kPending && m_file.recordedSeen != 0;
+    if (tried == 0 && !isWaiting) return;
     const std::optional<std::time_t> to = tried == 0 ? std::nullopt : std::optional(tried);
     const std::time_t from = to ? std::min(m_recorded, *to) : m_recorded;
     Add({"wait", "Waiting", from, to, to ? "until its turn came" : "its turn has not come"});
   }
 
-  // Transfers that never came to the cloud are only in the log.
+  // What never came to the cloud is only in the log.
   void AddTransferFailures() {
+    const KeptRecord* const judged = FindRecord(m_facts, "", "judge it send OK");
+    if (judged != nullptr) {
+      Add({"upload", "Not sent", judged->first, judged->last, judged->text, false});
+    }
     const KeptRecord* const failed = FindRecord(m_facts, "send file ", " failed");
     if (failed == nullptr) return;
     Add({"upload", "Transfer", failed->first, failed->last,

@@ -185,7 +185,7 @@ void Values::WriteSamples(JsonWriter& json, const Samples& samples, std::size_t 
 }
 
 void Values::WriteSeries(JsonWriter& json, std::size_t place, std::time_t from,
-                         std::time_t to) const {
+                         const std::vector<AlarmMark>& marks) const {
   const PointInfo& point = m_points.All()[place];
   json.StartObject();
   Put(json, "id", point.id);
@@ -197,9 +197,8 @@ void Values::WriteSeries(JsonWriter& json, std::size_t place, std::time_t from,
   WriteSamples(json, m_received, place, from);
   json.Key("alarms");
   json.StartArray();
-  std::vector<AlarmMark> marks;
-  if (m_alarms) marks = m_alarms(point.dataId, from, to);
-  for (std::size_t i = 0; i < std::min(marks.size(), kMostMarks); ++i) {
+  const std::size_t first = marks.size() > kMostMarks ? marks.size() - kMostMarks : 0;
+  for (std::size_t i = first; i < marks.size(); ++i) {
     json.StartObject();
     Put(json, "unix_s", std::int64_t{marks[i].time});
     Put(json, "text", marks[i].text);
@@ -218,6 +217,10 @@ Reply Values::ReplySeries(const Call& call, std::time_t now) const {
   long minutes = std::atol(call.Get("minutes").c_str());
   if (minutes <= 0) minutes = kDefaultMinutes;
   const std::time_t from = now - std::min<long>(minutes, 31L * 24 * 60) * 60;
+  std::map<std::uint32_t, std::vector<AlarmMark>> marks;  // asked for without the lock
+  for (const std::uint32_t dataId : dataIds) {
+    marks[dataId] = m_alarms ? m_alarms(dataId, from, now) : std::vector<AlarmMark>();
+  }
   const Lock lock(m_mutex);
   return JsonReply([&](JsonWriter& json) {
     json.StartObject();
@@ -225,7 +228,8 @@ Reply Values::ReplySeries(const Call& call, std::time_t now) const {
     json.Key("series");
     json.StartArray();
     for (const std::uint32_t dataId : dataIds) {
-      if (const auto place = m_points.PlaceOf(dataId)) WriteSeries(json, *place, from, now);
+      if (const auto place = m_points.PlaceOf(dataId))
+        WriteSeries(json, *place, from, marks[dataId]);
     }
     json.EndArray();
     json.EndObject();

@@ -52,7 +52,8 @@ class Values {
 
   std::size_t MostSamples() const;
   void Keep(Samples& samples, std::time_t when, Sample sample);
-  void WriteSeries(JsonWriter& json, std::size_t place, std::time_t from, std::time_t to) const;
+  void WriteSeries(JsonWriter& json, std::size_t place, std::time_t from,
+                   const std::vector<AlarmMark>& marks) const;
   void WriteSamples(JsonWriter& json, const Samples& samples, std::size_t place,
                     std::time_t from) const;
 

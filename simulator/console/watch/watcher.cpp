@@ -28,6 +28,9 @@ Watcher::Watcher(WatchSources sources)
   m_next.now = m_next.since;
   LookAtConfiguration();
   m_scene = m_next;
+  m_road = RoadOf(m_account, m_scene);
+  const Reason reason{.level = status::Level::kWarning, .text = "the watch has not looked yet"};
+  m_witness = {.level = reason.level, .text = reason.text, .reasons = {reason}};
 }
 
 Watcher::~Watcher() = default;

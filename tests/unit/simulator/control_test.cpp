@@ -114,6 +114,7 @@ TEST_F(Control, MakesRoomForANewConnectionWhenManyAreSilent) {
   for (Plug& plug : silent) plug.Connect();
 
   EXPECT_TRUE(ControlClient(kPath).Call(R"({"do":"echo"})").ok);
+  EXPECT_EQ(silent.front().Receive(), "");
 }
 
 TEST_F(Control, StopsAtOnceAndRemovesItsSocket) {

@@ -35,10 +35,10 @@ double FreshTime(const Clock& clock) {
 class Old {
  public:
   explicit Old(const Clock& clock)
-      : m_child(
-            {"perl", "-MTime::HiRes=time", "-e",
-             "$| = 1; $SIG{USR1} = sub { print time, \"\\n\" }; print \"up\\n\"; sleep while 1"},
-            clock.Environment()) {
+      : m_child({"perl", "-MTime::HiRes=time", "-e",
+                 "$| = 1; $SIG{USR1} = sub { print time, \"\\n\" }; print \"up\\n\"; select undef, "
+                 "undef, undef, 0.1 while 1"},
+                clock.Environment()) {
     m_child.ReadLine(kPatience);
     Time();  // it knows the time from now on
   }

@@ -104,15 +104,15 @@ TEST(BenchLedgerCounts, CountsRowsByKindAndResult) {
   util::MakeDirectories(paths::kLedgerDirectory, util::kPathBytes, util::kPathBytes);
   util::Database ledger(paths::kLedger);
   ASSERT_TRUE(ledger.Execute("create table tJsonFileNames(FileName,FileType,Result)"));
-  ASSERT_TRUE(
-      ledger.Execute("insert into tJsonFileNames "
-                     "values('a',1,0),('b',2,0),('c',2,0),('d',2,1),('e',1,1),('f',2,1)"));
+  ASSERT_TRUE(ledger.Execute(
+      "insert into tJsonFileNames "
+      "values('a',1,0),('b',2,0),('c',2,0),('d',2,1),('e',1,1),('f',2,1),('g',2,0)"));
   console::LedgerCounts counts;
 
   counts.Look();
 
-  EXPECT_EQ(counts.Text(), "3 accepted, 3 pending");
-  EXPECT_EQ(StateOf(counts), R"({"ledger":{"realdata":{"accepted":2,"pending":2},)"
+  EXPECT_EQ(counts.Text(), "3 accepted, 4 pending");
+  EXPECT_EQ(StateOf(counts), R"({"ledger":{"realdata":{"accepted":2,"pending":3},)"
                              R"("alarmdata":{"accepted":1,"pending":1}}})");
 }
 

@@ -89,6 +89,20 @@ TEST_F(CardActions, TakeTheCardAwayAndBringItBack) {
   EXPECT_FALSE(test::Exists("/media/mmcblk0p1/Cloud/meanwhile.txt"));
 }
 
+TEST_F(CardActions, PutTheCardRightAtTheirEnd) {
+  const unsigned long before = FreeBytes();
+  {
+    console::CardActions card({.mount = "/media/mmcblk0p1/",
+                               .device = "/dev/mmcblk0p1",
+                               .ledger = "/media/mmcblk0p1/ledger.db"});
+    card.Pull();
+    card.Fill();
+  }
+
+  EXPECT_EQ(test::ReadFile("/media/mmcblk0p1/Cloud/a.txt"), "a");
+  EXPECT_GE(FreeBytes(), before);
+}
+
 TEST_F(CardActions, MayBeAskedTwice) {
   m_card.Put();
   m_card.Pull();

@@ -107,14 +107,6 @@ TEST(FaultCatalogue, OrdersHistorySoThatARecallCanBeRefused) {
                   "....-..-.. ..:..:00\"\\}"));
 }
 
-TEST(FaultCatalogue, DripsAByteInASecondOfTheGateway) {
-  test::FakeBench bench;
-  bench.world.speed = 20;
-  FindFault("drip")->begin(bench, {});
-
-  EXPECT_EQ(bench.world.standing["realdata"], "drip:0.050");
-}
-
 TEST(FaultCatalogue, KnowsWhatFitsTogether) {
   EXPECT_TRUE(Fit("alarm-burst", "unpublished-point"));
   EXPECT_TRUE(Fit("redirect", "alarm-burst"));

@@ -41,13 +41,14 @@ class RunOfAFault : public ::testing::Test {
   void HappenDuring() {
     Log("UPloadFile recv error format message");
     m_seen.exchanges["realdata"].disturbed += 1;
-    m_seen.kinds["realdata"].pending += 2;
-    m_seen.total.pending += 2;
+    m_seen.verdictCode = "BRN-UPLOADS-REFUSED";
+    m_seen.kinds["realdata"].pending += 3;
+    m_seen.total.pending += 3;
     Look();
   }
   void HappenAfter() {
-    m_seen.kinds["realdata"].pending -= 2;
-    m_seen.kinds["realdata"].accepted += 2;
+    m_seen.kinds["realdata"].pending -= 3;
+    m_seen.kinds["realdata"].accepted += 3;
     Look();
   }
   std::string Json() {
@@ -139,7 +140,17 @@ TEST_F(RunOfAFault, DoesNotMissWhatAnEarlyStopPrevented) {
   Look();
 
   EXPECT_TRUE(run.IsAsExpected());
-  EXPECT_THAT(Json(), HasSubstr("it ended early, before this was seen: The cloud does it"));
+  EXPECT_THAT(Json(), HasSubstr("it was too short for this: The cloud does it"));
+}
+
+TEST_F(RunOfAFault, DoesNotMissWhatAShortTimePrevented) {
+  const FaultRun& run = Begin(30);
+  Pass(30);
+  Look();
+  m_seen.kinds["realdata"].accepted += 1;
+  Look();
+
+  EXPECT_TRUE(run.IsAsExpected());
 }
 
 TEST_F(RunOfAFault, IsPutRightAgainAndAgainUntilItSucceeds) {

@@ -101,7 +101,7 @@ TEST_F(Faults, DoNotDisturbTheSameTwice) {
   Post("start", R"({"fault":"stall"})");
 
   EXPECT_EQ(Post("start", R"({"fault":"reset"})").status, 409);
-  EXPECT_EQ(m_bench.world.standing["realdata"], "stall:20");
+  EXPECT_EQ(m_bench.world.standing["realdata"], "stall:45");
   EXPECT_EQ(Post("start", R"({"fault":"lock-ledger"})").status, 200);
 }
 
@@ -179,8 +179,8 @@ TEST_F(Faults, AreOverWhenTheRandomTimeIs) {
 
 TEST_F(Faults, ReportTheirVerdictsAndTheAccount) {
   m_seen.total.produced = 12;
-  Post("start", R"({"fault":"fill-card","seconds":60})");
-  for (int i = 0; i < 60; ++i) Pass(30);
+  Post("start", R"({"fault":"fill-card"})");
+  for (int i = 0; i < 70; ++i) Pass(30);
 
   const Reply report = console::AnswerGet(m_router, "/api/faults/report", {});
 

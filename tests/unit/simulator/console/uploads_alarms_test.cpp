@@ -128,6 +128,7 @@ TEST_F(Alarms, AreReadWithoutWaitingForADatabaseThatIsWritten) {
 TEST_F(Alarms, AreGivenToTheCurvesOfTheirPoint) {
   EventDatabase(2024, 3).AddAll({{.clock = "10:00:00"},
                                  {.clock = "11:00:00", .upFlag = 0},
+                                 {.clock = "11:00:01"},
                                  {.clock = "11:00:00", .dataId = kRunning}});
 
   const auto sights = uploads.AlarmEvents().Between(kLevel, LocalTimeOf(2024, 3, 7, 10, 30),
@@ -136,6 +137,39 @@ TEST_F(Alarms, AreGivenToTheCurvesOfTheirPoint) {
   ASSERT_EQ(sights.size(), 1U);
   EXPECT_EQ(sights[0].text, "no longer above the upper limit: 81.500 against 80.000");
   EXPECT_FALSE(sights[0].raised);
+}
+
+struct AlarmLog : GatewayTest {
+  std::vector<bool> Taken() {
+    log.Follow(std::time(nullptr));
+    std::vector<bool> taken;
+    for (const auto& [id, event] : log.Events()) taken.push_back(event.taken);
+    return taken;
+  }
+
+  console::AlarmLog log;
+};
+
+TEST_F(AlarmLog, SeesTheServiceTakeEventsThatItHasReadBefore) {
+  EventDatabase database(2024, 3);
+  database.AddAll({{.clock = "10:00:00"}, {.clock = "11:00:00"}});
+  EXPECT_THAT(Taken(), ElementsAre(false, false));
+
+  database.Run("UPDATE event_tbl SET upload = 1 WHERE Pid = 1");
+  database.Add({.clock = "11:30:00"});
+
+  EXPECT_THAT(Taken(), ElementsAre(true, false, false));
+}
+
+TEST_F(AlarmLog, BeginsAnewWithAnotherCard) {
+  EventDatabase(2024, 3).AddAll({{.clock = "10:00:00"}, {.clock = "11:00:00"}});
+  EXPECT_EQ(Taken().size(), 2U);
+
+  Empty(paths::kCardMount);
+  EXPECT_EQ(Taken().size(), 2U);  // the card is out: what was seen stays
+  EventDatabase(2024, 3).Add({.clock = "11:30:00", .upload = 1});
+
+  EXPECT_THAT(Taken(), ElementsAre(true));
 }
 
 // The table of docs/interfaces.md.

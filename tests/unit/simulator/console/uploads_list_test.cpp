@@ -1,4 +1,5 @@
 // The page's uploads, read from the index of a real cloud.
+#include "console/uploads/jsonscan.h"
 #include "console/uploads/text.h"
 #include "uploadsfixture.h"
 
@@ -132,6 +133,7 @@ TEST_F(OneUpload, HasACurlLineThatSendsItAgain) {
                      HasSubstr("\nAccept-Language: it's\x1b[31m\n"),
                      HasSubstr("\nContent-Type: multipart/form-data;charset=UTF-8;boundary=")));
   EXPECT_THAT(line, Not(HasSubstr("\x1b")));
+  EXPECT_THAT(line, Not(HasSubstr("Content-Length")));  // curl makes its own
 }
 
 TEST_F(OneUpload, IsShownWhateverItHolds) {
@@ -194,6 +196,20 @@ TEST_F(CloudTally, CountsTheExchangesOfEachEndpoint) {
 
   Send(cloud, RealUpload());
   EXPECT_EQ(uploads.Tally().Endpoints().at("realdata").asked, 5);
+}
+
+TEST(JsonScan, EndsAtADepthThatNoGatewayMakes) {
+  const console::JsonScan nothing{[](auto, auto) {}, [](int) {}};
+  const auto nested = [&](const std::string& open, const std::string& close, int depth) {
+    std::string text = "1";
+    for (int i = 0; i < depth; ++i) text = open + text + close;
+    return console::ScanJson(text, nothing);
+  };
+
+  EXPECT_TRUE(nested("[", "]", 16));
+  EXPECT_FALSE(nested("[", "]", 17));
+  EXPECT_TRUE(nested("{\"a\":", "}", 16));
+  EXPECT_FALSE(nested("{\"a\":", "}", 17));
 }
 
 TEST(ConsoleText, BecomesAShellWordWithoutControlCharacters) {

@@ -102,13 +102,23 @@ TEST_F(Recalls, ListTheOrdersOfOthersAndTakeFreeNumbers) {
 TEST_F(Recalls, FindAFileOnTheCardThatHasNotReachedTheCloud) {
   Post("/api/recalls", kWish);
   Send(cloud, RecallCheck());
-  WriteFile(std::string(paths::kCallData) + "/R20240307120005.tar.gz",
-            Archive("R20240307120005.dat", RecallDocumentOf(2)));
+  WriteFile(std::string(paths::kCallData) + "/R20240307120009.tar.gz",
+            Archive("R20240307120009.dat", RecallDocumentOf(2)));
   WriteFile(std::string(paths::kCallData) + "/R20240307120007.tar.gz",
             Archive("R20240307120007.dat", RecallDocumentOf(1)));
 
   EXPECT_STREQ(Only()["file"].GetString(), "R20240307120007.tar.gz");
   EXPECT_EQ(Only()["packed_unix_s"].GetInt64(), LocalTimeOf(2024, 3, 7, 12, 0, 7));
+}
+
+// The answer was cut short on its way: the service has no order.
+TEST_F(Recalls, AreNotPolledByAnAnswerThatDidNotArrive) {
+  Post("/api/recalls", kWish);
+  cloud.Script(Endpoint::kRecallCheck, {Behaviour::Cut()});
+
+  Send(cloud, RecallCheck());
+
+  EXPECT_TRUE(Only()["polled_unix_s"].IsNull());
 }
 
 TEST_F(Recalls, AreNotOrderedFromAWishThatMakesNoSense) {

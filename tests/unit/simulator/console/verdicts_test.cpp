@@ -37,6 +37,18 @@ TEST(StatusOf, SaysThatNoVerdictCame) {
   EXPECT_EQ(ended.text, "brennik-status ended with status 3 and printed no verdict");
 }
 
+TEST(StatusWatch, GivesTheLatestRunAndEndsAtOnce) {
+  const auto begin = std::chrono::steady_clock::now();
+  {
+    const StatusWatch watch([] {
+      return StatusRun{0, R"({"verdict":{"level":"OK","exit_status":0,"text":"fine"}})"};
+    });
+    while (watch.Latest().exit != 0) std::this_thread::yield();
+    EXPECT_EQ(watch.Latest().text, "fine");
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+}
+
 TEST(Agreement, PassesOverAShortDisagreement) {
   Agreement agreement;
 

@@ -45,6 +45,15 @@ TEST_F(WatcherTest, SumsUpLedgerArchivesAndArrivals) {
   EXPECT_TRUE(HasReason(state, "S20240307115800.tar.gz"));
 }
 
+TEST_F(WatcherTest, CallsNothingNormalBeforeItHasLooked) {
+  const Watcher watcher(m_sources);
+
+  const auto state = State(watcher);
+
+  EXPECT_FALSE(state["account"]["normal"].GetBool());
+  EXPECT_EQ(state["road"]["stages"].Size(), 5U);
+}
+
 TEST_F(WatcherTest, KeepsTheAccountWhileTheLedgerCannotBeRead) {
   Watcher watcher(m_sources);
   {

@@ -190,6 +190,34 @@ TEST_F(WatchPages, TracesAFileFromSnapshotToAcceptance) {
   EXPECT_STREQ(json["faults"][0]["title"].GetString(), "Refuse uploads");
 }
 
+TEST_F(WatchPages, TracesAFileThatWaits) {
+  DatabaseFile ledger = MakeLedger();
+  Insert(ledger, RealName("20240307120000"));
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+
+  const auto json = Ask(watcher, "/api/trace", {{"name", "S20240307120000.tar.gz"}});
+
+  const auto& last = json["spans"][json["spans"].Size() - 1];
+  EXPECT_STREQ(last["id"].GetString(), "wait");
+  EXPECT_TRUE(last["to_unix_s"].IsNull());
+}
+
+TEST_F(WatchPages, TracesAFileThatWasJudgedSent) {
+  const std::string archive = std::string(paths::kRealData) + "/7/S20240307120000.tar.gz";
+  DatabaseFile ledger = MakeLedger();
+  Insert(ledger, RealName("20240307120000"), kRealDataFile, 1);
+  Log("Can not find File " + archive + " when send files,judge it send OK", "WARN");
+  Watcher watcher(m_sources);
+  LookOften(watcher);
+
+  const auto json = Ask(watcher, "/api/trace", {{"name", "S20240307120000.tar.gz"}});
+
+  const auto& last = json["spans"][json["spans"].Size() - 1];
+  EXPECT_STREQ(last["title"].GetString(), "Not sent");
+  EXPECT_FALSE(last["good"].GetBool());
+}
+
 TEST_F(WatchPages, RefusesATraceOfAnUnknownFile) {
   Watcher watcher(m_sources);
   console::Router router;
