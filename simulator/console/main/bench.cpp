@@ -184,7 +184,9 @@ bool Bench::Turn(std::chrono::milliseconds limit) {
   }
   PublishLines();
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(limit);
-  const timespec wait{seconds.count(), std::chrono::nanoseconds(limit - seconds).count()};
+  timespec wait{};
+  wait.tv_sec = seconds.count();
+  wait.tv_nsec = static_cast<long>(std::chrono::nanoseconds(limit - seconds).count());
   if (sigtimedwait(&m_endSignals, nullptr, &wait) > 0) m_hasEnded = true;
   return !m_hasEnded;
 }
