@@ -279,7 +279,7 @@ check_console() {
   expect "the page shows an accepted file" wait_for 300 state_says account.total.accepted '> 0'
   expect "it comes from the gateway" state_says clocks.place "= 'gateway'"
   expect "its files come from the gateway, too" call GET /index.html
-  expect "the card is pulled" call POST /api/faults/start '{"fault":"pull-card","seconds":240,"params":{}}'
+  expect "the card is pulled" call POST /api/faults/start '{"fault":"pull-card","seconds":120,"params":{}}'
   expect "its device is gone" said '^\[card +\] pulled: /dev/mmcblk0p1 is gone'
   expect "brennik-status says so" wait_for 60 state_says verdicts.status.code "= 'BRN-CARD-MISSING'"
   expect "the fault comes to an end" wait_for 700 state_says faults.recent[0].state "= 'ended'"

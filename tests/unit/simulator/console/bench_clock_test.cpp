@@ -126,7 +126,7 @@ TEST(BenchClock, RefusesAnotherSpeedOfTheMachinesOwnClock) {
   Clock clock;
 
   EXPECT_THROW(clock.SetSpeed(2), std::invalid_argument);
-  EXPECT_NEAR(clock.Exact(), static_cast<double>(std::time(nullptr)), 5);
+  EXPECT_EQ(clock.Speed(), 1);
 }
 
 TEST(BenchClock, RefusesASpeedOutOfRangeAndKeepsItsOwn) {

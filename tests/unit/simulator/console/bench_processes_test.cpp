@@ -203,14 +203,15 @@ TEST_F(BenchWatchedProcess, IsKilledWithWhatItHasStarted) {
   ASSERT_TRUE(Await([this] { return State().running; }));
 
   std::thread supervisor([&] {
-    child.Await(std::chrono::seconds(10));
+    siginfo_t about{};
+    waitid(P_PID, static_cast<id_t>(child.Pid()), &about, WEXITED | WNOWAIT);
     m_pid = 0;
   });
   m_processes.Kill("service");
   supervisor.join();
 
-  EXPECT_EQ(child.Ended()->signal, SIGKILL);
   EXPECT_TRUE(IsGone(static_cast<pid_t>(std::strtol(started->c_str(), nullptr, 10))));
+  EXPECT_EQ(child.Ended()->signal, SIGKILL);
 }
 
 TEST_F(BenchWatchedProcess, IsNotStopped) {
