@@ -98,8 +98,7 @@ void JudgeSpace(Judging& judging, const std::string& link) {
 
 void JudgeConfiguration(Judging& judging, const std::string& link) {
   const Configuration& configuration = judging.facts.configuration;
-  if (!judging.facts.place.IsLive() && configuration.newestChange == 0)
-    return judging.road.Skipped(link, "the copy has no configuration");
+  if (judging.facts.LacksConfiguration()) return judging.road.Skipped(link, kNoConfigurationCopied);
   for (const ConfigFault& fault : configuration.faults) {
     if (fault.cost == Cost::kStart) return JudgeBrokenConfiguration(judging, link, fault);
   }

@@ -70,7 +70,8 @@ Fault PullCard() {
           "the end. "
           "In the sandbox the place where the card is mounted stays, and takes files; what is "
           "written "
-          "there meanwhile goes out of sight when the card comes back, as on a real gateway."};
+          "there meanwhile goes out of sight when the card comes back, as on a real gateway. "
+          "The files of the cycle under way are lost."};
   fault.claims = [](const FaultParams&) {
     return std::set<std::string>{"card", "ledger", "service"};
   };

@@ -1,6 +1,7 @@
 #include "console/faults/cloudorders.h"
 
 #include <algorithm>
+#include <exception>
 #include <string_view>
 
 #include "util/json.h"
@@ -25,9 +26,14 @@ std::vector<std::string> Kinds(const std::string& kind) {
 
 void Stand(Actions& actions, const std::vector<std::string>& endpoints,
            const std::string& behaviour) {
-  for (const std::string& endpoint : endpoints) {
-    actions.Cloud(util::Format(R"({"do":"stand","endpoint":"%s","behaviour":"%s"})",
-                               endpoint.c_str(), behaviour.c_str()));
+  try {
+    for (const std::string& endpoint : endpoints) {
+      actions.Cloud(util::Format(R"({"do":"stand","endpoint":"%s","behaviour":"%s"})",
+                                 endpoint.c_str(), behaviour.c_str()));
+    }
+  } catch (const std::exception&) {
+    Normal(actions, endpoints);  // all or none
+    throw;
   }
 }
 

@@ -166,7 +166,9 @@ Expectation NothingIsLost() {
   return {.text = "No recorded file is lost.",
           .phase = Phase::kAfter,
           .check =
-              [](const Judged& judged) { return judged.now.total.lost <= judged.begun.total.lost; },
+              [](const Judged& judged) {
+                return judged.now.total.lostRecorded <= judged.begun.total.lostRecorded;
+              },
           .isLast = true};
 }
 

@@ -17,8 +17,7 @@ class FaultRun {
  public:
   enum class State { kActive, kHealing, kEnded };
 
-  // Begins the fault. Throws what its actions throw; nothing is left behind then, as far as it can
-  // be put right.
+  // Begins the fault. Throws what its actions throw; nothing is left behind then.
   FaultRun(int id, const Fault& fault, FaultParams params, double seconds, const Seen& seen,
            Actions& actions);
 

@@ -19,6 +19,7 @@ struct FileCounts {
   long judgedSent = 0;
   long lost = 0;
   long deliveredTwice = 0;
+  long lostRecorded = 0;  // of the lost ones: those that the ledger had
 };
 
 // Exchanges of one of the cloud's endpoints since the start of the bench.

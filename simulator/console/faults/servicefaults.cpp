@@ -51,7 +51,8 @@ Fault PowerCut() {
               .group = "service",
               .title = "Power cut",
               .text =
-                  "Service and acquisition side are killed at once and start again at the end. In "
+                  "Service and acquisition side are killed at once and start again at the end. The "
+                  "files of the cycle under way are lost. In "
                   "the sandbox the "
                   "kernel goes on, so data that were not synced are not lost; scripts/faults "
                   "powercuts tries that.",

@@ -71,7 +71,8 @@ FileCounts CountsOf(const Counts& counts) {
           .aged = counts.aged,
           .judgedSent = counts.judgedSent,
           .lost = counts.lost,
-          .deliveredTwice = counts.deliveredTwice};
+          .deliveredTwice = counts.deliveredTwice,
+          .lostRecorded = counts.lostRecorded};
 }
 
 }  // namespace

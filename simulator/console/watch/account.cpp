@@ -137,6 +137,7 @@ void Account::Count(const FileKey& key, const SeenFile& file) {
     ++counts->produced;
     ++(counts->*kMembers[static_cast<std::size_t>(file.state)]);
     if (file.deliveries > 1) ++counts->deliveredTwice;
+    if (file.state == FileState::kLost && file.recordedSeen != 0) ++counts->lostRecorded;
   }
   if (file.state != FileState::kPending || key.kind == Kind::kCallData) return;
   const SeenFile* const oldest = m_oldestPending ? Find(*m_oldestPending) : nullptr;

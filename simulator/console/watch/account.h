@@ -26,6 +26,7 @@ struct Counts {
   long judgedSent = 0;
   long lost = 0;
   long deliveredTwice = 0;  // of the accepted ones
+  long lostRecorded = 0;    // of the lost ones: those whose row was seen
 };
 
 enum class FileState : std::uint8_t {

@@ -33,10 +33,12 @@ class FakeBench : public console::Actions {
   std::vector<std::string> kills{};
   std::string trouble{};  // not empty: every action throws it
   std::string reason{};   // why there are no faults
+  std::string refused{};  // an endpoint for which the cloud takes no behaviour
 
   std::string Cloud(const std::string& text) override {
     const rapidjson::Document order = Read(text);
     const std::string what = order["do"].GetString();
+    if (what == "stand" && refused == order["endpoint"].GetString()) throw std::runtime_error("no");
     if (what == "stand")
       world.standing[order["endpoint"].GetString()] = order["behaviour"].GetString();
     if (what == "normal") world.standing.erase(order["endpoint"].GetString());

@@ -87,6 +87,14 @@ TEST(FaultCatalogue, ExpectsSomethingDuringAndAfterEachFaultAndNoLossAtTheEnd) {
   }
 }
 
+TEST(FaultCatalogue, LeavesNothingBehindWhenAFaultCannotBegin) {
+  test::FakeBench bench;
+  bench.refused = "calldata";
+
+  EXPECT_THROW(FindFault("reset")->begin(bench, {}), std::runtime_error);
+  EXPECT_TRUE(bench.world == test::FakeBench::World());
+}
+
 TEST(FaultCatalogue, KillsTheServiceSoThatItLogsIn) {
   test::FakeBench bench;
   FindFault("refuse-login")->begin(bench, {});

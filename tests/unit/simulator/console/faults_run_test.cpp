@@ -121,7 +121,7 @@ TEST_F(RunOfAFault, TakesLossForAFailure) {
   HappenDuring();
   Pass(180);
   Look();
-  m_seen.total.lost = 1;
+  m_seen.total.lostRecorded = 1;
   HappenAfter();
   EXPECT_EQ(run.Now(), FaultRun::State::kHealing);
   Pass(2000);
