@@ -259,7 +259,7 @@ check_status() {
 call() {
   local body=${3:-}
   printf '%s %s HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: application/json\r\nContent-Length: %d\r\n\r\n%s' \
-    "$1" "$2" "${#body}" "$body" | timeout 30 socat -t 30 - UNIX-CONNECT:build/gateway-vm/page 2>/dev/null >"$run/reply"
+    "$1" "$2" "${#body}" "$body" | timeout 30 socat -,ignoreeof UNIX-CONNECT:build/gateway-vm/page 2>/dev/null >"$run/reply"
   sed '1,/^\r$/d' "$run/reply" >"$run/reply.json"
   head -n 1 "$run/reply" | grep --quiet '^HTTP/1.1 200'
 }
