@@ -1,8 +1,10 @@
 #include "console/bench/clock.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <mutex>
 #include <stdexcept>
@@ -60,7 +62,10 @@ Clock::Clock(std::string file, std::time_t start, double speed)
                    "FAKETIME_DONT_FAKE_MONOTONIC=1"};
 }
 
+Clock::Clock() : m_start(RealNow()), m_begin(m_start) {}
+
 Clock::~Clock() {
+  if (m_file.empty()) return;
   std::remove(m_file.c_str());
   m_holder->CloseInput();  // so it removes what it holds
   m_holder->Await(kHolderEnds);
@@ -68,6 +73,12 @@ Clock::~Clock() {
 
 std::time_t Clock::Now() const {
   return static_cast<std::time_t>(std::floor(Exact()));
+}
+
+std::time_t Clock::Real() const {
+  const std::lock_guard lock(m_mutex);
+  const double own = m_file.empty() ? m_setting.stepped : 0;
+  return static_cast<std::time_t>(std::floor(RealNow() - own));
 }
 
 double Clock::Exact() const {
@@ -87,6 +98,9 @@ double Clock::Speed() const {
 
 void Clock::SetSpeed(double speed) {
   RequireSpeed(speed);
+  if (m_file.empty() && speed != kLeastSpeed) {
+    throw std::invalid_argument("The gateway runs in real time here.");
+  }
   const std::lock_guard lock(m_mutex);
   Setting setting = m_setting;
   setting.offset += SinceStart() * (m_setting.speed - speed);
@@ -97,11 +111,23 @@ void Clock::SetSpeed(double speed) {
 
 void Clock::Step(long seconds) {
   const std::lock_guard lock(m_mutex);
+  if (m_file.empty()) return StepOwn(seconds);
   Setting setting = m_setting;
   setting.offset += static_cast<double>(seconds);
   setting.stepped += static_cast<double>(seconds);
   Write(setting);
   m_setting = setting;
+}
+
+// The time is read from the clock itself, so there is no offset.
+void Clock::StepOwn(long seconds) {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  now.tv_sec += seconds;
+  if (clock_settime(CLOCK_REALTIME, &now) != 0) {
+    throw std::runtime_error(std::string("The clock cannot be set: ") + std::strerror(errno));
+  }
+  m_setting.stepped += static_cast<double>(seconds);
 }
 
 double Clock::SinceStart() const {
@@ -114,6 +140,7 @@ double Clock::Shown(const Setting& setting) const {
 
 // A program reads the file as it was or as it becomes, never a part.
 void Clock::Write(const Setting& setting) const {
+  if (m_file.empty()) return;
   const std::string fresh = m_file + ".new";
   std::ofstream(fresh) << util::Format("%+.6f x%.6f\n", setting.offset, setting.speed);
   if (std::rename(fresh.c_str(), m_file.c_str()) != 0) {

@@ -25,18 +25,23 @@ class Clock {
   // Throws std::invalid_argument for a speed out of range, std::runtime_error when faketime is
   // missing or the file cannot be written.
   Clock(std::string file, std::time_t start, double speed);
+  // The machine's own clock: the console runs on the gateway itself. Its speed is 1; a step sets
+  // it, which takes root's rights.
+  Clock();
   ~Clock();  // removes the file
   Clock(const Clock&) = delete;
   Clock& operator=(const Clock&) = delete;
 
-  std::time_t Now() const;  // gateway time, Unix seconds
-  double Exact() const;     // the same with its fraction
+  std::time_t Now() const;   // gateway time, Unix seconds
+  std::time_t Real() const;  // real time, Unix seconds; no step moves it
+  double Exact() const;      // the same with its fraction
   // Gateway seconds since the start. A step does not count; so a span measured by it is real.
   double Elapsed() const;
   double Speed() const;  // gateway seconds in a real second
 
-  // The time goes on from where it is. Throws std::invalid_argument for a speed out of range,
-  // std::runtime_error when the file cannot be written; the speed then stays.
+  // The time goes on from where it is. Throws std::invalid_argument for a speed out of range, and
+  // for every other than 1 on the machine's own clock; std::runtime_error when the file cannot be
+  // written. The speed then stays.
   void SetSpeed(double speed);
   // Moves the clock by `seconds`, back if negative. Throws std::runtime_error as above.
   void Step(long seconds);
@@ -54,8 +59,9 @@ class Clock {
   double SinceStart() const;  // real seconds
   double Shown(const Setting& setting) const;
   void Write(const Setting& setting) const;
+  void StepOwn(long seconds);
 
-  const std::string m_file;
+  const std::string m_file;         // empty: the machine's own clock
   std::unique_ptr<Child> m_holder;  // keeps the common start
   double m_start = 0;               // the common start, real Unix seconds
   double m_begin = 0;               // what the clock showed at first

@@ -52,7 +52,7 @@ void WriteClocks(const Clock& clock, const std::string& place, JsonWriter& json)
   json.Key("clocks");
   json.StartObject();
   json.Key("gateway_unix_s"), json.Int64(now);
-  json.Key("real_unix_s"), json.Int64(std::time(nullptr));
+  json.Key("real_unix_s"), json.Int64(clock.Real());
   json.Key("speed"), json.Double(clock.Speed());
   json.Key("gateway_offset_s"), json.Int64(local ? local->tm_gmtoff : 0);
   json.Key("gateway_text"), json.String(local ? util::TimeMark(*local).c_str() : "");

@@ -1,6 +1,9 @@
 #include "console/bench/processes.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <csignal>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
@@ -12,6 +15,12 @@ namespace console {
 namespace {
 
 constexpr std::chrono::milliseconds kLookEvery{20};
+constexpr std::chrono::milliseconds kFindEvery{250};
+
+// The group is the program and what it has started, if the supervisor has made it one.
+void KillOther(pid_t pid) {
+  if (pid > 0) kill(getpgid(pid) == pid ? -pid : pid, SIGKILL);
+}
 
 std::string ClockOf(std::time_t when) {
   const auto time = util::LocalTime(when);
@@ -50,6 +59,7 @@ Processes::~Processes() {
 void Processes::Start(const std::string& name) {
   std::unique_lock lock(m_mutex);
   One& one = Find(name);
+  if (one.program.find) return;
   one.isWanted = true;
   one.killAt.reset();
   one.restartAt = 0;
@@ -59,6 +69,7 @@ void Processes::Start(const std::string& name) {
 void Processes::Stop(const std::string& name) {
   std::unique_lock lock(m_mutex);
   One& one = Find(name);
+  if (one.program.find) throw std::invalid_argument("Another supervisor keeps " + name + " up.");
   one.isWanted = false;
   if (one.child) {
     one.child->Ask();
@@ -70,6 +81,12 @@ void Processes::Stop(const std::string& name) {
 void Processes::Kill(const std::string& name) {
   std::unique_lock lock(m_mutex);
   One& one = Find(name);
+  if (one.program.find) {
+    const pid_t killed = one.state.pid;
+    KillOther(killed);
+    Await([&] { return killed == 0 || one.state.pid != killed; }, lock);
+    return;
+  }
   if (!one.child) return;
   const Child* const killed = one.child.get();
   one.child->Kill();
@@ -139,6 +156,7 @@ void Processes::Run() {
 
 // An end is noted when all that the program has said is passed on.
 void Processes::Look(One& one) {
+  if (one.program.find) return Watch(one);
   if (one.child) {
     const auto end = one.child->Ended();
     const std::size_t said = m_lines.size();
@@ -149,6 +167,20 @@ void Processes::Look(One& one) {
   } else if (one.isWanted && m_clock.Elapsed() >= one.restartAt) {
     Launch(one);
   }
+}
+
+// How it ended is known to its supervisor only.
+void Processes::Watch(One& one) {
+  if (std::chrono::steady_clock::now() < one.nextFind) return;
+  one.nextFind = std::chrono::steady_clock::now() + kFindEvery;
+  const pid_t pid = one.program.find();
+  if (pid == one.state.pid) return;
+  if (pid > 0 && one.state.realSince > 0) ++one.state.restarts;
+  one.state.pid = pid;
+  one.state.running = pid > 0;
+  one.state.since = m_clock.Now();
+  one.state.realSince = m_clock.Real();
+  one.state.text = (pid > 0 ? "running since " : "ended at ") + ClockOf(one.state.since);
 }
 
 void Processes::Launch(One& one) {
@@ -164,7 +196,7 @@ void Processes::Launch(One& one) {
   one.state.running = true;
   one.state.pid = one.child->Pid();
   one.state.since = m_clock.Now();
-  one.state.realSince = std::time(nullptr);
+  one.state.realSince = m_clock.Real();
   one.state.text = "running since " + ClockOf(one.state.since);
   if (one.restartAt > 0) m_lines.emplace_back("run", one.program.name + ": " + one.state.text);
 }
@@ -176,7 +208,7 @@ void Processes::NoteEnd(One& one, const End& end) {
   one.state.running = false;
   one.state.pid = 0;
   one.state.since = m_clock.Now();
-  one.state.realSince = std::time(nullptr);
+  one.state.realSince = m_clock.Real();
   one.state.lastEnd = end;
   one.state.text = end.Text() + " at " + ClockOf(one.state.since);
   m_lines.emplace_back("run", one.program.name + ": " + one.state.text);

@@ -42,6 +42,9 @@ class Processes {
     std::string name{};
     std::vector<std::string> command{};
     bool restart = false;  // start it again kRestartAfter after its end
+    // Set: another supervisor starts the program and keeps it running, and this finds its process
+    // id, or 0. It is only watched then, and can be killed.
+    std::function<pid_t()> find{};
   };
   // Called with each line of output on the thread of the object, and under the name "run" with a
   // line for each end and each restart.
@@ -57,7 +60,8 @@ class Processes {
   // An unknown name throws std::invalid_argument. A start waits until the program runs, and does
   // nothing when it does already. A stop (SIGTERM, after kStopsWithin SIGKILL) and a kill (SIGKILL
   // for it and all that it has started) wait until it has ended. A stopped program stays so; a
-  // killed one is restarted like one that has ended by itself.
+  // killed one is restarted like one that has ended by itself. One of another supervisor is not
+  // started here; a stop of it throws std::invalid_argument.
   void Start(const std::string& name);
   void Stop(const std::string& name);
   void Kill(const std::string& name);
@@ -77,10 +81,12 @@ class Processes {
     bool isWanted = false;
     std::optional<Deadline> killAt{};  // of a stop
     double restartAt = 0;              // on Clock::Elapsed; counts when wanted and not running
+    Deadline nextFind{};               // of one of another supervisor
   };
 
   void Run();
   void Look(One& one);
+  void Watch(One& one);
   void Launch(One& one);
   void NoteEnd(One& one, const End& end);
   void PassLines();

@@ -18,7 +18,7 @@ Fault KillService() {
               .title = "Kill the service",
               .text =
                   "SIGKILL ends the service and the tar that it may run. Its supervisor starts it "
-                  "again after 2 s. "
+                  "again within 2 s. "
                   "The values of the cycle under way are lost, no recorded file is.",
               .seconds = kShortSeconds};
   fault.claims = [](const FaultParams&) { return std::set<std::string>{"service"}; };

@@ -42,7 +42,8 @@ Bench::Bench(const Options& options, const Scenario& scenario, const sigset_t& e
                    const std::lock_guard lock(m_mutex);
                    m_lines.emplace_back(label, text);
                  }),
-      m_clock(BenchPaths(options.folder).clock, StartTime(std::time(nullptr)), options.speed),
+      m_ownedClock(MakeClock(options)),
+      m_clock(*m_ownedClock),
       m_log(paths::kLogDirectory),
       m_processes(m_clock, ProgramsOf(options, scenario, m_clock.Now()),
                   [this](const std::string& name, const std::string& text) {
@@ -59,8 +60,10 @@ Bench::Bench(const Options& options, const Scenario& scenario, const sigset_t& e
 }
 
 int Bench::Run() {
-  Say("the example plant, " + util::Format("%g", m_options.speed) +
-      " times faster; everything private to this run");
+  Say(m_options.onGateway ? "the example plant, in real time; the card can be pulled"
+                          : util::Format("the example plant, %g times faster; everything private "
+                                         "to this run",
+                                         m_options.speed));
   if (m_options.hasPage) Serve();
   StartPrograms();
   int status = kDone;
@@ -86,7 +89,10 @@ void Bench::Serve() {
     m_address = m_options.address;
     m_server.ListenOnSocket(m_options.socket);
   } else {
-    m_address = util::Format("http://127.0.0.1:%d", m_server.ListenOnPort(m_options.port));
+    const int port = m_server.ListenOnPort(m_options.port, m_options.listen);
+    m_address = m_options.address.empty()
+                    ? util::Format("http://%s:%d", m_options.listen.c_str(), port)
+                    : m_options.address;
   }
   Say("page " + m_address + "/");
 }
@@ -178,7 +184,9 @@ bool Bench::Turn(std::chrono::milliseconds limit) {
   }
   PublishLines();
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(limit);
-  const timespec wait{seconds.count(), std::chrono::nanoseconds(limit - seconds).count()};
+  timespec wait{};
+  wait.tv_sec = seconds.count();
+  wait.tv_nsec = static_cast<long>(std::chrono::nanoseconds(limit - seconds).count());
   if (sigtimedwait(&m_endSignals, nullptr, &wait) > 0) m_hasEnded = true;
   return !m_hasEnded;
 }

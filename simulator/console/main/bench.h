@@ -65,7 +65,8 @@ class Bench {
   util::Mutex m_mutex{};        // guards the lines
   std::vector<Line> m_lines{};  // for the page
   Terminal m_terminal;
-  Clock m_clock;
+  const std::unique_ptr<Clock> m_ownedClock;
+  Clock& m_clock;
   LedgerCounts m_ledger{};
   LogFollower m_log;
   Processes m_processes;

@@ -20,7 +20,8 @@ int CountIn(const char* path, const std::string& tag) {
   return count;
 }
 
-std::string LineJson(const std::vector<std::pair<std::string, std::string>>& lines) {
+std::string LineJson(const std::vector<std::pair<std::string, std::string>>& lines,
+                     std::time_t real) {
   return JsonReply([&](JsonWriter& json) {
            json.StartObject();
            json.Key("lines");
@@ -29,7 +30,7 @@ std::string LineJson(const std::vector<std::pair<std::string, std::string>>& lin
              json.StartObject();
              json.Key("label"), json.String(label.c_str());
              json.Key("text"), json.String(text.c_str());
-             json.Key("real_unix_s"), json.Int64(std::time(nullptr));
+             json.Key("real_unix_s"), json.Int64(real);
              json.EndObject();
            }
            json.EndArray();
@@ -68,7 +69,7 @@ void Bench::PublishLines() {
     const std::lock_guard lock(m_mutex);
     lines.swap(m_lines);
   }
-  if (!lines.empty()) m_events.Publish("lines", LineJson(lines));
+  if (!lines.empty()) m_events.Publish("lines", LineJson(lines, m_clock.Real()));
 }
 
 void Bench::ShowProgress(const std::string& state) {
@@ -91,7 +92,7 @@ std::string Bench::State() {
   return JsonReply([this](JsonWriter& json) {
            json.StartObject();
            json.Key("schema"), json.Int(1);
-           WriteClocks(m_clock, "sandbox", json);
+           WriteClocks(m_clock, m_options.onGateway ? "gateway" : "sandbox", json);
            m_parts.WriteState(json);
            m_processes.WriteState(json);
            m_ledger.WriteState(json);

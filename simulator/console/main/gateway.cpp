@@ -2,8 +2,10 @@
 
 #include <utime.h>
 
+#include <csignal>
 #include <filesystem>
 
+#include "collect/machine.h"
 #include "console/bench/placeholders.h"
 #include "util/paths.h"
 
@@ -32,18 +34,44 @@ void Append(std::vector<std::string>* command, const std::vector<std::string>& m
   for (const std::string& word : more) command->push_back(WithTimes(word, start));
 }
 
+// Looks for the service only when it is not where it was: a look at all processes takes a while.
+class ServiceFinder {
+ public:
+  pid_t operator()() {
+    if (m_known > 0 && kill(m_known, 0) == 0) return m_known;
+    const auto pid = status::FindService(status::Place{});
+    m_known = pid ? *pid : 0;
+    return m_known;
+  }
+
+ private:
+  pid_t m_known = 0;
+};
+
+Processes::Program ServiceOf(const Options& options) {
+  if (options.onGateway) return {.name = "service", .find = ServiceFinder()};
+  return {.name = "service", .command = {options.build + "/src/main/brennik"}, .restart = true};
+}
+
 }  // namespace
 
 std::time_t StartTime(std::time_t real) {
   return real - real % kHeartSeconds + kHeartSeconds - kLeadSeconds;
 }
 
+std::unique_ptr<Clock> MakeClock(const Options& options) {
+  if (options.onGateway) return std::make_unique<Clock>();
+  return std::make_unique<Clock>(BenchPaths(options.folder).clock, StartTime(std::time(nullptr)),
+                                 options.speed);
+}
+
 void PrepareGateway(const Options& options) {
+  fs::create_directories(options.folder);
+  if (options.onGateway) return;
   fs::create_directories(kConfiguration);
   fs::copy(options.plant, kConfiguration,
            fs::copy_options::recursive | fs::copy_options::overwrite_existing);
   MakeOlder(kConfiguration);
-  fs::create_directories(options.folder);
 }
 
 std::vector<Processes::Program> ProgramsOf(const Options& options, const Scenario& scenario,
@@ -68,7 +96,7 @@ std::vector<Processes::Program> ProgramsOf(const Options& options, const Scenari
   // On the page a redirect is one of the faults.
   if (isPlain && !options.hasPage) cloud.emplace_back("--redirect=127.0.0.2:8080");
   if (options.cycles > 0) cloud.push_back("--exit-after=" + std::to_string(options.cycles));
-  return {{.name = "service", .command = {options.build + "/src/main/brennik"}, .restart = true},
+  return {ServiceOf(options),
           {.name = "acquisition", .command = acquisition},
           {.name = "cloud", .command = cloud}};
 }

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <ctime>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "console/bench/clock.h"
 #include "console/bench/processes.h"
 #include "console/bench/scenario.h"
 #include "console/main/options.h"
@@ -33,8 +35,11 @@ inline constexpr std::time_t kHeartSeconds = 600;
 inline constexpr std::time_t kLeadSeconds = 150;
 std::time_t StartTime(std::time_t real);
 
-// Copies the configuration to where the service reads it, and makes the folders. Throws
-// std::filesystem::filesystem_error.
+// The gateway's clock.
+std::unique_ptr<Clock> MakeClock(const Options& options);
+
+// Copies the configuration to where the service reads it, and makes the folders. The
+// booted gateway has its configuration already. Throws std::filesystem::filesystem_error.
 void PrepareGateway(const Options& options);
 
 // The three programs, the service first. Without a scenario the acquisition side records and the

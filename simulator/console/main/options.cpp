@@ -28,6 +28,7 @@ Options ParseOptions(int argc, char* const* argv) {
       {{"--help", [&](const std::string&) { options.help = true; }, true},
        Text("--socket", &options.socket),
        {"--port", [&](const std::string& text) { options.port = Number(text, 0, kHighestPort); }},
+       Text("--listen", &options.listen),
        Text("--address", &options.address),
        Text("--page", &options.page),
        {"--no-page", [&](const std::string&) { options.hasPage = false; }, true},
@@ -36,12 +37,14 @@ Options ParseOptions(int argc, char* const* argv) {
         [&](const std::string& text) { options.cycles = Number(text, 1, kMostCycles); }},
        Text("--scenario", &options.scenario),
        {"--speed", [&](const std::string& text) { options.speed = Number(text, 1, kMostSpeed); }},
+       {"--on-gateway", [&](const std::string&) { options.onGateway = true; }, true},
        Text("--folder", &options.folder),
        Text("--build", &options.build),
        Text("--plant", &options.plant)});
   if (options.cycles > 0 && !options.scenario.empty()) {
     throw std::invalid_argument("--cycles and --scenario do not go together");
   }
+  if (options.onGateway) options.speed = 1;
   return options;
 }
 
@@ -54,6 +57,7 @@ std::string HelpText() {
          "\n"
          "  --socket PATH    serve the page on this Unix socket (a port)\n"
          "  --port N         serve the page on this port of 127.0.0.1 (0: any free one)\n"
+         "  --listen IP      serve the page on this address of the machine's own (127.0.0.1)\n"
          "  --address URL    where people find the page (what it listens on)\n"
          "  --page DIR       the page's files (simulator/console/page)\n"
          "  --no-page        serve no page\n"
@@ -61,6 +65,9 @@ std::string HelpText() {
          "  --cycles N       end after N accepted uploads\n"
          "  --scenario FILE  play this file and end\n"
          "  --speed X        run the gateway's clock X times faster, 1 to 60 (10)\n"
+         "  --on-gateway     the console runs on the booted gateway: in real time, with a card "
+         "that\n"
+         "                   can be pulled; the gateway's supervisor keeps the service up\n"
          "  --folder DIR     keep the cloud's index and the control sockets here (/tmp/bench)\n"
          "  --build DIR      the build with the programs (build/release)\n"
          "  --plant DIR      the gateway's configuration (packaging/example/Config)\n"

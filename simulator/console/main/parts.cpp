@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "console/main/gateway.h"
+#include "console/main/gatewayactions.h"
 #include "console/main/sources.h"
 
 namespace console {
@@ -12,9 +13,8 @@ Parts::Parts(Clock& clock, Processes& processes, const Options& options)
       m_processes(processes),
       m_uploads(BenchPaths(options.folder).cloudIndex, BenchPaths(options.folder).cloudControl,
                 [&clock] { return clock.Now(); }),
-      m_actions(processes, clock, BenchPaths(options.folder).cloudControl,
-                BenchPaths(options.folder).acquisitionControl),
-      m_faults(m_actions),
+      m_actions(MakeActions(processes, clock, options)),
+      m_faults(*m_actions),
       m_watcher(SourcesOf(clock, processes, m_uploads, m_faults, options)) {}
 
 Parts::~Parts() {

@@ -1,11 +1,12 @@
 // The console's parts that stand above the bench, put together.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "console/bench/clock.h"
 #include "console/bench/processes.h"
-#include "console/faults/benchactions.h"
+#include "console/faults/actions.h"
 #include "console/faults/faults.h"
 #include "console/main/options.h"
 #include "console/uploads/uploads.h"
@@ -35,7 +36,7 @@ class Parts {
   const Clock& m_clock;
   const Processes& m_processes;
   Uploads m_uploads;
-  BenchActions m_actions;
+  const std::unique_ptr<Actions> m_actions;
   Faults m_faults;
   Watcher m_watcher;  // last: it looks at the others
 };

@@ -11,6 +11,7 @@ namespace {
 
 constexpr long kDefaultRows = 50;
 constexpr long kMostRows = 500;
+constexpr long kNoRow = INT32_MAX;  // behind all of a ledger
 
 const char* WordOf(status::LedgerState state) {
   constexpr std::array kWords = {"good",    "missing", "foreign",    "no_table",
@@ -37,8 +38,7 @@ bool IsAccepted(const FileKey& key, const SeenFile& file) {
 std::vector<Row> RowsFor(const Account& account, const Call& call, std::size_t limit) {
   const std::string kind = call.Get("kind");
   const std::string state = call.Get("state");
-  const auto before =
-      static_cast<std::uint32_t>(NumberOf(call, "before", UINT32_MAX, 1, UINT32_MAX));
+  const auto before = static_cast<std::uint32_t>(NumberOf(call, "before", kNoRow, 1, kNoRow));
   std::vector<Row> rows;
   for (const auto& [key, file] : account.All()) {
     if (!IsInLedger(file) || file.row >= before) continue;

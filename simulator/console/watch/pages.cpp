@@ -79,9 +79,10 @@ void WriteRecord(JsonWriter& json, const KeptRecord& record) {
 
 }  // namespace
 
-long NumberOf(const Call& call, const char* name, long otherwise, long least, long most) {
+std::int64_t NumberOf(const Call& call, const char* name, std::int64_t otherwise,
+                      std::int64_t least, std::int64_t most) {
   const std::string text = call.Get(name);
-  long number = 0;
+  std::int64_t number = 0;
   const char* const end = text.data() + text.size();
   const auto read = std::from_chars(text.data(), end, number);
   if (read.ec != std::errc() || read.ptr != end) return otherwise;
@@ -120,8 +121,8 @@ Reply ReplyHour(const std::vector<Slot>& slots, const std::vector<status::Gap>& 
 
 Reply ReplyLogs(const LogRing& logs, const Call& call) {
   LogQuery query{.level = call.Get("level"), .text = call.Get("text")};
-  query.after = NumberOf(call, "after", 0, 0, kNoLimit);
-  query.before = NumberOf(call, "before", 0, 0, kNoLimit);
+  query.after = static_cast<long>(NumberOf(call, "after", 0, 0, kNoLimit));
+  query.before = static_cast<long>(NumberOf(call, "before", 0, 0, kNoLimit));
   query.limit = static_cast<std::size_t>(NumberOf(call, "limit", kDefaultLimit, 1, kMostLimit));
   const std::vector<KeptRecord> records = logs.Find(query);
   return JsonReply([&](JsonWriter& json) {

@@ -1,6 +1,7 @@
 // Replies to the page: month, logs, explanations, ledger and card.
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <string>
 #include <vector>
@@ -22,6 +23,7 @@ Reply ReplyLedger(const Account& account, const Call& call);
 Reply ReplyCard(const Account& account, const Scene& scene);
 
 // A parameter between `least` and `most`; `otherwise` when it is missing or no number.
-long NumberOf(const Call& call, const char* name, long otherwise, long least, long most);
+std::int64_t NumberOf(const Call& call, const char* name, std::int64_t otherwise,
+                      std::int64_t least, std::int64_t most);
 
 }  // namespace console

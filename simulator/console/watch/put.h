@@ -1,7 +1,7 @@
 // Members of JSON objects.
 #pragma once
 
-#include <cstdint>
+#include <concepts>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -12,12 +12,10 @@
 
 namespace console {
 
-inline void Put(JsonWriter& json, const char* key, std::int64_t value) {
+template <std::signed_integral T>
+void Put(JsonWriter& json, const char* key, T value) {
   json.Key(key);
   json.Int64(value);
-}
-inline void Put(JsonWriter& json, const char* key, int value) {
-  Put(json, key, std::int64_t{value});
 }
 inline void Put(JsonWriter& json, const char* key, bool value) {
   json.Key(key);
@@ -56,7 +54,7 @@ void Put(JsonWriter& json, const char* key, const std::optional<T>& value) {
 // A time of which 0 means that it is unknown.
 inline void PutTime(JsonWriter& json, const char* key, std::time_t when) {
   if (when == 0) return PutNull(json, key);
-  Put(json, key, static_cast<std::int64_t>(when));
+  Put(json, key, when);
 }
 
 }  // namespace console

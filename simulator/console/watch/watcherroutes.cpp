@@ -56,7 +56,7 @@ Reply Watcher::AnswerMonth() {
 
 Reply Watcher::AnswerHour(const Call& call) {
   const MonthFacts facts = LookAtMonth();
-  const long from = NumberOf(call, "from", -1, -1, facts.now + kHourSeconds);
+  const std::time_t from = NumberOf(call, "from", -1, -1, facts.now + kHourSeconds);
   if (facts.interval < 1 || from < kHourSeconds) {
     return ErrorReply(400, "from takes the Unix time at which the hour begins");
   }

@@ -242,8 +242,8 @@ void Server::ListenOnSocket(const std::string& path) {
   m_listener->Listen(path, kAnyPort);
 }
 
-int Server::ListenOnPort(int port) {
-  return m_listener->Listen("127.0.0.1", port);
+int Server::ListenOnPort(int port, const std::string& address) {
+  return m_listener->Listen(address, port);
 }
 
 void Server::Stop() {

@@ -34,8 +34,9 @@ class Server {
   // Starts to listen on a Unix socket; a file that is there already is replaced. Throws
   // std::runtime_error with a sentence when that fails.
   void ListenOnSocket(const std::string& path);
-  // Starts to listen on a port of 127.0.0.1; 0 takes a free one. Returns the port. Throws as above.
-  int ListenOnPort(int port);
+  // Starts to listen on a port of this machine's address; 0 takes a free one. Returns the port.
+  // Throws as above.
+  int ListenOnPort(int port, const std::string& address = "127.0.0.1");
 
   // Ends all connections and streams and waits for the threads.
   void Stop();

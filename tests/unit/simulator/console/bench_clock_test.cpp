@@ -122,6 +122,13 @@ TEST(BenchClock, DoesNotCountAStepAsTimePassed) {
   EXPECT_NEAR(clock.Elapsed(), 0, 5);
 }
 
+TEST(BenchClock, RefusesAnotherSpeedOfTheMachinesOwnClock) {
+  Clock clock;
+
+  EXPECT_THROW(clock.SetSpeed(2), std::invalid_argument);
+  EXPECT_EQ(clock.Speed(), 1);
+}
+
 TEST(BenchClock, RefusesASpeedOutOfRangeAndKeepsItsOwn) {
   Clock clock(kFile, kStart, 10);
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -167,6 +168,54 @@ TEST_F(BenchProcesses, RefusesAnUnknownName) {
   Make("exit 0");
 
   EXPECT_THROW(m_processes->Kill("cloud"), std::invalid_argument);
+}
+
+// The program "service" in the care of somebody else, whom a test plays.
+class BenchWatchedProcess : public ::testing::Test {
+ protected:
+  ProcessState State() { return m_processes.State("service"); }
+
+  Clock m_clock{};
+  std::atomic<pid_t> m_pid{0};
+  Processes m_processes{m_clock,
+                        {{.name = "service", .find = [this] { return m_pid.load(); }}},
+                        [](const std::string&, const std::string&) {}};
+};
+
+TEST_F(BenchWatchedProcess, FollowsItByItsProcess) {
+  m_processes.Start("service");
+  EXPECT_FALSE(State().running);
+
+  m_pid = 101;
+  EXPECT_TRUE(Await([this] { return State().running && State().restarts == 0; }));
+  m_pid = 102;
+  EXPECT_TRUE(Await([this] { return State().pid == 102 && State().restarts == 1; }));
+  m_pid = 0;
+  EXPECT_TRUE(Await([this] { return !State().running; }));
+  EXPECT_THAT(State().text, HasSubstr("ended at "));
+}
+
+TEST_F(BenchWatchedProcess, IsKilledWithWhatItHasStarted) {
+  Child child({"sh", "-c", "sleep 100000 & echo $!; wait"}, {});
+  const auto started = child.ReadLine(std::chrono::seconds(5));
+  ASSERT_TRUE(started);
+  m_pid = child.Pid();
+  ASSERT_TRUE(Await([this] { return State().running; }));
+
+  std::thread supervisor([&] {
+    siginfo_t about{};
+    waitid(P_PID, static_cast<id_t>(child.Pid()), &about, WEXITED | WNOWAIT);
+    m_pid = 0;
+  });
+  m_processes.Kill("service");
+  supervisor.join();
+
+  EXPECT_TRUE(IsGone(static_cast<pid_t>(std::strtol(started->c_str(), nullptr, 10))));
+  EXPECT_EQ(child.Ended()->signal, SIGKILL);
+}
+
+TEST_F(BenchWatchedProcess, IsNotStopped) {
+  EXPECT_THROW(m_processes.Stop("service"), std::invalid_argument);
 }
 
 // The owner runs in a process of its own, which is killed.
