@@ -27,7 +27,9 @@ async function breakAndHeal(bench, opened, {fault, title, params}) {
     await card.getByLabel(params.find((each) => each.name === name).title, {exact: true}).fill(value);
   }
   await card.getByRole('button', {name: `Start: ${title}`, exact: true}).click();
-  await card.getByRole('button', {name: `Stop: ${title}`, exact: true}).waitFor();
+  await card.getByRole('button', {name: `Stop: ${title}`, exact: true}).waitFor().catch(async () => {
+    throw new Error(`it does not start: ${await card.innerText()} ${opened.trouble.join(' ')} ${bench.output.slice(-1000)}`);
+  });
   const run = await until(`the end of ${fault}`, () => ended(bench, fault), kLongestMs);
   assert.equal(run.verdict, 'as expected', told(run));
   await card.getByText('as expected', {exact: true}).waitFor();
