@@ -49,8 +49,10 @@ function group(browser, name, chosen) {
         await test.test(`breaks and heals: ${fault.title}`, () => breakAndHeal(bench, opened, fault));
       }
       await test.test('has lost no file in the end, and nothing is wrong', async () => {
-        await until('all normal', async () => (await bench.state()).account.normal);
-        const {total} = (await bench.state()).account;
+        let account = null;
+        const isNormal = async () => { ({account} = await bench.state()); return account.normal; };
+        await until('all normal', isNormal).catch(() => { throw new Error(`not normal: ${account.reasons.join(' ')}`); });
+        const {total} = account;
         assert.equal(total.lost + total.judged_sent, 0, JSON.stringify(total));
         assert.deepEqual(opened.trouble, []);
       });
