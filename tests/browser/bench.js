@@ -26,6 +26,8 @@ export async function until(what, look, ms = 60000) {
 let lastStart = Promise.resolve();
 
 export class Bench {
+  static running = new Set();
+
   // `speed`: how many times faster than real time the gateway's clock runs. `port` is that of the page, 0 a free one.
   static start({speed = 30, port = 0} = {}) {
     const started = lastStart.catch(() => {}).then(() => Bench.#start(speed, port));
@@ -39,8 +41,10 @@ export class Bench {
     bench.output = '';
     bench.process = spawn(path.join(root, 'scripts/run'), ['--speed', String(speed), ...(port ? ['--page-port', String(port)] : [])],
       {stdio: ['ignore', 'pipe', 'pipe']});
+    Bench.running.add(bench);
     for (const stream of [bench.process.stdout, bench.process.stderr]) stream.on('data', (data) => { bench.output += data; });
     bench.ended = new Promise((resolve) => { bench.process.on('exit', resolve); });
+    bench.ended.then(() => Bench.running.delete(bench));
     const page = await until('the page\'s address', () => {
       if (bench.process.exitCode !== null) throw new Error(`scripts/run has ended:\n${bench.output}`);
       return bench.output.match(/page (http:\/\/127\.0\.0\.1:(\d+))\//);

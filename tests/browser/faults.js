@@ -27,7 +27,9 @@ async function breakAndHeal(bench, opened, {fault, title, params}) {
     await card.getByLabel(params.find((each) => each.name === name).title, {exact: true}).fill(value);
   }
   await card.getByRole('button', {name: `Start: ${title}`, exact: true}).click();
-  await card.getByRole('button', {name: `Stop: ${title}`, exact: true}).waitFor();
+  await card.getByRole('button', {name: `Stop: ${title}`, exact: true}).waitFor().catch(async () => {
+    throw new Error(`it does not start: ${await card.innerText()} ${opened.trouble.join(' ')} ${bench.output.slice(-1000)}`);
+  });
   const run = await until(`the end of ${fault}`, () => ended(bench, fault), kLongestMs);
   assert.equal(run.verdict, 'as expected', told(run));
   await card.getByText('as expected', {exact: true}).waitFor();
@@ -47,8 +49,10 @@ function group(browser, name, chosen) {
         await test.test(`breaks and heals: ${fault.title}`, () => breakAndHeal(bench, opened, fault));
       }
       await test.test('has lost no file in the end, and nothing is wrong', async () => {
-        await until('all normal', async () => (await bench.state()).account.normal);
-        const {total} = (await bench.state()).account;
+        let account = null;
+        const isNormal = async () => { ({account} = await bench.state()); return account.normal; };
+        await until('all normal', isNormal).catch(() => { throw new Error(`not normal: ${account.reasons.join(' ')}`); });
+        const {total} = account;
         assert.equal(total.lost + total.judged_sent, 0, JSON.stringify(total));
         assert.deepEqual(opened.trouble, []);
       });
