@@ -58,7 +58,7 @@ std::string FindHost(const Request& request) {
 }
 
 std::string FindLength(const Request& request) {
-  const std::string text = TheOnlyValue(request, "Content-Length");
+  std::string text = TheOnlyValue(request, "Content-Length");
   const auto length = request.ContentLength();
   if (!length) throw Fault("header Content-Length is " + Quoted(text));
   if (*length > kBodyLimitBytes) throw Fault("a body of " + text + " bytes is too large");

@@ -55,8 +55,9 @@ std::optional<std::string> ReceiveLine(int socket, Clock::time_point deadline) {
 }
 
 ControlAnswer AnswerFrom(std::string line) {
-  rapidjson::Document document;
-  document.Parse<rapidjson::kParseIterativeFlag>(line.data(), line.size());
+  rapidjson::Document parsed;
+  parsed.Parse<rapidjson::kParseIterativeFlag>(line.data(), line.size());
+  const rapidjson::Document& document = parsed;
   if (document.HasParseError() || !document.IsObject()) {
     return {.error = "the simulator's answer is not a JSON object"};
   }

@@ -73,8 +73,9 @@ void Bench::PublishLines() {
 }
 
 void Bench::ShowProgress(const std::string& state) {
-  rapidjson::Document json;
-  json.Parse(state.c_str());
+  rapidjson::Document parsed;
+  parsed.Parse(state.c_str());
+  const rapidjson::Document& json = parsed;
   const auto value = [&](const char* path) {
     return Condition(std::string(path) + " == 0").Check(json).actual;
   };

@@ -4,14 +4,21 @@ import {badge, code, facts, fill, h, table} from './dom.js';
 import {bytes, count, counted, kind, stamp} from './format.js';
 import {copyButton, head, notice, panel, visit} from './view.js';
 
+function verdict(passed) {
+  if (passed === null) return badge('off', 'not checked');
+  return passed ? badge('good', 'passed') : badge('broken', 'failed');
+}
+
 function buildChecks(checks) {
   if (checks.length === 0) return panel('Checks of the cloud', h('p.empty', 'The cloud noted no check.'));
-  const failed = checks.filter((check) => !check.passed);
+  const failed = checks.filter((check) => check.passed === false);
+  const open = checks.filter((check) => check.passed === null);
   const rows = table('Checks of the cloud', [{title: 'Check'}, {title: 'Result'}, {title: 'What was found'}]);
-  rows.fill([...failed, ...checks.filter((check) => check.passed)], (check) => check.name, (check) =>
-    [check.name, badge(check.passed ? 'good' : 'broken', check.passed ? 'passed' : 'failed'), check.text]);
+  rows.fill([...failed, ...open, ...checks.filter((check) => check.passed)], (check) => check.name, (check) =>
+    [check.name, verdict(check.passed), check.text]);
   const summary = failed.length === 0
-    ? `All ${counted(checks.length, 'check')} passed.` : `${count(failed.length)} of ${counted(checks.length, 'check')} failed.`;
+    ? `All ${counted(checks.length, 'check')} passed.`
+    : `${count(failed.length)} of ${counted(checks.length, 'check')} failed, ${count(open.length)} could not be made.`;
   return panel('Checks of the cloud', h('p', summary), rows.element);
 }
 

@@ -75,6 +75,14 @@ class Judging {
     if (m_scene.service.running && m_scene.logs.isOn == false) {
       Add(Level::kWarning, "the service is switched off by its configuration");
     }
+    JudgeSimulator(m_scene.acquisition, "the acquisition side does not run, its values are old");
+    JudgeSimulator(m_scene.cloud, "the cloud does not run");
+  }
+
+  // A name is given only where the console knows the programs.
+  void JudgeSimulator(const ProcessSight& process, const std::string& text) {
+    if (process.name.empty() || process.running) return;
+    Add(Level::kWarning, text + (process.text.empty() ? "" : ": " + process.text));
   }
 
   void JudgeCard() {

@@ -36,7 +36,7 @@ Stage Acquisition(const Scene& scene) {
               "good",        static_cast<long>(segment.published),
               "points",      Points(segment.published) + " published"};
   if (!segment.trouble.empty()) {
-    stage.state = scene.acquisition.running ? "broken" : "off";
+    stage.state = "broken";
     stage.text = segment.trouble;
     if (!scene.acquisition.running) stage.text = "the acquisition side does not run: " + stage.text;
   } else if (segment.unpublished > 0) {
@@ -44,7 +44,7 @@ Stage Acquisition(const Scene& scene) {
     stage.text =
         Points(segment.unpublished) + " without a value, the first is " + segment.firstUnpublished;
   } else if (!scene.acquisition.running) {
-    stage.state = "off";
+    stage.state = "broken";
     stage.text = "the acquisition side does not run; its last values are still published";
   } else if (segment.changed != 0 && scene.now - segment.changed > SteadySeconds(scene)) {
     stage.state = "waiting";
