@@ -36,78 +36,78 @@ class Judging {
   Judging(const Account& account, const Scene& scene)
       : m_account(account), m_scene(scene), m_longest(LongestQuietSeconds(scene)) {}
 
+  // What comes of a cause comes after it, however bad it is.
   std::vector<Reason> Take() {
-    JudgeFiles();
-    JudgeProcesses();
+    JudgeCauses();
     JudgeCard();
-    JudgeValues();
     JudgeLedger();
+    JudgeFiles();
     JudgeAcceptance();
     JudgeWaiting();
-    std::stable_sort(m_reasons.begin(), m_reasons.end(),
-                     [](const Reason& a, const Reason& b) { return a.level > b.level; });
+    std::stable_sort(m_reasons.begin(), m_reasons.end(), [](const Reason& a, const Reason& b) {
+      const bool isResultA = a.topic == Topic::kResults;
+      const bool isResultB = b.topic == Topic::kResults;
+      return isResultA != isResultB ? isResultB : a.level > b.level;
+    });
     return std::move(m_reasons);
   }
 
  private:
-  void Add(Level level, std::string text) { m_reasons.push_back({level, std::move(text)}); }
+  void Add(Level level, Topic topic, std::string text) {
+    m_reasons.push_back({level, std::move(text), topic});
+  }
+  void Add(const MaybeCause& cause) {
+    if (cause) Add(cause->level, cause->topic, cause->text);
+  }
+
+  // Without values, or without a service, the files that fail come of that.
+  void JudgeCauses() {
+    const MaybeCause service = ServiceCause(m_scene);
+    const MaybeCause values = ValuesCause(m_scene);
+    const MaybeCause packing = PackingCause(m_scene);
+    Add(service);
+    const ProcessSight& cloud = m_scene.cloud;
+    if (!cloud.name.empty() && !cloud.running) {
+      Add(Level::kWarning, Topic::kSending,
+          "the cloud does not run" +
+              (cloud.text.empty() ? SinceText(cloud.since) : ": " + cloud.text));
+    }
+    Add(values);
+    Add(ClockCause(m_account, m_scene));
+    if (service) return;
+    if (packing && !(values && packing->topic == Topic::kValues)) Add(packing);
+    Add(RecordingCause(m_scene));
+    const MaybeCause login = LoginCause(m_scene);
+    Add(login ? login : UploadCause(m_account, m_scene));
+  }
 
   void JudgeFiles() {
     const Counts& total = m_account.Total();
     if (total.lost > 0) {
-      Add(Level::kCritical, Files(total.lost) + (total.lost == 1 ? " is lost" : " are lost") +
-                                Names(m_account, FileState::kLost, total.lost));
+      Add(Level::kCritical, Topic::kFiles,
+          Files(total.lost) + (total.lost == 1 ? " is lost" : " are lost") +
+              Names(m_account, FileState::kLost, total.lost));
     }
     if (total.judgedSent > 0) {
-      Add(Level::kCritical, Files(total.judgedSent) +
-                                " counted as sent, but the cloud never accepted " +
-                                (total.judgedSent == 1 ? "it" : "them") +
-                                Names(m_account, FileState::kJudgedSent, total.judgedSent));
+      Add(Level::kCritical, Topic::kFiles,
+          Files(total.judgedSent) + " counted as sent, but the cloud never accepted " +
+              (total.judgedSent == 1 ? "it" : "them") +
+              Names(m_account, FileState::kJudgedSent, total.judgedSent));
     }
     if (m_account.IsCut()) {
-      Add(Level::kWarning,
+      Add(Level::kWarning, Topic::kOther,
           util::Format("there are more than %zu files; the account has only some", kMostFiles));
     }
-  }
-
-  void JudgeProcesses() {
-    if (!m_scene.service.running) Add(Level::kCritical, "the service does not run" + Why());
-    if (m_scene.service.running && m_scene.logs.isOn == false) {
-      Add(Level::kWarning, "the service is switched off by its configuration");
-    }
-    JudgeSimulator(m_scene.acquisition, "the acquisition side does not run, its values are old");
-    JudgeSimulator(m_scene.cloud, "the cloud does not run");
-  }
-
-  // A name is given only where the console knows the programs.
-  void JudgeSimulator(const ProcessSight& process, const std::string& text) {
-    if (process.name.empty() || process.running) return;
-    Add(Level::kWarning, text + (process.text.empty() ? "" : ": " + process.text));
   }
 
   void JudgeCard() {
     const status::Card& card = m_scene.card;
     if (card.device && !*card.device) {
-      Add(Level::kCritical, "the SD card is missing");
+      Add(Level::kCritical, Topic::kCard, "the SD card is missing");
     } else if (card.readOnly && *card.readOnly) {
-      Add(Level::kCritical, "the SD card takes no writes");
+      Add(Level::kCritical, Topic::kCard, "the SD card takes no writes");
     } else if (card.space && card.space->freeBytes < kLeastFreeBytes) {
-      Add(Level::kCritical, "the SD card is full");
-    }
-  }
-
-  std::string Why() const {
-    return m_scene.service.text.empty() ? "" : ": " + m_scene.service.text;
-  }
-
-  void JudgeValues() {
-    const SegmentSight& segment = m_scene.segment;
-    if (!segment.trouble.empty()) {
-      Add(Level::kWarning, "no live values are published: " + segment.trouble);
-    } else if (segment.unpublished > 0) {
-      Add(Level::kWarning,
-          status::Count(segment.unpublished, "configured point") +
-              " without a value, so no file can be made: " + segment.firstUnpublished);
+      Add(Level::kCritical, Topic::kCard, "the SD card is full");
     }
   }
 
@@ -116,7 +116,7 @@ class Judging {
     if (m_scene.ledgerTrouble.empty()) return;
     const bool isNew = m_scene.ledgerState == status::LedgerState::kMissing && !m_scene.hadLedger &&
                        Running() < m_longest;
-    if (!isNew) Add(Level::kWarning, m_scene.ledgerTrouble);
+    if (!isNew) Add(Level::kWarning, Topic::kLedger, m_scene.ledgerTrouble);
   }
 
   // How long the service has been running under our eyes.
@@ -132,8 +132,10 @@ class Judging {
     const long quiet = last == 0 ? Running() : std::min(age, std::max(Running(), 0L));
     if (quiet <= m_longest) return;
     const Level level = quiet > kMuchLater * m_longest ? Level::kCritical : Level::kWarning;
-    Add(level, last == 0 ? "the cloud has accepted no live values yet"
-                         : "the cloud has accepted no live values for " + status::Duration(age));
+    Add(level, Topic::kResults,
+        last == 0 ? "the cloud has accepted no live values yet"
+                  : "the cloud has accepted no live values for " + status::Duration(age) + "," +
+                        SinceText(last));
   }
 
   void JudgeWaiting() {
@@ -143,8 +145,9 @@ class Judging {
     const long age = static_cast<long>(m_scene.now - std::max(file->stamp, file->firstSeen));
     const long pending = m_account.Total().pending;
     if (age <= LongestWaitSeconds(m_scene, pending)) return;
-    Add(Level::kWarning, Files(pending) + (pending == 1 ? " waits" : " wait") +
-                             ", the oldest for " + status::Duration(age));
+    Add(Level::kWarning, Topic::kResults,
+        Files(pending) + (pending == 1 ? " waits" : " wait") + ", the oldest for " +
+            status::Duration(age));
   }
 
   const Account& m_account;

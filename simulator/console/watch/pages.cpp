@@ -19,13 +19,13 @@ constexpr long kMostLimit = 500;
 constexpr std::size_t kMostMessages = 20;
 constexpr long kNoLimit = std::numeric_limits<long>::max();
 
-void WriteGap(JsonWriter& json, const status::Gap& gap) {
+void WriteGap(JsonWriter& json, const SeenGap& gap) {
   json.StartObject();
-  Put(json, "from_unix_s", std::int64_t{gap.from});
-  Put(json, "to_unix_s", std::int64_t{gap.to});
+  Put(json, "from_unix_s", std::int64_t{gap.first});
+  Put(json, "to_unix_s", std::int64_t{gap.last});
   Put(json, "open", gap.isOpen);
   Put(json, "missing", gap.missing);
-  Put(json, "cause", status::CauseText(gap));
+  Put(json, "cause", gap.cause);
   json.EndObject();
 }
 
@@ -41,19 +41,19 @@ void WriteDay(JsonWriter& json, const Day& day) {
 }
 
 // Why a slot is as it is; null when nothing is to be said.
-std::optional<std::string> CauseOf(const Slot& slot, const std::vector<status::Gap>& gaps) {
+std::optional<std::string> CauseOf(const Slot& slot, const std::vector<SeenGap>& gaps) {
   if (slot.state == SlotState::kJudgedSent) {
     return "the service counted it as sent without sending it";
   }
   if (slot.state != SlotState::kMissing) return std::nullopt;
   if (!slot.name.empty()) return "the file is lost: it has no row and will never be sent";
-  for (const status::Gap& gap : gaps) {
-    if (slot.time > gap.from && (gap.isOpen || slot.time < gap.to)) return status::CauseText(gap);
+  for (const SeenGap& gap : gaps) {
+    if (slot.time >= gap.first && (gap.isOpen || slot.time <= gap.last)) return gap.cause;
   }
   return std::nullopt;
 }
 
-void WriteSlot(JsonWriter& json, const Slot& slot, const std::vector<status::Gap>& gaps) {
+void WriteSlot(JsonWriter& json, const Slot& slot, const std::vector<SeenGap>& gaps) {
   json.StartObject();
   Put(json, "unix_s", std::int64_t{slot.time});
   Put(json, "state", NameOf(slot.state));
@@ -89,8 +89,7 @@ std::int64_t NumberOf(const Call& call, const char* name, std::int64_t otherwise
   return std::clamp(number, least, most);
 }
 
-Reply ReplyMonth(const std::vector<Day>& days, long interval,
-                 const std::vector<status::Gap>& gaps) {
+Reply ReplyMonth(const std::vector<Day>& days, long interval, const std::vector<SeenGap>& gaps) {
   return JsonReply([&](JsonWriter& json) {
     json.StartObject();
     Put(json, "schema", 1);
@@ -101,13 +100,13 @@ Reply ReplyMonth(const std::vector<Day>& days, long interval,
     json.EndArray();
     json.Key("gaps");
     json.StartArray();
-    for (const status::Gap& gap : gaps) WriteGap(json, gap);
+    for (const SeenGap& gap : gaps) WriteGap(json, gap);
     json.EndArray();
     json.EndObject();
   });
 }
 
-Reply ReplyHour(const std::vector<Slot>& slots, const std::vector<status::Gap>& gaps) {
+Reply ReplyHour(const std::vector<Slot>& slots, const std::vector<SeenGap>& gaps) {
   return JsonReply([&](JsonWriter& json) {
     json.StartObject();
     Put(json, "schema", 1);

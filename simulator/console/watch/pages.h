@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "console/watch/account.h"
+#include "console/watch/gapfinder.h"
 #include "console/watch/logring.h"
 #include "console/watch/month.h"
 #include "console/watch/scene.h"
@@ -14,8 +15,8 @@
 
 namespace console {
 
-Reply ReplyMonth(const std::vector<Day>& days, long interval, const std::vector<status::Gap>& gaps);
-Reply ReplyHour(const std::vector<Slot>& slots, const std::vector<status::Gap>& gaps);
+Reply ReplyMonth(const std::vector<Day>& days, long interval, const std::vector<SeenGap>& gaps);
+Reply ReplyHour(const std::vector<Slot>& slots, const std::vector<SeenGap>& gaps);
 Reply ReplyLogs(const LogRing& logs, const Call& call);
 Reply ReplyExplain(const Call& call);
 // The caller keeps the account from changing.

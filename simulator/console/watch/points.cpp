@@ -35,7 +35,7 @@ PointInfo InfoOf(const status::Configuration& configuration, std::uint32_t dataI
   constexpr std::array kTypes = {"AI", "DI", "ACC", "DO", "AO"};
   PointInfo info;
   info.dataId = dataId;
-  info.id = util::Format("%u/%u:%04X", dataId >> 24, dataId >> 16 & 0xFFU, dataId & 0xFFFFU);
+  info.id = IdText(dataId);
   info.device = DeviceText(configuration, point);
   info.name = point.Name;
   info.type = point.type < kTypes.size() ? kTypes[point.type] : "";
@@ -57,6 +57,27 @@ Points::Points(const status::Configuration& configuration) {
 std::optional<std::size_t> Points::PlaceOf(std::uint32_t dataId) const {
   const auto place = m_places.find(dataId);
   return place == m_places.end() ? std::nullopt : std::optional(place->second);
+}
+
+std::string IdText(std::uint32_t dataId) {
+  return util::Format("%u/%u:%04X", dataId >> 24, dataId >> 16 & 0xFFU, dataId & 0xFFFFU);
+}
+
+std::string PointText(const status::Configuration& configuration, std::uint32_t dataId) {
+  std::string name;
+  if (configuration.points != nullptr) {
+    const auto point = configuration.points->find(dataId);
+    if (point != configuration.points->end()) name = std::string(" ") + point->second.Name;
+  }
+  return IdText(dataId) + name + util::Format(" (%08x in the logs)", dataId);
+}
+
+std::string LoggedPointText(const status::Configuration& configuration, const std::string& digits) {
+  std::uint32_t dataId = 0;
+  const char* const end = digits.data() + digits.size();
+  const auto read = std::from_chars(digits.data(), end, dataId, kHexadecimal);
+  const bool isId = !digits.empty() && read.ec == std::errc() && read.ptr == end;
+  return isId ? PointText(configuration, dataId) : digits;
 }
 
 std::optional<std::uint32_t> DataIdOf(unsigned channel, unsigned device, std::string_view point) {

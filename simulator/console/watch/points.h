@@ -38,6 +38,11 @@ class Points {
   std::unordered_map<std::uint32_t, std::size_t> m_places;
 };
 
+// "1/3:1123", and all names of a point: "1/3:1123 Level (01031123 in the logs)".
+std::string IdText(std::uint32_t dataId);
+std::string PointText(const status::Configuration& configuration, std::uint32_t dataId);
+// The same of the digits that the logs have; other texts are given back.
+std::string LoggedPointText(const status::Configuration& configuration, const std::string& digits);
 // The DataId of "1/3:1123"; nothing for any other text.
 std::optional<std::uint32_t> DataIdOf(std::string_view id);
 // The DataId of a channel, a device and "1123".

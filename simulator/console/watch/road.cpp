@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "collect/times.h"
+#include "console/watch/causes.h"
 #include "main/words.h"
 #include "util/text.h"
 
@@ -18,16 +19,12 @@ std::string Since(const std::string& text, const std::optional<status::Evidence>
 }
 
 std::string Down(const Scene& scene) {
-  return "the service does not run" + (scene.service.text.empty() ? "" : ": " + scene.service.text);
+  return "the service does not run" +
+         (scene.service.text.empty() ? SinceText(scene.service.since) : ": " + scene.service.text);
 }
 
 std::string Points(std::size_t count) {
   return status::Count(count, "point");
-}
-
-// A plant whose values all stay the same for longer looks as if nobody measured.
-long SteadySeconds(const Scene& scene) {
-  return std::max(2L * IntervalsOf(scene).realDataInv, 120L);
 }
 
 Stage Acquisition(const Scene& scene) {
@@ -35,20 +32,11 @@ Stage Acquisition(const Scene& scene) {
   Stage stage{"acquisition", "Acquisition",
               "good",        static_cast<long>(segment.published),
               "points",      Points(segment.published) + " published"};
-  if (!segment.trouble.empty()) {
-    stage.state = "broken";
-    stage.text = segment.trouble;
-    if (!scene.acquisition.running) stage.text = "the acquisition side does not run: " + stage.text;
-  } else if (segment.unpublished > 0) {
-    stage.state = "broken";
-    stage.text =
-        Points(segment.unpublished) + " without a value, the first is " + segment.firstUnpublished;
-  } else if (!scene.acquisition.running) {
-    stage.state = "broken";
-    stage.text = "the acquisition side does not run; its last values are still published";
-  } else if (segment.changed != 0 && scene.now - segment.changed > SteadySeconds(scene)) {
-    stage.state = "waiting";
-    stage.text += ", unchanged since " + status::LocalText(segment.changed);
+  if (const auto cause = ValuesCause(scene)) {
+    const bool isSteady =
+        segment.trouble.empty() && segment.unpublished == 0 && scene.acquisition.running;
+    stage.state = isSteady ? "waiting" : "broken";
+    stage.text = cause->text;
   }
   return stage;
 }
@@ -64,17 +52,12 @@ Stage Packing(const Account& account, const Scene& scene) {
   const SeenFile* const newest = Newest(account);
   stage.text = newest == nullptr ? "no file of live values yet"
                                  : "newest of " + status::LocalText(newest->stamp);
-  const status::LogFacts& logs = scene.logs;
   if (!scene.service.running) {
     stage.state = "off";
     stage.text = Down(scene);
-  } else if (logs.packing.failed) {
+  } else if (const auto cause = PackingCause(scene)) {
     stage.state = "broken";
-    stage.text = Since("packing fails", logs.packing.firstFailed);
-  } else if (logs.points.failed || logs.segment.failed) {
-    stage.state = "broken";
-    stage.text = logs.points.failed ? Since("a point has no value", logs.points.firstFailed)
-                                    : Since("there are no live values", logs.segment.firstFailed);
+    stage.text = cause->text + ", " + stage.text;
   } else if (newest == nullptr || scene.now - newest->stamp > LongestQuietSeconds(scene)) {
     stage.state = "waiting";
   }
@@ -93,9 +76,9 @@ Stage Ledger(const Account& account, const Scene& scene) {
     stage.state = !scene.hadLedger && scene.ledgerState == status::LedgerState::kMissing ? "waiting"
                                                                                          : "broken";
     stage.text = scene.ledgerTrouble;
-  } else if (scene.logs.recording.failed) {
+  } else if (const auto cause = RecordingCause(scene)) {
     stage.state = "broken";
-    stage.text = Since("recording fails", scene.logs.recording.firstFailed);
+    stage.text = cause->text;
   } else if (!scene.service.running) {
     stage.state = "off";
     stage.text += ", " + Down(scene);
@@ -108,18 +91,19 @@ Stage Upload(const Account& account, const Scene& scene) {
   const std::string waiting = status::Count(static_cast<std::size_t>(pending), "file") +
                               (pending == 1 ? " waits" : " wait");
   Stage stage{"upload", "Upload", pending > 0 ? "waiting" : "good", pending, "files", waiting};
-  const status::LogFacts& logs = scene.logs;
   if (pending == 0) stage.text = "nothing waits";
   if (!scene.service.running) {
     stage.state = "off";
-    stage.text = Down(scene);
-  } else if (logs.login.failed) {
+    stage.text = Down(scene) + ", " + waiting;
+  } else if (const auto login = LoginCause(scene)) {
     stage.state = "broken";
-    stage.text = Since("the login fails", logs.login.firstFailed) + ", " + waiting;
-  } else if (logs.uploads.failed) {
+    stage.text = login->text + ", " + waiting;
+  } else if (const auto cause = UploadCause(account, scene)) {
     stage.state = "broken";
-    stage.text = Since("uploads fail", logs.uploads.firstFailed);
-    if (logs.uploadReason) stage.text += ": " + logs.uploadReason->text;
+    stage.text = cause->text + ", " + waiting;
+  } else if (const Transfer* const transfer = scene.sending.Oldest()) {
+    stage.text =
+        BaseNameOf(transfer->file) + " is being sent" + SinceText(transfer->since) + ", " + waiting;
   }
   return stage;
 }
@@ -149,7 +133,9 @@ Login LoginOf(const Scene& scene) {
   } else if (login.failed) {
     result.since = login.firstFailed->time;
     result.text = Since("the login fails", login.firstFailed);
-    if (scene.logs.loginReason) result.text += ": " + scene.logs.loginReason->text;
+    if (scene.logs.loginReason) {
+      result.text += ": " + AnswerText(scene.logs.loginReason->text);
+    }
   } else if (login.succeeded) {
     result.isDone = true;
     result.since = login.succeeded->time;

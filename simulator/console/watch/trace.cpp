@@ -33,6 +33,7 @@ class Tracing {
     AddWait();
     AddTransferFailures();
     AddUploads();
+    AddPresent();
     if (m_file.acceptedAt != 0) {
       Add({"accepted", "Accepted", m_file.acceptedAt, m_file.acceptedAt, "the cloud accepted it"});
     }
@@ -104,8 +105,8 @@ class Tracing {
     }
     const KeptRecord* const failed = FindRecord(m_facts, "send file ", " failed");
     if (failed == nullptr) return;
-    Add({"upload", "Transfer", failed->first, failed->last,
-         Times(failed->count) + ": " + failed->text, false});
+    Add({"upload", "Transfer", StartOf(failed->first), failed->last,
+         "failed " + Times(failed->count) + ": " + failed->text, false});
   }
 
   void AddUploads() {
@@ -114,8 +115,22 @@ class Tracing {
     for (std::size_t i = first; i < arrivals.size(); ++i) {
       const Arrival& arrival = arrivals[i];
       Add({"upload", "Upload", StartOf(arrival.time), arrival.time,
-           util::Format("attempt %zu, %s", i + 1, arrival.accepted ? "accepted" : "not accepted"),
+           util::Format("attempt %zu, %s", i + 1,
+                        arrival.accepted ? "accepted" : "refused by the cloud"),
            arrival.accepted});
+    }
+  }
+
+  // What goes on: it is being sent, or it waits for the next round.
+  void AddPresent() {
+    if (m_file.state != FileState::kPending) return;
+    if (m_facts.transfer) {
+      Add({"upload", "Upload", m_facts.transfer->since, std::nullopt,
+           "it is being sent, and the cloud has not answered yet"});
+    } else if (FirstTry() != 0) {
+      std::time_t last = m_recorded;
+      for (const Span& span : m_spans) last = std::max(last, span.to.value_or(last));
+      Add({"wait", "Waiting", last, std::nullopt, "for the next round of uploads"});
     }
   }
 

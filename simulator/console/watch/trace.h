@@ -10,6 +10,7 @@
 
 #include "console/watch/account.h"
 #include "console/watch/logring.h"
+#include "console/watch/sending.h"
 #include "console/web/router.h"
 
 namespace console {
@@ -35,8 +36,9 @@ using FaultBands = std::function<std::vector<FaultBand>(std::time_t from, std::t
 struct TraceFacts {
   FileKey key;
   SeenFile file;
-  std::vector<Arrival> arrivals;    // of this file, the oldest first
-  std::vector<KeptRecord> records;  // that name it, the oldest first
+  std::vector<Arrival> arrivals;     // of this file, the oldest first
+  std::vector<KeptRecord> records;   // that name it, the oldest first
+  std::optional<Transfer> transfer;  // under way; none: it is not being sent
   std::time_t now = 0;
 };
 

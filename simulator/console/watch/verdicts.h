@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include "console/watch/accounttext.h"
@@ -58,13 +59,25 @@ class StatusWatch {
   std::jthread m_thread;  // last: it uses the others, and is stopped and joined before they go
 };
 
-// Whether both agree. They look at different moments and have different thresholds, so a
-// disagreement counts when it lasts: longer than `patience` gateway seconds. One thread.
+// How the two verdicts stand to each other.
+struct AgreementSight {
+  std::string disagreement;  // what to say about one that lasts; empty: there is none
+  std::string note;          // why they cannot be compared; empty: they can
+  std::time_t since = 0;     // since when they differ, gateway time; 0: they do not
+  long patience = 0;         // gateway seconds after which a difference is a disagreement
+};
+
+// What a code of brennik-status is about.
+Topic TopicOf(std::string_view code);
+
+// Whether both agree: both say that all is normal, or the witness names what brennik-status names
+// first. They look at different moments and have different thresholds, so a disagreement counts
+// when it lasts: longer than `patience` gateway seconds. On a folder brennik-status always says
+// that nothing is mounted, and looks no further. One thread.
 class Agreement {
  public:
-  // Returns what to say about a disagreement, or the empty text while they agree.
-  std::string Compare(const StatusSight& status, const Witness& witness, std::time_t now,
-                      long patience);
+  AgreementSight Compare(const StatusSight& status, const Witness& witness, std::time_t now,
+                         long patience, bool isFolderCard);
 
  private:
   std::optional<std::time_t> m_since;

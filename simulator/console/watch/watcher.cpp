@@ -21,15 +21,19 @@ Watcher::Watcher(WatchSources sources)
       m_factsPace(m_sources.steadyNow, milliseconds(900), 30),
       m_machinePace(m_sources.steadyNow, milliseconds(400), 50),
       m_configurationPace(m_sources.steadyNow, milliseconds(5000), 50),
+      m_monthPace(m_sources.steadyNow, milliseconds(900), 30),
       m_values(m_sources.alarms),
       m_gaps(m_sources.place, m_sources.steadyNow),
       m_status(m_sources.runStatus) {
   m_next.since = m_sources.now();
   m_next.now = m_next.since;
+  m_next.isFolderCard = m_sources.isFolderCard;
   LookAtConfiguration();
   m_scene = m_next;
   m_road = RoadOf(m_account, m_scene);
-  const Reason reason{.level = status::Level::kWarning, .text = "the watch has not looked yet"};
+  const Reason reason{.level = status::Level::kWarning,
+                      .text = "the watch has not looked yet",
+                      .topic = Topic::kOther};
   m_witness = {.level = reason.level, .text = reason.text, .reasons = {reason}};
 }
 

@@ -2,6 +2,7 @@
 // and tells what has become of every file. It never asks the service and never disturbs it.
 #pragma once
 
+#include <cstdlib>
 #include <ctime>
 #include <deque>
 #include <functional>
@@ -17,11 +18,13 @@
 #include "console/watch/answeredorders.h"
 #include "console/watch/arrivals.h"
 #include "console/watch/cardsight.h"
+#include "console/watch/clockwatch.h"
 #include "console/watch/gapfinder.h"
 #include "console/watch/logring.h"
 #include "console/watch/pace.h"
 #include "console/watch/road.h"
 #include "console/watch/scene.h"
+#include "console/watch/sending.h"
 #include "console/watch/trace.h"
 #include "console/watch/values.h"
 #include "console/watch/verdicts.h"
@@ -41,6 +44,8 @@ struct WatchSources {
   FaultBands faults;
   AlarmMarks alarms;
   status::Place place{};
+  // Whether the card is a folder of this machine, and so nothing is mounted there.
+  bool isFolderCard = std::getenv("BRENNIK_SANDBOX_KEEP") != nullptr;
   SteadyNow steadyNow = [] { return std::chrono::steady_clock::now(); };
 };
 
@@ -96,8 +101,12 @@ class Watcher {
     std::vector<status::Packed> packed;
     long interval = 0;
     std::time_t now = 0;
+    std::deque<ClockChange> changes;
+    status::Configuration configuration;
   };
   MonthFacts LookAtMonth() const;
+  std::vector<SeenGap> GapsOf(const MonthFacts& facts);
+  void CountNeverMade();
   Reply AnswerMonth();
   Reply AnswerHour(const Call& call);
   Reply AnswerTrace(const Call& call);
@@ -111,10 +120,13 @@ class Watcher {
   // Of the looking thread.
   CardSight m_card;
   status::LogStream m_logStream;
+  Sending m_sending;
   AnsweredOrders m_orders;
   Pace m_factsPace;
   Pace m_machinePace;
   Pace m_configurationPace;
+  Pace m_monthPace;
+  ClockWatch m_clock;
   Scene m_next;  // what is being seen
   long m_newestArrival = 0;
 
@@ -131,7 +143,9 @@ class Watcher {
   RoadSight m_road;
   Witness m_witness;
   Agreement m_agreement;
-  std::string m_disagreement;
+  AgreementSight m_agreed;
+  long m_neverMade = 0;  // files of live values that were due
+  std::deque<ClockChange> m_clockChanges;
 
   StatusWatch m_status;
 };

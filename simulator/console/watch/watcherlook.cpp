@@ -3,6 +3,7 @@
 #include <mutex>
 #include <utility>
 
+#include "console/watch/month.h"
 #include "console/watch/watcher.h"
 #include "judge/gaps.h"
 #include "packfile/realdatadocument.h"
@@ -32,9 +33,30 @@ SegmentSight SegmentOf(const status::Segment& segment, const status::Configurati
     if (dataId >> kChannelShift == kChannelLeftOut) continue;
     ++sight.configured;
     if (!segment.values || segment.values->contains(dataId)) continue;
-    if (++sight.unpublished == 1) sight.firstUnpublished = util::Format("%08x", dataId);
+    if (++sight.unpublished == 1) sight.firstUnpublished = PointText(configuration, dataId);
   }
   return sight;
+}
+
+// Since when it is so: as before, or from now on.
+void Date(SegmentSight* sight, const SegmentSight& before, std::time_t now) {
+  const auto since = [now](bool isSo, std::time_t known) {
+    return !isSo ? 0 : known != 0 ? known : now;
+  };
+  sight->troubleSince = since(!sight->trouble.empty(), before.troubleSince);
+  sight->unpublishedSince = since(sight->unpublished > 0, before.unpublishedSince);
+}
+
+// The point of "CreateRealDataJsonFile … Error, can't find id: 01010001".
+std::string LoggedPoint(const status::LogFacts& logs, const status::Configuration& configuration) {
+  constexpr std::string_view kBefore = "can't find id: ";
+  if (!logs.points.failed) return {};
+  const std::string& text = logs.points.failed->text;
+  const std::size_t at = text.find(kBefore);
+  if (at == std::string::npos) return {};
+  const std::size_t begin = at + kBefore.size();
+  return LoggedPointText(configuration,
+                         text.substr(begin, text.find_first_of(" \n", begin) - begin));
 }
 
 ProcessSight Found(const std::vector<ProcessSight>& processes, const char* name) {
@@ -56,6 +78,7 @@ Watcher::Seen Watcher::LookAround() {
   Seen seen;
   seen.now = m_sources.now();
   m_next.now = seen.now;
+  m_clock.Take(seen.now, m_sources.steadyNow());
   seen.hasLedger = m_card.ReadLedger(&seen.ledger);
   if (seen.hasLedger) {
     m_next.ledgerTrouble = seen.ledger.trouble;
@@ -99,15 +122,20 @@ void Watcher::LookAtLogs(Seen& seen) {
   m_logStream.Read([&](const status::LogRecord& record) {
     isNew = true;
     m_logs.Take(record);
+    m_sending.Take(record);
     const std::string judged = status::JudgedSent(record);
     const auto key = judged.empty() ? std::nullopt : KeyOf(judged);
     if (key && seen.judgedSent.size() < kMostJudged) seen.judgedSent.push_back(*key);
     return true;
   });
-  if (isNew) m_next.polled = m_logs.LastOf(kPolled);
+  if (isNew) {
+    m_next.polled = m_logs.LastOf(kPolled);
+    m_next.sending = m_sending.Sight();
+  }
   if (!m_factsPace.IsDue()) return;
   m_factsPace.Begin();
   m_next.logs = status::CollectLogFacts(m_sources.place, seen.now);
+  m_next.loggedPoint = LoggedPoint(m_next.logs, m_next.configuration);
   m_factsPace.End();
 }
 
@@ -129,7 +157,9 @@ void Watcher::LookAtMachine() {
   if (!m_machinePace.IsDue()) return;
   m_machinePace.Begin();
   const status::Segment segment = status::LookAtSegment(m_sources.place);
+  const SegmentSight before = m_next.segment;
   m_next.segment = SegmentOf(segment, m_next.configuration);
+  Date(&m_next.segment, before, m_next.now);
   m_next.segment.changed =
       m_values.TakePublished(segment, m_next.now, IntervalsOf(m_next).realDataInv);
   m_next.card = status::LookAtCard(m_sources.place);
@@ -170,8 +200,18 @@ void Watcher::Take(const Seen& seen) {
                   m_scene.ledgerState == status::LedgerState::kGood);
   m_road = RoadOf(m_account, m_scene);
   m_witness = WitnessOf(m_account, m_scene);
-  m_disagreement =
-      m_agreement.Compare(m_status.Latest(), m_witness, seen.now, 2 * LongestQuietSeconds(m_scene));
+  m_agreed = m_agreement.Compare(m_status.Latest(), m_witness, seen.now,
+                                 2 * LongestQuietSeconds(m_scene), m_scene.isFolderCard);
+  m_clockChanges = m_clock.Changes();
+  CountNeverMade();
+}
+
+void Watcher::CountNeverMade() {
+  if (!m_monthPace.IsDue()) return;
+  m_monthPace.Begin();
+  const long interval = IntervalsOf(m_scene).realDataInv;
+  m_neverMade = interval < 1 ? 0 : NeverMade(PackedOf(m_account), interval, m_scene.now);
+  m_monthPace.End();
 }
 
 }  // namespace console

@@ -39,13 +39,21 @@ Watcher::MonthFacts Watcher::LookAtMonth() const {
   const Lock lock(m_mutex);
   return {.packed = PackedOf(m_account),
           .interval = IntervalsOf(m_scene).realDataInv,
-          .now = m_scene.now};
+          .now = m_scene.now,
+          .changes = m_clockChanges,
+          .configuration = m_scene.configuration};
+}
+
+std::vector<SeenGap> Watcher::GapsOf(const MonthFacts& facts) {
+  return SeenGapsOf(
+      m_gaps.Find(facts.packed, facts.interval, facts.now), facts.interval, facts.changes,
+      [&facts](const std::string& digits) { return LoggedPointText(facts.configuration, digits); });
 }
 
 Reply Watcher::AnswerMonth() {
   const MonthFacts facts = LookAtMonth();
   if (facts.interval < 1) return ErrorReply(404, "the service makes no files of live values");
-  const auto gaps = m_gaps.Find(facts.packed, facts.interval, facts.now);
+  const auto gaps = GapsOf(facts);
   std::vector<Day> days;
   {
     const Lock lock(m_mutex);
@@ -60,7 +68,7 @@ Reply Watcher::AnswerHour(const Call& call) {
   if (facts.interval < 1 || from < kHourSeconds) {
     return ErrorReply(400, "from takes the Unix time at which the hour begins");
   }
-  const auto gaps = m_gaps.Find(facts.packed, facts.interval, facts.now);
+  const auto gaps = GapsOf(facts);
   std::vector<Slot> slots;
   {
     const Lock lock(m_mutex);
@@ -72,13 +80,16 @@ Reply Watcher::AnswerHour(const Call& call) {
 Reply Watcher::AnswerTrace(const Call& call) {
   const auto key = KeyOf(call.Get("name"));
   if (!key) return ErrorReply(400, "name takes a file such as S20261122040000.tar.gz");
-  TraceFacts facts{.key = *key, .file = {}, .arrivals = {}, .records = {}, .now = 0};
+  TraceFacts facts{
+      .key = *key, .file = {}, .arrivals = {}, .records = {}, .transfer = {}, .now = 0};
   {
     const Lock lock(m_mutex);
     const SeenFile* const file = m_account.Find(*key);
     if (file == nullptr) return ErrorReply(404, "no such file was ever seen");
     facts.file = *file;
     facts.now = m_scene.now;
+    const auto& transfer = m_scene.sending.underWay[static_cast<std::size_t>(key->kind)];
+    if (transfer && transfer->file == *key && m_scene.service.running) facts.transfer = transfer;
     for (const Arrival& arrival : m_recent) {
       if (KeyOf(arrival.name) == key) facts.arrivals.push_back(arrival);
     }
@@ -93,7 +104,7 @@ Reply Watcher::AnswerMetrics() const {
   const Lock lock(m_mutex);
   Reply reply;
   reply.type = kMetricsType;
-  reply.body = BenchMetrics({m_account, m_scene, m_witness, status, m_disagreement.empty()});
+  reply.body = BenchMetrics({m_account, m_scene, m_witness, status, m_agreed.disagreement.empty()});
   return reply;
 }
 

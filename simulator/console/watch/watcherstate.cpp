@@ -62,6 +62,7 @@ void Watcher::WriteAccount(JsonWriter& json) const {
   for (const Kind kind : {Kind::kRealData, Kind::kAlarmData, Kind::kCallData}) {
     WriteCounts(json, NameOf(kind), m_account.Of(kind));
   }
+  Put(json, "never_made", m_neverMade);
   json.EndObject();
 }
 
@@ -105,8 +106,11 @@ void Watcher::WriteVerdicts(JsonWriter& json) const {
   Put(json, "level", WordOf(m_witness.level));
   Put(json, "text", m_witness.text);
   json.EndObject();
-  Put(json, "agree", m_disagreement.empty());
-  Put(json, "text", m_disagreement);
+  Put(json, "agree", m_agreed.disagreement.empty());
+  Put(json, "text", m_agreed.disagreement);
+  Put(json, "note", m_agreed.note);
+  PutTime(json, "differ_since_unix_s", m_agreed.since);
+  Put(json, "patience_s", m_agreed.patience);
   json.EndObject();
 }
 

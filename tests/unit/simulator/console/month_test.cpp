@@ -104,11 +104,45 @@ TEST_F(MonthTest, ListsGapsWithTheirCause) {
 
   ASSERT_EQ(month["gaps"].Size(), 1U);
   const auto& gap = month["gaps"][0];
-  EXPECT_EQ(gap["from_unix_s"].GetInt64(), ten + 60);
-  EXPECT_EQ(gap["to_unix_s"].GetInt64(), ten + 300);
+  EXPECT_EQ(gap["from_unix_s"].GetInt64(), ten + 120);
+  EXPECT_EQ(gap["to_unix_s"].GetInt64(), ten + 240);
   EXPECT_EQ(gap["missing"].GetInt(), 3);
-  EXPECT_THAT(gap["cause"].GetString(), testing::HasSubstr("point 01030001"));
+  EXPECT_THAT(gap["cause"].GetString(),
+              testing::HasSubstr("point 1/3:0001 Level (01030001 in the logs)"));
   EXPECT_STREQ(hour["slots"][2]["cause"].GetString(), gap["cause"].GetString());
+}
+
+TEST_F(MonthTest, CountsFilesThatWereNeverMade) {
+  const std::time_t ten = LocalTimeOf(2024, 3, 7, 10);
+  DatabaseFile ledger = MakeLedger();
+  for (const std::time_t when : {ten, ten + 240}) Insert(ledger, "realdata/7/" + NameAt(when));
+  SetTime(ten + 400);
+  console::Watcher watcher(m_sources);
+  LookOften(watcher);
+
+  EXPECT_EQ(State(watcher)["account"]["never_made"].GetInt(), 4);
+}
+
+TEST_F(MonthTest, NamesAChangedClockAsTheCauseOfAnUnexplainedGap) {
+  const std::time_t ten = LocalTimeOf(2024, 3, 7, 10);
+  DatabaseFile ledger = MakeLedger();
+  for (const std::time_t when : {ten, ten + 60, ten + 300}) {
+    Insert(ledger, "realdata/7/" + NameAt(when));
+  }
+  SetTime(ten);
+  Log("Brennik is Set on");
+  console::Watcher watcher(m_sources);
+  for (const long second : {0, 60, 120, 360, 600}) {  // a look comes every minute
+    SetTime(ten + second);
+    LookOnce(watcher);
+  }
+  SetTime(ten + 320);
+
+  const auto month = Ask(watcher, "/api/month");
+
+  ASSERT_GE(month["gaps"].Size(), 1U);
+  EXPECT_THAT(month["gaps"][0]["cause"].GetString(),
+              testing::HasSubstr("got another speed, between 2024-03-07 10:01:00 and "));
 }
 
 }  // namespace

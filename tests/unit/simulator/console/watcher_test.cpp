@@ -100,7 +100,8 @@ TEST_F(WatcherTest, SaysWhenValuesStayTheSame) {
   const auto state = State(watcher);
   EXPECT_STREQ(state["road"]["stages"][0]["state"].GetString(), "waiting");
   EXPECT_STREQ(state["road"]["stages"][0]["text"].GetString(),
-               "1 point published, unchanged since 2024-03-07 12:00:00");
+               "the acquisition side publishes the same values since 2024-03-07 12:00:00");
+  EXPECT_TRUE(HasReason(state, "publishes the same values since 2024-03-07 12:00:00"));
 }
 
 TEST_F(WatcherTest, SaysWhenTheCloudAcceptsNothingForLong) {
@@ -155,6 +156,100 @@ TEST_F(WatcherTest, CallsAStageBrokenWhereSomethingFails) {
   EXPECT_STREQ(stages[0]["state"].GetString(), "broken");  // there is no segment
   EXPECT_STREQ(stages[3]["id"].GetString(), "upload");
   EXPECT_STREQ(stages[3]["state"].GetString(), "broken");
+}
+
+TEST_F(WatcherTest, SaysWhichKindFailsSinceWhenAndWhy) {
+  const std::string real = std::string(paths::kRealData) + "/7/S20240307115900.tar.gz to x";
+  const std::string alarm = std::string(paths::kAlarmData) + "/7/T20240307115930.tar.gz to x";
+  DatabaseFile ledger = MakeLedger();
+  Insert(ledger, RealName("20240307115900"));
+  Arrive("T20240307115930.tar.gz", true);
+  const std::time_t noon = LocalTimeOf(2024, 3, 7, 12);
+  for (const long second : {0, 30}) {
+    SetTime(noon + second);
+    Log("start Send realdata " + real);
+    Log("UPloadFile recv message:{\"status\":1,\"message\":\"refused\"}");
+    Log("Send realdata " + real + " failed", "WARN");
+    Log("start Send alarmdata " + alarm);
+    Log("Send Alarmdata " + alarm + " successfully");
+  }
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+
+  const auto state = State(watcher);
+  const std::string cause =
+      "uploads of real data fail since 2024-03-07 12:00:00: the cloud answers status 1, "
+      "\"refused\" (1 file waits); alarms are accepted";
+  EXPECT_TRUE(HasReason(state, cause));
+  EXPECT_EQ(std::string(state["road"]["stages"][3]["text"].GetString()).find(cause), 0U);
+  EXPECT_STREQ(state["road"]["stages"][3]["state"].GetString(), "broken");
+}
+
+TEST_F(WatcherTest, SaysThatAnUploadHasNoAnswer) {
+  Log("start Send realdata " + std::string(paths::kRealData) + "/7/S20240307115900.tar.gz to x");
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+  EXPECT_STREQ(State(watcher)["road"]["stages"][3]["text"].GetString(),
+               "S20240307115900.tar.gz is being sent since 2024-03-07 12:00:00, 0 files wait");
+  SetTime(std::time(nullptr) + 120);
+
+  LookOnce(watcher);
+
+  const auto state = State(watcher);
+  EXPECT_TRUE(HasReason(state,
+                        "the cloud does not answer since 2024-03-07 12:00:00: "
+                        "S20240307115900.tar.gz is being sent for 2 min"));
+  EXPECT_STREQ(state["road"]["stages"][3]["state"].GetString(), "broken");
+}
+
+TEST_F(WatcherTest, SaysWhyTheLoginFailsOnOneLine) {
+  Log("Auth Receive Response:\n{\"status\":1,\"message\":\"refused\"}");
+  Log("Post Authorize Info failed", "WARN");
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+
+  const auto state = State(watcher);
+  EXPECT_STREQ(state["road"]["login"]["text"].GetString(),
+               "the login fails since 2024-03-07 12:00:00: the cloud answers status 1, "
+               "\"refused\"");
+  EXPECT_TRUE(HasReason(state, "the login fails since 2024-03-07 12:00:00"));
+}
+
+TEST_F(WatcherTest, NamesAPointWithoutAValueInAllItsNames) {
+  const Segment segment({{0x0103FFFF, 1}});
+  Watcher watcher(m_sources);
+  SetTime(std::time(nullptr) + 10);
+  LookOnce(watcher);
+
+  EXPECT_TRUE(HasReason(State(watcher),
+                        "point 1/3:0001 Level (01030001 in the logs) is configured and has no "
+                        "value since 2024-03-07 12:00:10"));
+}
+
+TEST_F(WatcherTest, NamesTheCauseBeforeWhatComesOfIt) {
+  const DatabaseFile ledger = MakeLedger();
+  m_processes[1] = {"acquisition", false, 0, "killed by signal 9 at 11:00:00"};
+  Arrive("S20240307115900.tar.gz", true);
+  Watcher watcher(m_sources);
+  SetTime(LocalTimeOf(2024, 3, 7, 13));
+
+  LookOnce(watcher);
+
+  const auto state = State(watcher);
+  const auto& reasons = state["account"]["reasons"];
+  ASSERT_EQ(reasons.Size(), 2U);
+  EXPECT_THAT(reasons[0].GetString(), testing::StartsWith("the acquisition side does not run: "));
+  EXPECT_THAT(reasons[1].GetString(), testing::HasSubstr("since 2024-03-07 12:00:00"));
+}
+
+TEST_F(WatcherTest, SaysThatTheClockWasSetBack) {
+  DatabaseFile ledger = MakeLedger();
+  Insert(ledger, RealName("20240307123000"));
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+
+  EXPECT_TRUE(HasReason(State(watcher),
+                        "clock was set back: S20240307123000.tar.gz is 30 min ahead of it"));
 }
 
 TEST_F(WatcherTest, CountsARefusedRecallAsAcceptedOnceItsOrderIsAnswered) {

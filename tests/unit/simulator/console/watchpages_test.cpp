@@ -203,6 +203,38 @@ TEST_F(WatchPages, TracesAFileThatWaits) {
   EXPECT_TRUE(last["to_unix_s"].IsNull());
 }
 
+TEST_F(WatchPages, TracesAnUploadThatIsUnderWay) {
+  const std::string name = "S20240307120000.tar.gz";
+  DatabaseFile ledger = MakeLedger();
+  Insert(ledger, RealName("20240307120000"));
+  Log("start Send realdata " + std::string(paths::kRealData) + "/7/" + name + " to x");
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+
+  const auto json = Ask(watcher, "/api/trace", {{"name", name}});
+
+  const auto& last = json["spans"][json["spans"].Size() - 1];
+  EXPECT_STREQ(last["id"].GetString(), "upload");
+  EXPECT_EQ(last["from_unix_s"].GetInt64(), std::time(nullptr));
+  EXPECT_TRUE(last["to_unix_s"].IsNull());
+}
+
+TEST_F(WatchPages, TracesARefusedFileThatWaitsAgain) {
+  DatabaseFile ledger = MakeLedger();
+  Insert(ledger, RealName("20240307120000"));
+  Arrive("S20240307120000.tar.gz", false);
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+
+  const auto json = Ask(watcher, "/api/trace", {{"name", "S20240307120000.tar.gz"}});
+
+  const auto& spans = json["spans"];
+  ASSERT_GE(spans.Size(), 2U);
+  EXPECT_STREQ(spans[spans.Size() - 2]["text"].GetString(), "attempt 1, refused by the cloud");
+  EXPECT_STREQ(spans[spans.Size() - 1]["id"].GetString(), "wait");
+  EXPECT_TRUE(spans[spans.Size() - 1]["to_unix_s"].IsNull());
+}
+
 TEST_F(WatchPages, TracesAFileThatWasJudgedSent) {
   const std::string archive = std::string(paths::kRealData) + "/7/S20240307120000.tar.gz";
   DatabaseFile ledger = MakeLedger();
