@@ -9,7 +9,7 @@ import {button, say, visit} from './view.js';
 const columns = [
   ['produced', 'produced', ''], ['accepted', 'accepted', '='], ['pending', 'pending', '+'],
   ['aged', 'aged', '+'], ['judged_sent', 'judged sent', '+'], ['lost', 'lost', '+'],
-  ['delivered_twice', 'delivered twice', ''],
+  ['delivered_twice', 'delivered twice', ''], ['never_made', 'never made', ''],
 ];
 const rows = ['realdata', 'alarmdata', 'calldata'];
 
@@ -21,7 +21,9 @@ function sums(sum) {
 function cell([id, title, sign], sum) {
   const bad = (id === 'lost' || id === 'judged_sent') && sum[id] > 0;
   return h('td', {class: `${id}${bad ? ' bad' : ''}`, 'data-title': title},
-    sign && h('span.sign', {'aria-hidden': 'true'}, sign), h('span.figure', count(sum[id])));
+    sign && h('span.sign', {'aria-hidden': 'true'}, sign),
+    id === 'never_made' && sum[id] > 0 ? h('a.figure', {href: visit('month'), title: 'Files of real data that were due: see the gaps of the month'}, count(sum[id]))
+      : h('span.figure', count(sum[id])));
 }
 
 function accountRow(title, sum, className) {
@@ -31,8 +33,8 @@ function accountRow(title, sum, className) {
 function accountTable(account) {
   return h('table.account', h('caption.unseen', 'Files produced, and what became of them'),
     h('thead', h('tr', h('td'), columns.map(([id, title]) => h('th', {scope: 'col', class: id}, title)))),
-    h('tbody', accountRow('All files', account.total, 'total'),
-      rows.filter((id) => account[id]).map((id) => accountRow(kind(id), account[id], 'kind'))));
+    h('tbody', accountRow('All files', {...account.total, never_made: account.never_made}, 'total'),
+      rows.filter((id) => account[id]).map((id) => accountRow(kind(id), id === 'realdata' ? {...account[id], never_made: account.never_made} : account[id], 'kind'))));
 }
 
 function verdictOf(account) {

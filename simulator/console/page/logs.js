@@ -31,6 +31,14 @@ function since(each) {
   return each.first_unix_s ? ` since ${when(each.first_unix_s, gatewayNow())}` : '';
 }
 
+// The logs name a point by eight hexadecimal digits, the page by channel, device and point.
+function pointName(text) {
+  const digits = /can't find id: ([0-9a-f]{8})/.exec(text)?.[1];
+  if (!digits) return false;
+  const part = (at, length) => digits.slice(at, at + length);
+  return h('span.hint', ` (point ${parseInt(part(0, 2), 16)}/${parseInt(part(2, 2), 16)}:${part(4, 4).toUpperCase()})`);
+}
+
 function record(each) {
   const place = h('div.explanation');
   const toggle = button('Explain', async () => {
@@ -48,7 +56,7 @@ function record(each) {
   }, {class: 'quiet', 'aria-expanded': 'false', 'aria-label': `Explain: ${each.text.slice(0, 60)}`});
   return h('li', {class: `record ${each.level.toLowerCase()}`},
     h('span.when', when(each.unix_s, gatewayNow())), h('span.level', each.level),
-    h('span.text', each.text, each.count > 1 && h('strong.times', ` ${count(each.count)} times${since(each)}`),
+    h('span.text', each.text, pointName(each.text), each.count > 1 && h('strong.times', ` ${count(each.count)} times${since(each)}`),
       each.file && h('span.hint', ` ${each.file.split('/').at(-1)}:${each.line}`)), toggle, place);
 }
 

@@ -112,7 +112,7 @@ class Grid {
 }
 
 function gapTable() {
-  const rows = table('Gaps', [{title: 'From', class: 'time'}, {title: 'To', class: 'time'}, {title: 'Missing', class: 'num'}, {title: 'Cause'}]);
+  const rows = table('Gaps', [{title: 'First missing', class: 'time'}, {title: 'Last missing', class: 'time'}, {title: 'Missing', class: 'num'}, {title: 'Cause'}]);
   const none = h('p.empty', 'There is no gap: every file that was due was made.');
   const element = panel('Gaps', none, rows.element);
   element.hidden = true;
@@ -120,7 +120,7 @@ function gapTable() {
     element.hidden = false;
     none.hidden = gaps.length > 0;
     rows.element.hidden = gaps.length === 0;
-    rows.fill(gaps.slice(0, 200), (gap) => gap.from_unix_s, (gap) => [stamp(gap.from_unix_s), stamp(gap.to_unix_s),
+    rows.fill(gaps.slice(0, 200), (gap) => gap.from_unix_s, (gap) => [stamp(gap.from_unix_s), `${stamp(gap.to_unix_s)}${gap.open ? ', goes on' : ''}`,
       counted(gap.missing, 'file'), gap.cause || 'not known']);
   })};
 }

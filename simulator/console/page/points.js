@@ -7,14 +7,19 @@ import {notice, say} from './view.js';
 const kPollMs = 3000;
 
 function words(point) {
-  return `${point.name} ${point.device} ${point.id} ${point.type} ${point.unit ?? ''}`.toLowerCase();
+  return `${point.name} ${point.device} ${point.id} ${logName(point)} ${point.type} ${point.unit ?? ''}`.toLowerCase();
+}
+
+// The point's name in the logs: eight hexadecimal digits.
+function logName(point) {
+  return point.data_id.toString(16).padStart(8, '0');
 }
 
 function pointRow(point, toggle) {
   const box = h('input', {type: 'checkbox', on: {change: () => toggle(point.id, box.checked)}});
   const shown = h('span.value', '–');
   const element = h('label.point', box, h('span.name', point.name || 'without a name', ' ', h('code', point.id)),
-    shown, h('span.hint.device', point.device, ', ', point.type));
+    shown, h('span.hint.device', point.device, ', ', point.type, ', in the logs ', h('code', logName(point))));
   return {point, box, shown, element, words: words(point)};
 }
 

@@ -2,7 +2,7 @@
 // lines of the terminal.
 import {post} from './api.js';
 import {badge, changed, facts, field, fill, h, keyed, select, setText} from './dom.js';
-import {bytes, count, counted, duration, sentence, when} from './format.js';
+import {bytes, clock, count, counted, duration, sentence, when} from './format.js';
 import {gatewayNow, live} from './live.js';
 import {button, head, panel, result, say, visit} from './view.js';
 
@@ -37,12 +37,15 @@ function verdict(title, level, text, more) {
 
 function buildVerdicts(view) {
   const place = h('div');
-  const draw = changed(({status, witness, agree, text}) => fill(place,
+  const draw = changed(({status, witness, agree, text, note, differ_since_unix_s: since, patience_s: patience}) => fill(place,
     h('div', {class: agree ? 'sides' : 'sides disagree'},
       verdict('brennik-status says', status.level, status.text,
         `${status.code ? `${status.code}, ` : ''}exit status ${status.exit ?? 'not known'}`),
       verdict('The outside witness says', witness.level, witness.text)),
-    agree ? h('p.hint', 'Both agree.') : h('p.banner.waiting', h('strong', 'They disagree. '), text)));
+    note ? h('p.hint', sentence(note))
+      : !agree ? h('p.banner.waiting', h('strong', 'They disagree. '), sentence(text))
+        : since ? h('p.hint', `They differ since ${clock(since)}. They look at different moments, so it counts as a disagreement after ${duration(patience)}.`)
+          : h('p.hint', witness.level === 'ok' ? 'Both agree that all is normal.' : 'Both agree on what is wrong.')));
   view.onState((state) => {
     if (state.verdicts) draw({...state.verdicts, status: {...state.verdicts.status, age_real_s: 0}});
     else fill(place, h('p.empty', 'There is no verdict yet.'));

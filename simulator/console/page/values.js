@@ -1,9 +1,9 @@
 // Values of chosen points: what the acquisition side published against what the cloud received.
 import {get} from './api.js';
 import {changed, field, fill, h, select, setText, table} from './dom.js';
-import {clock, count, value} from './format.js';
+import {clock, count, duration, sentence, value} from './format.js';
 import {lineChart, seriesRows} from './lines.js';
-import {gatewayNow} from './live.js';
+import {gatewayNow, live} from './live.js';
 import {pointPicker} from './points.js';
 import {head, notice, visit} from './view.js';
 
@@ -13,10 +13,23 @@ const kTableRows = 120;
 
 const known = (pairs) => pairs.filter(([, number]) => number !== null);
 
-function summary(series) {
+// Why the published values are old, as the road says it; null while they are not.
+function whyOld() {
+  const stage = live.state?.road?.stages.find((each) => each.id === 'acquisition');
+  return stage && stage.state !== 'good' ? stage.text : null;
+}
+
+// What was received last is old when three files would have come since.
+function age(unix, now, interval) {
+  const seconds = now - unix;
+  return seconds > 3 * interval ? `, which is old: ${duration(seconds)} ago` : '';
+}
+
+function summary(series, now) {
+  const interval = live.state?.road?.workers.find((each) => each.id === 'realdata')?.interval_s ?? 0;
   const published = known(series.published);
   const received = known(series.received);
-  const last = (pairs) => (pairs.length === 0 ? 'none yet' : `${value(pairs.at(-1)[1])} ${series.unit ?? ''} at ${clock(pairs.at(-1)[0])}`);
+  const last = (pairs) => (pairs.length === 0 ? 'none yet' : `${value(pairs.at(-1)[1])} ${series.unit ?? ''} at ${clock(pairs.at(-1)[0])}${interval > 0 ? age(pairs.at(-1)[0], now, interval) : ''}`);
   const gaps = series.received.length - received.length;
   return `Published: ${last(published)}. Received: ${last(received)}${gaps > 0 ? `, with ${count(gaps)} ${gaps === 1 ? 'gap' : 'gaps'}` : ''}.`;
 }
@@ -39,7 +52,7 @@ class Card {
   show(series, from, to) {
     this.series = series;
     this.chart.show(series, from, to);
-    setText(this.text, summary(series));
+    setText(this.text, summary(series, to));
     this.tellAlarms((series.alarms ?? []).slice(-5));
     this.fillTable();
   }
@@ -93,6 +106,9 @@ export const values = {
     const minutes = select([['15', '15 minutes'], ['60', '1 hour'], ['240', '4 hours'], ['1440', '1 day']], '60');
     const said = notice();
     const cards = buildCards(view);
+    const old = h('div');
+    const tellOld = changed((text) => fill(old, text && h('p.banner.waiting', h('strong', 'Not every published value is fresh. '), sentence(text))));
+    view.onState(() => tellOld(whyOld()));
     const load = async () => {
       if (chosen.size === 0) {
         cards.show([]);
@@ -118,7 +134,7 @@ export const values = {
     minutes.addEventListener('change', () => ask());
     view.root.append(head('Values', 'What the acquisition side publishes, against what the cloud has received.'),
       h('div.with-side', h('aside.panel', {'aria-label': 'Choice of points'}, picker),
-        h('div', h('div.fields', field('Span', minutes)), legend(), said.element, cards.element)));
+        h('div', h('div.fields', field('Span', minutes)), legend(), old, said.element, cards.element)));
     ask = view.poll(kPollMs, load);
   },
 };

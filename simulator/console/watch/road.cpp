@@ -100,7 +100,7 @@ Stage Upload(const Account& account, const Scene& scene) {
     stage.text = login->text + ", " + waiting;
   } else if (const auto cause = UploadCause(account, scene)) {
     stage.state = "broken";
-    stage.text = cause->text + ", " + waiting;
+    stage.text = cause->text;
   } else if (const Transfer* const transfer = scene.sending.Oldest()) {
     stage.text =
         BaseNameOf(transfer->file) + " is being sent" + SinceText(transfer->since) + ", " + waiting;
@@ -115,12 +115,17 @@ Stage Cloud(const Account& account, const Scene& scene) {
   for (const Kind kind : {Kind::kRealData, Kind::kAlarmData, Kind::kCallData}) {
     last = std::max(last, account.LastAccepted(kind));
   }
+  const std::time_t real = account.LastAccepted(Kind::kRealData);
   stage.text = last == 0 ? "nothing accepted yet" : "last accepted at " + status::LocalText(last);
   if (!scene.cloud.running) {
     stage.state = "off";
     stage.text = "the cloud does not run, " + stage.text;
   } else if (last == 0 || scene.now - last > LongestQuietSeconds(scene)) {
     stage.state = "waiting";
+  } else if (IntervalsOf(scene).realDataInv > 0 && real != 0 &&
+             scene.now - real > LongestQuietSeconds(scene)) {
+    stage.state = "waiting";
+    stage.text += ", but real data at " + status::LocalText(real);
   }
   return stage;
 }

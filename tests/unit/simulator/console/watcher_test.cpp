@@ -163,8 +163,11 @@ TEST_F(WatcherTest, SaysWhichKindFailsSinceWhenAndWhy) {
   const std::string alarm = std::string(paths::kAlarmData) + "/7/T20240307115930.tar.gz to x";
   DatabaseFile ledger = MakeLedger();
   Insert(ledger, RealName("20240307115900"));
-  Arrive("T20240307115930.tar.gz", true);
   const std::time_t noon = LocalTimeOf(2024, 3, 7, 12);
+  SetTime(noon - 900);
+  Arrive("S20240307114400.tar.gz", true);
+  SetTime(noon);
+  Arrive("T20240307115930.tar.gz", true);
   for (const long second : {0, 30}) {
     SetTime(noon + second);
     Log("start Send realdata " + real);
@@ -181,7 +184,10 @@ TEST_F(WatcherTest, SaysWhichKindFailsSinceWhenAndWhy) {
       "uploads of real data fail since 2024-03-07 12:00:00: the cloud answers status 1, "
       "\"refused\" (1 file waits); alarms are accepted";
   EXPECT_TRUE(HasReason(state, cause));
-  EXPECT_EQ(std::string(state["road"]["stages"][3]["text"].GetString()).find(cause), 0U);
+  EXPECT_EQ(state["road"]["stages"][3]["text"].GetString(), cause);
+  EXPECT_STREQ(state["road"]["stages"][4]["state"].GetString(), "waiting");
+  EXPECT_STREQ(state["road"]["stages"][4]["text"].GetString(),
+               "last accepted at 2024-03-07 12:00:00, but real data at 2024-03-07 11:45:00");
   EXPECT_STREQ(state["road"]["stages"][3]["state"].GetString(), "broken");
 }
 
