@@ -42,7 +42,8 @@ std::vector<Arrival> ArrivalsOf(const CloudIndex& index, long after) {
                         .name = upload.name,
                         .accepted = upload.accepted,
                         .time = upload.time,
-                        .points = static_cast<int>(upload.points)});
+                        .points = static_cast<int>(upload.points),
+                        .verdict = upload.verdict});
   }
   return arrivals;
 }

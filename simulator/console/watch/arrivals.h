@@ -14,8 +14,9 @@ struct Arrival {
   std::string kind;  // "realdata", "alarmdata", "calldata"
   std::string name;  // base name of the file: "S20261122040000.tar.gz"
   bool accepted;
-  std::time_t time;  // gateway time
-  int points;        // in the document
+  std::time_t time;       // gateway time
+  int points;             // in the document
+  std::string verdict{};  // in the cloud's words: "refused", "faulty: …"; empty: unknown
 };
 
 // Gives the arrivals whose id is greater, the oldest first. It may give only some of them: the

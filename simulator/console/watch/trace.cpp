@@ -115,10 +115,13 @@ class Tracing {
     for (std::size_t i = first; i < arrivals.size(); ++i) {
       const Arrival& arrival = arrivals[i];
       Add({"upload", "Upload", StartOf(arrival.time), arrival.time,
-           util::Format("attempt %zu, %s", i + 1,
-                        arrival.accepted ? "accepted" : "refused by the cloud"),
-           arrival.accepted});
+           util::Format("attempt %zu, %s", i + 1, VerdictOf(arrival)), arrival.accepted});
     }
+  }
+
+  static const char* VerdictOf(const Arrival& arrival) {
+    if (arrival.accepted) return "accepted";
+    return arrival.verdict.empty() ? "not accepted" : arrival.verdict.c_str();
   }
 
   // What goes on: it is being sent, or it waits for the next round.

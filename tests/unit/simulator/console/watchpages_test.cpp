@@ -223,6 +223,7 @@ TEST_F(WatchPages, TracesARefusedFileThatWaitsAgain) {
   DatabaseFile ledger = MakeLedger();
   Insert(ledger, RealName("20240307120000"));
   Arrive("S20240307120000.tar.gz", false);
+  m_arrivals.back().verdict = "refused";
   Watcher watcher(m_sources);
   LookOnce(watcher);
 
@@ -230,7 +231,7 @@ TEST_F(WatchPages, TracesARefusedFileThatWaitsAgain) {
 
   const auto& spans = json["spans"];
   ASSERT_GE(spans.Size(), 2U);
-  EXPECT_STREQ(spans[spans.Size() - 2]["text"].GetString(), "attempt 1, refused by the cloud");
+  EXPECT_STREQ(spans[spans.Size() - 2]["text"].GetString(), "attempt 1, refused");
   EXPECT_STREQ(spans[spans.Size() - 1]["id"].GetString(), "wait");
   EXPECT_TRUE(spans[spans.Size() - 1]["to_unix_s"].IsNull());
 }
