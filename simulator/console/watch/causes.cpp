@@ -42,7 +42,7 @@ MaybeCause AcquisitionDown(const Scene& scene) {
   const std::string values =
       !segment.trouble.empty()
           ? segment.trouble
-          : "its last values are still published and sent, unchanged" + SinceText(segment.changed);
+          : "its last values are still published, unchanged" + SinceText(segment.changed);
   return Cause{Level::kWarning, Topic::kValues,
                "the acquisition side does not run" + why + "; " + values};
 }
