@@ -117,7 +117,7 @@ TEST_F(WebServer, AnswersAHeadWithoutABody) {
 
 TEST_F(WebServer, RefusesOtherMethods) {
   for (const std::string method : {"PUT", "DELETE", "PATCH", "OPTIONS"}) {
-    EXPECT_THAT(Answer(method + " /api/act HTTP/1.1\r\nHost: localhost\r\nContent-Type: "
+    EXPECT_THAT(Answer(method + " / HTTP/1.1\r\nHost: localhost\r\nContent-Type: "
                                 "application/json\r\nContent-Length: 2\r\n\r\n{}"),
                 StartsWith("HTTP/1.1 405"))
         << method;
