@@ -18,15 +18,15 @@ constexpr std::size_t kChunkBytes = std::size_t{16} * 1024;
 struct ArchiveFreer {
   void operator()(archive* reader) const { archive_read_free(reader); }
 };
-using Reader = std::unique_ptr<archive, ArchiveFreer>;
+using ArchiveReader = std::unique_ptr<archive, ArchiveFreer>;
 
 [[noreturn]] void ThrowDamaged(archive* reader) {
   const char* why = archive_error_string(reader);
   throw Fault(std::string("the archive cannot be read: ") + (why != nullptr ? why : "damaged"));
 }
 
-Reader Open(const std::string& bytes) {
-  Reader reader(archive_read_new());
+ArchiveReader Open(const std::string& bytes) {
+  ArchiveReader reader(archive_read_new());
   if (!reader) throw Fault("the archive cannot be read: out of memory");
   archive_read_support_format_tar(reader.get());
   archive_read_support_filter_gzip(reader.get());
@@ -73,7 +73,7 @@ std::string ReadContent(archive* reader, std::size_t limitBytes) {
 }  // namespace
 
 ArchiveContent ReadArchive(const std::string& bytes, std::size_t limitBytes) {
-  const Reader reader = Open(bytes);
+  const ArchiveReader reader = Open(bytes);
   archive_entry* member = NextMember(reader.get());
   if (archive_filter_code(reader.get(), 0) != ARCHIVE_FILTER_GZIP) {
     throw Fault("the archive is not compressed with gzip");

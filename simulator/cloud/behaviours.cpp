@@ -38,9 +38,9 @@ constexpr int kHighestHttpStatus = 599;
 constexpr std::size_t kCountLimit = 10000;
 
 // Reads one list from left to right.
-class Reader {
+class ListReader {
  public:
-  explicit Reader(std::string_view list) : m_list(list), m_rest(list) {}
+  explicit ListReader(std::string_view list) : m_list(list), m_rest(list) {}
 
   std::vector<Behaviour> ReadAll() {
     std::vector<Behaviour> behaviours;
@@ -145,7 +145,7 @@ class Reader {
   std::string_view m_rest;
 };
 
-std::string Quoted(const std::string& text) {
+std::string InSingleQuotes(const std::string& text) {
   std::string quoted = "'";
   for (const char c : text) quoted += c == '\'' ? "''" : std::string(1, c);
   return quoted + "'";
@@ -181,7 +181,7 @@ Behaviour Behaviour::Drip(std::chrono::milliseconds pause) {
 }
 
 std::vector<Behaviour> ParseBehaviours(std::string_view list) {
-  return Reader(list).ReadAll();
+  return ListReader(list).ReadAll();
 }
 
 std::string ToText(const Behaviour& behaviour) {
@@ -191,9 +191,9 @@ std::string ToText(const Behaviour& behaviour) {
     case Action::kRefuse:
       return "refuse";
     case Action::kStatus:
-      return "http:" + std::to_string(behaviour.httpStatus) + ":" + Quoted(behaviour.text);
+      return "http:" + std::to_string(behaviour.httpStatus) + ":" + InSingleQuotes(behaviour.text);
     case Action::kNonsense:
-      return "nonsense:" + Quoted(behaviour.text);
+      return "nonsense:" + InSingleQuotes(behaviour.text);
     case Action::kStall:
       return "stall:" + Seconds(behaviour.stall);
     case Action::kPieces:

@@ -16,7 +16,7 @@ namespace {
 constexpr std::chrono::seconds kReadTimeout{10};
 constexpr std::chrono::milliseconds kWriteTimeout{5000};
 constexpr std::chrono::seconds kFinishTimeout{1};
-constexpr std::size_t kChunkBytes = std::size_t{16} * 1024;
+constexpr std::size_t kReadBytes = std::size_t{16} * 1024;
 constexpr std::size_t kHeadLimitBytes = std::size_t{64} * 1024;
 constexpr char kTrailer[] = "X-Note: the end of this answer does not come\r\n";
 constexpr std::size_t kTrailerBlockBytes = std::size_t{16} * 1024;
@@ -69,7 +69,7 @@ std::optional<Request> Connection::Receive() {
 
 bool Connection::ReceiveMore() {
   if (!m_stop.WaitFor(m_socket, POLLIN, kReadTimeout)) return false;
-  std::array<char, kChunkBytes> chunk{};
+  std::array<char, kReadBytes> chunk{};
   const ssize_t got = recv(m_socket, chunk.data(), chunk.size(), MSG_DONTWAIT);
   if (got <= 0) return false;
   m_received.append(chunk.data(), static_cast<std::size_t>(got));
@@ -153,7 +153,7 @@ void Connection::Finish() {
   using Clock = std::chrono::steady_clock;
   shutdown(m_socket, SHUT_WR);
   const Clock::time_point deadline = Clock::now() + kFinishTimeout;
-  std::array<char, kChunkBytes> chunk{};
+  std::array<char, kReadBytes> chunk{};
   while (Clock::now() < deadline && m_stop.WaitFor(m_socket, POLLIN, kFinishTimeout)) {
     if (recv(m_socket, chunk.data(), chunk.size(), MSG_DONTWAIT) <= 0) return;
   }

@@ -27,10 +27,6 @@ constexpr std::array<ExpectedHeader, 5> kUploadHeaders{{
      "multipart/form-data;charset=UTF-8;boundary=--WebKitFormBoundaryslLU7UmlAp48QHln"},
 }};
 
-std::string Quoted(const std::string& text) {
-  return "\"" + text + "\"";
-}
-
 std::string TheOnlyValue(const Request& request, const std::string& name) {
   const std::vector<std::string> values = request.Values(name);
   if (values.empty()) throw Fault("header " + name + " is missing");
@@ -39,6 +35,10 @@ std::string TheOnlyValue(const Request& request, const std::string& name) {
 }
 
 }  // namespace
+
+std::string Quoted(const std::string& text) {
+  return "\"" + text + "\"";
+}
 
 std::span<const ExpectedHeader> GatewayHeaders(bool isUpload) {
   return isUpload ? kUploadHeaders : kJsonHeaders;

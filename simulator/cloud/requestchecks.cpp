@@ -14,8 +14,6 @@ namespace cloud {
 
 namespace {
 
-constexpr std::string_view kArchiveEnding = ".tar.gz";
-
 // Names of checks that others build on.
 constexpr char kLength[] = "Content-Length";
 constexpr char kForm[] = "Form";
@@ -23,10 +21,6 @@ constexpr char kFileName[] = "File name";
 constexpr char kArchive[] = "Archive";
 constexpr char kJson[] = "JSON";
 constexpr char kDocument[] = "Document";
-
-std::string Quoted(const std::string& text) {
-  return "\"" + text + "\"";
-}
 
 // The checks of one request, in the order in which a reader meets its parts.
 class RequestChecks {

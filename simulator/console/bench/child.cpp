@@ -65,6 +65,7 @@ void Say(const char* text) {
   dup2(input, STDIN_FILENO);
   dup2(output, STDOUT_FILENO);
   dup2(output, STDERR_FILENO);
+  close_range(STDERR_FILENO + 1, ~0U, 0);  // libraries do not mark all of theirs
   execvpe(command[0], command, environment);
   Say(command[0]);
   Say(" cannot be started\n");

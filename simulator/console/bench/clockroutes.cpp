@@ -2,12 +2,12 @@
 
 #include <stdexcept>
 
+#include "console/web/httpstatus.h"
 #include "util/timetext.h"
 
 namespace console {
 namespace {
 
-constexpr int kBadRequest = 400;
 constexpr int kLongestStep = 40 * 86400;  // seconds
 
 Reply Change(Clock& clock, const Call& call) {

@@ -1,14 +1,13 @@
 #include "console/bench/player.h"
 
 #include "console/bench/placeholders.h"
+#include "console/web/httpstatus.h"
 #include "util/text.h"
 
 namespace console {
 namespace {
 
 constexpr std::chrono::milliseconds kLookEvery{100};
-constexpr int kFirstGood = 200;
-constexpr int kFirstNotGood = 300;
 
 class Player {
  public:
@@ -44,7 +43,7 @@ class Player {
 
   bool Post(const Step& step, const std::string& path, const std::string& json) const {
     const Reply reply = m_tools.post(path, json);
-    if (reply.status >= kFirstGood && reply.status < kFirstNotGood) return true;
+    if (IsGood(reply.status)) return true;
     return Fail(step, path + util::Format(" answered %d ", reply.status) + reply.body);
   }
 

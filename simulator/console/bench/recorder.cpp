@@ -4,12 +4,12 @@
 #include <utility>
 
 #include "console/bench/placeholders.h"
+#include "console/web/httpstatus.h"
 #include "util/text.h"
 
 namespace console {
 namespace {
 
-constexpr int kBadRequest = 400;
 constexpr std::size_t kMostLines = 10000;
 
 // On one line.
@@ -31,12 +31,12 @@ std::string Quoted(const std::string& text) {
 
 }  // namespace
 
-Recorder::Recorder(const Clock& clock, std::function<std::string()> address)
-    : m_clock(clock), m_address(std::move(address)) {}
+Recorder::Recorder(const Clock& clock, std::function<std::string()> address, Lasting lasting)
+    : m_clock(clock), m_address(std::move(address)), m_lasting(std::move(lasting)) {}
 
 void Recorder::Note(const std::string& path, const std::string& json) {
   if (path.starts_with("/api/scenario/")) return;
-  const std::string body = Compact(json);
+  const std::string body = Compact(m_lasting ? m_lasting(path, json) : json);
   const std::string curl =
       "curl -H 'Content-Type: application/json' -d " + Quoted(body) + " " + m_address() + path;
   const std::lock_guard lock(m_mutex);

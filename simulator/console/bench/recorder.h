@@ -15,8 +15,11 @@ namespace console {
 // scenario. Any thread may call.
 class Recorder {
  public:
+  // What to record instead of an accepted call's JSON, so that the scenario can be played again.
+  using Lasting = std::function<std::string(const std::string& path, const std::string& json)>;
+
   // The clock must outlive the object. `address` gives the page's address, "http://127.0.0.1:4711".
-  Recorder(const Clock& clock, std::function<std::string()> address);
+  Recorder(const Clock& clock, std::function<std::string()> address, Lasting lasting = {});
 
   // An accepted POST with its JSON. Calls of /api/scenario/ are left out.
   void Note(const std::string& path, const std::string& json);
@@ -32,6 +35,7 @@ class Recorder {
 
   const Clock& m_clock;
   const std::function<std::string()> m_address;
+  const Lasting m_lasting;
   mutable util::Mutex m_mutex{};  // guards all below
   bool m_isRecording = false;
   double m_latest = 0;  // when the latest line was written, on Clock::Elapsed

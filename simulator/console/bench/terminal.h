@@ -15,19 +15,23 @@ class Terminal {
   // Called with every line, after it was printed, on the caller's thread.
   using Also = std::function<void(const std::string& label, const std::string& text)>;
 
-  // `hasProgress`: the output is a terminal, which can take a line back.
-  Terminal(std::ostream& output, bool hasProgress, Also also = {});
+  // What becomes of the progress. A terminal can take a line back. Labelled lines are for a program
+  // that shows them in this way.
+  enum class Style { kNoProgress, kTakenBack, kLabelled };
+
+  Terminal(std::ostream& output, Style style, Also also = {});
   ~Terminal();  // takes the progress line away
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
 
   // Control characters are printed as '?'.
   void Line(const std::string& label, const std::string& text);
-  // Replaces the progress line. It is cut to the width of a terminal line.
+  // Replaces the progress line, which stands below all others. It is cut to the width of a terminal
+  // line.
   void Progress(const std::string& text);
 
  private:
-  const bool m_hasProgress;
+  const Style m_style;
   const Also m_also;
   util::Mutex m_mutex{};  // guards all below
   std::ostream& m_output;

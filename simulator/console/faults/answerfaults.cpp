@@ -7,7 +7,6 @@ namespace console {
 namespace {
 
 const std::vector<std::string> kUploads = {"realdata", "alarmdata", "calldata"};
-const std::vector<std::string> kPendingKinds = {"realdata", "alarmdata"};
 
 constexpr long kLongestStall = 80;  // less than the service waits
 constexpr long kLongSeconds = 300;

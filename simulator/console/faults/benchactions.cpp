@@ -10,12 +10,8 @@ namespace {
 
 constexpr unsigned long long kLargestSandboxCard = 256ULL << 20;
 
-std::string Order(const program::ControlClient& client, const std::string& who,
-                  const std::string& order) {
-  const program::ControlAnswer answer = client.Call(order);
-  if (!answer.ok) throw std::runtime_error(who + ": " + answer.error);
-  return answer.line;
-}
+constexpr char kCloud[] = "cloud";
+constexpr char kAcquisition[] = "acquisition";
 
 }  // namespace
 
@@ -29,11 +25,19 @@ BenchActions::BenchActions(Processes& processes, Clock& clock, const std::string
 }
 
 std::string BenchActions::Cloud(const std::string& order) {
-  return Order(m_cloud, "the cloud", order);
+  return Order(m_cloud, kCloud, "the cloud", order);
 }
 
 std::string BenchActions::Acquisition(const std::string& order) {
-  return Order(m_acquisition, "the acquisition side", order);
+  return Order(m_acquisition, kAcquisition, "the acquisition side", order);
+}
+
+std::string BenchActions::Order(const program::ControlClient& client, const std::string& process,
+                                const std::string& who, const std::string& order) const {
+  if (!m_processes.State(process).running) throw std::runtime_error(who + " does not run");
+  const program::ControlAnswer answer = client.Call(order);
+  if (!answer.ok) throw std::runtime_error(who + ": " + answer.error);
+  return answer.line;
 }
 
 void BenchActions::Start(const std::string& process) {

@@ -37,6 +37,9 @@ class BenchActions : public Actions {
   std::string WhyNot(const std::string& fault) override;
 
  private:
+  std::string Order(const program::ControlClient& client, const std::string& process,
+                    const std::string& who, const std::string& order) const;
+
   Processes& m_processes;
   Clock& m_clock;
   program::ControlClient m_cloud;

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <iostream>
@@ -28,7 +27,7 @@ constexpr const char* kFiller = ".bench-filler";
 constexpr const char* kPulled = ".bench-pulled-card";
 constexpr const char* kMeanwhile = ".bench-written-without-card";
 constexpr std::size_t kBlockBytes = 65536;
-constexpr std::chrono::seconds kLockWait{5};
+constexpr std::chrono::seconds kStartTime{1};  // of sqlite3
 
 [[noreturn]] void Fail(const std::string& what) {
   throw std::runtime_error(what + ": " + std::strerror(errno));
@@ -60,10 +59,11 @@ void CardActions::Lock() {
   if (m_locker) return;
   // Its input is open as long as the object lives, so it keeps the lock until then.
   auto locker = std::make_unique<Child>(
-      std::vector<std::string>{"sqlite3", "-batch", "-cmd", ".timeout 4000", "-cmd",
+      std::vector<std::string>{"sqlite3", "-batch", "-cmd",
+                               ".timeout " + std::to_string(m_place.patience.count()), "-cmd",
                                "BEGIN EXCLUSIVE;", "-cmd", "select 'locked';", m_place.ledger},
       std::vector<std::string>{});
-  const auto line = locker->ReadLine(kLockWait);
+  const auto line = locker->ReadLine(m_place.patience + kStartTime);
   if (line != "locked")
     throw std::runtime_error("the ledger cannot be locked: " + line.value_or("it is busy"));
   m_locker = std::move(locker);

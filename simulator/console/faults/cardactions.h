@@ -1,6 +1,7 @@
 // What can be done to the card in the sandbox.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +19,7 @@ class CardActions {
     std::string mount{};   // folder of the card
     std::string device{};  // its device
     std::string ledger{};
+    std::chrono::milliseconds patience{4000};  // with another program that locks the ledger
   };
   explicit CardActions(Place place);
   ~CardActions();  // puts everything right

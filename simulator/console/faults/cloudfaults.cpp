@@ -7,9 +7,6 @@ namespace console {
 
 namespace {
 
-const std::vector<std::string> kPendingKinds = {"realdata",
-                                                "alarmdata"};  // those with a row that waits
-
 constexpr long kRedirectSeconds = 900;  // an address check comes every 600 s
 constexpr long kRedirectHealSeconds = 900;
 

@@ -88,6 +88,9 @@ bool FitTogether(const Fault& one, const FaultParams& oneParams, const Fault& ot
 bool Collide(const Fault& one, const FaultParams& oneParams, const Fault& other,
              const FaultParams& otherParams);
 
+// The kinds of files with a row that waits in the ledger.
+inline const std::vector<std::string> kPendingKinds = {"realdata", "alarmdata"};
+
 // Expectations that many faults share.
 Expectation LogsDuring(const std::string& text, const std::string& logged);
 Expectation LogsAfter(const std::string& text, const std::string& logged);

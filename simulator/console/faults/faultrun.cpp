@@ -33,11 +33,6 @@ void WriteTime(JsonWriter& json, const char* key, const std::optional<std::time_
   time ? json.Int64(*time) : json.Null();
 }
 
-void WriteText(JsonWriter& json, const char* key, const std::string& text) {
-  json.Key(key);
-  json.String(text.c_str(), static_cast<rapidjson::SizeType>(text.size()));
-}
-
 }  // namespace
 
 FaultRun::FaultRun(int id, const Fault& fault, FaultParams params, double seconds, const Seen& seen,

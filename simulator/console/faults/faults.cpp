@@ -39,14 +39,30 @@ int Faults::Begin(const Fault& fault, const FaultParams& params, double seconds)
   const double speed = params.contains("factor") ? static_cast<double>(NumberOf(params, "factor"))
                                                  : m_actions.Speed();
   const double least = std::max(seconds, kLeastRealSeconds * speed);
-  m_runs.emplace_back(m_latest + 1, fault, params, least, m_seen, m_actions);
+  try {
+    m_runs.emplace_back(m_latest + 1, fault, params, least, m_seen, m_actions);
+  } catch (const std::exception& error) {
+    throw Refused(std::string("it cannot begin: ") + error.what());
+  }
   return ++m_latest;
 }
 
 bool Faults::Stop(int number) {
   const std::lock_guard lock(m_mutex);
-  const auto run = std::ranges::find(m_runs, number, &FaultRun::Id);
-  if (run == m_runs.end() || run->Now() != FaultRun::State::kActive) return false;
+  return StopOne([number](const FaultRun& run) { return run.Id() == number; });
+}
+
+bool Faults::Stop(const std::string& name, const FaultParams& params) {
+  const std::lock_guard lock(m_mutex);
+  return StopOne(
+      [&](const FaultRun& run) { return run.What().name == name && run.Params() == params; });
+}
+
+bool Faults::StopOne(const std::function<bool(const FaultRun&)>& isMeant) {
+  const auto run = std::ranges::find_if(m_runs, [&](const FaultRun& each) {
+    return each.Now() == FaultRun::State::kActive && isMeant(each);
+  });
+  if (run == m_runs.end()) return false;
   run->Stop(m_seen, m_actions);
   return true;
 }

@@ -29,6 +29,10 @@ class Faults {
   // The member "faults".
   void WriteState(JsonWriter& json) const;
 
+  // What to record of an accepted call with this body: a run's number becomes the fault that it
+  // is, because the next time it may have another number.
+  std::string Lasting(const std::string& path, const std::string& body) const;
+
   // Takes the latest look and lets the runs go on. Called about twice a second by one thread.
   void Look(const Seen& seen);
 
@@ -39,8 +43,9 @@ class Faults {
     using std::runtime_error::runtime_error;
   };
   int Start(const std::string& name, const FaultParams& params, double seconds);
-  // False when no such run is active.
+  // False when no such run is active. A fault with the same parameters is active only once.
   bool Stop(int run);
+  bool Stop(const std::string& name, const FaultParams& params);
   // Ends all runs, and the random faults. What cannot be put right now is tried again at every
   // look.
   void AllOff();
@@ -63,6 +68,7 @@ class Faults {
   };
 
   // All called with the mutex held.
+  bool StopOne(const std::function<bool(const FaultRun&)>& isMeant);
   int Begin(const Fault& fault, const FaultParams& params, double seconds);
   void GoOnAtRandom();
   bool FitsNow(const Fault& fault, const FaultParams& params) const;

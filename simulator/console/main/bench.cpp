@@ -9,6 +9,7 @@
 #include "console/bench/clockroutes.h"
 #include "console/main/showfile.h"
 #include "console/web/dispatch.h"
+#include "console/web/httpstatus.h"
 #include "util/paths.h"
 #include "util/text.h"
 
@@ -31,13 +32,18 @@ std::chrono::seconds LimitOf(int cycles, double speed) {
   return std::chrono::seconds(static_cast<long>(kRealSeconds + (cycles * 2 + 3) * kMinute / speed));
 }
 
+Terminal::Style StyleOf(const Options& options) {
+  if (options.labelsProgress) return Terminal::Style::kLabelled;
+  return isatty(STDOUT_FILENO) == 1 ? Terminal::Style::kTakenBack : Terminal::Style::kNoProgress;
+}
+
 }  // namespace
 
 Bench::Bench(const Options& options, const Scenario& scenario, const sigset_t& endSignals)
     : m_options(options),
       m_scenario(scenario),
       m_endSignals(endSignals),
-      m_terminal(std::cout, isatty(STDOUT_FILENO) == 1,
+      m_terminal(std::cout, StyleOf(options),
                  [this](const std::string& label, const std::string& text) {
                    const std::lock_guard lock(m_mutex);
                    m_lines.emplace_back(label, text);
@@ -49,7 +55,11 @@ Bench::Bench(const Options& options, const Scenario& scenario, const sigset_t& e
                   [this](const std::string& name, const std::string& text) {
                     m_terminal.Line(name, text);
                   }),
-      m_recorder(m_clock, [this] { return m_address; }),
+      m_recorder(
+          m_clock, [this] { return m_address; },
+          [this](const std::string& path, const std::string& json) {
+            return m_parts.Lasting(path, json);
+          }),
       m_parts(m_clock, m_processes, options),
       m_files(options.page, options.charts),
       m_server(m_router, m_events, m_files) {
@@ -79,6 +89,7 @@ int Bench::Run() {
     status = kInterrupted;
   }
   m_server.Stop();
+  m_parts.EndFaults();
   return status;
 }
 
@@ -157,7 +168,7 @@ PlayTools Bench::ToolsOfScenario() {
   PlayTools tools;
   tools.post = [this](const std::string& path, const std::string& json) {
     Reply reply = AnswerPost(m_router, path, json);
-    if (reply.status < 300) m_recorder.Note(path, json);
+    if (IsGood(reply.status)) m_recorder.Note(path, json);
     return reply;
   };
   tools.state = [this] { return State(); };

@@ -38,6 +38,7 @@ Options ParseOptions(int argc, char* const* argv) {
        Text("--scenario", &options.scenario),
        {"--speed", [&](const std::string& text) { options.speed = Number(text, 1, kMostSpeed); }},
        {"--on-gateway", [&](const std::string&) { options.onGateway = true; }, true},
+       {"--label-progress", [&](const std::string&) { options.labelsProgress = true; }, true},
        Text("--folder", &options.folder),
        Text("--build", &options.build),
        Text("--plant", &options.plant)});
@@ -68,6 +69,7 @@ std::string HelpText() {
          "  --on-gateway     the console runs on the booted gateway: in real time, with a card "
          "that\n"
          "                   can be pulled; the gateway's supervisor keeps the service up\n"
+         "  --label-progress print the progress as lines, for a program that shows them\n"
          "  --folder DIR     keep the cloud's index and the control sockets here (/tmp/bench)\n"
          "  --build DIR      the build with the programs (build/release)\n"
          "  --plant DIR      the gateway's configuration (packaging/example/Config)\n"

@@ -20,6 +20,7 @@ struct Options {
   // The console runs on the gateway itself: real time, a card that can be pulled, and the service
   // in the care of the gateway's own supervisor.
   bool onGateway = false;
+  bool labelsProgress = false;          // the progress comes as labelled lines
   std::string folder = "/tmp/bench";    // for the cloud's index and the control sockets
   std::string build = "build/release";  // where the programs are
   std::string plant = "packaging/example/Config";

@@ -17,10 +17,6 @@ Parts::Parts(Clock& clock, Processes& processes, const Options& options)
       m_faults(*m_actions),
       m_watcher(SourcesOf(clock, processes, m_uploads, m_faults, options)) {}
 
-Parts::~Parts() {
-  m_faults.AllOff();
-}
-
 void Parts::AddRoutes(Router& router) {
   m_uploads.AddRoutes(router);
   m_faults.AddRoutes(router);
@@ -36,6 +32,14 @@ void Parts::WriteState(JsonWriter& json) {
 void Parts::Look() {
   m_watcher.Look();
   m_faults.Look(SeenByFaults());
+}
+
+std::string Parts::Lasting(const std::string& path, const std::string& json) const {
+  return m_faults.Lasting(path, json);
+}
+
+void Parts::EndFaults() {
+  m_faults.AllOff();
 }
 
 long Parts::Accepted(const std::string& endpoint) {

@@ -20,13 +20,16 @@ class Parts {
  public:
   // Clock and processes must outlive the object. Made before any program of the gateway prints.
   Parts(Clock& clock, Processes& processes, const Options& options);
-  ~Parts();  // puts all faults back
   Parts(const Parts&) = delete;
   Parts& operator=(const Parts&) = delete;
 
   void AddRoutes(Router& router);
   void WriteState(JsonWriter& json);  // any thread
   void Look();                        // one thread, about twice a second
+  // What to record of an accepted call, so that it can be played again. Any thread.
+  std::string Lasting(const std::string& path, const std::string& json) const;
+  // Puts all faults right. To be called before the programs of the gateway end.
+  void EndFaults();
   // How many exchanges of an endpoint the cloud has accepted.
   long Accepted(const std::string& endpoint);
 

@@ -9,15 +9,15 @@
 namespace console {
 namespace {
 
-constexpr int kEvent = 2;                // depth of an event in the document
-constexpr std::size_t kMostEvents = 20;  // in one document
+constexpr int kEvent = 2;  // depth of an event in the document
+constexpr std::size_t kEventsInDocument = 20;
 
 std::string Joined(const std::string& point, const std::string& time, const std::string& flag,
                    const std::string& value) {
   return point + "|" + time + "|" + flag + "|" + value;
 }
 
-class Reader {
+class AlarmReader {
  public:
   void Take(std::string_view key, std::string_view value) {
     if (key == "groupId") m_channel = value;
@@ -29,7 +29,7 @@ class Reader {
   }
 
   void EndObject(int depth) {
-    if (depth != kEvent || m_keys.size() == kMostEvents) return;
+    if (depth != kEvent || m_keys.size() == kEventsInDocument) return;
     m_keys.push_back(Joined(m_channel + "/" + m_device + ":" + m_point, m_time, m_flag, m_value));
   }
 
@@ -53,7 +53,7 @@ std::string AlarmKey(std::uint32_t dataId, const std::string& timeMark, std::int
 }
 
 std::vector<std::string> AlarmKeysIn(const std::string& document) {
-  Reader reader;
+  AlarmReader reader;
   ScanJson(document, {[&](auto key, auto value) { reader.Take(key, value); },
                       [&](int depth) { reader.EndObject(depth); }});
   return reader.Keys();

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kMostEvents = 5000;
 constexpr std::time_t kReachSeconds = 259'200;  // the service takes events of three days
-constexpr int kAtOnce = 2000;                   // rows in one visit
+constexpr int kRowsAtOnce = 2000;               // rows in one visit
 constexpr int kLongestVisitMilliseconds = 100;
 constexpr int kMonthsInIndex = 100;  // 202611
 
@@ -72,7 +72,7 @@ void AlarmLog::FollowMonth(int month) {
   Query rows(database.Get(),
              "SELECT Pid, RecordDate, RecordTime, DataId, threshold, triggervalue, eventtype, "
              "grade, upflag, upload FROM event_tbl WHERE Pid > ?1 ORDER BY Pid LIMIT " +
-                 std::to_string(kAtOnce),
+                 std::to_string(kRowsAtOnce),
              {known.last});
   while (rows.Next()) {
     RecordedEvent event = EventFrom(rows);

@@ -6,12 +6,12 @@
 #include "console/uploads/alarmcodes.h"
 #include "console/uploads/alarms.h"
 #include "console/uploads/text.h"
+#include "console/web/httpstatus.h"
 #include "util/text.h"
 
 namespace console {
 namespace {
 
-constexpr int kBadRequest = 400;
 constexpr std::int64_t kOnAPage = 50;
 constexpr std::int64_t kMostOnAPage = 200;
 

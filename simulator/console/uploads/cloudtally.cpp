@@ -9,7 +9,7 @@
 namespace console {
 namespace {
 
-constexpr std::size_t kAtOnce = 1000;
+constexpr std::size_t kVerdictsAtOnce = 1000;
 
 // The cloud's verdict on an exchange that it answered normally is "accepted", what it asks of the
 // gateway may follow, or "faulty: …".
@@ -35,10 +35,10 @@ std::map<std::string, EndpointTally> CloudTally::Endpoints() {
 
 void CloudTally::Follow() {
   for (;;) {
-    const auto exchanges = m_index.VerdictsAfter(m_last, kAtOnce);
+    const auto exchanges = m_index.VerdictsAfter(m_last, kVerdictsAtOnce);
     if (!exchanges) return;  // the next call tries again
     for (const ExchangeVerdict& exchange : *exchanges) Take(exchange);
-    if (exchanges->size() < kAtOnce) return;
+    if (exchanges->size() < kVerdictsAtOnce) return;
   }
 }
 

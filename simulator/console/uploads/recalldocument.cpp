@@ -12,10 +12,10 @@ namespace console {
 namespace {
 
 // Depths of the document's objects.
-constexpr int kPoint = 2;
+constexpr int kPointDepth = 2;
 constexpr int kValue = 3;
 
-class Reader {
+class RecallReader {
  public:
   void Take(std::string_view key, std::string_view value) {
     const std::string text(value);
@@ -30,7 +30,7 @@ class Reader {
 
   void EndObject(int depth) {
     if (depth == kValue) KeepValue();
-    if (depth == kPoint) KeepPoint();
+    if (depth == kPointDepth) KeepPoint();
   }
 
   RecallDocument Found() { return std::move(m_found); }
@@ -67,7 +67,7 @@ class Reader {
 }  // namespace
 
 RecallDocument ReadRecallDocument(const std::string& text) {
-  Reader reader;
+  RecallReader reader;
   ScanJson(text, {[&](auto key, auto value) { reader.Take(key, value); },
                   [&](int depth) { reader.EndObject(depth); }});
   return reader.Found();

@@ -14,8 +14,8 @@
 namespace console {
 namespace {
 
-constexpr int kOrder = 2;  // depth of an order in an answer
-constexpr int kPoint = 4;  // depth of a point
+constexpr int kOrder = 2;         // depth of an order in an answer
+constexpr int kOrderedPoint = 4;  // depth of a point
 
 // Whole minutes may be given without seconds.
 std::string TimeIn(const rapidjson::Value& body, const char* name) {
@@ -50,7 +50,7 @@ std::vector<std::string> PointsIn(const rapidjson::Value& body) {
 }
 
 // Collects the orders of one answer.
-class Reader {
+class OrderReader {
  public:
   void Take(std::string_view key, std::string_view value) {
     const std::string text(value);
@@ -63,7 +63,8 @@ class Reader {
   }
 
   void EndObject(int depth) {
-    if (depth == kPoint) m_order.points.push_back(m_channel + "/" + m_device + ":" + m_point);
+    if (depth == kOrderedPoint)
+      m_order.points.push_back(m_channel + "/" + m_device + ":" + m_point);
     if (depth != kOrder) return;
     m_orders.push_back(std::move(m_order));
     m_order = {};
@@ -113,7 +114,7 @@ std::string OrderLine(const RecallOrderText& order) {
 }
 
 std::vector<RecallOrderText> OrdersIn(const std::string& answer) {
-  Reader reader;
+  OrderReader reader;
   ScanJson(answer, {[&](auto key, auto value) { reader.Take(key, value); },
                     [&](int depth) { reader.EndObject(depth); }});
   return reader.Orders();

@@ -5,12 +5,11 @@
 #include "console/uploads/recalldocument.h"
 #include "console/uploads/recalls.h"
 #include "console/uploads/text.h"
+#include "console/web/httpstatus.h"
 
 namespace console {
 namespace {
 
-constexpr int kBadRequest = 400;
-constexpr int kUnavailable = 503;
 constexpr std::size_t kShownValues = 3600;  // of one point
 
 void WriteRecall(JsonWriter& json, const Recall& recall) {

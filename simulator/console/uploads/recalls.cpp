@@ -15,7 +15,7 @@ namespace console {
 namespace {
 
 constexpr std::size_t kMostRecalls = 200;
-constexpr std::size_t kAtOnce = 500;
+constexpr std::size_t kReadAtOnce = 500;
 constexpr std::size_t kFilesOpened = 5;  // on the card, for one recall
 
 // The digits in "R20261122100005.tar.gz"; empty for any other name.
@@ -57,15 +57,15 @@ std::vector<Recall> Recalls::All() {
 
 void Recalls::Follow() {
   for (;;) {
-    const auto answers = m_index.OrdersAfter(m_lastAnswer, kAtOnce);
+    const auto answers = m_index.OrdersAfter(m_lastAnswer, kReadAtOnce);
     if (!answers) break;  // the next call tries again
     for (const OrderingAnswer& answer : *answers) TakeAnswer(answer);
-    if (answers->size() < kAtOnce) break;
+    if (answers->size() < kReadAtOnce) break;
   }
   for (;;) {
-    const auto uploads = m_index.ArrivalsAfter(m_lastUpload, kAtOnce, "calldata");
+    const auto uploads = m_index.ArrivalsAfter(m_lastUpload, kReadAtOnce, "calldata");
     for (const IndexedUpload& upload : uploads) TakeUpload(upload);
-    if (uploads.size() < kAtOnce) break;
+    if (uploads.size() < kReadAtOnce) break;
   }
   while (m_recalls.size() > kMostRecalls) m_recalls.erase(m_recalls.begin());
 }

@@ -6,6 +6,7 @@
 #include "collect/archive.h"
 #include "console/uploads/curlline.h"
 #include "console/uploads/text.h"
+#include "console/web/httpstatus.h"
 
 namespace console {
 namespace {
@@ -13,10 +14,6 @@ namespace {
 constexpr std::int64_t kMostOnAPage = 200;
 constexpr std::int64_t kOnAPage = 50;
 constexpr std::size_t kShownBytes = std::size_t{2} << 20;  // of a formatted document
-
-constexpr int kBadRequest = 400;
-constexpr int kNotFound = 404;
-constexpr int kUnavailable = 503;
 
 Reply IndexTrouble() {
   return ErrorReply(kUnavailable, "The cloud's index cannot be read at the moment.");

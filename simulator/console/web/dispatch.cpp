@@ -2,15 +2,11 @@
 
 #include <exception>
 
+#include "console/web/httpstatus.h"
+
 namespace console {
 
 namespace {
-
-constexpr int kBadRequest = 400;
-constexpr int kNotFound = 404;
-constexpr int kWrongMethod = 405;
-constexpr int kTooLarge = 413;
-constexpr int kFailed = 500;
 
 Reply Run(const std::string& path, const Handler& handler, const Call& call) {
   try {

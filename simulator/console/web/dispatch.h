@@ -10,7 +10,7 @@
 
 namespace console {
 
-inline constexpr std::size_t kLargestBodyBytes = 64 * 1024;  // of a POST
+inline constexpr std::size_t kLargestBodyBytes = std::size_t{64} * 1024;  // of a POST
 
 // Answers a GET. A path that nobody registered gives 404, one that takes only POST 405. A handler
 // that throws gives 500 with the text of its exception. Any thread may call.

@@ -4,14 +4,11 @@
 #include <cctype>
 #include <string_view>
 
+#include "console/web/httpstatus.h"
+
 namespace console {
 
 namespace {
-
-constexpr int kForbidden = 403;
-constexpr int kWrongMethod = 405;
-constexpr int kTooLong = 414;
-constexpr int kWrongType = 415;
 
 constexpr std::size_t kLongestTarget = 2048;
 constexpr std::size_t kPortDigits = 5;

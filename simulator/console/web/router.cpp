@@ -2,6 +2,11 @@
 
 namespace console {
 
+void WriteText(JsonWriter& json, const char* key, const std::string& text) {
+  json.Key(key);
+  json.String(text.c_str(), static_cast<rapidjson::SizeType>(text.size()));
+}
+
 Reply JsonReply(const std::function<void(JsonWriter&)>& write) {
   rapidjson::StringBuffer text;
   JsonWriter writer(text);
@@ -12,8 +17,7 @@ Reply JsonReply(const std::function<void(JsonWriter&)>& write) {
 Reply ErrorReply(int status, const std::string& text) {
   Reply reply = JsonReply([&](JsonWriter& json) {
     json.StartObject();
-    json.Key("error");
-    json.String(text.c_str());
+    WriteText(json, "error", text);
     json.EndObject();
   });
   reply.status = status;

@@ -31,6 +31,8 @@ struct Reply {
   std::string downloadName{};  // not empty: the browser saves the body under it
 };
 
+// A member with a text of ours, which is UTF-8.
+void WriteText(JsonWriter& json, const char* key, const std::string& text);
 // A reply with the JSON that `write` writes.
 Reply JsonReply(const std::function<void(JsonWriter&)>& write);
 // {"error": text} with a status of 4xx or 5xx. The text is one sentence for people.

@@ -29,9 +29,9 @@ std::string StateOf(const Part& part) {
 TEST(BenchTerminal, LabelsEachLineAndHandsItOn) {
   std::ostringstream output;
   std::string also;
-  Terminal terminal(output, false, [&](const std::string& label, const std::string& text) {
-    also = label + "|" + text;
-  });
+  Terminal terminal(
+      output, Terminal::Style::kNoProgress,
+      [&](const std::string& label, const std::string& text) { also = label + "|" + text; });
 
   terminal.Line("cloud", "listening\x1b[2J");
 
@@ -41,7 +41,7 @@ TEST(BenchTerminal, LabelsEachLineAndHandsItOn) {
 
 TEST(BenchTerminal, KeepsTheProgressLineBelowTheOthers) {
   std::ostringstream output;
-  Terminal terminal(output, true);
+  Terminal terminal(output, Terminal::Style::kTakenBack);
 
   terminal.Progress("accepted 1");
   terminal.Line("run", "x");
@@ -51,11 +51,23 @@ TEST(BenchTerminal, KeepsTheProgressLineBelowTheOthers) {
 
 TEST(BenchTerminal, PrintsNoProgressToAFile) {
   std::ostringstream output;
-  Terminal terminal(output, false);
+  Terminal terminal(output, Terminal::Style::kNoProgress);
 
   terminal.Progress("accepted 1");
 
   EXPECT_EQ(output.str(), "");
+}
+
+TEST(BenchTerminal, LabelsProgressForAProgramThatShowsIt) {
+  std::ostringstream output;
+  {
+    Terminal terminal(output, Terminal::Style::kLabelled);
+    terminal.Progress("accepted 1");
+    terminal.Progress("accepted 1");
+    terminal.Line("run", "x");
+  }
+
+  EXPECT_EQ(output.str(), "[progress   ] accepted 1\n[run        ] x\n");
 }
 
 class BenchLog : public ::testing::Test {

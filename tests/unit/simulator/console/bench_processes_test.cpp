@@ -1,6 +1,7 @@
 // The programs of the gateway, played by small shell programs.
 #include "console/bench/processes.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -244,6 +245,17 @@ TEST(BenchChild, SaysThatAProgramCannotBeStarted) {
 
   EXPECT_EQ(child.ReadLine(std::chrono::seconds(5)), "/nowhere/program cannot be started");
   EXPECT_EQ(child.Await(std::chrono::seconds(5))->status, 127);
+}
+
+TEST(BenchChild, InheritsNoDescriptorOfOurs) {
+  constexpr int kFrom = 50;
+  const int ours = fcntl(STDOUT_FILENO, F_DUPFD, kFrom);  // without the mark to close it
+  Child child(
+      {"sh", "-c", "[ -e /proc/self/fd/" + std::to_string(ours) + " ] && echo open; echo done"},
+      {});
+
+  EXPECT_EQ(child.ReadLine(std::chrono::seconds(10)), "done");
+  close(ours);
 }
 
 }  // namespace

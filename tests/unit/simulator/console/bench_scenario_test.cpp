@@ -186,7 +186,10 @@ class ScenarioRecorder : public ::testing::Test {
   std::string File() { return m_router.Gets().at("/api/scenario/file")({}).body; }
 
   Clock m_clock{"/tmp/clock", 1'700'000'000, 1};
-  console::Recorder m_recorder{m_clock, [] { return "http://127.0.0.1:4711"; }};
+  console::Recorder m_recorder{m_clock, [] { return "http://127.0.0.1:4711"; },
+                               [](const std::string& path, const std::string& json) {
+                                 return path == "/api/stop" ? R"({"name":"x"})" : json;
+                               }};
   console::Router m_router{};
 };
 
@@ -200,6 +203,14 @@ TEST_F(ScenarioRecorder, WritesAFileThatCanBePlayed) {
   EXPECT_THAT(File(), HasSubstr("\npost /api/recalls {\"from\":\"<40 minutes ago>\"}\n"
                                 "post /api/faults/off {}\n"));
   EXPECT_EQ(ParseScenario(File()).steps.size(), 2);
+}
+
+TEST_F(ScenarioRecorder, WritesWhatLasts) {
+  Record("{\"on\":true}");
+
+  m_recorder.Note("/api/stop", "{\"run\":3}");
+
+  EXPECT_THAT(File(), HasSubstr("\npost /api/stop {\"name\":\"x\"}\n"));
 }
 
 TEST_F(ScenarioRecorder, RecordsOnlyWhileItIsOn) {

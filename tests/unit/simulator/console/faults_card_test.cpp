@@ -41,7 +41,8 @@ class CardActions : public ::testing::Test {
 
   console::CardActions m_card{{.mount = "/media/mmcblk0p1/",
                                .device = "/dev/mmcblk0p1",
-                               .ledger = "/media/mmcblk0p1/ledger.db"}};
+                               .ledger = "/media/mmcblk0p1/ledger.db",
+                               .patience = std::chrono::milliseconds(200)}};
 };
 
 TEST_F(CardActions, LockTheLedgerForEveryReader) {

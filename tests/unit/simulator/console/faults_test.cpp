@@ -85,6 +85,35 @@ TEST_F(Faults, StartAndStopByTheirNumber) {
   EXPECT_EQ(Post("stop", R"({"run":1})").status, 404);
 }
 
+TEST_F(Faults, StopByTheirNameAndParameters) {
+  Post("start", R"({"fault":"refuse-uploads","params":{"kind":"realdata"}})");
+  Post("start", R"({"fault":"fill-card"})");
+
+  EXPECT_EQ(Post("stop", R"({"fault":"refuse-uploads","params":{"kind":"calldata"}})").status, 404);
+  EXPECT_EQ(Post("stop", R"({"fault":"refuse-uploads","params":{"kind":"realdata"}})").status, 200);
+
+  EXPECT_TRUE(m_bench.world.standing.empty());
+  EXPECT_TRUE(m_bench.world.isFull);
+}
+
+TEST_F(Faults, AreRecordedByTheirName) {
+  Post("start", R"({"fault":"refuse-uploads","params":{"kind":"realdata"}})");
+
+  EXPECT_EQ(m_faults.Lasting("/api/faults/stop", R"({"run":1})"),
+            R"({"fault":"refuse-uploads","params":{"kind":"realdata"}})");
+  EXPECT_EQ(m_faults.Lasting("/api/faults/stop", R"({"run":2})"), R"({"run":2})");
+  EXPECT_EQ(m_faults.Lasting("/api/other", R"({"run":1})"), R"({"run":1})");
+}
+
+TEST_F(Faults, SayWhatKeepsOneFromBeginning) {
+  m_bench.trouble = "the acquisition side does not run";
+
+  const Reply reply = Post("start", R"({"fault":"alarm-burst"})");
+
+  EXPECT_EQ(reply.status, 409);
+  EXPECT_EQ(reply.body, R"({"error":"it cannot begin: the acquisition side does not run"})");
+}
+
 TEST_F(Faults, RefuseACallThatMakesNoSense) {
   for (const char* body :
        {R"({})", R"({"fault":7})", R"({"fault":"rain"})", R"({"fault":"stall","seconds":0})",

@@ -17,7 +17,9 @@ using console::Reply;
 using std::chrono::steady_clock;
 using test::WebClient;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 const char* const kSocket = "/tmp/console.sock";
@@ -95,7 +97,39 @@ TEST_F(WebServer, SendsTheSecurityHeadersWithEveryReply) {
     EXPECT_THAT(answer, HasSubstr("\r\nX-Content-Type-Options: nosniff\r\n")) << request;
     EXPECT_THAT(answer, HasSubstr("\r\nReferrer-Policy: no-referrer\r\n")) << request;
   }
-  EXPECT_THAT(Answer(Get("/api/figure")), HasSubstr("\r\nCache-Control: no-store\r\n"));
+}
+
+TEST_F(WebServer, LetsTheBrowserKeepFilesButNotFigures) {
+  const std::string file = Answer(Get("/"));
+  const std::string figure = Answer(Get("/api/figure"));
+
+  EXPECT_THAT(file, HasSubstr("\r\nCache-Control: no-cache\r\n"));
+  EXPECT_THAT(file, Not(HasSubstr("no-store")));
+  EXPECT_THAT(figure, HasSubstr("\r\nCache-Control: no-store\r\n"));
+}
+
+TEST_F(WebServer, AnswersAHeadWithoutABody) {
+  const std::string answer = Answer("HEAD / HTTP/1.1\r\nHost: localhost\r\n\r\n");
+
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 200"));
+  EXPECT_THAT(answer, EndsWith("\r\n\r\n"));
+}
+
+TEST_F(WebServer, RefusesOtherMethods) {
+  for (const std::string method : {"PUT", "DELETE", "PATCH", "OPTIONS"}) {
+    EXPECT_THAT(Answer(method + " / HTTP/1.1\r\nHost: localhost\r\nContent-Type: "
+                                "application/json\r\nContent-Length: 2\r\n\r\n{}"),
+                StartsWith("HTTP/1.1 405"))
+        << method;
+  }
+  EXPECT_THAT(Answer("DANCE / HTTP/1.1\r\nHost: localhost\r\n\r\n"), StartsWith("HTTP/1.1 400"));
+  EXPECT_EQ(m_acts, 0);
+}
+
+TEST_F(WebServer, RefusesAnEnormousHeader) {
+  EXPECT_THAT(Answer(Get("/", "X: " + std::string(1000000, 'x') + "\r\n")),
+              Not(StartsWith("HTTP/1.1 200")));
+  EXPECT_THAT(Answer(Get("/api/figure?name=x")), HasSubstr("\r\n\r\nx"));
 }
 
 TEST_F(WebServer, SaysInJsonWhyItRefuses) {
@@ -193,8 +227,16 @@ TEST_F(WebServer, SendsHeartbeatsAlsoWhileEventsCome) {
   }
 }
 
+// Without anything to write.
 TEST_F(WebServer, NoticesThatAPageHasGone) {
-  Client(Get("/api/events"))->ReadTo("heartbeat");
+  const std::string path = "/tmp/silent.sock";
+  console::Server silent(m_router, m_events, m_files, std::chrono::hours(1));
+  silent.ListenOnSocket(path);
+  {
+    WebClient client(path);
+    client.Send(Get("/api/events"));
+    client.ReadTo("heartbeat");
+  }
   const auto limit = steady_clock::now() + std::chrono::seconds(5);
 
   while (m_events.Streams() > 0) ASSERT_LT(steady_clock::now(), limit);
