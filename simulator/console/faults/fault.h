@@ -88,6 +88,9 @@ bool FitTogether(const Fault& one, const FaultParams& oneParams, const Fault& ot
 bool Collide(const Fault& one, const FaultParams& oneParams, const Fault& other,
              const FaultParams& otherParams);
 
+// Throws until the acquisition side takes orders, so that the next fault can begin at once.
+void RequireAcquisition(Actions& actions);
+
 // Expectations that many faults share.
 Expectation LogsDuring(const std::string& text, const std::string& logged);
 Expectation LogsAfter(const std::string& text, const std::string& logged);

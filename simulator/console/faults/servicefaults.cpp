@@ -44,6 +44,7 @@ Fault KillService() {
 void PowerOn(Actions& actions) {
   actions.Start("acquisition");
   actions.Start("service");
+  RequireAcquisition(actions);
 }
 
 Fault PowerCut() {
