@@ -16,7 +16,7 @@ function buildChecks(checks) {
   const rows = table('Checks of the cloud', [{title: 'Check'}, {title: 'Result'}, {title: 'What was found'}]);
   rows.fill([...failed, ...open, ...checks.filter((check) => check.passed)], (check) => check.name, (check) =>
     [check.name, verdict(check.passed), check.text]);
-  const summary = failed.length === 0
+  const summary = failed.length + open.length === 0
     ? `All ${counted(checks.length, 'check')} passed.`
     : `${count(failed.length)} of ${counted(checks.length, 'check')} failed, ${count(open.length)} could not be made.`;
   return panel('Checks of the cloud', h('p', summary), rows.element);
