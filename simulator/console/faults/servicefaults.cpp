@@ -41,10 +41,11 @@ Fault KillService() {
   return fault;
 }
 
+// The service starts last: its login is to come after the fault.
 void PowerOn(Actions& actions) {
   actions.Start("acquisition");
-  actions.Start("service");
   RequireAcquisition(actions);
+  actions.Start("service");
 }
 
 Fault PowerCut() {

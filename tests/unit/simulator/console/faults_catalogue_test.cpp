@@ -75,6 +75,15 @@ TEST(FaultCatalogue, PutsTheAcquisitionSideRightOnlyWhenItTakesOrdersAgain) {
   }
 }
 
+TEST(FaultCatalogue, StartsTheServiceAfterTheAcquisitionSideOnceThePowerIsBack) {
+  test::FakeBench bench;
+  const console::Undo undo = FindFault("power-cut")->begin(bench, {});
+  bench.isDeaf = true;
+
+  EXPECT_THROW(undo(bench), std::runtime_error);
+  EXPECT_FALSE(bench.world.running.contains("service"));
+}
+
 TEST(FaultCatalogue, AsksTheProgramWhetherItStillDoesIt) {
   for (const Fault& fault : FaultCatalogue()) {
     if (!fault.isThere) continue;
