@@ -44,6 +44,17 @@ const tooWide = (page) => page.evaluate(() => {
     .map((each) => `${each.tagName.toLowerCase()}.${each.className}`);
 });
 
+// Whether the element with the focus shows that it has it.
+const hasRing = (page) => page.evaluate(() => getComputedStyle(document.activeElement).outlineStyle !== 'none');
+
+// Puts a program's text without a blank into each place that shows such texts. Returns the places that it leaves.
+const leftByRawText = (page) => page.evaluate(() => {
+  const places = [...document.querySelectorAll('.stage .hint, .reasons li, .side p, .facts dd, .banner')];
+  for (const place of places) place.textContent = JSON.stringify({status: 1, message: 'refused'.repeat(40)});
+  return places.filter((each) => each.scrollWidth > each.clientWidth + 1 || each.getBoundingClientRect().right > each.parentElement.getBoundingClientRect().right + 1)
+    .map((each) => `${each.parentElement.className} ${each.className}`);
+});
+
 async function takePicture(opened, view) {
   const file = path.join(kPicturesIn, `${view}.png`);
   await mkdir(kPicturesIn, {recursive: true});
@@ -75,11 +86,12 @@ export function access(browser) {
       await page.keyboard.press('Enter');
       await until('the focus on the title of the view', async () => (await focused(page)) === 'Faults' && page.url().endsWith('#faults'));
       await opened.fault('unpublished-point').waitFor();
+      assert.equal(await hasRing(page), true);
 
       await tabTo(page, 'Start: Unpublished point');
       await page.keyboard.press('Shift+Tab');
       await page.keyboard.press('Control+A');
-      await page.keyboard.type('6000');
+      await page.keyboard.type('86400');
       await page.keyboard.press('Tab');
       await page.keyboard.press('Enter');
       await until('the fault is active', async () => (await runs()).some((run) => run.state === 'active'));
@@ -92,12 +104,21 @@ export function access(browser) {
       await opened.close();
     });
 
-    it('fits every view on a phone without scrolling sideways', async () => {
+    it('gives the focus to the title of a view that the mouse opens, and shows no ring', async () => {
+      const opened = await Page.open(await browser(), bench.address);
+      await opened.page.locator('#to-month').click();
+      await until('the focus on the title', async () => (await focused(opened.page)) === 'Month' && opened.page.url().endsWith('#month'));
+      assert.equal(await hasRing(opened.page), false);
+      await opened.close();
+    });
+
+    it('fits every view on a phone without scrolling sideways and without a fault of access', async () => {
       const opened = await Page.open(await browser(), bench.address, kPhone);
       for (const hash of await filledViews(bench)) {
         await opened.show(hash);
         await opened.settled();
         assert.deepEqual(await tooWide(opened.page), [], hash);
+        assert.deepEqual(await opened.findings(), [], hash);
       }
       assert.deepEqual(opened.trouble, []);
       await opened.close();
@@ -113,6 +134,15 @@ export function access(browser) {
           assert.deepEqual(await opened.findings(rules), [], hash);
         }
         assert.deepEqual(opened.trouble, []);
+        await opened.close();
+      });
+    }
+
+    for (const [name, options] of [['a desk', {}], ['a phone', kPhone]]) {
+      it(`keeps a program's raw text within its box on the screen of ${name}`, async () => {
+        const opened = await Page.open(await browser(), bench.address, {hash: '#road', ...options});
+        await opened.page.locator('.stage').nth(4).waitFor();
+        assert.deepEqual(await leftByRawText(opened.page), []);
         await opened.close();
       });
     }

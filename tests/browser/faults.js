@@ -1,37 +1,49 @@
-// Every fault of the catalogue, started on its card and healed by itself.
+// Every fault of the catalogue, started on its card and healed.
 import assert from 'node:assert/strict';
 import {describe, it} from 'node:test';
 import {Bench, until} from './bench.js';
 import {Page} from './page.js';
 
 const kSpeed = 60;
-const kLongestMs = 150000; // a fault and its healing
+const kLongestMs = 300000;       // for the gateway to show a fault, and to heal
+const kUntilStopped = '86400';   // gateway seconds
 
-// What the card is given instead of what it offers: the stall is in real time.
-const inputs = {stall: {seconds: '3'}};
+// These have happened when they have begun, and end by themselves.
+const strokes = ['alarm-burst', 'kill-service'];
 
-// The newest run of a fault, when it has ended.
-async function ended(bench, fault) {
-  const {recent} = await bench.get('/api/faults');
-  return recent.filter((run) => run.fault === fault).sort((a, b) => b.run - a.run)[0] ?? null;
+// The newest run of a fault, active or ended.
+async function newestRun(bench, fault) {
+  const {active, recent} = await bench.get('/api/faults');
+  return [...active, ...recent].filter((run) => run.fault === fault).sort((a, b) => b.run - a.run)[0] ?? null;
 }
 
-function told(run) {
-  const missed = run.expectations.filter((each) => each.met_unix_s === null).map((each) => each.text);
-  return `${run.verdict}: ${run.text} Not seen: ${missed.join(' ') || 'nothing'}`;
+const unseen = (run) => run.expectations.filter((each) => each.met_unix_s === null);
+
+// Waits until the newest run of a fault passes `test`; says at a failure what has not been seen of it.
+async function runThat(bench, fault, test) {
+  let run = null;
+  await until(fault, async () => {
+    run = await newestRun(bench, fault);
+    return run !== null && test(run);
+  }, kLongestMs).catch((error) => {
+    throw new Error(`${error.message}: ${run?.state} ${run?.text} Not seen: ${run ? unseen(run).map((each) => each.text).join(' ') : 'anything'}`);
+  });
+  return run;
 }
 
-async function breakAndHeal(bench, opened, {fault, title, params}) {
+async function breakAndHeal(bench, opened, {fault, title}) {
   const card = opened.fault(fault);
-  for (const [name, value] of Object.entries(inputs[fault] ?? {})) {
-    await card.getByLabel(params.find((each) => each.name === name).title, {exact: true}).fill(value);
-  }
+  if (!strokes.includes(fault)) await card.getByLabel('Gateway seconds').fill(kUntilStopped);
   await card.getByRole('button', {name: `Start: ${title}`, exact: true}).click();
-  await card.getByRole('button', {name: `Stop: ${title}`, exact: true}).waitFor().catch(async () => {
+  await until('a run of the fault', () => newestRun(bench, fault)).catch(async () => {
     throw new Error(`it does not start: ${await card.innerText()} ${opened.trouble.join(' ')} ${bench.output.slice(-1000)}`);
   });
-  const run = await until(`the end of ${fault}`, () => ended(bench, fault), kLongestMs);
-  assert.equal(run.verdict, 'as expected', told(run));
+  if (!strokes.includes(fault)) {
+    await runThat(bench, fault, (run) => unseen(run).every((each) => each.phase !== 'during'));
+    await card.getByRole('button', {name: `Stop: ${title}`, exact: true}).click();
+  }
+  const run = await runThat(bench, fault, ({state}) => state === 'ended');
+  assert.deepEqual([run.verdict, unseen(run)], ['as expected', []], run.text);
   await card.getByText('as expected', {exact: true}).waitFor();
   assert.equal(await card.locator('.expectations .met').count(), run.expectations.length);
 }
@@ -50,10 +62,13 @@ function group(browser, name, chosen) {
       }
       await test.test('has lost no file in the end, and nothing is wrong', async () => {
         let account = null;
-        const isNormal = async () => { ({account} = await bench.state()); return account.normal; };
-        await until('all normal', isNormal).catch(() => { throw new Error(`not normal: ${account.reasons.join(' ')}`); });
+        // A killed service may leave one archive that it had not recorded. The account must say so.
+        const isKilled = faults.some(({fault}) => ['kill-service', 'power-cut'].includes(fault));
+        const isUnrecorded = () => isKilled && account.reasons.length === 1 && account.total.lost_unrecorded > 0;
+        const isNormal = async () => { ({account} = await bench.state()); return account.normal || isUnrecorded(); };
+        await until('all normal', isNormal, kLongestMs).catch(() => { throw new Error(`not normal: ${account.reasons.join(' ')}`); });
         const {total} = account;
-        assert.equal(total.lost + total.judged_sent, 0, JSON.stringify(total));
+        assert.equal(total.lost - (isKilled ? total.lost_unrecorded : 0) + total.judged_sent, 0, JSON.stringify(total));
         assert.deepEqual(opened.trouble, []);
       });
     } finally {
@@ -63,7 +78,7 @@ function group(browser, name, chosen) {
   });
 }
 
-// Three benches at once: faults of one bench disturb each other.
+// A bench for each group: faults of one bench disturb each other.
 export function faults(browser) {
   describe('the faults of the page', () => {
     group(browser, 'of the cloud', (fault) => fault.group === 'cloud' && fault.fault !== 'redirect');

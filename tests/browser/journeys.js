@@ -6,6 +6,8 @@ import {Page} from './page.js';
 
 const kPoint = '1/1:0001';
 const kDataId = 0x01010001;
+const kUntilStopped = '86400'; // gateway seconds of a fault
+const kHealsMs = 300000;
 
 const texts = (locator) => locator.allInnerTexts();
 
@@ -50,7 +52,7 @@ export function journeys(browser) {
       await card.getByText('As a table').click();
 
       const received = await until('a received value in the table', async () => {
-        const rows = (await cells(card)).filter((row) => row[2] !== '–');
+        const rows = (await cells(card)).filter((row) => /\d/.test(row[2])); // others: not due, or a gap
         return rows.length > 0 && rows;
       });
       const names = new Map((await bench.accepted('realdata')).map((name) => [clockOf(stampOf(name)), name]));
@@ -89,7 +91,7 @@ export function journeys(browser) {
     it('shows refused files waiting as the ledger has them, and draining when the cloud accepts again', async () => {
       await opened.show('#faults');
       const card = opened.fault('refuse-uploads');
-      await card.getByLabel('Gateway seconds').fill('300');
+      await card.getByLabel('Gateway seconds').fill(kUntilStopped);
       await card.getByRole('button', {name: /^Start: /}).click();
       await until('waiting files in the account, as many as rows with Result 0',
         async () => (await opened.account('pending')) >= 3 && (await opened.account('pending')) === await bench.waiting());
@@ -103,7 +105,9 @@ export function journeys(browser) {
       await page.getByRole('region', {name: 'Answer of the cloud'}).getByText('"status":1').waitFor();
 
       await opened.show('#faults');
-      await card.getByText('as expected', {exact: true}).waitFor({timeout: 60000});
+      await until('what should happen meanwhile, ticked off', async () => (await card.locator('.expectations .met').count()) >= 4);
+      await card.getByRole('button', {name: /^Stop: /}).click();
+      await card.getByText('as expected', {exact: true}).waitFor({timeout: kHealsMs});
       assert.equal(await card.locator('.expectations .met').count(), await card.locator('.expectations li').count());
       await until('no file waits, in the account and in the ledger',
         async () => (await opened.account('pending')) === 0 && (await bench.waiting()) === 0);
@@ -114,24 +118,28 @@ export function journeys(browser) {
     it('shows a gap and names its cause, where the ledger has no file', async () => {
       await opened.show('#faults');
       const card = opened.fault('stop-acquisition');
+      await card.getByLabel('Gateway seconds').fill(kUntilStopped);
       await card.getByRole('button', {name: /^Start: /}).click();
       await opened.show('#road');
       await page.locator('.stage', {hasText: 'the acquisition side does not run'}).waitFor();
       await opened.show('#faults');
-      await card.getByText('as expected', {exact: true}).waitFor({timeout: 60000});
+      await until('what should happen meanwhile, ticked off', async () => (await card.locator('.expectations .met').count()) >= 2);
+      await card.getByRole('button', {name: /^Stop: /}).click();
+      await card.getByText('as expected', {exact: true}).waitFor({timeout: kHealsMs});
 
       await opened.show('#month');
       const gaps = page.locator('section', {has: page.getByRole('heading', {name: 'Gaps'})});
-      const [[from, to, missing, cause]] = await until('a gap in words', async () => {
-        const rows = await cells(gaps);
-        return rows.length > 0 && rows;
-      });
-      assert.match(cause, /Brennik Get RealData error|acquisition/);
+      // A busy desk may have gaps of its own, for another cause.
+      const [from, to, missing] = await until('a gap whose cause is the acquisition side', async () =>
+        (await cells(gaps)).find((row) => /the acquisition side published nothing/.test(row[3])));
+      const {interval_s: interval} = await bench.get('/api/month');
+      const unix = (text) => Date.parse(`${text}Z`) / 1000;
+      const due = Math.round((unix(to) - unix(from)) / interval) - 1;
+      assert.equal(missing, `${due} ${due === 1 ? 'file' : 'files'}`);
       const stamp = (text) => text.replace(/\D/g, '');
       const files = await bench.ledger(`SELECT FileName FROM tJsonFileNames WHERE FileType=2
         AND substr(FileName,-21,14) > '${stamp(from)}' AND substr(FileName,-21,14) < '${stamp(to)}'`);
       assert.deepEqual(files, []);
-      assert.match(missing, /^[2-4] files$/);
 
       await page.getByRole('gridcell', {name: 'missing'}).first().click();
       const hour = page.locator('section', {has: page.getByRole('heading', {name: /^Hour:/})});

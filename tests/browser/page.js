@@ -9,6 +9,8 @@ const axeFile = createRequire(import.meta.url).resolve('axe-core/axe.min.js');
 const kArguments = ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking',
   '--disable-component-update', '--disable-sync', '--disable-font-subpixel-positioning'];
 
+const kLongestWaitMs = 60000; // for one thing on the page
+
 export const views = ['road', 'values', 'month', 'uploads', 'alarms', 'recalls', 'card', 'faults', 'scenarios', 'trace'];
 
 export function openBrowser() {
@@ -16,17 +18,24 @@ export function openBrowser() {
 }
 
 export class Page {
-  // `hash` is the view; `begin` is a function that runs in the page before the page's own code.
-  static async open(browser, address, {hash = '', begin = null, ...options} = {}) {
+  // `hash` is the view; `begin` is a function that runs in the page before the page's own code; with `clock` the test
+  // can hold and move the page's clock.
+  static async open(browser, address, {hash = '', begin = null, clock = false, ...options} = {}) {
     const opened = new Page();
     opened.context = await browser.newContext({viewport: {width: 1280, height: 900}, acceptDownloads: true, ...options});
+    opened.context.setDefaultTimeout(kLongestWaitMs);
     opened.trouble = [];
     if (begin) await opened.context.addInitScript(begin);
     opened.page = await opened.context.newPage();
+    if (clock) await opened.page.clock.install();
     opened.#watch();
-    await opened.page.goto(`${address}/${hash}`);
-    await opened.page.locator('main h1').waitFor();
+    if (address) await opened.#go(`${address}/${hash}`);
     return opened;
+  }
+
+  async #go(to) {
+    await this.page.goto(to);
+    await this.page.locator('main h1').waitFor();
   }
 
   #watch() {

@@ -6,6 +6,7 @@ import {access} from './access.js';
 import {faults} from './faults.js';
 import {journeys} from './journeys.js';
 import {outages} from './outage.js';
+import {tabs} from './tabs.js';
 
 let opened = null;
 const browser = () => { opened ??= openBrowser(); return opened; };
@@ -20,5 +21,6 @@ describe('the bench console', {concurrency: 3}, () => {
   access(browser);
   journeys(browser);
   outages(browser);
+  tabs(browser);
   after(async () => (await opened)?.close());
 });

@@ -10,9 +10,11 @@ constexpr long kEventsInAFile = 20;
 constexpr long kMostEvents = 500;
 constexpr long kBurstSeconds = 60;
 
+const char* const kQuestion = R"({"do":"state"})";
+
 bool AcquisitionSays(Actions& actions, const char* member) {
   rapidjson::Document state;
-  state.Parse(actions.Acquisition(R"({"do":"state"})").c_str());
+  state.Parse(actions.Acquisition(kQuestion).c_str());
   if (!state.IsObject() || !state.HasMember(member)) return false;
   const rapidjson::Value& value = state[member];
   return value.IsBool() ? value.GetBool() : !value.IsNull();
@@ -48,7 +50,10 @@ Fault StopAcquisition() {
   };
   fault.begin = [](Actions& actions, const FaultParams&) -> Undo {
     actions.Stop("acquisition");
-    return [](Actions& bench) { bench.Start("acquisition"); };
+    return [](Actions& bench) {
+      bench.Start("acquisition");
+      RequireAcquisition(bench);
+    };
   };
   return fault;
 }
@@ -126,6 +131,10 @@ Fault AlarmBurst() {
 }
 
 }  // namespace
+
+void RequireAcquisition(Actions& actions) {
+  actions.Acquisition(kQuestion);
+}
 
 std::vector<Fault> AcquisitionFaults() {
   return {StopAcquisition(), EmptySegment(), UnpublishedPoint(), AlarmBurst()};

@@ -90,6 +90,8 @@ bool Collide(const Fault& one, const FaultParams& oneParams, const Fault& other,
 
 // The kinds of files with a row that waits in the ledger.
 inline const std::vector<std::string> kPendingKinds = {"realdata", "alarmdata"};
+// Throws until the acquisition side takes orders, so that the next fault can begin at once.
+void RequireAcquisition(Actions& actions);
 
 // Expectations that many faults share.
 Expectation LogsDuring(const std::string& text, const std::string& logged);

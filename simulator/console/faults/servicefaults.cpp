@@ -41,8 +41,10 @@ Fault KillService() {
   return fault;
 }
 
+// The service starts last: its login is to come after the fault.
 void PowerOn(Actions& actions) {
   actions.Start("acquisition");
+  RequireAcquisition(actions);
   actions.Start("service");
 }
 

@@ -49,11 +49,11 @@ function newestRun(faults, id) {
 
 function buildNow(view) {
   const list = h('ul.plain');
-  const names = changed((runs) => fill(list, runs.length === 0 && h('li.hint', 'No fault is active. Start one below.'),
+  const names = changed((runs) => fill(list, runs.length === 0 && h('li.hint', 'The console has no fault active. Trouble that comes from elsewhere is not listed here: look at the road.'),
     runs.map((run) => h('li', verdictBadge(run), ' ', h('strong', run.title), ' ', runText(run)))));
   // Rounded to five seconds: the list is read, not watched.
   view.onState((state) => names((state.faults?.active ?? []).map((run) => ({...run, expectations: [], text: Math.ceil(gatewayNow() / 5)}))));
-  return panel('Active now', list);
+  return panel('Active faults of the console', list);
 }
 
 function buildCatalogue(view, place, catalogue) {

@@ -2,23 +2,21 @@
 // seconds when the server is gone and comes back by itself.
 import {get} from './api.js';
 import {setOffset} from './format.js';
+import {Stream} from './stream.js';
 
-const kAskAfterMs = 3300;   // no event for so long: ask
-const kGoneAfterMs = 4300;  // no event and no answer for so long: gone
-const kAgainAfterMs = 2000;
+const kAskAfterMs = 3300;    // no event for so long: ask
+const kGoneAfterMs = 4300;   // no event and no answer for so long: gone
+const kAgainAfterMs = 2000;  // ask a server that is gone
+const kStuckAfterMs = 7000;  // the server answers, but there was no event for so long: not even a heartbeat
+const kAsleepMs = 2000;      // the page itself did not run for so long
 const kLinesKept = 300;
 
-// A browser opens at most six connections to a server, all its tabs together. So one tab has the stream and passes
-// each event on to the others; when it closes, the next one takes over.
-const tabs = new BroadcastChannel('bench-events');
-const takes = {};
-
-let source = null;
-let seenAt = performance.now();
+let seenAt = performance.now();   // an event or an answer
+let heardAt = performance.now();  // an event
+let lookedAt = performance.now();
+let askedAt = 0;
 let stateAt = performance.now();
 let asking = false;
-let leads = false; // this tab has the stream
-let again = 0;
 const listeners = {state: new Set(), lines: new Set(), gone: new Set(), tick: new Set()};
 
 // `goneSince` is a time of the browser in milliseconds, null while the server is there.
@@ -78,74 +76,68 @@ function seen() {
   readState();
 }
 
-function lost() {
-  if (source) source.close();
-  source = null;
-  if (leads && !again) again = setTimeout(open, kAgainAfterMs);
+function gone() {
   if (live.goneSince !== null) return;
   live.goneSince = Date.now();
   tell('gone', live.goneSince);
 }
 
-async function readState() {
+// Asks for the state, and calls `failed()` when no answer comes. An event may have overtaken the answer.
+async function readState(failed = () => {}) {
   if (asking) return;
   asking = true;
+  askedAt = performance.now();
   try {
     const state = await get('/api/state', {}, kGoneAfterMs - kAskAfterMs);
     seen();
-    takeState(state);
+    if (!live.state || state.clocks.real_unix_s >= live.state.clocks.real_unix_s || heardAt < askedAt) takeState(state);
+    // A hidden tab need not hear anything.
+    if (performance.now() - heardAt > kStuckAfterMs && !document.hidden) stream.takeOver();
   } catch {
-    // Silence says enough: look() notices it.
+    failed();
   } finally {
     asking = false;
   }
 }
 
-takes.state = takeState;
-takes.lines = (data) => takeLines(data.lines);
-takes.heartbeat = () => {};
-takes.resync = readState;
+const takes = {state: takeState, lines: (data) => takeLines(data.lines), heartbeat() {}, resync() { readState(); }};
 
 function take(name, data) {
+  heardAt = performance.now();
   seen();
   takes[name](data);
 }
 
-function listen(name) {
-  source.addEventListener(name, (event) => {
-    const data = JSON.parse(event.data || 'null');
-    tabs.postMessage({name, data});
-    take(name, data);
-  });
-}
-
-function open() {
-  clearTimeout(again);
-  again = 0;
-  source = new EventSource('/api/events');
-  source.addEventListener('open', seen);
-  source.addEventListener('error', lost);
-  Object.keys(takes).forEach(listen);
-}
+// A stream that ends at once tells of a server that has ended, unless it answers.
+const stream = new Stream(take, () => readState(gone));
 
 function look() {
-  const silent = performance.now() - seenAt;
-  if (live.goneSince === null && silent > kGoneAfterMs) lost();
-  else if (live.goneSince === null && silent > kAskAfterMs) readState();
+  const now = performance.now();
+  // After a sleep the page asks first: it was not the server that was silent.
+  if (now - lookedAt > kAsleepMs) seenAt = Math.max(seenAt, now - kAskAfterMs);
+  lookedAt = now;
+  const silent = now - seenAt;
+  if (silent > kGoneAfterMs) gone();
+  if (silent > kAskAfterMs && (live.goneSince === null || now - askedAt > kAgainAfterMs)) readState();
   tell('tick', null);
 }
 
-// Starts the stream. Called once.
+// Starts the stream. Called once. A page that the browser keeps for the way back, or freezes, lets another tab have
+// the stream.
 export function start() {
   readState();
-  tabs.addEventListener('message', (event) => take(event.data.name, event.data.data));
-  // The lock is never given back: it ends with the tab.
-  navigator.locks.request('bench-events', () => {
-    leads = true;
-    open();
-    return new Promise(() => {});
-  });
+  stream.start();
   setInterval(look, 500);
+  const wake = () => {
+    stream.start();
+    readState();
+  };
+  addEventListener('pagehide', () => stream.stop());
+  addEventListener('pageshow', (event) => {
+    if (event.persisted) wake();
+  });
+  document.addEventListener('freeze', () => stream.stop());
+  document.addEventListener('resume', wake);
   document.addEventListener('visibilitychange', () => {
     if (!document.hidden) readState();
   });

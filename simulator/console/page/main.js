@@ -84,6 +84,14 @@ function skip(event) {
   (main.querySelector('h1') ?? main).focus();
 }
 
+// Titles take the focus for those who hear the page. Only who uses the keyboard needs to see it there.
+function noteKeys() {
+  const note = (keys) => () => document.body.classList.toggle('by-keys', keys);
+  addEventListener('keydown', note(true), true);
+  addEventListener('pointerdown', note(false), true);
+}
+
+noteKeys();
 document.getElementById('skip').addEventListener('click', skip);
 const nav = buildNav();
 startBar(document.getElementById('bar'));

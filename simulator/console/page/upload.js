@@ -13,10 +13,10 @@ function buildChecks(checks) {
   if (checks.length === 0) return panel('Checks of the cloud', h('p.empty', 'The cloud noted no check.'));
   const failed = checks.filter((check) => check.passed === false);
   const open = checks.filter((check) => check.passed === null);
-  const rows = table('Checks of the cloud', [{title: 'Check'}, {title: 'Result'}, {title: 'What was found'}]);
+  const rows = table('Checks of the cloud', [{title: 'Check', class: 'term'}, {title: 'Result'}, {title: 'What was found'}]);
   rows.fill([...failed, ...open, ...checks.filter((check) => check.passed)], (check) => check.name, (check) =>
-    [check.name, verdict(check.passed), check.text]);
-  const summary = failed.length === 0
+    [check.name, verdict(check.passed), check.text.replace(/^not checked, /, '')]); // the badge says so
+  const summary = failed.length + open.length === 0
     ? `All ${counted(checks.length, 'check')} passed.`
     : `${count(failed.length)} of ${counted(checks.length, 'check')} failed, ${count(open.length)} could not be made.`;
   return panel('Checks of the cloud', h('p', summary), rows.element);
@@ -47,11 +47,11 @@ function show(root, upload) {
     h('p', badge(upload.accepted ? 'good' : 'broken', upload.accepted ? 'accepted' : 'not accepted'),
       !upload.accepted && ` ${upload.verdict}`),
     h('p.actions',
-      h('a.button', {href: url('/api/uploads/archive', {id: upload.id}), download: upload.name}, 'Download the archive'),
-      h('a.button', {href: visit('trace', {name: upload.name})}, 'Trace of the file')),
+      upload.bytes > 0 && h('a.button', {href: url('/api/uploads/archive', {id: upload.id}), download: upload.name}, 'Download the archive'),
+      upload.name && h('a.button', {href: visit('trace', {name: upload.name})}, 'Trace of the file')),
     panel('Upload', facts([
       ['Kind', kind(upload.kind)], ['Stamp', stamp(upload.stamp_unix_s)], ['Received', stamp(upload.time_unix_s)],
-      ['Size', bytes(upload.bytes)], ['Attempt', `${count(upload.attempt)} of ${count(upload.attempts)}`],
+      ['Size', bytes(upload.bytes)], upload.name && ['Attempt', `${count(upload.attempt)} of ${count(upload.attempts)}`],
       ['Devices and points', `${counted(upload.devices, 'device')}, ${counted(upload.points, 'point')}`],
     ])),
     buildChecks(upload.checks ?? []), buildDocument(upload), buildParts(upload),

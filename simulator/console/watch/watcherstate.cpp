@@ -18,6 +18,7 @@ void WriteCounts(JsonWriter& json, const char* key, const Counts& counts) {
   Put(json, "aged", counts.aged);
   Put(json, "judged_sent", counts.judgedSent);
   Put(json, "lost", counts.lost);
+  Put(json, "lost_unrecorded", counts.lost - counts.lostRecorded);
   Put(json, "delivered_twice", counts.deliveredTwice);
   json.EndObject();
 }

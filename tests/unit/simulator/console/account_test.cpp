@@ -82,6 +82,7 @@ TEST_F(AccountTest, CallsAnArchiveLostThatARestartedServiceDoesNotKnow) {
   m_now += 300;
 
   EXPECT_EQ(Settled(kSnapshot), FileState::kLost);
+  EXPECT_EQ(m_account.Total().lostRecorded, 0);
 }
 
 TEST_F(AccountTest, CallsAFileJudgedSentThatTheCloudNeverAccepted) {
@@ -95,6 +96,7 @@ TEST_F(AccountTest, CallsAFileLostWhoseRowWentBeforeItsAge) {
   Ledger({});
 
   EXPECT_EQ(Settled(kSnapshot), FileState::kLost);
+  EXPECT_EQ(m_account.Total().lostRecorded, 1);
 }
 
 TEST_F(AccountTest, CallsAFileAgedWhoseRowAndArchiveWentAfter31Days) {

@@ -34,6 +34,7 @@ class FakeBench : public console::Actions {
   std::string trouble{};  // not empty: every action throws it
   std::string reason{};   // why there are no faults
   std::string refused{};  // an endpoint for which the cloud takes no behaviour
+  bool isDeaf = false;    // the acquisition side runs, but takes no orders yet
 
   std::string Cloud(const std::string& text) override {
     const rapidjson::Document order = Read(text);
@@ -51,6 +52,7 @@ class FakeBench : public console::Actions {
     return R"({"ok":true,"standing":{)" + standing + R"(},"redirect":")" + world.redirect + "\"}";
   }
   std::string Acquisition(const std::string& text) override {
+    if (isDeaf) throw std::runtime_error("nobody listens");
     const rapidjson::Document order = Read(text);
     const std::string what = order["do"].GetString();
     if (what == "empty" || what == "leave-out") world.trouble.insert(what);

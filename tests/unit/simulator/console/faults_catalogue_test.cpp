@@ -62,6 +62,28 @@ TEST(FaultCatalogue, PutsEachFaultRightAgain) {
   }
 }
 
+TEST(FaultCatalogue, PutsTheAcquisitionSideRightOnlyWhenItTakesOrdersAgain) {
+  for (const char* name : {"stop-acquisition", "power-cut"}) {
+    test::FakeBench bench;
+    const console::Undo undo = FindFault(name)->begin(bench, {});
+    bench.isDeaf = true;  // as a program is that has just started
+
+    EXPECT_THROW(undo(bench), std::runtime_error) << name;
+    bench.isDeaf = false;
+    undo(bench);
+    EXPECT_TRUE(bench.world == test::FakeBench::World()) << name;
+  }
+}
+
+TEST(FaultCatalogue, StartsTheServiceAfterTheAcquisitionSideOnceThePowerIsBack) {
+  test::FakeBench bench;
+  const console::Undo undo = FindFault("power-cut")->begin(bench, {});
+  bench.isDeaf = true;
+
+  EXPECT_THROW(undo(bench), std::runtime_error);
+  EXPECT_FALSE(bench.world.running.contains("service"));
+}
+
 TEST(FaultCatalogue, AsksTheProgramWhetherItStillDoesIt) {
   for (const Fault& fault : FaultCatalogue()) {
     if (!fault.isThere) continue;
