@@ -9,7 +9,7 @@
 namespace console {
 namespace {
 
-constexpr std::size_t kMostRecalls = 2000;
+constexpr std::size_t kMostKeptRecalls = 2000;
 
 }  // namespace
 
@@ -20,7 +20,7 @@ void AnsweredOrders::Note(const FileKey& key, const std::string& document) {
   const rapidjson::Value& order = parsed;
   const auto id = order.FindMember("id");
   if (id == order.MemberEnd() || !id->value.IsInt64()) return;
-  if (m_orders.size() >= kMostRecalls) m_orders.erase(m_orders.begin());
+  if (m_orders.size() >= kMostKeptRecalls) m_orders.erase(m_orders.begin());
   m_orders[key] = id->value.GetInt64();
 }
 
@@ -32,7 +32,7 @@ void AnsweredOrders::Take(const Arrival& arrival) {
   if (!arrival.accepted || order == m_orders.end()) return;
   std::uint64_t& newest = m_accepted[order->second];
   newest = std::max(newest, key->stamp);
-  if (m_accepted.size() > kMostRecalls) m_accepted.erase(m_accepted.begin());
+  if (m_accepted.size() > kMostKeptRecalls) m_accepted.erase(m_accepted.begin());
 }
 
 void AnsweredOrders::Tell(Account& account) {
@@ -45,7 +45,7 @@ void AnsweredOrders::Tell(Account& account) {
       if (accepted == m_accepted.end() || accepted->second <= key.stamp) continue;
       return account.TakeAnswered(key);  // the next look finds the next one
     }
-    if (!seen.hasArchive || m_asked.size() >= kMostRecalls || !m_asked.insert(key).second) continue;
+    if (!seen.hasArchive || m_asked.size() >= kMostKeptRecalls || !m_asked.insert(key).second) continue;
     const std::string path = std::string(paths::kCallData) + "/" + BaseNameOf(key);
     return Note(key, status::ReadArchive(m_place.At(path)).document);
   }

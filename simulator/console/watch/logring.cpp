@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <mutex>
-#include <ranges>
 #include <utility>
 
 namespace console {
@@ -68,11 +67,14 @@ std::vector<KeptRecord> LogRing::Find(const LogQuery& query) const {
   const Lock lock(m_mutex);
   const int rank = RankOfLevel(query.level);
   std::vector<KeptRecord> found;
-  for (const KeptRecord& record : m_records | std::views::reverse) {
-    if (found.size() >= query.limit || record.id <= query.after) break;
-    if (query.before != 0 && record.id >= query.before) continue;
-    if (RankOfLevel(record.level) < rank) continue;
-    if (HoldsInEitherCase(record.text, query.text)) found.push_back(record);
+  const auto isWanted = [&](const KeptRecord& record) {
+    return (query.before == 0 || record.id < query.before) && RankOfLevel(record.level) >= rank &&
+           HoldsInEitherCase(record.text, query.text);
+  };
+  for (auto record = m_records.rbegin();
+       record != m_records.rend() && found.size() < query.limit && record->id > query.after;
+       ++record) {
+    if (isWanted(*record)) found.push_back(*record);
   }
   std::reverse(found.begin(), found.end());
   return found;
@@ -96,10 +98,10 @@ bool LogRing::Logged(std::string_view text, std::time_t since) const {
 
 std::time_t LogRing::LastOf(std::string_view start) const {
   const Lock lock(m_mutex);
-  for (const KeptRecord& record : m_records | std::views::reverse) {
-    if (record.text.starts_with(start)) return record.last;
-  }
-  return 0;
+  const auto record =
+      std::find_if(m_records.rbegin(), m_records.rend(),
+                   [&](const KeptRecord& each) { return each.text.starts_with(start); });
+  return record == m_records.rend() ? 0 : record->last;
 }
 
 long LogRing::Newest() const {
