@@ -108,7 +108,8 @@ std::string OrderLine(const RecallOrderText& order) {
   std::string line = std::to_string(order.id) + ":";
   for (const auto& [device, points] : devices) {
     if (!line.ends_with(':')) line += ";";
-    line += device + ":" + points + "@" + order.from + ".." + order.to;
+    line.append(device).append(":").append(points).append("@");
+    line.append(order.from).append("..").append(order.to);
   }
   return line;
 }
