@@ -45,7 +45,8 @@ void AnsweredOrders::Tell(Account& account) {
       if (accepted == m_accepted.end() || accepted->second <= key.stamp) continue;
       return account.TakeAnswered(key);  // the next look finds the next one
     }
-    if (!seen.hasArchive || m_asked.size() >= kMostKeptRecalls || !m_asked.insert(key).second) continue;
+    if (!seen.hasArchive || m_asked.size() >= kMostKeptRecalls || !m_asked.insert(key).second)
+      continue;
     const std::string path = std::string(paths::kCallData) + "/" + BaseNameOf(key);
     return Note(key, status::ReadArchive(m_place.At(path)).document);
   }

@@ -58,7 +58,7 @@ struct Age {
   std::time_t below;  // seconds
 };
 constexpr std::array kAges = {Age{"under an hour", 3600}, Age{"under a day", 86400},
-                              Age{"under 7 days", 7 * 86400}, Age{"under 31 days", 31 * 86400},
+                              Age{"under 7 days", 7L * 86400}, Age{"under 31 days", 31L * 86400},
                               Age{"older", 0}};
 
 struct AgeCounts {

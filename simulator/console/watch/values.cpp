@@ -1,6 +1,7 @@
 #include "console/watch/values.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -214,7 +215,9 @@ Reply Values::ReplySeries(const Call& call, std::time_t now) const {
   if (dataIds.empty()) {
     return ErrorReply(400, "ids takes up to 8 points such as 1/3:1123, with commas between them");
   }
-  long minutes = std::atol(call.Get("minutes").c_str());
+  const std::string asked = call.Get("minutes");
+  long minutes = kDefaultMinutes;
+  std::from_chars(asked.data(), asked.data() + asked.size(), minutes);
   if (minutes <= 0) minutes = kDefaultMinutes;
   const std::time_t from = now - std::min<long>(minutes, 31L * 24 * 60) * 60;
   std::map<std::uint32_t, std::vector<AlarmMark>> marks;  // asked for without the lock
