@@ -47,8 +47,9 @@ std::string FailureText(std::string_view text) {
 
 std::string AnswerText(std::string_view text) {
   const std::size_t begin = text.find('{');
-  rapidjson::Document answer;
-  if (begin != std::string_view::npos) answer.Parse(text.data() + begin, text.size() - begin);
+  rapidjson::Document parsed;
+  if (begin != std::string_view::npos) parsed.Parse(text.data() + begin, text.size() - begin);
+  const rapidjson::Document& answer = parsed;
   if (begin == std::string_view::npos || answer.HasParseError() || !answer.IsObject()) {
     return OnOneLine(text);
   }
