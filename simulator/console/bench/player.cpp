@@ -1,5 +1,7 @@
 #include "console/bench/player.h"
 
+#include <algorithm>
+
 #include "console/bench/placeholders.h"
 #include "console/web/httpstatus.h"
 #include "util/text.h"
@@ -90,10 +92,7 @@ class Player {
 
 bool Play(const Scenario& scenario, const PlayTools& tools) {
   const Player player(tools);
-  for (const Step& step : scenario.steps) {
-    if (!player.Do(step)) return false;
-  }
-  return true;
+  return std::ranges::all_of(scenario.steps, [&](const Step& step) { return player.Do(step); });
 }
 
 }  // namespace console

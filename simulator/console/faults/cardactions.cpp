@@ -102,7 +102,7 @@ std::vector<std::string> CardActions::Names() const {
 
 void CardActions::MoveAll(const std::string& from, const std::string& to,
                           const std::vector<std::string>& names) const {
-  for (const std::string& name : names) fs::rename(from + "/" + name, to + "/" + name);
+  for (const std::string& name : names) fs::rename(fs::path(from) / name, fs::path(to) / name);
 }
 
 void CardActions::Pull() {

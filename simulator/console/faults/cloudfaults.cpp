@@ -65,10 +65,10 @@ void OrderHistory(Actions& actions) {
   const std::time_t now = actions.Now();
   constexpr std::time_t kFrom = 2400;
   constexpr std::time_t kTo = 600;
-  constexpr std::time_t kFirstOrder = 900000000;  // beyond those that people order
+  constexpr long long kFirstOrder = 900000000;  // beyond those that people order
   constexpr std::time_t kOrders = 1000000000;
-  actions.Cloud(util::Format(R"({"do":"order","order":"%lld:1/1:0001@%s..%s"})",
-                             static_cast<long long>(kFirstOrder + now % kOrders),
+  const long long order = kFirstOrder + now % kOrders;
+  actions.Cloud(util::Format(R"({"do":"order","order":"%lld:1/1:0001@%s..%s"})", order,
                              Minute(now - kFrom).c_str(), Minute(now - kTo).c_str()));
 }
 

@@ -71,7 +71,8 @@ void Faults::AllOff() {
   const std::lock_guard lock(m_mutex);
   m_random.reset();
   // The latest first: a fault may have begun on top of another one.
-  for (auto run = m_runs.rbegin(); run != m_runs.rend(); ++run) run->Stop(m_seen, m_actions);
+  std::for_each(m_runs.rbegin(), m_runs.rend(),
+                [&](FaultRun& run) { run.Stop(m_seen, m_actions); });
 }
 
 void Faults::StartRandom(double minutes, std::uint32_t seed) {

@@ -44,7 +44,7 @@ class Faults {
   };
   int Start(const std::string& name, const FaultParams& params, double seconds);
   // False when no such run is active. A fault with the same parameters is active only once.
-  bool Stop(int run);
+  bool Stop(int number);
   bool Stop(const std::string& name, const FaultParams& params);
   // Ends all runs, and the random faults. What cannot be put right now is tried again at every
   // look.
@@ -73,7 +73,7 @@ class Faults {
   void GoOnAtRandom();
   bool FitsNow(const Fault& fault, const FaultParams& params) const;
   void ForgetOldRuns();
-  void WriteRun(JsonWriter& json, int run) const;
+  void WriteRun(JsonWriter& json, int number) const;
   void WriteRuns(JsonWriter& json, const char* key, bool ended) const;
   void WriteRandom(JsonWriter& json) const;
   void WriteMembers(JsonWriter& json) const;

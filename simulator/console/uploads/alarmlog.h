@@ -1,11 +1,11 @@
 // Follows the alarm events that the acquisition side records on the card.
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <ctime>
 #include <map>
 #include <string>
+#include <tuple>
 
 namespace console {
 
@@ -15,7 +15,9 @@ struct EventId {
   int month = 0;
   std::int64_t row = 0;
 
-  auto operator<=>(const EventId&) const = default;
+  bool operator<(const EventId& other) const {
+    return std::tie(time, month, row) < std::tie(other.time, other.month, other.row);
+  }
 };
 
 // One event as recorded.

@@ -55,9 +55,10 @@ Part ReadPart(const std::string& parts) {
   document.Parse<rapidjson::kParseIterativeFlag>(parts.data(), parts.size());
   Part part;
   if (document.HasParseError() || !document.IsArray() || document.Empty()) return part;
+  const rapidjson::Value& first = document[0];
   const auto text = [&](const char* key) {
-    const auto member = document[0].FindMember(key);
-    const bool there = member != document[0].MemberEnd() && member->value.IsString();
+    const auto member = first.FindMember(key);
+    const bool there = member != first.MemberEnd() && member->value.IsString();
     return there ? std::string(member->value.GetString(), member->value.GetStringLength()) : "";
   };
   return {text("name"), text("filename"), text("type")};
