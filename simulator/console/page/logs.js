@@ -10,10 +10,12 @@ const kRecords = 100;
 
 const levels = [['', 'all levels'], ['DEBUG', 'DEBUG'], ['INFO', 'INFO'], ['WARN', 'WARN'], ['ERROR', 'ERROR'], ['FATAL', 'FATAL']];
 
-// Explanations are asked once for each text.
+// Explanations are asked once for each text. A call's address has limited room, and the begin of a record tells it.
+const kMostExplained = 300;
 const known = new Map();
 
-async function explain(text) {
+async function explain(record) {
+  const text = record.slice(0, kMostExplained);
   if (!known.has(text)) {
     if (known.size > 200) known.clear();
     known.set(text, (await get('/api/explain', {text})).messages);

@@ -15,7 +15,7 @@ export const slotStates = {
   pending: ['…', 'waits', 'made, and waits to be sent'],
   'judged-sent': ['?', 'judged sent', 'counts as sent on the gateway, but the cloud never accepted it'],
   aged: ['−', 'aged', 'removed unsent after 31 days'],
-  'sent-again': ['↻', 'sent again', 'accepted more than once'],
+  'sent-again': ['↻', 'sent again', 'it took more than one attempt, or was accepted more than once'],
   accepted: ['✓', 'accepted', 'accepted by the cloud'],
   none: ['', 'nothing due', 'no file was due'],
   before: ['', 'before the start', 'before the first file'],
@@ -111,16 +111,22 @@ class Grid {
   }
 }
 
+const kMostGaps = 200;
+
+// The newest gaps first.
 function gapTable() {
   const rows = table('Gaps', [{title: 'First missing', class: 'time'}, {title: 'Last missing', class: 'time'}, {title: 'Missing', class: 'num'}, {title: 'Cause'}]);
   const none = h('p.empty', 'There is no gap: every file that was due was made.');
-  const element = panel('Gaps', none, rows.element);
+  const more = h('p.hint', {hidden: true});
+  const element = panel('Gaps', none, rows.element, more);
   element.hidden = true;
   return {element, draw: changed((gaps) => {
     element.hidden = false;
     none.hidden = gaps.length > 0;
     rows.element.hidden = gaps.length === 0;
-    rows.fill(gaps.slice(0, 200), (gap) => gap.from_unix_s, (gap) => [stamp(gap.from_unix_s), `${stamp(gap.to_unix_s)}${gap.open ? ', goes on' : ''}`,
+    more.hidden = gaps.length <= kMostGaps;
+    setText(more, `${counted(gaps.length - kMostGaps, 'older gap')} not shown`);
+    rows.fill([...gaps].reverse().slice(0, kMostGaps), (gap) => gap.from_unix_s, (gap) => [stamp(gap.from_unix_s), `${stamp(gap.to_unix_s)}${gap.open ? ', goes on' : ''}`,
       counted(gap.missing, 'file'), gap.cause || 'not known']);
   })};
 }

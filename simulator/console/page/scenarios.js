@@ -1,4 +1,4 @@
-// Scenarios: every action is a request. A session is recorded into a file that plays without a page.
+// Scenarios: every action is a request. A session is recorded into a file that plays by itself.
 import {onRequest, post, requests} from './api.js';
 import {badge, changed, field, fill, h, keyed} from './dom.js';
 import {counted, sentence} from './format.js';
@@ -29,7 +29,7 @@ function buildRecorder(view) {
 
 function buildPlay() {
   const line = h('pre.code', {tabindex: '0', role: 'region', 'aria-label': 'Command that plays a scenario'}, 'scripts/run --scenario session.scenario');
-  return panel('Play', h('p', 'A scenario plays without a page and ends with 0, or with 1 when an expectation fails.'), line,
+  return panel('Play', h('p', 'A scenario plays by itself and ends with 0, or with 1 when an expectation fails.'), line,
     h('p', 'Add expectations to the file by hand, for instance:'),
     h('pre.code', {tabindex: '0', role: 'region', 'aria-label': 'Example of expectations'},
       'wait 120 account.total.pending >= 1\nexpect account.total.lost == 0'));

@@ -38,7 +38,7 @@ function buildDocument(upload) {
 
 function buildCurl(upload) {
   const line = h('pre.code.wrap', {tabindex: '0', role: 'region', 'aria-label': 'curl line that repeats the upload'}, upload.curl ?? '');
-  return panel('Repeat it', h('p', 'This line sends the same upload again from a terminal.'), line,
+  return panel('Repeat it', h('p', 'This line of bash sends the same upload again. It works inside the sandbox, where the cloud is, in the folder of the downloaded archive.'), line,
     copyButton(() => upload.curl ?? '', line));
 }
 

@@ -103,7 +103,7 @@ export const values = {
   title: 'Values',
   build(view) {
     const chosen = new Set((view.parameters.ids ?? '').split(',').filter(Boolean).slice(0, kSeries));
-    const minutes = select([['15', '15 minutes'], ['60', '1 hour'], ['240', '4 hours'], ['1440', '1 day']], '60');
+    const minutes = select([['15', '15 minutes'], ['60', '1 hour'], ['240', '4 hours'], ['600', '10 hours']], '60');
     const said = notice();
     const cards = buildCards(view);
     const old = h('div');
