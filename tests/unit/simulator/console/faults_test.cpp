@@ -114,6 +114,18 @@ TEST_F(Faults, SayWhatKeepsOneFromBeginning) {
   EXPECT_EQ(reply.body, R"({"error":"it cannot begin: the acquisition side does not run"})");
 }
 
+TEST_F(Faults, SayThatOneCannotBeKeptUpJustNow) {
+  Post("start", R"({"fault":"fill-card"})");
+  m_bench.trouble = "the card cannot be read";
+  Pass(5);
+  EXPECT_THAT(State(), HasSubstr("cannot be kept up just now: the card cannot be read"));
+  EXPECT_THAT(State(), HasSubstr(R"("state":"active")"));
+
+  m_bench.trouble.clear();
+  Pass(5);
+  EXPECT_THAT(State(), Not(HasSubstr("cannot be kept up")));
+}
+
 TEST_F(Faults, RefuseACallThatMakesNoSense) {
   for (const char* body :
        {R"({})", R"({"fault":7})", R"({"fault":"rain"})", R"({"fault":"stall","seconds":0})",
