@@ -13,19 +13,27 @@ constexpr double kSecondsInMinute = 60;
 
 }  // namespace
 
+Faults::Faults(Actions& actions) : m_actions(actions) {
+  Show();
+}
+
 void Faults::Look(const Seen& seen) {
-  const std::lock_guard lock(m_mutex);
+  const std::unique_lock lock(m_mutex, std::try_to_lock);
+  if (!lock.owns_lock()) return;
   m_seen = seen;
   for (FaultRun& run : m_runs) run.Look(seen, m_actions);
   GoOnAtRandom();
   ForgetOldRuns();
+  Show();
 }
 
 int Faults::Start(const std::string& name, const FaultParams& params, double seconds) {
   const std::lock_guard lock(m_mutex);
   const Fault* const fault = FindFault(name);
   if (fault == nullptr) throw std::invalid_argument("there is no fault '" + name + "'");
-  return Begin(*fault, params, seconds);
+  const int run = Begin(*fault, params, seconds);
+  Show();
+  return run;
 }
 
 int Faults::Begin(const Fault& fault, const FaultParams& params, double seconds) {
@@ -64,6 +72,7 @@ bool Faults::StopOne(const std::function<bool(const FaultRun&)>& isMeant) {
   });
   if (run == m_runs.end()) return false;
   run->Stop(m_seen, m_actions);
+  Show();
   return true;
 }
 
@@ -73,6 +82,7 @@ void Faults::AllOff() {
   // The latest first: a fault may have begun on top of another one.
   std::for_each(m_runs.rbegin(), m_runs.rend(),
                 [&](FaultRun& run) { run.Stop(m_seen, m_actions); });
+  Show();
 }
 
 void Faults::StartRandom(double minutes, std::uint32_t seed) {
@@ -82,6 +92,7 @@ void Faults::StartRandom(double minutes, std::uint32_t seed) {
                     .seed = seed,
                     .until = m_seen.elapsed + minutes * kSecondsInMinute,
                     .next = m_seen.elapsed};
+  Show();
 }
 
 // What others need is undisturbed also while a fault heals.

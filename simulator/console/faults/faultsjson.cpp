@@ -117,12 +117,20 @@ void Faults::WriteMembers(JsonWriter& json) const {
   WriteRandom(json);
 }
 
+void Faults::Show() {
+  std::string text = JsonReply([this](JsonWriter& json) {
+                       json.StartObject();
+                       WriteMembers(json);
+                       json.EndObject();
+                     }).body;
+  const std::lock_guard lock(m_shownMutex);
+  m_shown = std::move(text);
+}
+
 void Faults::WriteState(JsonWriter& json) const {
-  const std::lock_guard lock(m_mutex);
+  const std::lock_guard lock(m_shownMutex);
   json.Key("faults");
-  json.StartObject();
-  WriteMembers(json);
-  json.EndObject();
+  json.RawValue(m_shown.data(), m_shown.size(), rapidjson::kObjectType);
 }
 
 void Faults::WriteReport(JsonWriter& json) const {
