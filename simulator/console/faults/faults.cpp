@@ -40,8 +40,10 @@ int Faults::Begin(const Fault& fault, const FaultParams& params, double seconds)
   if (const std::string reason = m_actions.WhyNot(fault.name); !reason.empty())
     throw Refused(reason);
   for (const FaultRun& run : m_runs) {
-    if (run.Now() == FaultRun::State::kActive && Collide(fault, params, run.What(), run.Params())) {
-      throw Refused("it disturbs the same as '" + run.What().title + "', which is active");
+    if (!run.Over() && Collide(fault, params, run.What(), run.Params())) {
+      const bool isActive = run.Now() == FaultRun::State::kActive;
+      throw Refused("it disturbs the same as '" + run.What().title + "', which " +
+                    (isActive ? "is active" : "is not put right yet"));
     }
   }
   const double speed = params.contains("factor") ? static_cast<double>(NumberOf(params, "factor"))

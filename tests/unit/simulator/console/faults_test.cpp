@@ -180,6 +180,20 @@ TEST_F(Faults, DoNotDisturbTheSameTwice) {
   EXPECT_EQ(Post("start", R"({"fault":"lock-ledger"})").status, 200);
 }
 
+TEST_F(Faults, DoNotDisturbWhatIsNotPutRightYet) {
+  Post("start", R"({"fault":"fill-card"})");
+  m_bench.trouble = "the card cannot be read";
+  Post("stop", R"({"run":1})");
+  m_bench.trouble.clear();
+
+  const Reply refused = Post("start", R"({"fault":"fill-card"})");
+  EXPECT_EQ(refused.status, 409);
+  EXPECT_THAT(refused.body, HasSubstr("'Fill the card', which is not put right yet"));
+
+  Pass(1);
+  EXPECT_EQ(Post("start", R"({"fault":"fill-card"})").status, 200);
+}
+
 TEST_F(Faults, LastLongEnoughToBeSeenAtAHighSpeed) {
   m_bench.world.speed = 60;
 
