@@ -94,6 +94,7 @@ void Faults::StartRandom(double minutes, std::uint32_t seed) {
                     .seed = seed,
                     .until = m_seen.elapsed + minutes * kSecondsInMinute,
                     .next = m_seen.elapsed};
+  m_latestRandom = RandomStart{.seed = seed, .minutes = minutes, .started = m_seen.now};
   Show();
 }
 

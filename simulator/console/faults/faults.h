@@ -67,6 +67,12 @@ class Faults {
     double until = 0;  // on Seen::elapsed
     double next = 0;   // not before, on Seen::elapsed
   };
+  // What it takes to repeat a random run.
+  struct RandomStart {
+    std::uint32_t seed = 0;
+    double minutes = 0;
+    std::time_t started = 0;
+  };
 
   // All called with the mutex held.
   bool StopOne(const std::function<bool(const FaultRun&)>& isMeant);
@@ -78,6 +84,7 @@ class Faults {
   void WriteRun(JsonWriter& json, int number) const;
   void WriteRuns(JsonWriter& json, const char* key, bool ended) const;
   void WriteRandom(JsonWriter& json) const;
+  void WriteLatestRandom(JsonWriter& json) const;
   void WriteMembers(JsonWriter& json) const;
   void WriteFault(JsonWriter& json, const Fault& fault) const;
   void WriteReport(JsonWriter& json) const;
@@ -94,8 +101,9 @@ class Faults {
   std::list<FaultRun> m_runs{};  // the oldest first
   int m_latest = 0;              // number of the latest run
   std::optional<Random> m_random{};
-  mutable util::Mutex m_shownMutex{};  // guards the text; taken for a moment only
-  std::string m_shown{};               // the finished JSON of WriteState
+  std::optional<RandomStart> m_latestRandom{};  // stays when it is over
+  mutable util::Mutex m_shownMutex{};           // guards the text; taken for a moment only
+  std::string m_shown{};                        // the finished JSON of WriteState
 };
 
 }  // namespace console

@@ -264,6 +264,8 @@ TEST_F(Faults, AreOverWhenTheRandomTimeIs) {
   EXPECT_TRUE(m_bench.world == test::FakeBench::World());
   EXPECT_THAT(State(), HasSubstr(R"("random":null)"));
   EXPECT_THAT(State(), Not(HasSubstr(R"("state":"active")")));
+  EXPECT_THAT(console::AnswerGet(m_router, "/api/faults/report", {}).body,
+              HasSubstr(R"("random":{"seed":3,"minutes":60.0,"started_unix_s":1700000000})"));
 }
 
 TEST_F(Faults, ReportTheirVerdictsAndTheAccount) {
