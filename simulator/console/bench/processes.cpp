@@ -180,7 +180,9 @@ void Processes::Watch(One& one) {
   one.state.running = pid > 0;
   one.state.since = m_clock.Now();
   one.state.realSince = m_clock.Real();
-  one.state.text = (pid > 0 ? "running since " : "ended at ") + ClockOf(one.state.since);
+  const std::string time = ClockOf(one.state.since);
+  one.state.text =
+      pid > 0 ? "running since " + time : "ended at " + time + "; its supervisor does not tell why";
 }
 
 void Processes::Launch(One& one) {
