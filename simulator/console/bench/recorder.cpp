@@ -5,6 +5,7 @@
 
 #include "console/bench/placeholders.h"
 #include "console/web/httpstatus.h"
+#include "console/web/utf8.h"
 #include "util/text.h"
 
 namespace console {
@@ -62,7 +63,7 @@ void Recorder::WriteState(JsonWriter& json) const {
   json.Key("recording"), json.Bool(m_isRecording);
   json.Key("lines"), json.Uint64(m_lines.size());
   json.Key("last_curl");
-  m_lastCurl.empty() ? json.Null() : json.String(m_lastCurl.c_str());
+  m_lastCurl.empty() ? json.Null() : json.String(ValidUtf8(m_lastCurl).c_str());
   json.EndObject();
 }
 
