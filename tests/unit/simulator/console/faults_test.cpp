@@ -1,9 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <future>
-
 #include "console/faults/faults.h"
 #include "console/web/dispatch.h"
 #include "unit/simulator/console/fakebench.h"
@@ -106,37 +103,6 @@ TEST_F(Faults, AreRecordedByTheirName) {
             R"({"fault":"refuse-uploads","params":{"kind":"realdata"}})");
   EXPECT_EQ(m_faults.Lasting("/api/faults/stop", R"({"run":2})"), R"({"run":2})");
   EXPECT_EQ(m_faults.Lasting("/api/other", R"({"run":1})"), R"({"run":1})");
-}
-
-// Filling its card takes until it is let go.
-struct SlowBench : test::FakeBench {
-  void FillCard() override {
-    begun.set_value();
-    goOn.get_future().wait();
-    FakeBench::FillCard();
-  }
-  std::promise<void> begun{};
-  std::promise<void> goOn{};
-};
-
-TEST_F(Faults, TellTheirStateWhileAnActionIsUnderWay) {
-  SlowBench bench;
-  console::Faults faults(bench);
-  auto start = std::async(std::launch::async, [&] { faults.Start("fill-card", {}, 90); });
-  bench.begun.get_future().wait();
-
-  const auto look = std::async(std::launch::async, [&] {
-    faults.Look(m_seen);
-    console::JsonReply([&](console::JsonWriter& json) {
-      json.StartObject();
-      faults.WriteState(json);
-      json.EndObject();
-    });
-  });
-  EXPECT_EQ(look.wait_for(std::chrono::seconds(5)), std::future_status::ready);
-
-  bench.goOn.set_value();
-  start.get();
 }
 
 TEST_F(Faults, SayWhatKeepsOneFromBeginning) {
