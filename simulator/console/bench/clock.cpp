@@ -138,14 +138,17 @@ double Clock::Shown(const Setting& setting) const {
   return m_start + setting.offset + SinceStart() * setting.speed;
 }
 
-// A program reads the file as it was or as it becomes, never a part.
+// A program reads the file as it was or as it becomes, never a part. A file that could not be
+// written whole does not replace the old one.
 void Clock::Write(const Setting& setting) const {
   if (m_file.empty()) return;
   const std::string fresh = m_file + ".new";
-  std::ofstream(fresh) << util::Format("%+.6f x%.6f\n", setting.offset, setting.speed);
-  if (std::rename(fresh.c_str(), m_file.c_str()) != 0) {
-    throw std::runtime_error("The clock's file " + m_file + " cannot be written.");
-  }
+  std::ofstream file(fresh);
+  file << util::Format("%+.6f x%.6f\n", setting.offset, setting.speed);
+  file.close();
+  if (file && std::rename(fresh.c_str(), m_file.c_str()) == 0) return;
+  std::remove(fresh.c_str());
+  throw std::runtime_error("The clock's file " + m_file + " cannot be written.");
 }
 
 }  // namespace console

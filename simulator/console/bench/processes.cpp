@@ -117,13 +117,13 @@ void Processes::WriteState(JsonWriter& json) const {
   json.StartArray();
   for (const ProcessState& state : States()) {
     json.StartObject();
-    json.Key("name"), json.String(state.name.c_str());
+    WriteText(json, "name", state.name);
     json.Key("running"), json.Bool(state.running);
     json.Key("pid"), state.running ? json.Int(state.pid) : json.Null();
     json.Key("since_unix_s"), state.since > 0 ? json.Int64(state.since) : json.Null();
     json.Key("real_since_unix_s"), state.since > 0 ? json.Int64(state.realSince) : json.Null();
     json.Key("restarts"), json.Int(state.restarts);
-    json.Key("text"), json.String(state.text.c_str());
+    WriteText(json, "text", state.text);
     json.EndObject();
   }
   json.EndArray();
@@ -180,7 +180,9 @@ void Processes::Watch(One& one) {
   one.state.running = pid > 0;
   one.state.since = m_clock.Now();
   one.state.realSince = m_clock.Real();
-  one.state.text = (pid > 0 ? "running since " : "ended at ") + ClockOf(one.state.since);
+  const std::string time = ClockOf(one.state.since);
+  one.state.text =
+      pid > 0 ? "running since " + time : "ended at " + time + "; its supervisor does not tell why";
 }
 
 void Processes::Launch(One& one) {

@@ -5,6 +5,7 @@
 
 #include "console/bench/placeholders.h"
 #include "console/web/httpstatus.h"
+#include "console/web/utf8.h"
 #include "util/text.h"
 
 namespace console {
@@ -31,8 +32,13 @@ std::string Quoted(const std::string& text) {
 
 }  // namespace
 
-Recorder::Recorder(const Clock& clock, std::function<std::string()> address, Lasting lasting)
-    : m_clock(clock), m_address(std::move(address)), m_lasting(std::move(lasting)) {}
+Recorder::Recorder(const Clock& clock, std::function<std::string()> address, Lasting lasting,
+                   std::string start)
+    : m_clock(clock),
+      m_address(std::move(address)),
+      m_lasting(std::move(lasting)),
+      m_start(std::move(start)),
+      m_speed(clock.Speed()) {}
 
 void Recorder::Note(const std::string& path, const std::string& json) {
   if (path.starts_with("/api/scenario/")) return;
@@ -62,7 +68,7 @@ void Recorder::WriteState(JsonWriter& json) const {
   json.Key("recording"), json.Bool(m_isRecording);
   json.Key("lines"), json.Uint64(m_lines.size());
   json.Key("last_curl");
-  m_lastCurl.empty() ? json.Null() : json.String(m_lastCurl.c_str());
+  m_lastCurl.empty() ? json.Null() : json.String(ValidUtf8(m_lastCurl).c_str());
   json.EndObject();
 }
 
@@ -76,6 +82,7 @@ Reply Recorder::Record(const Call& call) {
     const std::lock_guard lock(m_mutex);
     if (on->value.GetBool() && !m_isRecording) {
       m_lines.clear();
+      m_speed = m_clock.Speed();
       m_latest = m_clock.Elapsed();
     }
     m_isRecording = on->value.GetBool();
@@ -90,7 +97,8 @@ Reply Recorder::Record(const Call& call) {
 
 std::string Recorder::File() const {
   const std::lock_guard lock(m_mutex);
-  std::string text = "# Recorded on the bench console.\n";
+  std::string text = "# Recorded on the bench console.\n" + m_start;
+  text += util::Format("speed %g\n", m_speed);
   for (const std::string& line : m_lines) text += line + "\n";
   return text;
 }

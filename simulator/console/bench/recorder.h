@@ -19,7 +19,9 @@ class Recorder {
   using Lasting = std::function<std::string(const std::string& path, const std::string& json)>;
 
   // The clock must outlive the object. `address` gives the page's address, "http://127.0.0.1:4711".
-  Recorder(const Clock& clock, std::function<std::string()> address, Lasting lasting = {});
+  // `start` holds the scenario lines that start the programs as they were started.
+  Recorder(const Clock& clock, std::function<std::string()> address, Lasting lasting = {},
+           std::string start = {});
 
   // An accepted POST with its JSON. Calls of /api/scenario/ are left out.
   void Note(const std::string& path, const std::string& json);
@@ -36,8 +38,10 @@ class Recorder {
   const Clock& m_clock;
   const std::function<std::string()> m_address;
   const Lasting m_lasting;
+  const std::string m_start;
   mutable util::Mutex m_mutex{};  // guards all below
   bool m_isRecording = false;
+  double m_speed = 1;   // of the clock when the recording began
   double m_latest = 0;  // when the latest line was written, on Clock::Elapsed
   std::vector<std::string> m_lines{};
   std::string m_lastCurl{};

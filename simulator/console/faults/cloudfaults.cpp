@@ -1,6 +1,7 @@
 // The cloud refuses, or sends the data elsewhere.
 #include "console/faults/cloudorders.h"
 #include "console/faults/fault.h"
+#include "program/ordernumbers.h"
 #include "util/text.h"
 
 namespace console {
@@ -65,9 +66,8 @@ void OrderHistory(Actions& actions) {
   const std::time_t now = actions.Now();
   constexpr std::time_t kFrom = 2400;
   constexpr std::time_t kTo = 600;
-  constexpr long long kFirstOrder = 900000000;  // beyond those that people order
   constexpr std::time_t kOrders = 1000000000;
-  const long long order = kFirstOrder + now % kOrders;
+  const long long order = program::kFirstOrderOfFaults + now % kOrders;
   actions.Cloud(util::Format(R"({"do":"order","order":"%lld:1/1:0001@%s..%s"})", order,
                              Minute(now - kFrom).c_str(), Minute(now - kTo).c_str()));
 }

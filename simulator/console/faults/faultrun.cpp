@@ -52,7 +52,7 @@ FaultRun::FaultRun(int id, const Fault& fault, FaultParams params, double second
 void FaultRun::Look(const Seen& seen, Actions& actions) {
   if (m_state == State::kEnded) return;
   if (m_state == State::kActive) {
-    if (m_fault->keepUp) m_fault->keepUp(actions);
+    KeepUp(actions);
     if (seen.elapsed >= m_until || !IsThere(seen, actions)) m_state = State::kHealing;
   }
   if (m_state == State::kHealing && !m_healed) Heal(seen, actions);
@@ -65,6 +65,17 @@ void FaultRun::Stop(const Seen& seen, Actions& actions) {
   m_isEarly = true;
   m_state = State::kHealing;
   Heal(seen, actions);
+}
+
+// The next look tries again.
+void FaultRun::KeepUp(Actions& actions) {
+  if (!m_fault->keepUp) return;
+  try {
+    m_fault->keepUp(actions);
+    m_text.clear();
+  } catch (const std::exception& error) {
+    m_text = std::string("cannot be kept up just now: ") + error.what();
+  }
 }
 
 // The program that was told to misbehave may have been started anew.

@@ -45,6 +45,7 @@ class FaultRun {
     std::optional<std::time_t> met{};
   };
 
+  void KeepUp(Actions& actions);
   void Heal(const Seen& seen, Actions& actions);
   void TickOff(const Seen& seen);
   void Judge(const Seen& seen);

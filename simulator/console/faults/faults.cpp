@@ -13,27 +13,37 @@ constexpr double kSecondsInMinute = 60;
 
 }  // namespace
 
+Faults::Faults(Actions& actions) : m_actions(actions) {
+  Show();
+}
+
 void Faults::Look(const Seen& seen) {
-  const std::lock_guard lock(m_mutex);
+  const std::unique_lock lock(m_mutex, std::try_to_lock);
+  if (!lock.owns_lock()) return;
   m_seen = seen;
   for (FaultRun& run : m_runs) run.Look(seen, m_actions);
   GoOnAtRandom();
   ForgetOldRuns();
+  Show();
 }
 
 int Faults::Start(const std::string& name, const FaultParams& params, double seconds) {
   const std::lock_guard lock(m_mutex);
   const Fault* const fault = FindFault(name);
   if (fault == nullptr) throw std::invalid_argument("there is no fault '" + name + "'");
-  return Begin(*fault, params, seconds);
+  const int run = Begin(*fault, params, seconds);
+  Show();
+  return run;
 }
 
 int Faults::Begin(const Fault& fault, const FaultParams& params, double seconds) {
   if (const std::string reason = m_actions.WhyNot(fault.name); !reason.empty())
     throw Refused(reason);
   for (const FaultRun& run : m_runs) {
-    if (run.Now() == FaultRun::State::kActive && Collide(fault, params, run.What(), run.Params())) {
-      throw Refused("it disturbs the same as '" + run.What().title + "', which is active");
+    if (!run.Over() && Collide(fault, params, run.What(), run.Params())) {
+      const bool isActive = run.Now() == FaultRun::State::kActive;
+      throw Refused("it disturbs the same as '" + run.What().title + "', which " +
+                    (isActive ? "is active" : "is not put right yet"));
     }
   }
   const double speed = params.contains("factor") ? static_cast<double>(NumberOf(params, "factor"))
@@ -64,6 +74,7 @@ bool Faults::StopOne(const std::function<bool(const FaultRun&)>& isMeant) {
   });
   if (run == m_runs.end()) return false;
   run->Stop(m_seen, m_actions);
+  Show();
   return true;
 }
 
@@ -73,6 +84,7 @@ void Faults::AllOff() {
   // The latest first: a fault may have begun on top of another one.
   std::for_each(m_runs.rbegin(), m_runs.rend(),
                 [&](FaultRun& run) { run.Stop(m_seen, m_actions); });
+  Show();
 }
 
 void Faults::StartRandom(double minutes, std::uint32_t seed) {
@@ -82,6 +94,8 @@ void Faults::StartRandom(double minutes, std::uint32_t seed) {
                     .seed = seed,
                     .until = m_seen.elapsed + minutes * kSecondsInMinute,
                     .next = m_seen.elapsed};
+  m_latestRandom = RandomStart{.seed = seed, .minutes = minutes, .started = m_seen.now};
+  Show();
 }
 
 // What others need is undisturbed also while a fault heals.

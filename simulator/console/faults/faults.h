@@ -22,18 +22,19 @@ namespace console {
 class Faults {
  public:
   // The actions must outlive the object.
-  explicit Faults(Actions& actions) : m_actions(actions) {}
+  explicit Faults(Actions& actions);
 
   // Adds /api/faults and what is below it.
   void AddRoutes(Router& router);
-  // The member "faults".
+  // The member "faults", as the latest look or call left it. Never waits for an action.
   void WriteState(JsonWriter& json) const;
 
   // What to record of an accepted call with this body: a run's number becomes the fault that it
   // is, because the next time it may have another number.
   std::string Lasting(const std::string& path, const std::string& body) const;
 
-  // Takes the latest look and lets the runs go on. Called about twice a second by one thread.
+  // Takes the latest look and lets the runs go on; does nothing while a call is under way. Called
+  // about twice a second by one thread.
   void Look(const Seen& seen);
 
   // Begins a fault for so many gateway seconds, and gives its number. Throws std::invalid_argument
@@ -66,16 +67,24 @@ class Faults {
     double until = 0;  // on Seen::elapsed
     double next = 0;   // not before, on Seen::elapsed
   };
+  // What it takes to repeat a random run.
+  struct RandomStart {
+    std::uint32_t seed = 0;
+    double minutes = 0;
+    std::time_t started = 0;
+  };
 
   // All called with the mutex held.
   bool StopOne(const std::function<bool(const FaultRun&)>& isMeant);
   int Begin(const Fault& fault, const FaultParams& params, double seconds);
   void GoOnAtRandom();
+  void Show();
   bool FitsNow(const Fault& fault, const FaultParams& params) const;
   void ForgetOldRuns();
   void WriteRun(JsonWriter& json, int number) const;
   void WriteRuns(JsonWriter& json, const char* key, bool ended) const;
   void WriteRandom(JsonWriter& json) const;
+  void WriteLatestRandom(JsonWriter& json) const;
   void WriteMembers(JsonWriter& json) const;
   void WriteFault(JsonWriter& json, const Fault& fault) const;
   void WriteReport(JsonWriter& json) const;
@@ -92,6 +101,9 @@ class Faults {
   std::list<FaultRun> m_runs{};  // the oldest first
   int m_latest = 0;              // number of the latest run
   std::optional<Random> m_random{};
+  std::optional<RandomStart> m_latestRandom{};  // stays when it is over
+  mutable util::Mutex m_shownMutex{};           // guards the text; taken for a moment only
+  std::string m_shown{};                        // the finished JSON of WriteState
 };
 
 }  // namespace console

@@ -111,18 +111,36 @@ void Faults::WriteRandom(JsonWriter& json) const {
   json.EndObject();
 }
 
+void Faults::WriteLatestRandom(JsonWriter& json) const {
+  json.Key("random");
+  if (!m_latestRandom) return void(json.Null());
+  json.StartObject();
+  json.Key("seed"), json.Uint(m_latestRandom->seed);
+  json.Key("minutes"), json.Double(m_latestRandom->minutes);
+  json.Key("started_unix_s"), json.Int64(m_latestRandom->started);
+  json.EndObject();
+}
+
 void Faults::WriteMembers(JsonWriter& json) const {
   WriteRuns(json, "active", false);
   WriteRuns(json, "recent", true);
   WriteRandom(json);
 }
 
+void Faults::Show() {
+  std::string text = JsonReply([this](JsonWriter& json) {
+                       json.StartObject();
+                       WriteMembers(json);
+                       json.EndObject();
+                     }).body;
+  const std::lock_guard lock(m_shownMutex);
+  m_shown = std::move(text);
+}
+
 void Faults::WriteState(JsonWriter& json) const {
-  const std::lock_guard lock(m_mutex);
+  const std::lock_guard lock(m_shownMutex);
   json.Key("faults");
-  json.StartObject();
-  WriteMembers(json);
-  json.EndObject();
+  json.RawValue(m_shown.data(), m_shown.size(), rapidjson::kObjectType);
 }
 
 void Faults::WriteReport(JsonWriter& json) const {
@@ -135,7 +153,7 @@ void Faults::WriteReport(JsonWriter& json) const {
   json.Key("made_unix_s"), json.Int64(m_seen.now);
   json.Key("ended"), json.Int64(ended);
   json.Key("not_as_expected"), json.Int64(failed);
-  WriteRandom(json);
+  WriteLatestRandom(json);
   json.Key("account");
   json.StartObject();
   WriteCounts(json, "total", m_seen.total);

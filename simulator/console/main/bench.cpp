@@ -59,7 +59,8 @@ Bench::Bench(const Options& options, const Scenario& scenario, const sigset_t& e
           m_clock, [this] { return m_address; },
           [this](const std::string& path, const std::string& json) {
             return m_parts.Lasting(path, json);
-          }),
+          },
+          StartLines(options, scenario)),
       m_parts(m_clock, m_processes, options),
       m_files(options.page, options.charts),
       m_server(m_router, m_events, m_files) {

@@ -28,8 +28,8 @@ std::string LineJson(const std::vector<std::pair<std::string, std::string>>& lin
            json.StartArray();
            for (const auto& [label, text] : lines) {
              json.StartObject();
-             json.Key("label"), json.String(label.c_str());
-             json.Key("text"), json.String(text.c_str());
+             WriteText(json, "label", label);
+             WriteText(json, "text", text);
              json.Key("real_unix_s"), json.Int64(real);
              json.EndObject();
            }

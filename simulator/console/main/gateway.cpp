@@ -4,6 +4,8 @@
 
 #include <csignal>
 #include <filesystem>
+#include <iomanip>
+#include <sstream>
 
 #include "collect/machine.h"
 #include "console/bench/placeholders.h"
@@ -27,6 +29,31 @@ void MakeOlder(const std::string& folder) {
   for (const auto& entry : fs::recursive_directory_iterator(folder)) {
     utime(entry.path().c_str(), &times);
   }
+}
+
+using Words = std::vector<std::string>;
+
+Words AcquisitionWords(const Options& options, const Scenario& scenario) {
+  if (!options.scenario.empty()) return scenario.acquisition;
+  return {"--event-interval=60", "--history-minutes=60"};
+}
+
+Words CloudWords(const Options& options, const Scenario& scenario) {
+  if (!options.scenario.empty()) return scenario.cloud;
+  return {"--order", kOrder};
+}
+
+// Double quotes hold a word with spaces together.
+std::string StartLine(const std::string& verb, const Words& words) {
+  if (words.empty()) return {};
+  std::ostringstream line;
+  line << verb;
+  for (const std::string& word : words) {
+    line << ' ';
+    const bool isPlain = !word.empty() && word.find_first_of(" \t\"\\") == std::string::npos;
+    isPlain ? line << word : line << std::quoted(word);
+  }
+  return line.str() + "\n";
 }
 
 void Append(std::vector<std::string>* command, const std::vector<std::string>& more,
@@ -77,13 +104,9 @@ void PrepareGateway(const Options& options) {
 std::vector<Processes::Program> ProgramsOf(const Options& options, const Scenario& scenario,
                                            std::time_t start) {
   const BenchPaths paths(options.folder);
-  const bool isPlain = options.scenario.empty();
   std::vector<std::string> acquisition = {options.build +
                                           "/simulator/acquisition/acquisition-simulator"};
-  Append(&acquisition,
-         isPlain ? std::vector<std::string>{"--event-interval=60", "--history-minutes=60"}
-                 : scenario.acquisition,
-         start);
+  Append(&acquisition, AcquisitionWords(options, scenario), start);
   acquisition.push_back("--control=" + paths.acquisitionControl);
   std::vector<std::string> cloud = {options.build + "/simulator/cloud/cloud-simulator",
                                     "--port=8080",
@@ -92,13 +115,18 @@ std::vector<Processes::Program> ProgramsOf(const Options& options, const Scenari
                                     std::string("--uploads=") + kUploads,
                                     "--index=" + paths.cloudIndex,
                                     "--control=" + paths.cloudControl};
-  Append(&cloud, isPlain ? std::vector<std::string>{"--order", kOrder} : scenario.cloud, start);
+  Append(&cloud, CloudWords(options, scenario), start);
   // On the page a redirect is one of the faults.
-  if (isPlain && !options.hasPage) cloud.emplace_back("--redirect=127.0.0.2:8080");
+  if (options.scenario.empty() && !options.hasPage) cloud.emplace_back("--redirect=127.0.0.2:8080");
   if (options.cycles > 0) cloud.push_back("--exit-after=" + std::to_string(options.cycles));
   return {ServiceOf(options),
           {.name = "acquisition", .command = acquisition},
           {.name = "cloud", .command = cloud}};
+}
+
+std::string StartLines(const Options& options, const Scenario& scenario) {
+  return StartLine("start", AcquisitionWords(options, scenario)) +
+         StartLine("cloud", CloudWords(options, scenario));
 }
 
 }  // namespace console

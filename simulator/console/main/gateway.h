@@ -48,4 +48,7 @@ void PrepareGateway(const Options& options);
 std::vector<Processes::Program> ProgramsOf(const Options& options, const Scenario& scenario,
                                            std::time_t start);
 
+// The same options of acquisition side and cloud as the first lines of a scenario.
+std::string StartLines(const Options& options, const Scenario& scenario);
+
 }  // namespace console

@@ -9,6 +9,7 @@
 #include "collect/archive.h"
 #include "console/uploads/recalldocument.h"
 #include "console/uploads/text.h"
+#include "program/ordernumbers.h"
 #include "util/paths.h"
 
 namespace console {
@@ -103,25 +104,26 @@ void Recalls::LookOnCard(Recall& recall) const {
 }
 
 Recall& Recalls::Find(int id) {
+  NoteNumber(id);
   Recall& recall = m_recalls[id];
   recall.order.id = id;
   return recall;
 }
 
+void Recalls::NoteNumber(int id) {
+  if (id < program::kFirstOrderOfFaults) m_highest = std::max(m_highest, id);
+}
+
 // A number that no order has had.
 int Recalls::NextId() {
   Follow();
-  const int known = m_recalls.empty() ? 0 : std::max(0, m_recalls.rbegin()->first);
   const program::ControlAnswer state = m_cloud.Call(R"({"do":"state"})");
   rapidjson::Document document;
   document.Parse(state.line.c_str());
-  int next = known + 1;
-  if (document.HasParseError() || !document.IsObject() || !document.HasMember("orders"))
-    return next;
-  for (const rapidjson::Value& id : document["orders"].GetArray()) {
-    next = std::max(next, id.GetInt() + 1);
+  if (!document.HasParseError() && document.IsObject() && document.HasMember("orders")) {
+    for (const rapidjson::Value& id : document["orders"].GetArray()) NoteNumber(id.GetInt());
   }
-  return next;
+  return m_highest + 1;
 }
 
 }  // namespace console

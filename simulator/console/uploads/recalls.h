@@ -51,6 +51,7 @@ class Recalls {
   void TakeUpload(const IndexedUpload& upload);
   void LookOnCard(Recall& recall) const;
   Recall& Find(int id);
+  void NoteNumber(int id);
   int NextId();
   Reply List();
   Reply Order(const Call& call);
@@ -62,6 +63,7 @@ class Recalls {
   const std::function<std::time_t()> m_now;
   util::Mutex m_mutex;
   std::map<int, Recall> m_recalls{};  // guarded by m_mutex; by the order's number
+  int m_highest = 0;                  // guarded by m_mutex; number of an order, not of a fault's
   std::int64_t m_lastAnswer = 0;      // guarded by m_mutex; ids of the index that were taken
   std::int64_t m_lastUpload = 0;      // guarded by m_mutex
 };

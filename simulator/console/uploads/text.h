@@ -7,11 +7,9 @@
 #include <string_view>
 
 #include "console/web/router.h"
+#include "console/web/utf8.h"
 
 namespace console {
-
-// The text as UTF-8: every byte that is no part of it becomes U+FFFD.
-std::string ValidUtf8(std::string_view text);
 
 // A member with a text that may hold anything.
 void WriteMember(JsonWriter& json, const char* key, std::string_view text);

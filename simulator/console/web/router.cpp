@@ -1,10 +1,13 @@
 #include "console/web/router.h"
 
+#include "console/web/utf8.h"
+
 namespace console {
 
 void WriteText(JsonWriter& json, const char* key, const std::string& text) {
+  const std::string valid = ValidUtf8(text);
   json.Key(key);
-  json.String(text.c_str(), static_cast<rapidjson::SizeType>(text.size()));
+  json.String(valid.c_str(), static_cast<rapidjson::SizeType>(valid.size()));
 }
 
 Reply JsonReply(const std::function<void(JsonWriter&)>& write) {

@@ -31,7 +31,7 @@ struct Reply {
   std::string downloadName{};  // not empty: the browser saves the body under it
 };
 
-// A member with a text of ours, which is UTF-8.
+// A member with a text, which may hold any bytes: it becomes UTF-8.
 void WriteText(JsonWriter& json, const char* key, const std::string& text);
 // A reply with the JSON that `write` writes.
 Reply JsonReply(const std::function<void(JsonWriter&)>& write);

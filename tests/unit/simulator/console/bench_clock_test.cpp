@@ -2,6 +2,7 @@
 #include "console/bench/clock.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <csignal>
@@ -120,6 +121,19 @@ TEST(BenchClock, DoesNotCountAStepAsTimePassed) {
 
   EXPECT_NEAR(clock.Exact(), kStart - 3600, 5);
   EXPECT_NEAR(clock.Elapsed(), 0, 5);
+}
+
+TEST(BenchClock, KeepsItsFileWhenTheDiskIsFull) {
+  Clock clock(kFile, kStart, 10);
+  Old old(clock);
+  const std::string fresh = std::string(kFile) + ".new";
+  ASSERT_EQ(symlink("/dev/full", fresh.c_str()), 0);
+
+  EXPECT_THROW(clock.SetSpeed(50), std::runtime_error);
+
+  ExpectEqualTime(clock, old);
+  EXPECT_EQ(clock.Speed(), 10);
+  EXPECT_NE(access(fresh.c_str(), F_OK), 0);
 }
 
 TEST(BenchClock, RefusesAnotherSpeedOfTheMachinesOwnClock) {

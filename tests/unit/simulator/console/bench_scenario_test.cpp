@@ -189,7 +189,8 @@ class ScenarioRecorder : public ::testing::Test {
   console::Recorder m_recorder{m_clock, [] { return "http://127.0.0.1:4711"; },
                                [](const std::string& path, const std::string& json) {
                                  return path == "/api/stop" ? R"({"name":"x"})" : json;
-                               }};
+                               },
+                               "start --event-interval=60\n"};
   console::Router m_router{};
 };
 
@@ -202,7 +203,7 @@ TEST_F(ScenarioRecorder, WritesAFileThatCanBePlayed) {
 
   EXPECT_THAT(File(), HasSubstr("\npost /api/recalls {\"from\":\"<40 minutes ago>\"}\n"
                                 "post /api/faults/off {}\n"));
-  EXPECT_EQ(ParseScenario(File()).steps.size(), 2);
+  EXPECT_EQ(ParseScenario(File()).steps.size(), 3);
 }
 
 TEST_F(ScenarioRecorder, WritesWhatLasts) {
@@ -220,7 +221,17 @@ TEST_F(ScenarioRecorder, RecordsOnlyWhileItIsOn) {
   Record("{\"on\":false}");
   m_recorder.Note("/api/after", "{}");
 
-  EXPECT_EQ(File(), "# Recorded on the bench console.\n");
+  EXPECT_EQ(File(), "# Recorded on the bench console.\nstart --event-interval=60\nspeed 1\n");
+}
+
+TEST_F(ScenarioRecorder, BeginsWithTheBenchAsItWas) {
+  m_clock.SetSpeed(20);
+  Record("{\"on\":true}");
+  m_clock.SetSpeed(5);
+  m_recorder.Note("/api/clock", "{\"speed\":5}");
+
+  EXPECT_THAT(File(), HasSubstr("\nspeed 20\npost /api/clock {\"speed\":5}\n"));
+  EXPECT_THAT(ParseScenario(File()).acquisition, ElementsAre("--event-interval=60"));
 }
 
 TEST_F(ScenarioRecorder, ShowsTheLastCallAsACurlLine) {

@@ -114,6 +114,18 @@ TEST_F(Faults, SayWhatKeepsOneFromBeginning) {
   EXPECT_EQ(reply.body, R"({"error":"it cannot begin: the acquisition side does not run"})");
 }
 
+TEST_F(Faults, SayThatOneCannotBeKeptUpJustNow) {
+  Post("start", R"({"fault":"fill-card"})");
+  m_bench.trouble = "the card cannot be read";
+  Pass(5);
+  EXPECT_THAT(State(), HasSubstr("cannot be kept up just now: the card cannot be read"));
+  EXPECT_THAT(State(), HasSubstr(R"("state":"active")"));
+
+  m_bench.trouble.clear();
+  Pass(5);
+  EXPECT_THAT(State(), Not(HasSubstr("cannot be kept up")));
+}
+
 TEST_F(Faults, RefuseACallThatMakesNoSense) {
   for (const char* body :
        {R"({})", R"({"fault":7})", R"({"fault":"rain"})", R"({"fault":"stall","seconds":0})",
@@ -132,6 +144,20 @@ TEST_F(Faults, DoNotDisturbTheSameTwice) {
   EXPECT_EQ(Post("start", R"({"fault":"reset"})").status, 409);
   EXPECT_EQ(m_bench.world.standing["realdata"], "stall:45");
   EXPECT_EQ(Post("start", R"({"fault":"lock-ledger"})").status, 200);
+}
+
+TEST_F(Faults, DoNotDisturbWhatIsNotPutRightYet) {
+  Post("start", R"({"fault":"fill-card"})");
+  m_bench.trouble = "the card cannot be read";
+  Post("stop", R"({"run":1})");
+  m_bench.trouble.clear();
+
+  const Reply refused = Post("start", R"({"fault":"fill-card"})");
+  EXPECT_EQ(refused.status, 409);
+  EXPECT_THAT(refused.body, HasSubstr("'Fill the card', which is not put right yet"));
+
+  Pass(1);
+  EXPECT_EQ(Post("start", R"({"fault":"fill-card"})").status, 200);
 }
 
 TEST_F(Faults, LastLongEnoughToBeSeenAtAHighSpeed) {
@@ -204,6 +230,8 @@ TEST_F(Faults, AreOverWhenTheRandomTimeIs) {
   EXPECT_TRUE(m_bench.world == test::FakeBench::World());
   EXPECT_THAT(State(), HasSubstr(R"("random":null)"));
   EXPECT_THAT(State(), Not(HasSubstr(R"("state":"active")")));
+  EXPECT_THAT(console::AnswerGet(m_router, "/api/faults/report", {}).body,
+              HasSubstr(R"("random":{"seed":3,"minutes":60.0,"started_unix_s":1700000000})"));
 }
 
 TEST_F(Faults, ReportTheirVerdictsAndTheAccount) {

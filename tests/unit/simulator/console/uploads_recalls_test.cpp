@@ -99,6 +99,14 @@ TEST_F(Recalls, ListTheOrdersOfOthersAndTakeFreeNumbers) {
   EXPECT_STREQ(list["recalls"][1]["from"].GetString(), "2024-03-07 10:00:00");
 }
 
+TEST_F(Recalls, LeaveTheNumbersOfFaultsToThem) {
+  cloud.Order(cloud::ParseOrder("900000005:1/3:0001@2024-03-07 10:00:00..2024-03-07 10:01:00"));
+  Send(cloud, RecallCheck());
+  cloud.Order(cloud::ParseOrder("900000006:1/3:0001@2024-03-07 10:00:00..2024-03-07 10:01:00"));
+
+  EXPECT_THAT(Post("/api/recalls", kWish).body, HasSubstr("\"id\":1}"));
+}
+
 TEST_F(Recalls, FindAFileOnTheCardThatHasNotReachedTheCloud) {
   Post("/api/recalls", kWish);
   Send(cloud, RecallCheck());

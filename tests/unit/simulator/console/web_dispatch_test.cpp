@@ -32,6 +32,11 @@ class Dispatch : public ::testing::Test {
   std::string m_acted{};
 };
 
+TEST(Replies, AreUtf8WhateverTheirTextsHold) {
+  EXPECT_EQ(console::ErrorReply(500, "the card says \xff").body,
+            "{\"error\":\"the card says \xEF\xBF\xBD\"}");
+}
+
 TEST_F(Dispatch, HandsTheQueryToTheHandler) {
   EXPECT_EQ(AnswerGet(m_router, "/api/figure", {{"name", "seven"}}).body, "seven");
 }
