@@ -84,13 +84,15 @@ function buildClocks() {
   const element = h('div.clocks',
     h('div.clock-line', h('span.label', 'Gateway'), gateway, speed),
     h('div.clock-line.real', h('span.label', 'Real'), real, place));
-  on('tick', () => {
+  const show = () => {
     if (!live.state) return;
     setText(gateway, stamp(gatewayNow()));
     setText(real, stamp(realNow()));
     setText(speed, `×${live.state.clocks.speed}`);
     setText(place, `${live.state.clocks.place}, ${zone()}`);
-  });
+  };
+  on('state', show);
+  on('tick', show);
   return element;
 }
 
