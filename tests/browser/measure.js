@@ -83,7 +83,7 @@ async function main() {
   for (const hash of ['#road', `#values?ids=${ids}`, '#month', '#uploads', '#faults', '#card']) {
     pages.push(await Watched.open(browser, bench, hash));
   }
-  await pages[1].opened.page.getByLabel('Span').selectOption('1440');
+  await pages[1].opened.page.getByLabel('Span').selectOption('600');
   const end = Date.now() + minutes * 60000;
   while (Date.now() < end) {
     await sleep(Math.min(60000, Math.max(0, end - Date.now())));
