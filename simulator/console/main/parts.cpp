@@ -5,14 +5,22 @@
 #include "console/main/gateway.h"
 #include "console/main/gatewayactions.h"
 #include "console/main/sources.h"
+#include "util/paths.h"
 
 namespace console {
+namespace {
+
+constexpr std::chrono::seconds kTidyEvery{10};
+
+}  // namespace
 
 Parts::Parts(Clock& clock, Processes& processes, const Options& options)
     : m_clock(clock),
       m_processes(processes),
-      m_uploads(BenchPaths(options.folder).cloudIndex, BenchPaths(options.folder).cloudControl,
-                [&clock] { return clock.Now(); }),
+      m_uploads({.index = BenchPaths(options.folder).cloudIndex,
+                 .files = kUploads,
+                 .history = paths::kDemandHistory},
+                BenchPaths(options.folder).cloudControl, [&clock] { return clock.Now(); }),
       m_actions(MakeActions(processes, clock, options)),
       m_faults(*m_actions),
       m_watcher(SourcesOf(clock, processes, m_uploads, m_faults, options)) {}
@@ -32,6 +40,14 @@ void Parts::WriteState(JsonWriter& json) {
 void Parts::Look() {
   m_watcher.Look();
   m_faults.Look(SeenByFaults());
+  TidySometimes();
+}
+
+void Parts::TidySometimes() {
+  const auto now = std::chrono::steady_clock::now();
+  if (now < m_nextTidying) return;
+  m_nextTidying = now + kTidyEvery;
+  m_uploads.Tidy();
 }
 
 std::string Parts::Lasting(const std::string& path, const std::string& json) const {

@@ -1,6 +1,7 @@
 // The console's parts that stand above the bench, put together.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -35,13 +36,15 @@ class Parts {
 
  private:
   Seen SeenByFaults();
+  void TidySometimes();
 
   const Clock& m_clock;
   const Processes& m_processes;
   Uploads m_uploads;
   const std::unique_ptr<Actions> m_actions;
   Faults m_faults;
-  Watcher m_watcher;  // last: it looks at the others
+  Watcher m_watcher;  // it looks at the others
+  std::chrono::steady_clock::time_point m_nextTidying{};
 };
 
 }  // namespace console

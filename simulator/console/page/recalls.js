@@ -105,10 +105,11 @@ function buildOne(view, id) {
     try {
       const recall = (await get('/api/recalls')).recalls.find((each) => String(each.id) === String(id));
       if (recall) drawWay(recall);
-      const {series} = await get('/api/recalls/one', {id});
+      const {series, kept} = await get('/api/recalls/one', {id});
       if (view.ended) return;
       draw(series);
       if (series.length > 0) said.clear();
+      else if (!kept) said.none('This recall is too old: its file is no longer kept.');
       else said.none(`The cloud has no values of this recall yet. It is ${clock(gatewayNow())} at the gateway.`);
     } catch (error) {
       said.failed(error);

@@ -54,7 +54,7 @@ function buildList(view) {
   const pager = new Pager('upload', (before) => get('/api/uploads', {before, ...filters.filter(), limit: 50}), show);
   const load = (again) => (again ? pager.restart() : pager.load()).catch(said.failed);
   const filters = buildFilters(view.parameters, () => load(true));
-  view.root.append(head('Uploads', 'Every file that reached the cloud, also the refused ones.'),
+  view.root.append(head('Uploads', 'Every file that reached the cloud, also the refused ones. Of the oldest ones only the line is kept.'),
     filters.element, said.element, rows.element, pager.element);
   view.poll(kPollMs, async () => {
     if (pager.first) await load(false);

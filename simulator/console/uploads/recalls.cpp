@@ -46,7 +46,7 @@ std::vector<std::string> FilesOnCard(std::time_t since) {
 
 std::vector<Recall> Recalls::All() {
   const std::lock_guard lock(m_mutex);
-  Follow();
+  FollowLocked();
   std::vector<Recall> recalls;
   for (auto& [id, recall] : m_recalls) {
     if (recall.polled && recall.file.empty()) LookOnCard(recall);
@@ -57,6 +57,11 @@ std::vector<Recall> Recalls::All() {
 }
 
 void Recalls::Follow() {
+  const std::lock_guard lock(m_mutex);
+  FollowLocked();
+}
+
+void Recalls::FollowLocked() {
   for (;;) {
     const auto answers = m_index.OrdersAfter(m_lastAnswer, kReadAtOnce);
     if (!answers) break;  // the next call tries again
@@ -116,7 +121,7 @@ void Recalls::NoteNumber(int id) {
 
 // A number that no order has had.
 int Recalls::NextId() {
-  Follow();
+  FollowLocked();
   const program::ControlAnswer state = m_cloud.Call(R"({"do":"state"})");
   rapidjson::Document document;
   document.Parse(state.line.c_str());

@@ -42,11 +42,13 @@ class Recalls {
   // GET and POST /api/recalls, GET /api/recalls/one.
   void AddRoutes(Router& router);
 
+  // Reads what is new in the index. The other functions do so, too.
+  void Follow();
   // All that are known, the newest first.
   std::vector<Recall> All();
 
  private:
-  void Follow();  // under m_mutex
+  void FollowLocked();  // under m_mutex
   void TakeAnswer(const OrderingAnswer& answer);
   void TakeUpload(const IndexedUpload& upload);
   void LookOnCard(Recall& recall) const;

@@ -85,7 +85,7 @@ Reply Watcher::AnswerTrace(const Call& call) {
   {
     const Lock lock(m_mutex);
     const SeenFile* const file = m_account.Find(*key);
-    if (file == nullptr) return ErrorReply(404, "no such file was ever seen");
+    if (file == nullptr) return ErrorReply(404, "no such file was seen in the last 32 days");
     facts.file = *file;
     facts.now = m_scene.now;
     const auto& transfer = m_scene.sending.underWay[static_cast<std::size_t>(key->kind)];

@@ -30,8 +30,8 @@ std::string AlarmFile(const std::string& stamp, const std::string& events) {
 
 struct Alarms : UploadsTest {
   std::vector<std::string> States() {
-    uploads_ =
-        std::make_unique<console::Uploads>(kIndex, kControl, [] { return std::time(nullptr); });
+    uploads_ = std::make_unique<console::Uploads>(console::PastPlaces{.index = kIndex}, kControl,
+                                                  [] { return std::time(nullptr); });
     router = {};
     uploads_->AddRoutes(router);
     return TextsOf(Ask("/api/alarms")["alarms"], "state");
