@@ -69,10 +69,7 @@ void Faults::AddRoutes(Router& router) {
               [this](const Call& call) { return Guarded([&] { return AnswerStop(call); }); });
   router.Post("/api/faults/random",
               [this](const Call& call) { return Guarded([&] { return AnswerRandom(call); }); });
-  router.Post("/api/faults/off", [this](const Call&) {
-    AllOff();
-    return Done();
-  });
+  router.Post("/api/faults/off", [this](const Call&) { return AnswerOff(); });
 }
 
 Reply Faults::AnswerStart(const Call& call) {
@@ -92,6 +89,16 @@ Reply Faults::AnswerStop(const Call& call) {
   }
   const int run = static_cast<int>(NumberIn(*call.body, "run", 1, std::numeric_limits<int>::max()));
   if (!Stop(run)) return ErrorReply(kNotFound, "there is no active run " + std::to_string(run));
+  return Done();
+}
+
+Reply Faults::AnswerOff() {
+  AllOff();
+  try {
+    RestoreClock();
+  } catch (const std::exception& error) {
+    return ErrorReply(kNotNow, std::string("the clock cannot be put back: ") + error.what());
+  }
   return Done();
 }
 

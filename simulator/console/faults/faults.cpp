@@ -87,6 +87,14 @@ void Faults::AllOff() {
   Show();
 }
 
+// A fault that is not put right yet puts the clock right itself.
+void Faults::RestoreClock() {
+  const std::lock_guard lock(m_mutex);
+  const bool isDisturbed = std::ranges::any_of(
+      m_runs, [](const FaultRun& run) { return !run.Over() && run.What().group == "clock"; });
+  if (!isDisturbed) m_actions.RestoreClock();
+}
+
 void Faults::StartRandom(double minutes, std::uint32_t seed) {
   const std::lock_guard lock(m_mutex);
   if (m_random) throw Refused("random faults run already");

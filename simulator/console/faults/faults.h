@@ -50,6 +50,9 @@ class Faults {
   // Ends all runs, and the random faults. What cannot be put right now is tried again at every
   // look.
   void AllOff();
+  // Puts the clock back that was stepped or got another speed without a fault. Throws
+  // std::exception with a sentence.
+  void RestoreClock();
   void StartRandom(double minutes, std::uint32_t seed);
 
   // When a fault disturbed, for the trace of a file. No end: it still does.
@@ -91,6 +94,7 @@ class Faults {
 
   Reply AnswerStart(const Call& call);
   Reply AnswerStop(const Call& call);
+  Reply AnswerOff();
   Reply AnswerRandom(const Call& call);
   Reply AnswerCatalogue() const;
   Reply AnswerReport() const;

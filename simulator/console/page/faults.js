@@ -95,7 +95,7 @@ export const faults = {
         said.failed(error);
       }
     };
-    view.root.append(head('Faults', 'Break something and see what happens. Each fault says beforehand what should happen, ends by itself, and gets a verdict.'),
+    view.root.append(head('Faults', 'Break something and see what happens. Each fault says beforehand what should happen, ends by itself, and gets a verdict. “All faults off” ends all of them, and takes back what was set at the clock on the view Road.'),
       buildNow(view), said.element, place, buildRandom(view), buildRecent(view));
     view.onEnd(on('gone', (since) => {
       if (since === null && !place.hasChildNodes()) load();

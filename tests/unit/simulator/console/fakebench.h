@@ -71,6 +71,7 @@ class FakeBench : public console::Actions {
   void SetSpeed(double factor) override { Act(), world.speed = factor; }
   void Step(long seconds) override { Act(), world.stepped += seconds; }
   std::time_t Now() override { return 1700000000; }
+  void RestoreClock() override { Act(), world.speed = 10, world.stepped = 0; }
   void LockLedger() override { Act(), world.isLocked = true; }
   void UnlockLedger() override { Act(), world.isLocked = false; }
   void FillCard() override { Act(), world.isFull = true; }

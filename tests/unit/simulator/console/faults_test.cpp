@@ -96,6 +96,26 @@ TEST_F(Faults, StopByTheirNameAndParameters) {
   EXPECT_TRUE(m_bench.world.isFull);
 }
 
+TEST_F(Faults, GoOffTogetherAndPutTheClockBackToo) {
+  m_bench.world.stepped = 3600;  // both without a fault
+  m_bench.world.speed = 60;
+  Post("start", R"({"fault":"fill-card"})");
+  Post("start", R"({"fault":"speed"})");
+
+  EXPECT_EQ(Post("off", "{}").status, 200);
+
+  EXPECT_EQ(m_bench.world, test::FakeBench::World());
+}
+
+TEST_F(Faults, SayThatTheClockCannotBePutBack) {
+  m_bench.trouble = "its file cannot be written";
+
+  const Reply reply = Post("off", "{}");
+
+  EXPECT_EQ(reply.status, 409);
+  EXPECT_EQ(reply.body, R"({"error":"the clock cannot be put back: its file cannot be written"})");
+}
+
 TEST_F(Faults, AreRecordedByTheirName) {
   Post("start", R"({"fault":"refuse-uploads","params":{"kind":"realdata"}})");
 
