@@ -58,10 +58,31 @@ Reply Done() {
   });
 }
 
+// What should happen with the parameters of the query.
+Reply Expected(const Call& call) {
+  const Fault* const fault = FindFault(call.Get("fault"));
+  if (fault == nullptr) throw std::invalid_argument("there is no such fault");
+  rapidjson::Document params(rapidjson::kObjectType);
+  for (const auto& [name, value] : call.query) {
+    if (name == "fault") continue;
+    params.AddMember(rapidjson::Value(name.c_str(), params.GetAllocator()),
+                     rapidjson::Value(value.c_str(), params.GetAllocator()), params.GetAllocator());
+  }
+  const FaultParams checked = CheckParams(*fault, &params);
+  return JsonReply([&](JsonWriter& json) {
+    json.StartObject();
+    json.Key("schema"), json.Int(1);
+    WriteExpectationTexts(json, fault->expectations(checked));
+    json.EndObject();
+  });
+}
+
 }  // namespace
 
 void Faults::AddRoutes(Router& router) {
   router.Get("/api/faults", [this](const Call&) { return AnswerCatalogue(); });
+  router.Get("/api/faults/expected",
+             [](const Call& call) { return Guarded([&] { return Expected(call); }); });
   router.Get("/api/faults/report", [this](const Call&) { return AnswerReport(); });
   router.Post("/api/faults/start",
               [this](const Call& call) { return Guarded([&] { return AnswerStart(call); }); });

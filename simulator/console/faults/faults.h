@@ -110,4 +110,7 @@ class Faults {
   std::string m_shown{};                        // the finished JSON of WriteState
 };
 
+// The member "expectation_texts".
+void WriteExpectationTexts(JsonWriter& json, const std::vector<Expectation>& expectations);
+
 }  // namespace console

@@ -59,17 +59,20 @@ std::string NameOf(const FaultRun& run) {
 
 }  // namespace
 
+void WriteExpectationTexts(JsonWriter& json, const std::vector<Expectation>& expectations) {
+  json.Key("expectation_texts");
+  json.StartArray();
+  for (const Expectation& each : expectations) json.String(each.text.c_str());
+  json.EndArray();
+}
+
 void Faults::WriteFault(JsonWriter& json, const Fault& fault) const {
   json.StartObject();
   WriteText(json, "fault", fault.name);
   WriteText(json, "group", fault.group);
   WriteText(json, "title", fault.title);
   WriteText(json, "text", fault.text);
-  json.Key("expectation_texts");
-  json.StartArray();
-  for (const Expectation& each : fault.expectations(StandardParams(fault)))
-    json.String(each.text.c_str());
-  json.EndArray();
+  WriteExpectationTexts(json, fault.expectations(StandardParams(fault)));
   json.Key("seconds"), json.Int64(fault.seconds);
   json.Key("params");
   json.StartArray();
