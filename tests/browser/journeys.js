@@ -88,6 +88,19 @@ export function journeys(browser) {
       assert.deepEqual(shown.map(([, value]) => value), values.map((each) => Number(each.value)));
     });
 
+    it('lets the history of a whole device be ordered', async () => {
+      const {points} = await bench.get('/api/values/points');
+      const ids = points.map((point) => point.id).filter((id) => id.startsWith('2/11:')).sort();
+      await opened.show('#recalls');
+      await page.getByLabel('Or a whole device').selectOption('2/11');
+      await page.getByRole('button', {name: 'Choose the device'}).click();
+      await page.getByRole('button', {name: 'Order the recall'}).click();
+      const id = Number((await page.getByText(/Recall \d+ is ordered/).innerText()).match(/\d+/)[0]);
+      const {recalls} = await bench.get('/api/recalls');
+      assert.ok(ids.length > 20, `${ids.length} points`);
+      assert.deepEqual([...recalls.find((each) => each.id === id).points].sort(), ids);
+    });
+
     it('shows refused files waiting as the ledger has them, and draining when the cloud accepts again', async () => {
       await opened.show('#faults');
       const card = opened.fault('refuse-uploads');

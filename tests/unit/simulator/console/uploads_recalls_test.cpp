@@ -129,9 +129,25 @@ TEST_F(Recalls, AreNotPolledByAnAnswerThatDidNotArrive) {
   EXPECT_TRUE(Only()["polled_unix_s"].IsNull());
 }
 
+TEST_F(Recalls, HaveRoomForALargeDevice) {
+  const auto wish = [](int points) {
+    std::string ids;
+    for (int i = 0; i < points; ++i) {
+      ids += (i == 0 ? "\"1/3:" : ",\"1/3:") + std::to_string(1000 + i) + "\"";
+    }
+    return R"({"points":[)" + ids + R"(],"from":"2024-03-07 11:00","to":"2024-03-07 11:01"})";
+  };
+
+  EXPECT_EQ(Post("/api/recalls", wish(80)).status, 200);
+  EXPECT_EQ(Post("/api/recalls", wish(81)).status, 400);
+
+  Send(cloud, RecallCheck());
+  EXPECT_EQ(Only()["points"].Size(), 80U);
+}
+
 TEST_F(Recalls, AreNotOrderedFromAWishThatMakesNoSense) {
   const std::vector<std::pair<std::string, const char*>> rows = {
-      {R"({"points":[],"from":"2024-03-07 11:00","to":"2024-03-07 11:01"})", "1 to 20 points"},
+      {R"({"points":[],"from":"2024-03-07 11:00","to":"2024-03-07 11:01"})", "1 to 80 points"},
       {R"({"points":["1/3"],"from":"2024-03-07 11:00","to":"2024-03-07 11:01"})", "not a point"},
       {R"({"points":["1/300:1"],"from":"2024-03-07 11:00","to":"2024-03-07 11:01"})",
        "not a point"},
