@@ -131,24 +131,14 @@ Reply Faults::AnswerRandom(const Call& call) {
 }
 
 Reply Faults::AnswerCatalogue() const {
-  const std::lock_guard lock(m_mutex);
-  return JsonReply([this](JsonWriter& json) {
-    json.StartObject();
-    json.Key("schema"), json.Int(1);
-    json.Key("catalogue");
-    json.StartArray();
-    for (const Fault& fault : FaultCatalogue()) WriteFault(json, fault);
-    json.EndArray();
-    WriteMembers(json);
-    json.EndObject();
-  });
+  const std::lock_guard lock(m_shownMutex);
+  // The members of the state stand behind the catalogue.
+  return {.body = "{\"schema\":1,\"catalogue\":" + m_catalogue + "," + m_shown.state.substr(1)};
 }
 
 Reply Faults::AnswerReport() const {
-  const std::lock_guard lock(m_mutex);
-  Reply reply = JsonReply([this](JsonWriter& json) { WriteReport(json); });
-  reply.downloadName = "bench-report.json";
-  return reply;
+  const std::lock_guard lock(m_shownMutex);
+  return {.body = m_shown.report, .downloadName = "bench-report.json"};
 }
 
 }  // namespace console

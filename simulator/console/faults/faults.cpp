@@ -13,7 +13,7 @@ constexpr double kSecondsInMinute = 60;
 
 }  // namespace
 
-Faults::Faults(Actions& actions) : m_actions(actions) {
+Faults::Faults(Actions& actions) : m_actions(actions), m_catalogue(Catalogue()) {
   Show();
 }
 
@@ -139,14 +139,15 @@ void Faults::ForgetOldRuns() {
     m_runs.pop_front();
 }
 
+Faults::Band Faults::BandOf(const FaultRun& run) {
+  return {.title = run.What().title, .from = run.Begun(), .to = run.Over()};
+}
+
 std::vector<Faults::Band> Faults::Bands(std::time_t from, std::time_t to) const {
-  const std::lock_guard lock(m_mutex);
+  const std::lock_guard lock(m_shownMutex);
   std::vector<Band> bands;
-  for (const FaultRun& run : m_runs) {
-    const std::optional<std::time_t> over = run.Over();
-    if (run.Begun() <= to && over.value_or(from) >= from) {
-      bands.push_back({.title = run.What().title, .from = run.Begun(), .to = over});
-    }
+  for (const Band& band : m_shown.bands) {
+    if (band.from <= to && band.to.value_or(from) >= from) bands.push_back(band);
   }
   return bands;
 }

@@ -66,6 +66,15 @@ void WriteExpectationTexts(JsonWriter& json, const std::vector<Expectation>& exp
   json.EndArray();
 }
 
+std::string Faults::Catalogue() const {
+  return JsonReply([this](JsonWriter& json) {
+           json.StartArray();
+           for (const Fault& fault : FaultCatalogue()) WriteFault(json, fault);
+           json.EndArray();
+         })
+      .body;
+}
+
 void Faults::WriteFault(JsonWriter& json, const Fault& fault) const {
   json.StartObject();
   WriteText(json, "fault", fault.name);
@@ -131,19 +140,30 @@ void Faults::WriteMembers(JsonWriter& json) const {
 }
 
 void Faults::Show() {
-  std::string text = JsonReply([this](JsonWriter& json) {
-                       json.StartObject();
-                       WriteMembers(json);
-                       json.EndObject();
-                     }).body;
+  Shown shown;
+  shown.state = JsonReply([this](JsonWriter& json) {
+                  json.StartObject();
+                  WriteMembers(json);
+                  json.EndObject();
+                }).body;
+  shown.report = JsonReply([this](JsonWriter& json) { WriteReport(json); }).body;
+  for (const FaultRun& run : m_runs) {
+    shown.bands.push_back(BandOf(run));
+    if (run.Now() != FaultRun::State::kEnded) ++shown.active;
+  }
   const std::lock_guard lock(m_shownMutex);
-  m_shown = std::move(text);
+  m_shown = std::move(shown);
+}
+
+long Faults::Active() const {
+  const std::lock_guard lock(m_shownMutex);
+  return m_shown.active;
 }
 
 void Faults::WriteState(JsonWriter& json) const {
   const std::lock_guard lock(m_shownMutex);
   json.Key("faults");
-  json.RawValue(m_shown.data(), m_shown.size(), rapidjson::kObjectType);
+  json.RawValue(m_shown.state.data(), m_shown.state.size(), rapidjson::kObjectType);
 }
 
 void Faults::WriteReport(JsonWriter& json) const {

@@ -1,6 +1,8 @@
 #include "console/main/parts.h"
 
 #include <chrono>
+#include <mutex>
+#include <utility>
 
 #include "console/main/gateway.h"
 #include "console/main/gatewayactions.h"
@@ -23,7 +25,8 @@ Parts::Parts(Clock& clock, Processes& processes, const Options& options)
                 BenchPaths(options.folder).cloudControl, [&clock] { return clock.Now(); }),
       m_actions(MakeActions(processes, clock, options)),
       m_faults(*m_actions),
-      m_watcher(SourcesOf(clock, processes, m_uploads, m_faults, options)) {}
+      m_watcher(SourcesOf(clock, processes, m_uploads, m_faults, options)),
+      m_faultThread([this](const std::stop_token& stop) { FollowFaults(stop); }) {}
 
 void Parts::AddRoutes(Router& router) {
   m_uploads.AddRoutes(router);
@@ -39,8 +42,23 @@ void Parts::WriteState(JsonWriter& json) {
 
 void Parts::Look() {
   m_watcher.Look();
-  m_faults.Look(SeenByFaults());
+  Seen seen = SeenByFaults();
+  {
+    const std::lock_guard lock(m_seenMutex);
+    m_seen = std::move(seen);
+  }
+  m_seenChanged.notify_one();
   TidySometimes();
+}
+
+void Parts::FollowFaults(const std::stop_token& stop) {
+  std::unique_lock lock(m_seenMutex);
+  while (m_seenChanged.wait(lock, stop, [this] { return m_seen.has_value(); })) {
+    const Seen seen = *std::exchange(m_seen, std::nullopt);
+    lock.unlock();
+    m_faults.Look(seen);
+    lock.lock();
+  }
 }
 
 void Parts::TidySometimes() {

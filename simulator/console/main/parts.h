@@ -2,8 +2,12 @@
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <memory>
+#include <optional>
+#include <stop_token>
 #include <string>
+#include <thread>
 
 #include "console/bench/clock.h"
 #include "console/bench/processes.h"
@@ -13,6 +17,7 @@
 #include "console/uploads/uploads.h"
 #include "console/watch/watcher.h"
 #include "console/web/router.h"
+#include "util/mutex.h"
 
 namespace console {
 
@@ -36,6 +41,7 @@ class Parts {
 
  private:
   Seen SeenByFaults();
+  void FollowFaults(const std::stop_token& stop);
   void TidySometimes();
 
   const Clock& m_clock;
@@ -45,6 +51,12 @@ class Parts {
   Faults m_faults;
   Watcher m_watcher;  // it looks at the others
   std::chrono::steady_clock::time_point m_nextTidying{};
+  // What a fault does may take seconds. So the faults look on a thread of their own, and the state
+  // goes on.
+  util::Mutex m_seenMutex{};     // guards the next one
+  std::optional<Seen> m_seen{};  // for the faults; none: they have it already
+  std::condition_variable_any m_seenChanged{};
+  std::jthread m_faultThread;  // last: it uses the others
 };
 
 }  // namespace console

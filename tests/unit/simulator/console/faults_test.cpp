@@ -1,6 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
+
 #include "console/faults/faults.h"
 #include "console/web/dispatch.h"
 #include "unit/simulator/console/fakebench.h"
@@ -78,8 +81,11 @@ TEST_F(Faults, TellWhatShouldHappenWithOtherParameters) {
 
 TEST_F(Faults, SayWhyOneCannotBeHad) {
   m_bench.reason = "the card is this machine's disk";
+  console::Faults faults(m_bench);
+  console::Router router;
+  faults.AddRoutes(router);
 
-  EXPECT_THAT(console::AnswerGet(m_router, "/api/faults", {}).body,
+  EXPECT_THAT(console::AnswerGet(router, "/api/faults", {}).body,
               HasSubstr(R"("available":false,"reason":"the card is this machine's disk")"));
   EXPECT_EQ(Post("start", R"({"fault":"fill-card"})").status, 409);
 }
@@ -127,6 +133,24 @@ TEST_F(Faults, SayThatTheClockCannotBePutBack) {
 
   EXPECT_EQ(reply.status, 409);
   EXPECT_EQ(reply.body, R"({"error":"the clock cannot be put back: its file cannot be written"})");
+}
+
+TEST_F(Faults, AreToldWithoutWaitingForAnAction) {
+  std::future<void> read;
+  bool wasRead = false;
+  m_bench.meanwhile = [&] {
+    read = std::async(std::launch::async, [this] {
+      for (const char* path : {"/api/faults", "/api/faults/report"})
+        console::AnswerGet(m_router, path, {});
+      State();
+      m_faults.Bands(0, m_seen.now);
+    });
+    wasRead = read.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+  };
+
+  Post("start", R"({"fault":"fill-card"})");
+
+  EXPECT_TRUE(wasRead);
 }
 
 TEST_F(Faults, AreRecordedByTheirName) {
