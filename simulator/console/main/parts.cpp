@@ -16,7 +16,7 @@ constexpr std::chrono::seconds kTidyEvery{10};
 
 }  // namespace
 
-Parts::Parts(Clock& clock, Processes& processes, const Options& options)
+Parts::Parts(Clock& clock, Processes& processes, const EventHub& events, const Options& options)
     : m_clock(clock),
       m_processes(processes),
       m_uploads({.index = BenchPaths(options.folder).cloudIndex,
@@ -25,7 +25,7 @@ Parts::Parts(Clock& clock, Processes& processes, const Options& options)
                 BenchPaths(options.folder).cloudControl, [&clock] { return clock.Now(); }),
       m_actions(MakeActions(processes, clock, options)),
       m_faults(*m_actions),
-      m_watcher(SourcesOf(clock, processes, m_uploads, m_faults, options)),
+      m_watcher(SourcesOf(clock, processes, m_uploads, m_faults, events, options)),
       m_faultThread([this](const std::stop_token& stop) { FollowFaults(stop); }) {}
 
 void Parts::AddRoutes(Router& router) {

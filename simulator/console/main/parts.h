@@ -16,6 +16,7 @@
 #include "console/main/options.h"
 #include "console/uploads/uploads.h"
 #include "console/watch/watcher.h"
+#include "console/web/eventhub.h"
 #include "console/web/router.h"
 #include "util/mutex.h"
 
@@ -24,8 +25,9 @@ namespace console {
 // A new part is a member here, and a line in each function.
 class Parts {
  public:
-  // Clock and processes must outlive the object. Made before any program of the gateway prints.
-  Parts(Clock& clock, Processes& processes, const Options& options);
+  // Clock, processes and events must outlive the object. Made before any program of the gateway
+  // prints.
+  Parts(Clock& clock, Processes& processes, const EventHub& events, const Options& options);
   Parts(const Parts&) = delete;
   Parts& operator=(const Parts&) = delete;
 

@@ -101,10 +101,12 @@ Reply Watcher::AnswerTrace(const Call& call) {
 
 Reply Watcher::AnswerMetrics() const {
   const StatusSight status = m_status.Latest();
+  const BenchFigures bench = m_sources.figures ? m_sources.figures() : BenchFigures();
   const Lock lock(m_mutex);
   Reply reply;
   reply.type = kMetricsType;
-  reply.body = BenchMetrics({m_account, m_scene, m_witness, status, m_agreed.disagreement.empty()});
+  reply.body = BenchMetrics(
+      {m_account, m_scene, m_witness, status, m_agreed.disagreement.empty(), m_gapCounts, bench});
   return reply;
 }
 
