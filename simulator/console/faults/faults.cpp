@@ -136,7 +136,7 @@ void Faults::GoOnAtRandom() {
 
 void Faults::ForgetOldRuns() {
   while (m_runs.size() > kMostRuns && m_runs.front().Now() == FaultRun::State::kEnded)
-    m_runs.pop_front();
+    m_runs.pop_front(), ++m_forgotten;
 }
 
 Faults::Band Faults::BandOf(const FaultRun& run) {

@@ -99,6 +99,7 @@ class Faults {
   void WriteRuns(JsonWriter& json, const char* key, bool ended) const;
   void WriteRandom(JsonWriter& json) const;
   void WriteLatestRandom(JsonWriter& json) const;
+  long CountEnded() const;
   void WriteMembers(JsonWriter& json) const;
   std::string Catalogue() const;
   void WriteFault(JsonWriter& json, const Fault& fault) const;
@@ -117,6 +118,7 @@ class Faults {
   mutable util::Mutex m_mutex{};  // guards all below, and the use of the actions
   Seen m_seen{};
   std::list<FaultRun> m_runs{};  // the oldest first
+  long m_forgotten = 0;          // runs that are no longer kept
   int m_latest = 0;              // number of the latest run
   std::optional<Random> m_random{};
   std::optional<RandomStart> m_latestRandom{};  // stays when it is over

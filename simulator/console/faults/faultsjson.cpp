@@ -133,9 +133,14 @@ void Faults::WriteLatestRandom(JsonWriter& json) const {
   json.EndObject();
 }
 
+long Faults::CountEnded() const {
+  return std::ranges::count(m_runs, FaultRun::State::kEnded, &FaultRun::Now);
+}
+
 void Faults::WriteMembers(JsonWriter& json) const {
   WriteRuns(json, "active", false);
   WriteRuns(json, "recent", true);
+  json.Key("ended"), json.Int64(m_forgotten + CountEnded());
   WriteRandom(json);
 }
 
@@ -170,11 +175,10 @@ void Faults::WriteReport(JsonWriter& json) const {
   const auto failed = std::ranges::count_if(m_runs, [](const FaultRun& run) {
     return run.Now() == FaultRun::State::kEnded && !run.IsAsExpected();
   });
-  const auto ended = std::ranges::count(m_runs, FaultRun::State::kEnded, &FaultRun::Now);
   json.StartObject();
   json.Key("schema"), json.Int(1);
   json.Key("made_unix_s"), json.Int64(m_seen.now);
-  json.Key("ended"), json.Int64(ended);
+  json.Key("ended"), json.Int64(CountEnded());
   json.Key("not_as_expected"), json.Int64(failed);
   WriteLatestRandom(json);
   json.Key("account");

@@ -175,11 +175,20 @@ function sayDown(place) {
   };
 }
 
+// On a low screen the bar scrolls away; then this line stays. It repeats the account, for the eye only.
+function buildLine(bar) {
+  const line = h('p.account-line', {'aria-hidden': 'true'});
+  bar.after(line);
+  return ({account}) => setText(line, `${verdictOf(account).text}: ${columns.slice(0, 6)
+    .map(([id, title, sign]) => `${sign} ${count(account.total[id])} ${title}`).join(' ').trim()}`);
+}
+
 // Fills the bar and keeps it up to date.
 export function startBar(bar) {
   const verdict = buildVerdict();
   const account = buildAccount();
   const active = buildActive();
+  const line = buildLine(bar);
   const down = sayDown(document.getElementById('down'));
   sayGone(document.getElementById('gone'));
   bar.prepend(h('div.bar-top', h('p.brand', 'Brennik ', h('span', 'bench console')), buildClocks()),
@@ -188,6 +197,7 @@ export function startBar(bar) {
   on('state', (state) => {
     verdict.draw();
     account.draw(state.account);
+    line(state);
     active.draw(state.faults, state.clocks);
     down(state.processes);
   });

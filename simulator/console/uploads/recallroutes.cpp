@@ -71,7 +71,8 @@ void Recalls::AddRoutes(Router& router) {
 }
 
 Reply Recalls::List() {
-  const std::vector<Recall> recalls = All();
+  std::int64_t total = 0;
+  const std::vector<Recall> recalls = All(&total);
   return JsonReply([&](JsonWriter& json) {
     json.StartObject();
     WriteMember(json, "schema", 1);
@@ -79,6 +80,7 @@ Reply Recalls::List() {
     json.StartArray();
     for (const Recall& recall : recalls) WriteRecall(json, recall);
     json.EndArray();
+    WriteMember(json, "total", total);
     json.EndObject();
   });
 }

@@ -102,6 +102,7 @@ TEST_F(Faults, StartAndStopByTheirNumber) {
   EXPECT_EQ(Post("stop", R"({"run":1})").status, 200);
   EXPECT_FALSE(m_bench.world.isFull);
   EXPECT_EQ(Post("stop", R"({"run":1})").status, 404);
+  EXPECT_THAT(State(), HasSubstr(R"("ended":0)"));
 }
 
 TEST_F(Faults, StopByTheirNameAndParameters) {

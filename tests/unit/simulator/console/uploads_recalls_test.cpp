@@ -95,8 +95,18 @@ TEST_F(Recalls, ListTheOrdersOfOthersAndTakeFreeNumbers) {
 
   const auto list = Ask("/api/recalls");
   EXPECT_THAT(TextsOf(list["recalls"], "id"), ElementsAre("10", "7"));
+  EXPECT_EQ(list["total"].GetInt(), 2);
   EXPECT_STREQ(list["recalls"][1]["points"][0].GetString(), "1/3:0001");
   EXPECT_STREQ(list["recalls"][1]["from"].GetString(), "2024-03-07 10:00:00");
+}
+
+TEST_F(Recalls, AreCountedBeyondThoseThatAreKept) {
+  for (int i = 0; i < 203; ++i) Post("/api/recalls", kWish);
+
+  const auto list = Ask("/api/recalls");
+
+  EXPECT_EQ(list["recalls"].Size(), 200U);
+  EXPECT_EQ(list["total"].GetInt(), 203);
 }
 
 TEST_F(Recalls, LeaveTheNumbersOfFaultsToThem) {
