@@ -2,6 +2,7 @@
 import assert from 'node:assert/strict';
 import {after, before, describe, it} from 'node:test';
 import {Bench, until} from './bench.js';
+import {Devtools, kMega, quantile, updatesOf, watchUpdates} from './cost.js';
 import {Page} from './page.js';
 
 const kPoint = '1/1:0001';
@@ -34,13 +35,20 @@ export function journeys(browser) {
 
     before(async () => {
       bench = await Bench.start({speed: 30});
-      opened = await Page.open(await browser(), bench.address);
+      opened = await Page.open(await browser(), bench.address, {begin: watchUpdates});
       page = opened.page;
     });
 
     after(async () => {
       await opened?.close();
       await bench?.stop();
+    });
+
+    it('shows a first value within a minute of its start', async () => {
+      await opened.show('#values');
+      await page.locator('.point .value').filter({hasText: /\d/}).first().waitFor();
+      const seconds = (Date.now() - bench.begun) / 1000;
+      assert.ok(seconds < 60, `${seconds} s`);
     });
 
     it('shows a value being published, and received as the accepted file has it', async () => {
@@ -157,6 +165,16 @@ export function journeys(browser) {
       await page.getByRole('gridcell', {name: 'missing'}).first().click();
       const hour = page.locator('section', {has: page.getByRole('heading', {name: /^Hour:/})});
       await hour.locator('tr', {hasText: /missing\s*no file/}).first().waitFor();
+    });
+
+    it('costs little, on the page and in the console', async () => {
+      const metric = await (await Devtools.open(opened)).metric();
+      const {updates} = await updatesOf(opened);
+      const {most} = await bench.consoleMemory();
+      assert.ok(updates.length > 20, `${updates.length} updates`);
+      assert.ok(quantile(updates, 0.5) < 100, `an update takes ${quantile(updates, 0.5)} ms in the median`);
+      assert.ok(metric('JSHeapUsedSize') < 64 * kMega, `the page has ${metric('JSHeapUsedSize')} bytes of heap`);
+      assert.ok(most < 64 * kMega, `the console's server has had ${most} bytes`);
     });
 
     it('keeps to this machine and logs no error on all of this way', () => {
