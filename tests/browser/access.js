@@ -147,6 +147,18 @@ export function access(browser) {
       });
     }
 
+    it('keeps the account in sight on a low screen', async () => {
+      const opened = await Page.open(await browser(), bench.address, {hash: '#faults', viewport: {width: 800, height: 400}});
+      await opened.fault('refuse-uploads').waitFor();
+      await opened.page.evaluate(() => scrollTo(0, document.body.scrollHeight));
+      const line = opened.page.locator('.account-line');
+      await until('the account at the top', async () => (await line.boundingBox()).y === 0);
+      const [produced, ...parts] = (await line.innerText()).match(/\d+(?= )/g).map(Number);
+      assert.ok(produced > 0);
+      assert.equal(parts.reduce((sum, each) => sum + each), produced);
+      await opened.close();
+    });
+
     it('moves nothing for those who want little motion', async () => {
       const opened = await Page.open(await browser(), bench.address, {hash: '#road', reducedMotion: 'reduce'});
       const moving = () => opened.page.evaluate(() => [...document.querySelectorAll('*')].filter((each) => {

@@ -2,6 +2,7 @@
 import assert from 'node:assert/strict';
 import {after, before, describe, it} from 'node:test';
 import {Bench, until} from './bench.js';
+import {Devtools, kMega, quantile, updatesOf, watchUpdates} from './cost.js';
 import {Page} from './page.js';
 
 const kPoint = '1/1:0001';
@@ -34,13 +35,20 @@ export function journeys(browser) {
 
     before(async () => {
       bench = await Bench.start({speed: 30});
-      opened = await Page.open(await browser(), bench.address);
+      opened = await Page.open(await browser(), bench.address, {begin: watchUpdates});
       page = opened.page;
     });
 
     after(async () => {
       await opened?.close();
       await bench?.stop();
+    });
+
+    it('shows a first value within a minute of its start', async () => {
+      await opened.show('#values');
+      await page.locator('.point .value').filter({hasText: /\d/}).first().waitFor();
+      const seconds = (Date.now() - bench.begun) / 1000;
+      assert.ok(seconds < 60, `${seconds} s`);
     });
 
     it('shows a value being published, and received as the accepted file has it', async () => {
@@ -86,6 +94,19 @@ export function journeys(browser) {
       assert.ok(shown.length >= 10, `${shown.length} values`);
       assert.deepEqual(shown.map(([time, value]) => [time - offset, value]), history.map((each) => each.map(Number)));
       assert.deepEqual(shown.map(([, value]) => value), values.map((each) => Number(each.value)));
+    });
+
+    it('lets the history of a whole device be ordered', async () => {
+      const {points} = await bench.get('/api/values/points');
+      const ids = points.map((point) => point.id).filter((id) => id.startsWith('2/11:')).sort();
+      await opened.show('#recalls');
+      await page.getByLabel('Or a whole device').selectOption('2/11');
+      await page.getByRole('button', {name: 'Choose the device'}).click();
+      await page.getByRole('button', {name: 'Order the recall'}).click();
+      const id = Number((await page.getByText(/Recall \d+ is ordered/).innerText()).match(/\d+/)[0]);
+      const {recalls} = await bench.get('/api/recalls');
+      assert.ok(ids.length > 20, `${ids.length} points`);
+      assert.deepEqual([...recalls.find((each) => each.id === id).points].sort(), ids);
     });
 
     it('shows refused files waiting as the ledger has them, and draining when the cloud accepts again', async () => {
@@ -144,6 +165,16 @@ export function journeys(browser) {
       await page.getByRole('gridcell', {name: 'missing'}).first().click();
       const hour = page.locator('section', {has: page.getByRole('heading', {name: /^Hour:/})});
       await hour.locator('tr', {hasText: /missing\s*no file/}).first().waitFor();
+    });
+
+    it('costs little, on the page and in the console', async () => {
+      const metric = await (await Devtools.open(opened)).metric();
+      const {updates} = await updatesOf(opened);
+      const {most} = await bench.consoleMemory();
+      assert.ok(updates.length > 20, `${updates.length} updates`);
+      assert.ok(quantile(updates, 0.5) < 100, `an update takes ${quantile(updates, 0.5)} ms in the median`);
+      assert.ok(metric('JSHeapUsedSize') < 64 * kMega, `the page has ${metric('JSHeapUsedSize')} bytes of heap`);
+      assert.ok(most < 64 * kMega, `the console's server has had ${most} bytes`);
     });
 
     it('keeps to this machine and logs no error on all of this way', () => {

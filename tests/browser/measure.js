@@ -3,32 +3,11 @@
 // usage: node measure.js [MINUTES]     (real minutes; 24 are a day of the gateway)
 import {setTimeout as sleep} from 'node:timers/promises';
 import {Bench, until} from './bench.js';
+import {Devtools, kMega, quantile, updatesOf, watchUpdates} from './cost.js';
 import {Page, openBrowser} from './page.js';
 
-const kMega = 1 << 20;
 const minutes = Number(process.argv[2] ?? 24);
 const round = (number, digits = 1) => Number(number.toFixed(digits));
-
-// Runs in the page before its own code. Times each event of the stream, with the layout that follows from it.
-function watchUpdates() {
-  globalThis.updates = [];
-  globalThis.longTasks = [];
-  new PerformanceObserver((list) => globalThis.longTasks.push(...list.getEntries().map((entry) => entry.duration))).observe({type: 'longtask'});
-  const add = EventSource.prototype.addEventListener;
-  EventSource.prototype.addEventListener = function listen(name, take, ...more) {
-    if (name !== 'state') return add.call(this, name, take, ...more);
-    return add.call(this, name, (event) => {
-      const begun = performance.now();
-      take(event);
-      document.body.getBoundingClientRect();
-      globalThis.updates.push(performance.now() - begun);
-    }, ...more);
-  };
-}
-
-function quantile(sorted, part) {
-  return sorted.length === 0 ? 0 : sorted[Math.min(sorted.length - 1, Math.floor(sorted.length * part))];
-}
 
 // One page that stays on one view.
 class Watched {
@@ -37,17 +16,13 @@ class Watched {
     watched.hash = hash;
     const opened = await Page.open(browser, bench.address, {begin: watchUpdates, hash});
     watched.opened = opened;
-    watched.devtools = await opened.context.newCDPSession(opened.page);
-    await watched.devtools.send('Performance.enable', {timeDomain: 'threadTicks'});
+    watched.devtools = await Devtools.open(opened);
     return watched;
   }
 
   async figures() {
-    await this.devtools.send('HeapProfiler.collectGarbage');
-    const {metrics} = await this.devtools.send('Performance.getMetrics');
-    const metric = (name) => metrics.find((each) => each.name === name).value;
-    const {updates, longTasks} = await this.opened.page.evaluate(() => ({updates: globalThis.updates, longTasks: globalThis.longTasks}));
-    const sorted = [...updates].sort((a, b) => a - b);
+    const metric = await this.devtools.metric();
+    const {updates: sorted, longTasks} = await updatesOf(this.opened);
     return {
       view: this.hash.replace(/\?.*/, ''), updates: sorted.length,
       median_ms: round(quantile(sorted, 0.5)), p99_ms: round(quantile(sorted, 0.99)), longest_ms: round(sorted.at(-1) ?? 0),

@@ -49,7 +49,8 @@ Clock::Clock(std::string file, std::time_t start, double speed)
     : m_file(std::move(file)),
       m_holder(std::make_unique<Child>(
           std::vector<std::string>{"faketime", "-m", "-f", "+0 x0", "sh", "-c", kHolder},
-          std::vector<std::string>{})) {
+          std::vector<std::string>{})),
+      m_firstSpeed(speed) {
   RequireSpeed(speed);
   const std::string shared = RequireLine(*m_holder);
   const std::string library = RequireLine(*m_holder);
@@ -94,6 +95,16 @@ double Clock::Elapsed() const {
 double Clock::Speed() const {
   const std::lock_guard lock(m_mutex);
   return m_setting.speed;
+}
+
+long Clock::Stepped() const {
+  const std::lock_guard lock(m_mutex);
+  return std::lround(m_setting.stepped);
+}
+
+void Clock::Restore() {
+  if (Speed() != m_firstSpeed) SetSpeed(m_firstSpeed);
+  if (const long stepped = Stepped(); stepped != 0) Step(-stepped);
 }
 
 void Clock::SetSpeed(double speed) {

@@ -38,6 +38,8 @@ class Clock {
   // Gateway seconds since the start. A step does not count; so a span measured by it is real.
   double Elapsed() const;
   double Speed() const;  // gateway seconds in a real second
+  double FirstSpeed() const { return m_firstSpeed; }
+  long Stepped() const;  // seconds, the sum of all steps so far
 
   // The time goes on from where it is. Throws std::invalid_argument for a speed out of range, and
   // for every other than 1 on the machine's own clock; std::runtime_error when the file cannot be
@@ -45,6 +47,10 @@ class Clock {
   void SetSpeed(double speed);
   // Moves the clock by `seconds`, back if negative. Throws std::runtime_error as above.
   void Step(long seconds);
+
+  // Puts the speed back to the first one and takes all steps back. Throws std::runtime_error as
+  // above.
+  void Restore();
 
   // NAME=VALUE for the programs of the gateway and what they start.
   std::vector<std::string> Environment() const { return m_environment; }
@@ -63,8 +69,9 @@ class Clock {
 
   const std::string m_file;         // empty: the machine's own clock
   std::unique_ptr<Child> m_holder;  // keeps the common start
-  double m_start = 0;               // the common start, real Unix seconds
-  double m_begin = 0;               // what the clock showed at first
+  double m_firstSpeed = 1;
+  double m_start = 0;  // the common start, real Unix seconds
+  double m_begin = 0;  // what the clock showed at first
   std::vector<std::string> m_environment{};
   mutable util::Mutex m_mutex{};  // guards the setting
   Setting m_setting{};

@@ -54,6 +54,8 @@ void WriteClocks(const Clock& clock, const std::string& place, JsonWriter& json)
   json.Key("gateway_unix_s"), json.Int64(now);
   json.Key("real_unix_s"), json.Int64(clock.Real());
   json.Key("speed"), json.Double(clock.Speed());
+  json.Key("first_speed"), json.Double(clock.FirstSpeed());
+  json.Key("stepped_s"), json.Int64(clock.Stepped());
   json.Key("gateway_offset_s"), json.Int64(local ? local->tm_gmtoff : 0);
   json.Key("gateway_text"), json.String(local ? util::TimeMark(*local).c_str() : "");
   json.Key("place"), json.String(place.c_str());

@@ -27,6 +27,7 @@ class Actions {
   virtual double Speed() = 0;
   virtual void SetSpeed(double factor) = 0;
   virtual void Step(long seconds) = 0;
+  virtual void RestoreClock() = 0;  // the first speed, and all steps taken back
   virtual std::time_t Now() = 0;
 
   // The card.

@@ -25,6 +25,7 @@ class BenchActions : public Actions {
   double Speed() override;
   void SetSpeed(double factor) override;
   void Step(long seconds) override;
+  void RestoreClock() override { m_clock.Restore(); }
   std::time_t Now() override;
   void LockLedger() override { m_card.Lock(); }
   void UnlockLedger() override { m_card.Unlock(); }

@@ -58,10 +58,31 @@ Reply Done() {
   });
 }
 
+// What should happen with the parameters of the query.
+Reply Expected(const Call& call) {
+  const Fault* const fault = FindFault(call.Get("fault"));
+  if (fault == nullptr) throw std::invalid_argument("there is no such fault");
+  rapidjson::Document params(rapidjson::kObjectType);
+  for (const auto& [name, value] : call.query) {
+    if (name == "fault") continue;
+    params.AddMember(rapidjson::Value(name.c_str(), params.GetAllocator()),
+                     rapidjson::Value(value.c_str(), params.GetAllocator()), params.GetAllocator());
+  }
+  const FaultParams checked = CheckParams(*fault, &params);
+  return JsonReply([&](JsonWriter& json) {
+    json.StartObject();
+    json.Key("schema"), json.Int(1);
+    WriteExpectationTexts(json, fault->expectations(checked));
+    json.EndObject();
+  });
+}
+
 }  // namespace
 
 void Faults::AddRoutes(Router& router) {
   router.Get("/api/faults", [this](const Call&) { return AnswerCatalogue(); });
+  router.Get("/api/faults/expected",
+             [](const Call& call) { return Guarded([&] { return Expected(call); }); });
   router.Get("/api/faults/report", [this](const Call&) { return AnswerReport(); });
   router.Post("/api/faults/start",
               [this](const Call& call) { return Guarded([&] { return AnswerStart(call); }); });
@@ -69,10 +90,7 @@ void Faults::AddRoutes(Router& router) {
               [this](const Call& call) { return Guarded([&] { return AnswerStop(call); }); });
   router.Post("/api/faults/random",
               [this](const Call& call) { return Guarded([&] { return AnswerRandom(call); }); });
-  router.Post("/api/faults/off", [this](const Call&) {
-    AllOff();
-    return Done();
-  });
+  router.Post("/api/faults/off", [this](const Call&) { return AnswerOff(); });
 }
 
 Reply Faults::AnswerStart(const Call& call) {
@@ -95,6 +113,16 @@ Reply Faults::AnswerStop(const Call& call) {
   return Done();
 }
 
+Reply Faults::AnswerOff() {
+  AllOff();
+  try {
+    RestoreClock();
+  } catch (const std::exception& error) {
+    return ErrorReply(kNotNow, std::string("the clock cannot be put back: ") + error.what());
+  }
+  return Done();
+}
+
 Reply Faults::AnswerRandom(const Call& call) {
   const double minutes = NumberIn(*call.body, "minutes", 1, kMostMinutes);
   const double seed = NumberIn(*call.body, "seed", 0, std::numeric_limits<std::uint32_t>::max());
@@ -103,24 +131,14 @@ Reply Faults::AnswerRandom(const Call& call) {
 }
 
 Reply Faults::AnswerCatalogue() const {
-  const std::lock_guard lock(m_mutex);
-  return JsonReply([this](JsonWriter& json) {
-    json.StartObject();
-    json.Key("schema"), json.Int(1);
-    json.Key("catalogue");
-    json.StartArray();
-    for (const Fault& fault : FaultCatalogue()) WriteFault(json, fault);
-    json.EndArray();
-    WriteMembers(json);
-    json.EndObject();
-  });
+  const std::lock_guard lock(m_shownMutex);
+  // The members of the state stand behind the catalogue.
+  return {.body = "{\"schema\":1,\"catalogue\":" + m_catalogue + "," + m_shown.state.substr(1)};
 }
 
 Reply Faults::AnswerReport() const {
-  const std::lock_guard lock(m_mutex);
-  Reply reply = JsonReply([this](JsonWriter& json) { WriteReport(json); });
-  reply.downloadName = "bench-report.json";
-  return reply;
+  const std::lock_guard lock(m_shownMutex);
+  return {.body = m_shown.report, .downloadName = "bench-report.json"};
 }
 
 }  // namespace console

@@ -146,6 +146,7 @@ void FaultRun::End(const std::string& verdict, const std::string& text) {
   m_state = State::kEnded;
   m_verdict = verdict;
   m_text = text;
+  m_final = JsonReply([this](JsonWriter& json) { WriteNow(json, m_begun); }).body;
 }
 
 void FaultRun::WriteExpectations(JsonWriter& json) const {
@@ -162,6 +163,11 @@ void FaultRun::WriteExpectations(JsonWriter& json) const {
 }
 
 void FaultRun::Write(JsonWriter& json, const Seen& seen) const {
+  if (m_final.empty()) return WriteNow(json, seen);
+  json.RawValue(m_final.data(), m_final.size(), rapidjson::kObjectType);
+}
+
+void FaultRun::WriteNow(JsonWriter& json, const Seen& seen) const {
   std::optional<std::time_t> ends = m_over;
   if (m_state == State::kActive)
     ends = seen.now + static_cast<std::time_t>(std::max(0.0, m_until - seen.elapsed));

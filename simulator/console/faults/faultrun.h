@@ -55,6 +55,7 @@ class FaultRun {
   // The first one that is not met, or null.
   const Progress* Missing(bool alsoDuring) const;
   void WriteExpectations(JsonWriter& json) const;
+  void WriteNow(JsonWriter& json, const Seen& seen) const;
 
   int m_id;
   const Fault* m_fault;
@@ -70,6 +71,7 @@ class FaultRun {
   bool m_isEarly = false;     // stopped before its time, or begun for less than the fault's own
   std::string m_verdict{};    // empty before the end
   std::string m_text{};
+  std::string m_final{};  // the whole object as JSON; empty before the end
 };
 
 }  // namespace console

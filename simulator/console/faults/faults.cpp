@@ -13,7 +13,7 @@ constexpr double kSecondsInMinute = 60;
 
 }  // namespace
 
-Faults::Faults(Actions& actions) : m_actions(actions) {
+Faults::Faults(Actions& actions) : m_actions(actions), m_catalogue(Catalogue()) {
   Show();
 }
 
@@ -87,6 +87,14 @@ void Faults::AllOff() {
   Show();
 }
 
+// A fault that is not put right yet puts the clock right itself.
+void Faults::RestoreClock() {
+  const std::lock_guard lock(m_mutex);
+  const bool isDisturbed = std::ranges::any_of(
+      m_runs, [](const FaultRun& run) { return !run.Over() && run.What().group == "clock"; });
+  if (!isDisturbed) m_actions.RestoreClock();
+}
+
 void Faults::StartRandom(double minutes, std::uint32_t seed) {
   const std::lock_guard lock(m_mutex);
   if (m_random) throw Refused("random faults run already");
@@ -128,17 +136,18 @@ void Faults::GoOnAtRandom() {
 
 void Faults::ForgetOldRuns() {
   while (m_runs.size() > kMostRuns && m_runs.front().Now() == FaultRun::State::kEnded)
-    m_runs.pop_front();
+    m_runs.pop_front(), ++m_forgotten;
+}
+
+Faults::Band Faults::BandOf(const FaultRun& run) {
+  return {.title = run.What().title, .from = run.Begun(), .to = run.Over()};
 }
 
 std::vector<Faults::Band> Faults::Bands(std::time_t from, std::time_t to) const {
-  const std::lock_guard lock(m_mutex);
+  const std::lock_guard lock(m_shownMutex);
   std::vector<Band> bands;
-  for (const FaultRun& run : m_runs) {
-    const std::optional<std::time_t> over = run.Over();
-    if (run.Begun() <= to && over.value_or(from) >= from) {
-      bands.push_back({.title = run.What().title, .from = run.Begun(), .to = over});
-    }
+  for (const Band& band : m_shown.bands) {
+    if (band.from <= to && band.to.value_or(from) >= from) bands.push_back(band);
   }
   return bands;
 }

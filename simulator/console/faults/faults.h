@@ -17,8 +17,9 @@
 
 namespace console {
 
-// Begins faults, lets each expire by itself, and judges it. Any thread may call; a call may take as
-// long as the action of a fault, some seconds at most.
+// Begins faults, lets each expire by itself, and judges it. Any thread may call. What begins or
+// ends a fault takes as long as its action, some seconds at most; what only tells never waits for
+// one.
 class Faults {
  public:
   // The actions must outlive the object.
@@ -26,8 +27,10 @@ class Faults {
 
   // Adds /api/faults and what is below it.
   void AddRoutes(Router& router);
-  // The member "faults", as the latest look or call left it. Never waits for an action.
+  // The member "faults", as the latest look or call left it.
   void WriteState(JsonWriter& json) const;
+  // How many faults are active or heal, likewise.
+  long Active() const;
 
   // What to record of an accepted call with this body: a run's number becomes the fault that it
   // is, because the next time it may have another number.
@@ -50,6 +53,9 @@ class Faults {
   // Ends all runs, and the random faults. What cannot be put right now is tried again at every
   // look.
   void AllOff();
+  // Puts the clock back that was stepped or got another speed without a fault. Throws
+  // std::exception with a sentence.
+  void RestoreClock();
   void StartRandom(double minutes, std::uint32_t seed);
 
   // When a fault disturbed, for the trace of a file. No end: it still does.
@@ -74,6 +80,14 @@ class Faults {
     std::time_t started = 0;
   };
 
+  // What is told of the faults, finished.
+  struct Shown {
+    std::string state{};   // JSON
+    std::string report{};  // JSON
+    std::vector<Band> bands{};
+    long active = 0;
+  };
+
   // All called with the mutex held.
   bool StopOne(const std::function<bool(const FaultRun&)>& isMeant);
   int Begin(const Fault& fault, const FaultParams& params, double seconds);
@@ -85,25 +99,34 @@ class Faults {
   void WriteRuns(JsonWriter& json, const char* key, bool ended) const;
   void WriteRandom(JsonWriter& json) const;
   void WriteLatestRandom(JsonWriter& json) const;
+  long CountEnded() const;
   void WriteMembers(JsonWriter& json) const;
+  std::string Catalogue() const;
   void WriteFault(JsonWriter& json, const Fault& fault) const;
   void WriteReport(JsonWriter& json) const;
+  static Band BandOf(const FaultRun& run);
 
   Reply AnswerStart(const Call& call);
   Reply AnswerStop(const Call& call);
+  Reply AnswerOff();
   Reply AnswerRandom(const Call& call);
   Reply AnswerCatalogue() const;
   Reply AnswerReport() const;
 
   Actions& m_actions;
+  const std::string m_catalogue;  // JSON
   mutable util::Mutex m_mutex{};  // guards all below, and the use of the actions
   Seen m_seen{};
   std::list<FaultRun> m_runs{};  // the oldest first
+  long m_forgotten = 0;          // runs that are no longer kept
   int m_latest = 0;              // number of the latest run
   std::optional<Random> m_random{};
   std::optional<RandomStart> m_latestRandom{};  // stays when it is over
-  mutable util::Mutex m_shownMutex{};           // guards the text; taken for a moment only
-  std::string m_shown{};                        // the finished JSON of WriteState
+  mutable util::Mutex m_shownMutex{};           // guards the last one; taken for a moment only
+  Shown m_shown{};
 };
+
+// The member "expectation_texts".
+void WriteExpectationTexts(JsonWriter& json, const std::vector<Expectation>& expectations);
 
 }  // namespace console

@@ -59,17 +59,29 @@ std::string NameOf(const FaultRun& run) {
 
 }  // namespace
 
+void WriteExpectationTexts(JsonWriter& json, const std::vector<Expectation>& expectations) {
+  json.Key("expectation_texts");
+  json.StartArray();
+  for (const Expectation& each : expectations) json.String(each.text.c_str());
+  json.EndArray();
+}
+
+std::string Faults::Catalogue() const {
+  return JsonReply([this](JsonWriter& json) {
+           json.StartArray();
+           for (const Fault& fault : FaultCatalogue()) WriteFault(json, fault);
+           json.EndArray();
+         })
+      .body;
+}
+
 void Faults::WriteFault(JsonWriter& json, const Fault& fault) const {
   json.StartObject();
   WriteText(json, "fault", fault.name);
   WriteText(json, "group", fault.group);
   WriteText(json, "title", fault.title);
   WriteText(json, "text", fault.text);
-  json.Key("expectation_texts");
-  json.StartArray();
-  for (const Expectation& each : fault.expectations(StandardParams(fault)))
-    json.String(each.text.c_str());
-  json.EndArray();
+  WriteExpectationTexts(json, fault.expectations(StandardParams(fault)));
   json.Key("seconds"), json.Int64(fault.seconds);
   json.Key("params");
   json.StartArray();
@@ -121,37 +133,52 @@ void Faults::WriteLatestRandom(JsonWriter& json) const {
   json.EndObject();
 }
 
+long Faults::CountEnded() const {
+  return std::ranges::count(m_runs, FaultRun::State::kEnded, &FaultRun::Now);
+}
+
 void Faults::WriteMembers(JsonWriter& json) const {
   WriteRuns(json, "active", false);
   WriteRuns(json, "recent", true);
+  json.Key("ended"), json.Int64(m_forgotten + CountEnded());
   WriteRandom(json);
 }
 
 void Faults::Show() {
-  std::string text = JsonReply([this](JsonWriter& json) {
-                       json.StartObject();
-                       WriteMembers(json);
-                       json.EndObject();
-                     }).body;
+  Shown shown;
+  shown.state = JsonReply([this](JsonWriter& json) {
+                  json.StartObject();
+                  WriteMembers(json);
+                  json.EndObject();
+                }).body;
+  shown.report = JsonReply([this](JsonWriter& json) { WriteReport(json); }).body;
+  for (const FaultRun& run : m_runs) {
+    shown.bands.push_back(BandOf(run));
+    if (run.Now() != FaultRun::State::kEnded) ++shown.active;
+  }
   const std::lock_guard lock(m_shownMutex);
-  m_shown = std::move(text);
+  m_shown = std::move(shown);
+}
+
+long Faults::Active() const {
+  const std::lock_guard lock(m_shownMutex);
+  return m_shown.active;
 }
 
 void Faults::WriteState(JsonWriter& json) const {
   const std::lock_guard lock(m_shownMutex);
   json.Key("faults");
-  json.RawValue(m_shown.data(), m_shown.size(), rapidjson::kObjectType);
+  json.RawValue(m_shown.state.data(), m_shown.state.size(), rapidjson::kObjectType);
 }
 
 void Faults::WriteReport(JsonWriter& json) const {
   const auto failed = std::ranges::count_if(m_runs, [](const FaultRun& run) {
     return run.Now() == FaultRun::State::kEnded && !run.IsAsExpected();
   });
-  const auto ended = std::ranges::count(m_runs, FaultRun::State::kEnded, &FaultRun::Now);
   json.StartObject();
   json.Key("schema"), json.Int(1);
   json.Key("made_unix_s"), json.Int64(m_seen.now);
-  json.Key("ended"), json.Int64(ended);
+  json.Key("ended"), json.Int64(CountEnded());
   json.Key("not_as_expected"), json.Int64(failed);
   WriteLatestRandom(json);
   json.Key("account");

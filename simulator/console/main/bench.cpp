@@ -61,7 +61,7 @@ Bench::Bench(const Options& options, const Scenario& scenario, const sigset_t& e
             return m_parts.Lasting(path, json);
           },
           StartLines(options, scenario)),
-      m_parts(m_clock, m_processes, options),
+      m_parts(m_clock, m_processes, m_events, options),
       m_files(options.page, options.charts),
       m_server(m_router, m_events, m_files) {
   AddClockRoutes(m_clock, m_router);

@@ -71,13 +71,13 @@ class Bench {
   LogFollower m_log;
   Processes m_processes;
   Recorder m_recorder;
+  EventHub m_events{};
   Parts m_parts;
   std::string m_address{};  // of the page
   std::string m_ledgerShown{};
   std::chrono::steady_clock::time_point m_nextLook{};
   bool m_hasEnded = false;  // an end signal has come
   Router m_router{};
-  EventHub m_events{};
   StaticFiles m_files;
   Server m_server;
 };

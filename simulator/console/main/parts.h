@@ -1,8 +1,13 @@
 // The console's parts that stand above the bench, put together.
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <memory>
+#include <optional>
+#include <stop_token>
 #include <string>
+#include <thread>
 
 #include "console/bench/clock.h"
 #include "console/bench/processes.h"
@@ -11,15 +16,18 @@
 #include "console/main/options.h"
 #include "console/uploads/uploads.h"
 #include "console/watch/watcher.h"
+#include "console/web/eventhub.h"
 #include "console/web/router.h"
+#include "util/mutex.h"
 
 namespace console {
 
 // A new part is a member here, and a line in each function.
 class Parts {
  public:
-  // Clock and processes must outlive the object. Made before any program of the gateway prints.
-  Parts(Clock& clock, Processes& processes, const Options& options);
+  // Clock, processes and events must outlive the object. Made before any program of the gateway
+  // prints.
+  Parts(Clock& clock, Processes& processes, const EventHub& events, const Options& options);
   Parts(const Parts&) = delete;
   Parts& operator=(const Parts&) = delete;
 
@@ -35,13 +43,22 @@ class Parts {
 
  private:
   Seen SeenByFaults();
+  void FollowFaults(const std::stop_token& stop);
+  void TidySometimes();
 
   const Clock& m_clock;
   const Processes& m_processes;
   Uploads m_uploads;
   const std::unique_ptr<Actions> m_actions;
   Faults m_faults;
-  Watcher m_watcher;  // last: it looks at the others
+  Watcher m_watcher;  // it looks at the others
+  std::chrono::steady_clock::time_point m_nextTidying{};
+  // What a fault does may take seconds. So the faults look on a thread of their own, and the state
+  // goes on.
+  util::Mutex m_seenMutex{};     // guards the next one
+  std::optional<Seen> m_seen{};  // for the faults; none: they have it already
+  std::condition_variable_any m_seenChanged{};
+  std::jthread m_faultThread;  // last: it uses the others
 };
 
 }  // namespace console

@@ -79,7 +79,7 @@ FileCounts CountsOf(const Counts& counts) {
 }  // namespace
 
 WatchSources SourcesOf(const Clock& clock, const Processes& processes, Uploads& uploads,
-                       const Faults& faults, const Options& options) {
+                       const Faults& faults, const EventHub& events, const Options& options) {
   WatchSources sources;
   sources.now = [&clock] { return clock.Now(); };
   sources.arrivals = [&uploads](long after) { return ArrivalsOf(uploads.Index(), after); };
@@ -91,6 +91,12 @@ WatchSources SourcesOf(const Clock& clock, const Processes& processes, Uploads& 
   };
   sources.alarms = [&uploads](std::uint32_t dataId, std::time_t from, std::time_t to) {
     return MarksOf(uploads.AlarmEvents(), dataId, from, to);
+  };
+  sources.figures = [&clock, &faults, &events] {
+    return BenchFigures{.speed = clock.Speed(),
+                        .stepped = clock.Stepped(),
+                        .faults = faults.Active(),
+                        .streams = static_cast<long>(events.Streams())};
   };
   return sources;
 }

@@ -8,12 +8,13 @@
 #include "console/main/options.h"
 #include "console/uploads/uploads.h"
 #include "console/watch/watcher.h"
+#include "console/web/eventhub.h"
 
 namespace console {
 
 // All must outlive the watch.
 WatchSources SourcesOf(const Clock& clock, const Processes& processes, Uploads& uploads,
-                       const Faults& faults, const Options& options);
+                       const Faults& faults, const EventHub& events, const Options& options);
 
 // What the watch sees, for the faults. Members that the watch does not have stay as they are.
 void TakeSight(const Sight& sight, Seen* seen);

@@ -8,7 +8,8 @@ import {head, notice, visit} from './view.js';
 
 const kPollMs = 3000;
 
-const states = {recorded: ['waiting', 'recorded, not yet taken'], taken: ['waiting', 'taken by the service'], accepted: ['good', 'accepted']};
+const states = {recorded: ['waiting', 'recorded, not yet taken'], taken: ['waiting', 'taken by the service'], sent: ['broken', 'sent, not accepted so far'],
+  accepted: ['good', 'accepted']};
 
 function measured(alarm) {
   const unit = alarm.unit ? ` ${alarm.unit}` : '';

@@ -99,7 +99,7 @@ function buildClocks() {
 async function allOff() {
   try {
     await post('/api/faults/off', {});
-    say('All faults are off.');
+    say('All faults are off, and the clock is back.');
     document.querySelector('#main h1')?.focus();
   } catch (error) {
     say(`The faults are not off: ${error.message}`);
@@ -111,10 +111,20 @@ function left(run) {
   return run.ends_unix_s === null ? 'until stopped' : `${duration(run.ends_unix_s - gatewayNow())} left`;
 }
 
+// What was changed at the gateway's clock without a fault; empty: nothing.
+function clockText(runs, {speed, first_speed: first, stepped_s: stepped}) {
+  const byFault = (name) => runs.some((run) => run.fault === name);
+  return [
+    stepped !== 0 && !byFault('step-clock') && `clock set ${duration(Math.abs(stepped))} ${stepped > 0 ? 'ahead' : 'back'}`,
+    speed !== first && !byFault('speed') && `speed ×${speed}, ×${first} at first`,
+  ].filter(Boolean).join(', ');
+}
+
 function buildActive() {
   const list = h('ul.active-list');
+  const clocks = h('a', {href: visit('road')});
   const element = h('section.active', {hidden: true, 'aria-label': 'Active faults'},
-    h('span.label', 'Active faults'), list, button('All faults off', allOff, {class: 'danger', id: 'all-off'}));
+    h('span.label', 'Active faults'), list, clocks, button('All faults off', allOff, {class: 'danger', id: 'all-off'}));
   let runs = [];
   let times = [];
   const draw = changed((state) => {
@@ -122,15 +132,17 @@ function buildActive() {
     fill(list, runs.map((run, at) => h('li',
       h('a', {href: visit('faults', {fault: run.fault})}, run.title), ' ', times[at])),
     state.random && h('li', `random faults, seed ${state.random.seed}`));
-    element.hidden = runs.length === 0 && !state.random;
+    setText(clocks, state.clock);
+    clocks.hidden = state.clock === '';
+    element.hidden = runs.length === 0 && !state.random && !state.clock;
   });
   const tick = () => runs.forEach((run, at) => setText(times[at], left(run)));
   on('tick', tick);
   return {
     element,
-    draw(faults) {
+    draw(faults, clock) {
       runs = faults?.active ?? [];
-      draw({names: runs.map((run) => run.run), random: faults?.random ?? null});
+      draw({names: runs.map((run) => run.run), random: faults?.random ?? null, clock: clockText(runs, clock)});
       tick();
     },
   };
@@ -163,11 +175,20 @@ function sayDown(place) {
   };
 }
 
+// On a low screen the bar scrolls away; then this line stays. It repeats the account, for the eye only.
+function buildLine(bar) {
+  const line = h('p.account-line', {'aria-hidden': 'true'});
+  bar.after(line);
+  return ({account}) => setText(line, `${verdictOf(account).text}: ${columns.slice(0, 6)
+    .map(([id, title, sign]) => `${sign} ${count(account.total[id])} ${title}`).join(' ').trim()}`);
+}
+
 // Fills the bar and keeps it up to date.
 export function startBar(bar) {
   const verdict = buildVerdict();
   const account = buildAccount();
   const active = buildActive();
+  const line = buildLine(bar);
   const down = sayDown(document.getElementById('down'));
   sayGone(document.getElementById('gone'));
   bar.prepend(h('div.bar-top', h('p.brand', 'Brennik ', h('span', 'bench console')), buildClocks()),
@@ -176,7 +197,8 @@ export function startBar(bar) {
   on('state', (state) => {
     verdict.draw();
     account.draw(state.account);
-    active.draw(state.faults);
+    line(state);
+    active.draw(state.faults, state.clocks);
     down(state.processes);
   });
   new ResizeObserver(() => {

@@ -1,5 +1,5 @@
 // The card of one fault: what it does, what should happen, its parameters, and its run.
-import {post} from './api.js';
+import {get, post} from './api.js';
 import {badge, changed, field, fill, h, select, setText} from './dom.js';
 import {clock, duration, sentence} from './format.js';
 import {gatewayNow} from './live.js';
@@ -56,6 +56,9 @@ export class FaultCard {
     this.seconds = fault.seconds > 0 ? h('input', {type: 'number', min: '1', max: '86400', value: fault.seconds}) : null;
     this.start = button('Start', () => this.begin(), {class: 'primary', 'aria-label': `Start: ${fault.title}`});
     this.stop = button('Stop', () => this.finish(), {'aria-label': `Stop: ${fault.title}`, hidden: true});
+    this.expected = fault.expectation_texts;
+    this.isNew = false; // the parameters were changed since the run shown
+    for (const [, element] of this.controls) element.addEventListener('change', () => this.expect());
     this.draw = changed(() => this.show());
     this.element = this.build();
     this.draw(null);
@@ -72,8 +75,28 @@ export class FaultCard {
       h('h4', 'What should happen'), this.list, this.state, fault.available === false ? cannot : fields, this.outcome.element);
   }
 
+  params() {
+    return Object.fromEntries(this.controls.map(([parameter, element]) => [parameter.name, read(parameter, element)]));
+  }
+
+  // Shows what should happen with the parameters that are chosen now.
+  async expect() {
+    const params = this.params();
+    try {
+      const {expectation_texts: texts} = await get('/api/faults/expected', {fault: this.fault.fault, ...params});
+      if (JSON.stringify(params) !== JSON.stringify(this.params())) return;
+      this.expected = texts;
+      this.isNew = !this.run || this.run.state === 'ended';
+      this.outcome.clear();
+      this.show();
+    } catch (error) {
+      this.outcome.failed(error);
+    }
+  }
+
   // Takes the newest run of this fault, or null.
   take(run) {
+    if (run && run.run !== this.run?.run) this.isNew = false;
     this.run = run;
     this.draw(run);
     this.tick();
@@ -83,8 +106,9 @@ export class FaultCard {
     const {run} = this;
     const active = run && run.state !== 'ended';
     this.element.classList.toggle('is-active', Boolean(active));
-    const expected = run?.expectations ?? this.fault.expectation_texts.map((text) => ({text}));
-    fill(this.list, expected.map((each) => expectation(each, run)));
+    const shown = this.isNew && !active ? null : run;
+    const expected = shown?.expectations ?? this.expected.map((text) => ({text}));
+    fill(this.list, expected.map((each) => expectation(each, shown)));
     fill(this.state, run && [verdictBadge(run), ' ', this.left, run.text && ` ${sentence(run.text)}`]);
     if (run?.state === 'ended') this.outcome.clear();
     const focused = document.activeElement === this.stop;
@@ -97,8 +121,7 @@ export class FaultCard {
   }
 
   async begin() {
-    const params = Object.fromEntries(this.controls.map(([parameter, element]) => [parameter.name, read(parameter, element)]));
-    const body = {fault: this.fault.fault, ...(this.seconds && {seconds: Number(this.seconds.value)}), params};
+    const body = {fault: this.fault.fault, ...(this.seconds && {seconds: Number(this.seconds.value)}), params: this.params()};
     try {
       const run = await post('/api/faults/start', body);
       this.outcome.good('Started. What should happen is ticked off as it comes.');

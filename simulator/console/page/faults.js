@@ -1,7 +1,7 @@
 // Faults: what can go wrong, in groups; what runs now; random faults and their report.
 import {get, post} from './api.js';
-import {changed, field, fill, h, table} from './dom.js';
-import {clock, sentence, when} from './format.js';
+import {changed, field, fill, h, setText, table} from './dom.js';
+import {clock, cutText, sentence, when} from './format.js';
 import {FaultCard, runText, verdictBadge} from './faultcard.js';
 import {gatewayNow, on} from './live.js';
 import {button, head, notice, panel, result} from './view.js';
@@ -33,13 +33,17 @@ function buildRandom(view) {
 function buildRecent(view) {
   const none = h('p.empty', 'No fault has ended yet.');
   const rows = table('Faults that have ended', [{title: 'Fault'}, {title: 'Started', class: 'time'}, {title: 'Verdict'}, {title: 'Why'}]);
+  const cut = h('p.hint');
   const draw = changed((runs) => {
     none.hidden = runs.length > 0;
     rows.element.hidden = runs.length === 0;
     rows.fill(runs, (run) => run.run, (run) => [run.title, when(run.started_unix_s, gatewayNow()), verdictBadge(run), sentence(run.text) || '–']);
   });
-  view.onState((state) => draw([...(state.faults?.recent ?? [])].sort((a, b) => b.run - a.run).slice(0, 30)));
-  return panel('Ended', none, rows.element);
+  view.onState(({faults: {recent, ended}}) => {
+    draw([...recent].sort((a, b) => b.run - a.run));
+    setText(cut, cutText(recent.length, ended, 'fault'));
+  });
+  return panel('Ended', none, rows.element, cut);
 }
 
 function newestRun(faults, id) {
@@ -95,7 +99,7 @@ export const faults = {
         said.failed(error);
       }
     };
-    view.root.append(head('Faults', 'Break something and see what happens. Each fault says beforehand what should happen, ends by itself, and gets a verdict.'),
+    view.root.append(head('Faults', 'Break something and see what happens. Each fault says beforehand what should happen, ends by itself, and gets a verdict. “All faults off” ends all of them, and takes back what was set at the clock on the view Road.'),
       buildNow(view), said.element, place, buildRandom(view), buildRecent(view));
     view.onEnd(on('gone', (since) => {
       if (since === null && !place.hasChildNodes()) load();

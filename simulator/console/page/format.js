@@ -66,6 +66,11 @@ export function counted(number, one, many = `${one}s`) {
   return `${count(number)} ${number === 1 ? one : many}`;
 }
 
+// "The newest 100 of 340 recalls are shown."; empty when nothing is cut.
+export function cutText(shown, total, one, which = 'newest') {
+  return total > shown ? `The ${which} ${count(shown)} of ${counted(total, one)} are shown.` : '';
+}
+
 export function bytes(number) {
   if (!known(number)) return '–';
   const units = ['bytes', 'KB', 'MB', 'GB'];

@@ -109,11 +109,11 @@ export function lineChart(title) {
   }};
 }
 
-// The same values as a table: the newest first, at most `limit` rows.
-export function seriesRows(series, limit) {
+// The same values as a table: the newest first.
+export function seriesRows(series) {
   const rows = new Map();
   const put = (unix, name, number) => rows.set(unix, {...rows.get(unix), [name]: number});
   for (const [unix, number] of series.published ?? []) put(unix, 'published', number);
   for (const [unix, number] of series.received ?? []) put(unix, 'received', number);
-  return [...rows].sort((a, b) => b[0] - a[0]).slice(0, limit).map(([unix, row]) => ({unix, ...row}));
+  return [...rows].sort((a, b) => b[0] - a[0]).map(([unix, row]) => ({unix, ...row}));
 }

@@ -1,8 +1,8 @@
 // Chooses points of the plant by name, device or identifier.
 import {get} from './api.js';
-import {fill, h, setText} from './dom.js';
-import {count, value} from './format.js';
-import {notice, say} from './view.js';
+import {field, fill, h, select, setText} from './dom.js';
+import {count, counted, value} from './format.js';
+import {button, notice, say} from './view.js';
 
 const kPollMs = 3000;
 
@@ -23,9 +23,29 @@ function pointRow(point, toggle) {
   return {point, box, shown, element, words: words(point)};
 }
 
+// "1/1" of "1/1:0001".
+const deviceOf = (point) => point.id.split(':')[0];
+
+// Chooses all points of one device. `take(points)` gets them; `fill(points)` lists the devices.
+function devicePicker(take) {
+  const box = select([], '');
+  let all = [];
+  const element = h('div.fields', field('Or a whole device', box),
+    button('Choose the device', () => take(all.filter((point) => deviceOf(point) === box.value))));
+  return {
+    element,
+    fill(points) {
+      all = points;
+      const devices = new Map(points.map((point) => [deviceOf(point), point.device]));
+      const pointsOf = (id) => points.filter((point) => deviceOf(point) === id).length;
+      fill(box, [...devices].map(([id, name]) => h('option', {value: id}, `${name} (${id}), ${counted(pointsOf(id), 'point')}`)));
+    },
+  };
+}
+
 // A picker. `chosen` is the Set of identifiers; `changed()` is called after each change of it. At
-// most `most` points can be chosen.
-export function pointPicker(view, chosen, most, changed) {
+// most `most` points can be chosen. With `byDevice` all points of a device can be chosen at once.
+export function pointPicker(view, chosen, most, changed, byDevice = false) {
   const said = notice();
   const search = h('input', {type: 'search', id: 'point-search', placeholder: 'name, device or 1/1:0001', spellcheck: 'false'});
   const list = h('div.points', {role: 'group', 'aria-label': 'Points', tabindex: '0'});
@@ -67,8 +87,17 @@ export function pointPicker(view, chosen, most, changed) {
     draw();
     changed();
   };
+  const takeDevice = (points) => {
+    chosen.clear();
+    points.slice(0, most).forEach((point) => chosen.add(point.id));
+    say(points.length > most ? `Only ${most} of its ${points.length} points fit.` : `${counted(points.length, 'point')} chosen.`);
+    draw();
+    changed();
+  };
+  const devices = byDevice ? devicePicker(takeDevice) : null;
   const takePoints = (points) => {
     if (points.length !== rows.length) {
+      devices?.fill(points);
       rows = points.map((point) => pointRow(point, toggle));
       fill(list, rows.map((row) => row.element));
       draw();
@@ -85,5 +114,5 @@ export function pointPicker(view, chosen, most, changed) {
       said.failed(error);
     }
   });
-  return h('div.picker', h('label', {for: 'point-search'}, 'Find a point'), search, found, chips, said.element, list);
+  return h('div.picker', h('label', {for: 'point-search'}, 'Find a point'), search, devices?.element, found, chips, said.element, list);
 }

@@ -1,13 +1,15 @@
 // Recalls: orders history, follows each order through poll, file and upload, and shows its values.
 import {get, post} from './api.js';
-import {changed, facts, field, fill, h, table} from './dom.js';
-import {clock, stamp, value, when} from './format.js';
+import {changed, facts, field, fill, h, setText, table} from './dom.js';
+import {clock, cutText, stamp, value, when} from './format.js';
 import {lineChart} from './lines.js';
 import {gatewayNow} from './live.js';
 import {pointPicker} from './points.js';
 import {button, head, notice, panel, result, visit} from './view.js';
 
-const kPoints = 20;
+const kPoints = 80;
+const kRecalls = 100; // in the list
+const kTableRows = 600;
 const kPollMs = 2000;
 
 const flags = {0: '0: a minute is missing, so no value came', 1: '1: every minute is there'};
@@ -33,8 +35,9 @@ function buildForm(view, ordered) {
       outcome.failed(error);
     }
   }, {class: 'primary'});
-  return h('section.panel.order', h('h2', 'Order a recall'), pointPicker(view, chosen, kPoints, () => {}),
-    h('div.fields', field('From, gateway time', from), field('To, gateway time', to), order), outcome.element);
+  return h('section.panel.order', h('h2', 'Order a recall'), pointPicker(view, chosen, kPoints, () => {}, true),
+    h('div.fields', field('From, gateway time', from), field('To, gateway time', to), order),
+    h('p.hint', 'One file holds about 5,000 values that change, for instance an hour of 80 points. A larger order gets no file.'), outcome.element);
 }
 
 function steps(recall) {
@@ -57,12 +60,14 @@ function cells(recall) {
 
 function buildList(view) {
   const said = notice();
+  const cut = h('p.hint');
   const rows = table('Recalls', [{title: 'Order'}, {title: 'Points'}, {title: 'Span'}, {title: 'Way'}, {title: 'File'}]);
   const load = view.poll(kPollMs, async () => {
     try {
-      const list = (await get('/api/recalls')).recalls;
+      const {recalls: list, total} = await get('/api/recalls');
+      setText(cut, cutText(Math.min(list.length, kRecalls), total, 'recall'));
       rows.element.hidden = list.length === 0;
-      rows.fill([...list].sort((a, b) => b.id - a.id).slice(0, 100), (recall) => recall.id, cells);
+      rows.fill([...list].sort((a, b) => b.id - a.id).slice(0, kRecalls), (recall) => recall.id, cells);
       if (list.length === 0) said.none('No recall was ordered yet.');
       else said.clear();
     } catch (error) {
@@ -70,7 +75,7 @@ function buildList(view) {
     }
   });
   view.root.append(head('Recalls', 'The cloud can order the history of chosen points. Here you order it for the cloud.'),
-    buildForm(view, load), panel('Orders', said.element, rows.element));
+    buildForm(view, load), panel('Orders', said.element, rows.element, cut));
 }
 
 function valuesText({values, left_out: leftOut}) {
@@ -81,11 +86,12 @@ function seriesPanel(view, series) {
   const chart = lineChart(`${series.name}: recalled values over time. The table below has the same values.`);
   view.onEnd(() => chart.end());
   const rows = table(`Recalled values of ${series.name}`, [{title: 'Time'}, {title: 'Value', class: 'num'}]);
-  rows.fill(series.values.slice(0, 600), (pair) => pair[0], ([unix, number]) => [stamp(unix), value(number)]);
+  rows.fill(series.values.slice(0, kTableRows), (pair) => pair[0], ([unix, number]) => [stamp(unix), value(number)]);
   const element = h('section.panel.series', h('h2', series.name, ' ', h('code', series.id)),
     facts([['Flag', flags[series.flag] ?? String(series.flag)], ['Values', valuesText(series)]]),
     series.values.length === 0 ? h('p.empty', 'The file holds no value of this point.')
-      : [chart.element, h('details', h('summary', 'As a table', h('span.unseen', `: ${series.name}`)), rows.element)]);
+      : [chart.element, h('details', h('summary', 'As a table', h('span.unseen', `: ${series.name}`)), rows.element,
+        h('p.hint', cutText(kTableRows, series.values.length, 'value', 'first')))]);
   const unix = series.values.map((pair) => pair[0]);
   return {element, draw: () => chart.show({received: series.values}, Math.min(...unix), Math.max(...unix))};
 }
@@ -105,10 +111,11 @@ function buildOne(view, id) {
     try {
       const recall = (await get('/api/recalls')).recalls.find((each) => String(each.id) === String(id));
       if (recall) drawWay(recall);
-      const {series} = await get('/api/recalls/one', {id});
+      const {series, kept} = await get('/api/recalls/one', {id});
       if (view.ended) return;
       draw(series);
       if (series.length > 0) said.clear();
+      else if (!kept) said.none('This recall is too old: its file is no longer kept.');
       else said.none(`The cloud has no values of this recall yet. It is ${clock(gatewayNow())} at the gateway.`);
     } catch (error) {
       said.failed(error);

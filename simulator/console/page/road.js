@@ -118,6 +118,7 @@ function buildClock() {
       button('Set speed', () => send({speed: Number(speed.value)}, `The clock runs ${speed.value} times real time.`))),
     h('div.fields', field('Step in seconds, minus goes back', step),
       button('Step the clock', () => send({step_s: Number(step.value)}, `The clock was stepped by ${step.value} s.`))),
+    h('p.hint', 'Both stay until “All faults off” in the bar puts them back: the speed to that of the start, the time by the sum of all steps.'),
     outcome.element);
 }
 

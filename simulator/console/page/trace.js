@@ -46,7 +46,8 @@ function show(place, trace) {
     h('div.trace', faultBands(trace, scale, now), h('ol', trace.spans.map((span) => spanRow(span, scale, now))),
       h('div.axis', {'aria-hidden': 'true'}, h('span', clock(scale.from)), h('span', clock(scale.to)))),
     h('p.hint', `From ${stamp(scale.from)} to ${stamp(scale.to)}.`)),
-  panel('Faults in this time', trace.faults.length === 0 ? h('p.empty', 'No fault was active in this time.')
+  panel('Faults of the console in this time', trace.faults.length === 0
+    ? h('p.empty', 'The console itself disturbed nothing in this time. What was broken in another way is not listed here: the spans and the logs show it.')
     : h('ul.plain', trace.faults.map((fault) => h('li', h('span.key.band', {'aria-hidden': 'true'}), h('strong', fault.title),
       ` from ${clock(fault.from_unix_s)} ${fault.to_unix_s === null ? 'until now' : `to ${clock(fault.to_unix_s)}`}`)))),
   h('p', h('a', {href: visit('uploads', {file: trace.name})}, 'Upload of this file')));

@@ -42,22 +42,27 @@ function buildCurl(upload) {
     copyButton(() => upload.curl ?? '', line));
 }
 
+function buildRequest(upload) {
+  return [buildChecks(upload.checks ?? []), buildDocument(upload), buildParts(upload),
+    panel('Answer', h('p', `Status ${upload.answer_status ?? 'not known'}`),
+      code('Answer of the cloud', upload.answer || 'The cloud sent no answer.')),
+    buildCurl(upload)];
+}
+
 function show(root, upload) {
   fill(root,
     h('p', badge(upload.accepted ? 'good' : 'broken', upload.accepted ? 'accepted' : 'not accepted'),
       !upload.accepted && ` ${upload.verdict}`),
     h('p.actions',
-      upload.bytes > 0 && h('a.button', {href: url('/api/uploads/archive', {id: upload.id}), download: upload.name}, 'Download the archive'),
+      upload.kept && upload.bytes > 0 && h('a.button', {href: url('/api/uploads/archive', {id: upload.id}), download: upload.name}, 'Download the archive'),
       upload.name && h('a.button', {href: visit('trace', {name: upload.name})}, 'Trace of the file')),
     panel('Upload', facts([
       ['Kind', kind(upload.kind)], ['Stamp', stamp(upload.stamp_unix_s)], ['Received', stamp(upload.time_unix_s)],
       ['Size', bytes(upload.bytes)], upload.name && ['Attempt', `${count(upload.attempt)} of ${count(upload.attempts)}`],
       ['Devices and points', `${counted(upload.devices, 'device')}, ${counted(upload.points, 'point')}`],
     ])),
-    buildChecks(upload.checks ?? []), buildDocument(upload), buildParts(upload),
-    panel('Answer', h('p', `Status ${upload.answer_status ?? 'not known'}`),
-      code('Answer of the cloud', upload.answer || 'The cloud sent no answer.')),
-    buildCurl(upload));
+    upload.kept ? buildRequest(upload) : panel('Request and answer',
+      h('p.empty', 'This upload is too old: its request, its file, its checks and the answer are no longer kept.')));
 }
 
 // Builds the detail of upload `id` in the view.

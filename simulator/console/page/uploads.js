@@ -16,7 +16,7 @@ function verdictBadge(upload) {
 function cells(upload) {
   return [
     h('a.file', {href: visit('uploads', {id: upload.id})}, upload.name || 'no file name'),
-    kind(upload.kind), when(upload.time_unix_s, gatewayNow()), bytes(upload.bytes),
+    kind(upload.kind), upload.stamp_unix_s === null ? 'none' : when(upload.stamp_unix_s, gatewayNow()), when(upload.time_unix_s, gatewayNow()), bytes(upload.bytes),
     `${count(upload.attempt)} of ${count(upload.attempts)}`, `${count(upload.devices)} / ${count(upload.points)}`,
     [verdictBadge(upload), !upload.accepted && h('p.hint', upload.verdict)],
   ];
@@ -41,7 +41,7 @@ function buildFilters(parameters, changedFilter) {
 
 function buildList(view) {
   const said = notice();
-  const rows = table('Uploads, newest first', [{title: 'File'}, {title: 'Kind'}, {title: 'Received', class: 'time'},
+  const rows = table('Uploads, newest first', [{title: 'File'}, {title: 'Kind'}, {title: 'Stamp', class: 'time'}, {title: 'Received', class: 'time'},
     {title: 'Size', class: 'num'}, {title: 'Attempt', class: 'num'}, {title: 'Devices / points', class: 'num'},
     {title: 'Verdict'}]);
   const show = (page) => {
@@ -54,7 +54,7 @@ function buildList(view) {
   const pager = new Pager('upload', (before) => get('/api/uploads', {before, ...filters.filter(), limit: 50}), show);
   const load = (again) => (again ? pager.restart() : pager.load()).catch(said.failed);
   const filters = buildFilters(view.parameters, () => load(true));
-  view.root.append(head('Uploads', 'Every file that reached the cloud, also the refused ones.'),
+  view.root.append(head('Uploads', 'Every file that reached the cloud, also the refused ones. Of the oldest ones only the line is kept.'),
     filters.element, said.element, rows.element, pager.element);
   view.poll(kPollMs, async () => {
     if (pager.first) await load(false);

@@ -1,7 +1,7 @@
 // Values of chosen points: what the acquisition side published against what the cloud received.
 import {get} from './api.js';
 import {changed, field, fill, h, select, setText, table} from './dom.js';
-import {clock, count, duration, sentence, value} from './format.js';
+import {clock, count, cutText, duration, sentence, value} from './format.js';
 import {lineChart, seriesRows} from './lines.js';
 import {gatewayNow, live} from './live.js';
 import {pointPicker} from './points.js';
@@ -10,6 +10,7 @@ import {head, notice, visit} from './view.js';
 const kSeries = 8;
 const kPollMs = 2000;
 const kTableRows = 120;
+const kAlarmsTold = 5;
 
 const known = (pairs) => pairs.filter(([, number]) => number !== null);
 
@@ -40,10 +41,12 @@ class Card {
     this.chart = lineChart(`${series.name}: published against received values over time. The table below has the same values.`);
     this.text = h('p.hint');
     this.alarms = h('ul.marks');
-    this.tellAlarms = changed((alarms) => fill(this.alarms, alarms.map((alarm) =>
-      h('li', `${clock(alarm.unix_s)} alarm ${alarm.raised ? 'raised' : 'cleared'}: ${alarm.text}`))));
+    this.tellAlarms = changed((alarms) => fill(this.alarms, alarms.slice(-kAlarmsTold).map((alarm) =>
+      h('li', `${clock(alarm.unix_s)} alarm ${alarm.raised ? 'raised' : 'cleared'}: ${alarm.text}`)),
+    alarms.length > kAlarmsTold && h('li.hint', cutText(kAlarmsTold, alarms.length, 'alarm'))));
     this.rows = table(`Values of ${series.name}`, [{title: 'Time', class: 'time'}, {title: 'Published', class: 'num'}, {title: 'Received', class: 'num'}]);
-    this.details = h('details', h('summary', 'As a table', h('span.unseen', `: ${series.name}`)), this.rows.element);
+    this.cut = h('p.hint');
+    this.details = h('details', h('summary', 'As a table', h('span.unseen', `: ${series.name}`)), this.rows.element, this.cut);
     this.details.addEventListener('toggle', () => this.fillTable());
     this.element = h('section.panel.series', h('h2', series.name, ' ', h('code', series.id), series.unit && h('span.unit', ` ${series.unit}`)),
       this.chart.element, this.text, this.alarms, this.details);
@@ -53,13 +56,15 @@ class Card {
     this.series = series;
     this.chart.show(series, from, to);
     setText(this.text, summary(series, to));
-    this.tellAlarms((series.alarms ?? []).slice(-5));
+    this.tellAlarms(series.alarms ?? []);
     this.fillTable();
   }
 
   fillTable() {
     if (!this.details.open || !this.series) return;
-    this.rows.fill(seriesRows(this.series, kTableRows), (row) => row.unix, (row) =>
+    const all = seriesRows(this.series);
+    setText(this.cut, cutText(kTableRows, all.length, 'row'));
+    this.rows.fill(all.slice(0, kTableRows), (row) => row.unix, (row) =>
       [clock(row.unix), row.published === undefined ? '–' : value(row.published), row.received === undefined ? '–' : value(row.received)]);
   }
 }

@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "console/uploads/alarmcodes.h"
+#include "console/uploads/alarmdocument.h"
 #include "console/uploads/alarms.h"
 #include "console/uploads/text.h"
 #include "console/web/httpstatus.h"
@@ -65,11 +66,19 @@ Reply Alarms::List(const Call& call) {
   });
 }
 
+std::optional<std::int64_t> Alarms::TriedWith(const RecordedEvent& event) const {
+  const auto tried =
+      m_tried.find(AlarmKey(event.dataId, event.timeMark, event.upFlag, event.trigger));
+  return tried == m_tried.end() ? std::nullopt : std::optional(tried->second);
+}
+
 void Alarms::WriteAlarm(JsonWriter& json, const EventId& id, const RecordedEvent& event) {
   const PointName point = m_names.Find(event.dataId);
   const AlarmMeaning meaning = MeaningOf(event.dataId, event.type, event.upFlag != 0);
-  const auto upload = m_uploads.find(id);
-  const bool accepted = upload != m_uploads.end();
+  const auto found = m_uploads.find(id);
+  const bool accepted = found != m_uploads.end();
+  std::optional<std::int64_t> upload = accepted ? std::optional(found->second) : std::nullopt;
+  if (!accepted) upload = TriedWith(event);
   json.StartObject();
   WriteMember(json, "key", KeyOf(id));
   WriteMember(json, "device", point.device);
@@ -86,8 +95,9 @@ void Alarms::WriteAlarm(JsonWriter& json, const EventId& id, const RecordedEvent
   json.Double(event.threshold);
   WriteMember(json, "unit", point.unit);
   WriteMember(json, "unix_s", std::int64_t{id.time});
-  WriteMember(json, "state", accepted ? "accepted" : event.taken ? "taken" : "recorded");
-  WriteMember(json, "upload_id", accepted ? std::optional(upload->second) : std::nullopt);
+  const char* const before = event.taken ? "taken" : "recorded";
+  WriteMember(json, "state", accepted ? "accepted" : upload ? "sent" : before);
+  WriteMember(json, "upload_id", upload);
   json.EndObject();
 }
 

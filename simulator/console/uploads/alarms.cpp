@@ -33,15 +33,26 @@ void Alarms::TakeDocuments() {
   for (const IndexedUpload& upload :
        m_index.ArrivalsAfter(m_lastUpload, kDocumentsALook, "alarmdata")) {
     m_lastUpload = upload.id;
-    // A file that came twice brings its events once.
-    if (!upload.accepted || !m_files.insert(upload.name).second) continue;
-    for (const std::string& key : AlarmKeysIn(m_index.DocumentOf(upload.id))) {
-      m_delivered[key].push_back(upload.id);
-    }
+    TakeDocument(upload);
   }
   // Beyond any run; what is forgotten here shows as taken.
   if (m_files.size() > kMostRemembered) m_files.erase(m_files.begin());
   while (m_delivered.size() > kMostRemembered) m_delivered.erase(m_delivered.begin());
+  while (m_tried.size() > kMostRemembered) m_tried.erase(m_tried.begin());
+}
+
+// A file that came twice brings its events once.
+void Alarms::TakeDocument(const IndexedUpload& upload) {
+  if (m_files.contains(upload.name)) return;
+  if (upload.accepted) m_files.insert(upload.name);
+  for (const std::string& key : AlarmKeysIn(m_index.DocumentOf(upload.id))) {
+    if (upload.accepted) {
+      m_delivered[key].push_back(upload.id);
+      m_tried.erase(key);
+    } else {
+      m_tried[key] = upload.id;
+    }
+  }
 }
 
 // Events that look the same are matched in their order.

@@ -46,7 +46,9 @@ class Alarms {
  private:
   void FollowLocked();  // under m_mutex
   void TakeDocuments();
+  void TakeDocument(const IndexedUpload& upload);
   void Match();
+  std::optional<std::int64_t> TriedWith(const RecordedEvent& event) const;
   Reply List(const Call& call);
   void WriteAlarm(JsonWriter& json, const EventId& id, const RecordedEvent& event);
 
@@ -61,6 +63,8 @@ class Alarms {
   // Uploads of events that are not matched yet, by AlarmKey.
   std::map<std::string, std::deque<std::int64_t>> m_delivered;
   std::map<EventId, std::int64_t> m_uploads;  // the upload that brought an event
+  // The newest upload with an event that the cloud has not accepted, by AlarmKey.
+  std::map<std::string, std::int64_t> m_tried;
 };
 
 }  // namespace console

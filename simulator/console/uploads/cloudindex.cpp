@@ -45,6 +45,7 @@ IndexedExchange ExchangeFrom(const Query& row) {
   exchange.upload = UploadFrom(row);
   int column = kUploadColumnCount;
   exchange.address = row.Text(column++);
+  exchange.isWhole = !row.IsNull(column);
   exchange.head = row.Text(column++);
   exchange.parts = row.Text(column++);
   exchange.member = row.Text(column++);

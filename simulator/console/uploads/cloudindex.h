@@ -41,6 +41,7 @@ struct IndexedExchange {
   std::string body{};     // of a request that is no upload
   std::string checks{};   // JSON, see cloud/index.h
   int answerStatus = 0;   // HTTP
+  bool isWhole = true;    // false: too old, only the upload is still known
   std::string answer{};
 };
 

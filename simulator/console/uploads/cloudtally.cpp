@@ -29,11 +29,16 @@ CloudTally::CloudTally(const CloudIndex& index) : m_index(index) {
 
 std::map<std::string, EndpointTally> CloudTally::Endpoints() {
   const std::lock_guard lock(m_mutex);
-  Follow();
+  FollowLocked();
   return m_endpoints;
 }
 
 void CloudTally::Follow() {
+  const std::lock_guard lock(m_mutex);
+  FollowLocked();
+}
+
+void CloudTally::FollowLocked() {
   for (;;) {
     const auto exchanges = m_index.VerdictsAfter(m_last, kVerdictsAtOnce);
     if (!exchanges) return;  // the next call tries again

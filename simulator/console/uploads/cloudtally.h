@@ -27,6 +27,8 @@ class CloudTally {
  public:
   explicit CloudTally(const CloudIndex& index);
 
+  // Reads what is new in the index. The other functions do so, too.
+  void Follow();
   // All six endpoints by their option names: "authorize" to "calldata".
   std::map<std::string, EndpointTally> Endpoints();
   // The member "cloud": {"realdata":{"asked":3,"accepted":2,"refused":1,"disturbed":1,
@@ -34,7 +36,7 @@ class CloudTally {
   void WriteState(JsonWriter& json);
 
  private:
-  void Follow();  // under m_mutex
+  void FollowLocked();  // under m_mutex
   void Take(const ExchangeVerdict& exchange);
 
   const CloudIndex& m_index;

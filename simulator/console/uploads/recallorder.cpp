@@ -39,7 +39,7 @@ std::vector<std::string> PointsIn(const rapidjson::Value& body) {
   const auto member = body.FindMember("points");
   if (member == body.MemberEnd() || !member->value.IsArray() || member->value.Empty() ||
       member->value.Size() > kRecallPoints) {
-    throw std::invalid_argument("An order has 1 to 20 points.");
+    throw std::invalid_argument("An order has 1 to 80 points.");
   }
   std::vector<std::string> points;
   for (const rapidjson::Value& value : member->value.GetArray()) {

@@ -8,7 +8,7 @@
 
 namespace console {
 
-inline constexpr std::size_t kRecallPoints = 20;  // in one order of the page
+inline constexpr std::size_t kRecallPoints = 80;  // in one order of the page
 
 struct RecallOrderText {
   int id = 0;

@@ -71,7 +71,8 @@ void Recalls::AddRoutes(Router& router) {
 }
 
 Reply Recalls::List() {
-  const std::vector<Recall> recalls = All();
+  std::int64_t total = 0;
+  const std::vector<Recall> recalls = All(&total);
   return JsonReply([&](JsonWriter& json) {
     json.StartObject();
     WriteMember(json, "schema", 1);
@@ -79,6 +80,7 @@ Reply Recalls::List() {
     json.StartArray();
     for (const Recall& recall : recalls) WriteRecall(json, recall);
     json.EndArray();
+    WriteMember(json, "total", total);
     json.EndObject();
   });
 }
@@ -109,10 +111,12 @@ Reply Recalls::One(const Call& call) {
   const auto id = NumberIn(call.Get("id"));
   if (!id) return ErrorReply(kBadRequest, "The number of the recall is missing.");
   RecallDocument document;
+  bool isKept = true;
   for (const Recall& recall : All()) {
-    if (recall.order.id == *id && recall.upload) {
-      document = ReadRecallDocument(m_index.DocumentOf(*recall.upload));
-    }
+    if (recall.order.id != *id || !recall.upload) continue;
+    document = ReadRecallDocument(m_index.DocumentOf(*recall.upload));
+    const auto exchange = m_index.Exchange(*recall.upload);
+    isKept = !exchange || exchange->isWhole;
   }
   return JsonReply([&](JsonWriter& json) {
     json.StartObject();
@@ -124,6 +128,8 @@ Reply Recalls::One(const Call& call) {
       WriteSeries(json, series, dataId ? m_names.Find(*dataId).name : "");
     }
     json.EndArray();
+    json.Key("kept");
+    json.Bool(isKept);
     json.EndObject();
   });
 }

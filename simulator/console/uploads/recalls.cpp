@@ -44,9 +44,10 @@ std::vector<std::string> FilesOnCard(std::time_t since) {
 
 }  // namespace
 
-std::vector<Recall> Recalls::All() {
+std::vector<Recall> Recalls::All(std::int64_t* total) {
   const std::lock_guard lock(m_mutex);
-  Follow();
+  FollowLocked();
+  if (total != nullptr) *total = m_forgotten + static_cast<std::int64_t>(m_recalls.size());
   std::vector<Recall> recalls;
   for (auto& [id, recall] : m_recalls) {
     if (recall.polled && recall.file.empty()) LookOnCard(recall);
@@ -57,6 +58,11 @@ std::vector<Recall> Recalls::All() {
 }
 
 void Recalls::Follow() {
+  const std::lock_guard lock(m_mutex);
+  FollowLocked();
+}
+
+void Recalls::FollowLocked() {
   for (;;) {
     const auto answers = m_index.OrdersAfter(m_lastAnswer, kReadAtOnce);
     if (!answers) break;  // the next call tries again
@@ -68,7 +74,7 @@ void Recalls::Follow() {
     for (const IndexedUpload& upload : uploads) TakeUpload(upload);
     if (uploads.size() < kReadAtOnce) break;
   }
-  while (m_recalls.size() > kMostRecalls) m_recalls.erase(m_recalls.begin());
+  for (; m_recalls.size() > kMostRecalls; ++m_forgotten) m_recalls.erase(m_recalls.begin());
 }
 
 void Recalls::TakeAnswer(const OrderingAnswer& answer) {
@@ -116,7 +122,7 @@ void Recalls::NoteNumber(int id) {
 
 // A number that no order has had.
 int Recalls::NextId() {
-  Follow();
+  FollowLocked();
   const program::ControlAnswer state = m_cloud.Call(R"({"do":"state"})");
   rapidjson::Document document;
   document.Parse(state.line.c_str());

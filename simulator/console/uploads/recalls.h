@@ -42,11 +42,13 @@ class Recalls {
   // GET and POST /api/recalls, GET /api/recalls/one.
   void AddRoutes(Router& router);
 
-  // All that are known, the newest first.
-  std::vector<Recall> All();
+  // Reads what is new in the index. The other functions do so, too.
+  void Follow();
+  // All that are kept, the newest first. `total` gets how many there ever were.
+  std::vector<Recall> All(std::int64_t* total = nullptr);
 
  private:
-  void Follow();  // under m_mutex
+  void FollowLocked();  // under m_mutex
   void TakeAnswer(const OrderingAnswer& answer);
   void TakeUpload(const IndexedUpload& upload);
   void LookOnCard(Recall& recall) const;
@@ -63,6 +65,7 @@ class Recalls {
   const std::function<std::time_t()> m_now;
   util::Mutex m_mutex;
   std::map<int, Recall> m_recalls{};  // guarded by m_mutex; by the order's number
+  std::int64_t m_forgotten = 0;       // guarded by m_mutex; recalls that are no longer kept
   int m_highest = 0;                  // guarded by m_mutex; number of an order, not of a fault's
   std::int64_t m_lastAnswer = 0;      // guarded by m_mutex; ids of the index that were taken
   std::int64_t m_lastUpload = 0;      // guarded by m_mutex

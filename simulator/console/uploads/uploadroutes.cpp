@@ -77,6 +77,8 @@ void WriteOne(JsonWriter& json, const IndexedExchange& exchange) {
   json.StartObject();
   WriteMember(json, "schema", 1);
   WriteUpload(json, exchange.upload);
+  json.Key("kept");
+  json.Bool(exchange.isWhole);
   WriteMember(json, "address", exchange.address);
   WriteMember(json, "head", exchange.head);
   WriteArray(json, "parts", exchange.parts);
@@ -85,7 +87,7 @@ void WriteOne(JsonWriter& json, const IndexedExchange& exchange) {
   WriteArray(json, "checks", exchange.checks);
   WriteMember(json, "answer_status", exchange.answerStatus);
   WriteMember(json, "answer", exchange.answer);
-  WriteMember(json, "curl", CurlLine(exchange));
+  WriteMember(json, "curl", exchange.isWhole ? CurlLine(exchange) : "");
   json.EndObject();
 }
 
@@ -133,7 +135,8 @@ Reply WithExchange(const CloudIndex& index, const Call& call, const Answer& answ
   if (!id) return ErrorReply(kBadRequest, "The number of the upload is missing.");
   const auto exchange = index.Exchange(*id);
   if (!exchange) return IndexTrouble();
-  if (exchange->upload.id == 0) return ErrorReply(kNotFound, "There is no such upload.");
+  if (exchange->upload.id == 0)
+    return ErrorReply(kNotFound, "There is no such upload, or it is no longer kept.");
   return answer(*exchange);
 }
 
@@ -142,6 +145,7 @@ Reply One(const IndexedExchange& exchange) {
 }
 
 Reply Archive(const IndexedExchange& exchange) {
+  if (!exchange.isWhole) return ErrorReply(kNotFound, "This file is no longer kept.");
   if (exchange.archive.empty()) return ErrorReply(kNotFound, "This request carried no file.");
   return {.body = exchange.archive,
           .type = "application/gzip",

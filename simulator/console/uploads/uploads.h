@@ -8,6 +8,7 @@
 #include "console/uploads/alarms.h"
 #include "console/uploads/cloudindex.h"
 #include "console/uploads/cloudtally.h"
+#include "console/uploads/housekeeping.h"
 #include "console/uploads/plantnames.h"
 #include "console/uploads/recalls.h"
 #include "console/uploads/uploadroutes.h"
@@ -18,19 +19,27 @@ namespace console {
 // Every thread may call it. It must outlive the router.
 class Uploads {
  public:
-  // The cloud's index, its control socket, and gateway time.
-  Uploads(const std::string& indexFile, const std::string& cloudControl,
+  // The cloud's index with the other places of the past, its control socket, and gateway time.
+  Uploads(const PastPlaces& past, const std::string& cloudControl,
           const std::function<std::time_t()>& now)
-      : m_index(indexFile),
+      : m_index(past.index),
         m_tally(m_index),
         m_recalls(m_index, m_names, cloudControl, now),
-        m_alarms(m_index, m_names, now) {}
+        m_alarms(m_index, m_names, now),
+        m_housekeeping(past) {}
 
   // Everything below /api/uploads, /api/recalls and /api/alarms.
   void AddRoutes(Router& router) {
     AddUploadRoutes(m_index, router);
     m_recalls.AddRoutes(router);
     m_alarms.AddRoutes(router);
+  }
+  // Removes what is no longer kept, after all have read it. One thread, some times a minute.
+  void Tidy() {
+    m_tally.Follow();
+    m_recalls.Follow();
+    m_alarms.Follow();
+    m_housekeeping.Tidy();
   }
   // The member "cloud", see CloudTally.
   void WriteState(JsonWriter& json) { m_tally.WriteState(json); }
@@ -45,6 +54,7 @@ class Uploads {
   CloudTally m_tally;
   Recalls m_recalls;
   Alarms m_alarms;
+  Housekeeping m_housekeeping;
 };
 
 }  // namespace console

@@ -1,6 +1,7 @@
 #include "console/watch/account.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "collect/ledger.h"
@@ -130,15 +131,26 @@ FileState Account::StateOf(const FileKey& key, const SeenFile& file,
   return isOrphan ? FileState::kLost : FileState::kPending;
 }
 
-void Account::Count(const FileKey& key, const SeenFile& file) {
+// Nothing can become of it any more.
+bool Account::IsSettled(const SeenFile& file) const {
+  const bool isGone = (file.ledger == RowState::kNone || file.ledger == RowState::kGone) &&
+                      !file.hasArchive && file.state != FileState::kPending;
+  const std::time_t latest = std::max({file.stamp, file.firstSeen, file.acceptedAt});
+  return isGone && m_latest - latest > kKeptSeconds;
+}
+
+void Account::Count(const SeenFile& file, Counts* total, Counts* ofKind) {
   static constexpr long Counts::*kMembers[] = {&Counts::accepted, &Counts::pending, &Counts::aged,
                                                &Counts::judgedSent, &Counts::lost};
-  for (Counts* counts : {&m_total, &m_counts[static_cast<std::size_t>(key.kind)]}) {
+  for (Counts* counts : {total, ofKind}) {
     ++counts->produced;
     ++(counts->*kMembers[static_cast<std::size_t>(file.state)]);
     if (file.deliveries > 1) ++counts->deliveredTwice;
     if (file.state == FileState::kLost && file.recordedSeen != 0) ++counts->lostRecorded;
   }
+}
+
+void Account::TakeOldest(const FileKey& key, const SeenFile& file) {
   if (file.state != FileState::kPending || key.kind == Kind::kCallData) return;
   const SeenFile* const oldest = m_oldestPending ? Find(*m_oldestPending) : nullptr;
   if (oldest == nullptr || file.stamp < oldest->stamp) m_oldestPending = key;
@@ -147,16 +159,22 @@ void Account::Count(const FileKey& key, const SeenFile& file) {
 void Account::Judge(std::time_t now, std::time_t serviceStart, bool isLedgerRead) {
   m_now = now;
   m_latest = std::max(m_latest, now);
-  m_total = {};
-  m_counts = {};
+  m_total = m_forgottenTotal;
+  m_counts = m_forgotten;
   m_oldestPending.reset();
-  for (auto& [key, file] : m_files) {
+  for (auto entry = m_files.begin(); entry != m_files.end();) {
+    auto& [key, file] = *entry;
+    const auto kind = static_cast<std::size_t>(key.kind);
     const FileState state = StateOf(key, file, serviceStart);
     const bool isBad = state == FileState::kLost || state == FileState::kJudgedSent;
     if (!isBad) file.doubts = 0;
     if (isBad && isLedgerRead && file.doubts < kDoubts) ++file.doubts;
     file.state = isBad && file.doubts < kDoubts ? FileState::kPending : state;
-    Count(key, file);
+    Count(file, &m_total, &m_counts[kind]);
+    TakeOldest(key, file);
+    const bool isSettled = IsSettled(file);
+    if (isSettled) Count(file, &m_forgottenTotal, &m_forgotten[kind]);
+    entry = isSettled ? m_files.erase(entry) : std::next(entry);
   }
 }
 

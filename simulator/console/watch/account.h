@@ -15,8 +15,11 @@
 
 namespace console {
 
-// So many files are kept. A ledger of 31 days has about 45,000 with a file every minute.
-inline constexpr std::size_t kMostFiles = 100'000;
+// So many files are kept. 32 days have about 92,000 with a file of values and one of alarms every
+// minute.
+inline constexpr std::size_t kMostFiles = 150'000;
+// A file that neither the card nor the ledger has any more is kept for so long, then only counted.
+inline constexpr std::time_t kKeptSeconds = 32L * 86'400;
 
 struct Counts {
   long produced = 0;  // always the sum of the next five
@@ -73,7 +76,8 @@ struct SeenFolder {
   std::vector<FileKey> files;
 };
 
-// Every file is in exactly one state, so the counts sum. One thread at a time.
+// Every file is in exactly one state, so the counts sum. An old file that is settled and gone is
+// forgotten, but stays in the counts. One thread at a time.
 class Account {
  public:
   using Files = std::map<FileKey, SeenFile>;
@@ -116,11 +120,15 @@ class Account {
   FileState StateOf(const FileKey& key, const SeenFile& file, std::time_t serviceStart) const;
   FileState RecallStateOf(const SeenFile& file) const;
   bool IsAged(Kind kind, const SeenFile& file) const;
-  void Count(const FileKey& key, const SeenFile& file);
+  bool IsSettled(const SeenFile& file) const;
+  static void Count(const SeenFile& file, Counts* total, Counts* ofKind);
+  void TakeOldest(const FileKey& key, const SeenFile& file);
 
   Files m_files;
   std::array<Counts, kKinds> m_counts;
   Counts m_total;
+  std::array<Counts, kKinds> m_forgotten;  // part of the counts
+  Counts m_forgottenTotal;
   std::array<std::time_t, kKinds> m_lastAccepted{};
   std::optional<FileKey> m_oldestPending;
   std::time_t m_now = 0;

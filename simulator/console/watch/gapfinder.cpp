@@ -41,12 +41,13 @@ std::vector<SeenGap> SeenGapsOf(const std::vector<status::Gap>& gaps, long inter
   return seen;
 }
 
-long NeverMade(const std::vector<status::Packed>& files, long interval, std::time_t now) {
-  long missing = 0;
+GapCounts CountGaps(const std::vector<status::Packed>& files, long interval, std::time_t now) {
+  GapCounts counts;
   for (const auto& gap : status::FindGaps(files, interval, now - kMonthSeconds, now)) {
-    missing += gap.missing;
+    counts.files += gap.missing;
+    ++counts.gaps;
   }
-  return missing;
+  return counts;
 }
 
 std::vector<status::Gap> GapFinder::Find(const std::vector<status::Packed>& files, long interval,

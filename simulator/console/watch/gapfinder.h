@@ -49,7 +49,12 @@ class GapFinder {
   std::vector<status::Gap> m_gaps;
 };
 
-// How many files of live values were due in the 31 days up to now and were never made.
-long NeverMade(const std::vector<status::Packed>& files, long interval, std::time_t now);
+struct GapCounts {
+  long files = 0;  // of live values that were due and were never made
+  long gaps = 0;
+};
+
+// The gaps of the 31 days up to now, without their causes. `files` are sorted.
+GapCounts CountGaps(const std::vector<status::Packed>& files, long interval, std::time_t now);
 
 }  // namespace console

@@ -21,6 +21,10 @@ class MetricText {
     m_text += util::Format(" %" PRId64 "\n", value);
     return *this;
   }
+  MetricText& Real(double value) {
+    m_text += m_name + util::Format(" %g\n", value);
+    return *this;
+  }
   std::string Take() { return std::move(m_text); }
 
  private:
@@ -50,6 +54,15 @@ void AddFiles(MetricText& text, const Account& account) {
       text.Value(account.Of(kind).*count, Label("kind", NameOf(kind)) + "," + Label("state", name));
     }
   }
+  text.Metric("files_produced", "Files that were ever seen: the sum of all states.");
+  for (const Kind kind : kAllKinds) {
+    text.Value(account.Of(kind).produced, Label("kind", NameOf(kind)));
+  }
+  text.Metric("files_lost_unrecorded", "Lost files that were never recorded in the ledger.");
+  for (const Kind kind : kAllKinds) {
+    const Counts& counts = account.Of(kind);
+    text.Value(counts.lost - counts.lostRecorded, Label("kind", NameOf(kind)));
+  }
   text.Metric("files_delivered_twice", "Files that the cloud has accepted more than once.");
   for (const Kind kind : kAllKinds) {
     text.Value(account.Of(kind).deliveredTwice, Label("kind", NameOf(kind)));
@@ -78,6 +91,24 @@ void AddVerdicts(MetricText& text, const MetricFacts& facts) {
       .Value(facts.agree ? 1 : 0);
 }
 
+void AddGaps(MetricText& text, const GapCounts& gaps) {
+  text.Metric("files_never_made", "Files of live values that were due in 31 days and never made.")
+      .Value(gaps.files);
+  text.Metric("gaps", "Stretches of the last 31 days without files of live values.")
+      .Value(gaps.gaps);
+}
+
+void AddBench(MetricText& text, const BenchFigures& bench) {
+  if (bench.speed == 0) return;
+  text.Metric("clock_speed", "How many times faster than real time the gateway's clock runs.")
+      .Real(bench.speed);
+  text.Metric("clock_stepped_seconds", "The sum of all steps of the gateway's clock.")
+      .Value(bench.stepped);
+  text.Metric("faults_active", "Faults of the console that are active or heal.")
+      .Value(bench.faults);
+  text.Metric("event_streams", "Open pages: each has one event stream.").Value(bench.streams);
+}
+
 void AddScene(MetricText& text, const Scene& scene) {
   text.Metric("gateway_time_seconds", "The gateway's clock.").Value(scene.now);
   text.Metric("process_up", "1 while the program runs.");
@@ -104,6 +135,8 @@ std::string BenchMetrics(const MetricFacts& facts) {
   AddFiles(text, facts.account);
   AddVerdicts(text, facts);
   AddScene(text, facts.scene);
+  AddGaps(text, facts.gaps);
+  AddBench(text, facts.bench);
   return text.Take();
 }
 

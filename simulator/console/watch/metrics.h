@@ -5,10 +5,19 @@
 
 #include "console/watch/account.h"
 #include "console/watch/accounttext.h"
+#include "console/watch/gapfinder.h"
 #include "console/watch/scene.h"
 #include "console/watch/verdicts.h"
 
 namespace console {
+
+// What others than the watch know.
+struct BenchFigures {
+  double speed = 0;  // of the gateway's clock; 0: unknown, and so is all else
+  long stepped = 0;  // seconds, the sum of all steps of the clock
+  long faults = 0;   // that are active or heal
+  long streams = 0;  // open event streams, one a page
+};
 
 // What the metrics are made from.
 struct MetricFacts {
@@ -17,6 +26,8 @@ struct MetricFacts {
   const Witness& witness;
   const StatusSight& status;
   bool agree = true;
+  GapCounts gaps;
+  BenchFigures bench;
 };
 
 // Text format 0.0.4. What is unknown is left out.

@@ -21,6 +21,7 @@
 #include "console/watch/clockwatch.h"
 #include "console/watch/gapfinder.h"
 #include "console/watch/logring.h"
+#include "console/watch/metrics.h"
 #include "console/watch/pace.h"
 #include "console/watch/road.h"
 #include "console/watch/scene.h"
@@ -43,6 +44,7 @@ struct WatchSources {
   std::function<std::vector<ProcessSight>()> processes;
   FaultBands faults;
   AlarmMarks alarms;
+  std::function<BenchFigures()> figures;
   status::Place place{};
   // Whether the card is a folder of this machine, and so nothing is mounted there.
   bool isFolderCard = std::getenv("BRENNIK_SANDBOX_KEEP") != nullptr;
@@ -106,7 +108,7 @@ class Watcher {
   };
   MonthFacts LookAtMonth() const;
   std::vector<SeenGap> GapsOf(const MonthFacts& facts);
-  void CountNeverMade();
+  void CountGapsSometimes();
   Reply AnswerMonth();
   Reply AnswerHour(const Call& call);
   Reply AnswerTrace(const Call& call);
@@ -144,7 +146,7 @@ class Watcher {
   Witness m_witness;
   Agreement m_agreement;
   AgreementSight m_agreed;
-  long m_neverMade = 0;  // files of live values that were due
+  GapCounts m_gapCounts;
   std::deque<ClockChange> m_clockChanges;
 
   StatusWatch m_status;

@@ -203,14 +203,14 @@ void Watcher::Take(const Seen& seen) {
   m_agreed = m_agreement.Compare(m_status.Latest(), m_witness, seen.now,
                                  2 * LongestQuietSeconds(m_scene), m_scene.isFolderCard);
   m_clockChanges = m_clock.Changes();
-  CountNeverMade();
+  CountGapsSometimes();
 }
 
-void Watcher::CountNeverMade() {
+void Watcher::CountGapsSometimes() {
   if (!m_monthPace.IsDue()) return;
   m_monthPace.Begin();
   const long interval = IntervalsOf(m_scene).realDataInv;
-  m_neverMade = interval < 1 ? 0 : NeverMade(PackedOf(m_account), interval, m_scene.now);
+  m_gapCounts = interval < 1 ? GapCounts() : CountGaps(PackedOf(m_account), interval, m_scene.now);
   m_monthPace.End();
 }
 

@@ -85,7 +85,7 @@ Reply Watcher::AnswerTrace(const Call& call) {
   {
     const Lock lock(m_mutex);
     const SeenFile* const file = m_account.Find(*key);
-    if (file == nullptr) return ErrorReply(404, "no such file was ever seen");
+    if (file == nullptr) return ErrorReply(404, "no such file was seen in the last 32 days");
     facts.file = *file;
     facts.now = m_scene.now;
     const auto& transfer = m_scene.sending.underWay[static_cast<std::size_t>(key->kind)];
@@ -101,10 +101,12 @@ Reply Watcher::AnswerTrace(const Call& call) {
 
 Reply Watcher::AnswerMetrics() const {
   const StatusSight status = m_status.Latest();
+  const BenchFigures bench = m_sources.figures ? m_sources.figures() : BenchFigures();
   const Lock lock(m_mutex);
   Reply reply;
   reply.type = kMetricsType;
-  reply.body = BenchMetrics({m_account, m_scene, m_witness, status, m_agreed.disagreement.empty()});
+  reply.body = BenchMetrics(
+      {m_account, m_scene, m_witness, status, m_agreed.disagreement.empty(), m_gapCounts, bench});
   return reply;
 }
 

@@ -63,7 +63,7 @@ void Watcher::WriteAccount(JsonWriter& json) const {
   for (const Kind kind : {Kind::kRealData, Kind::kAlarmData, Kind::kCallData}) {
     WriteCounts(json, NameOf(kind), m_account.Of(kind));
   }
-  Put(json, "never_made", m_neverMade);
+  Put(json, "never_made", m_gapCounts.files);
   json.EndObject();
 }
 

@@ -179,6 +179,26 @@ TEST_F(AccountTest, SumsUpByKind) {
   EXPECT_EQ(m_account.Of(Kind::kCallData).pending, 1);
 }
 
+TEST_F(AccountTest, ForgetsAnOldFileThatIsGoneAndStillCountsIt) {
+  Ledger({Row(kSnapshot, true), Row(kAlarms)});
+  Archive(kAlarms);
+  Arrive(kSnapshot, true);
+  Arrive(kSnapshot, true);
+  Settled(kSnapshot);
+  Ledger({Row(kAlarms)});
+  m_now += 33 * kDaySeconds;
+
+  for (int look = 0; look < 3; ++look) m_account.Judge(m_now, m_serviceStart, m_isLedgerRead);
+
+  EXPECT_EQ(m_account.Find(Key(kSnapshot)), nullptr);
+  EXPECT_NE(m_account.Find(Key(kAlarms)), nullptr);  // it still waits
+  EXPECT_EQ(m_account.Total().produced, 2);
+  EXPECT_EQ(m_account.Total().accepted, 1);
+  EXPECT_EQ(m_account.Total().deliveredTwice, 1);
+  EXPECT_EQ(m_account.Of(Kind::kRealData).accepted, 1);
+  EXPECT_EQ(m_account.Of(Kind::kAlarmData).pending, 1);
+}
+
 TEST_F(AccountTest, KeepsABoundedNumberOfFiles) {
   std::vector<SeenRow> rows;
   for (std::uint64_t i = 0; i < kMostFiles + 10; ++i) {

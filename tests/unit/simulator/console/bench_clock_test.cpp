@@ -90,6 +90,20 @@ TEST(BenchClock, ReachesRunningProgramsWithAStep) {
   ExpectEqualTime(clock, old);
 }
 
+TEST(BenchClock, IsPutBackToItsFirstSpeedAndTime) {
+  Clock clock(kFile, kStart, 10);
+  clock.Step(86'400);
+  clock.SetSpeed(60);
+  clock.Step(-3600);
+
+  clock.Restore();
+
+  EXPECT_EQ(clock.Speed(), 10);
+  EXPECT_EQ(clock.Stepped(), 0);
+  EXPECT_NEAR(clock.Exact(), kStart + clock.Elapsed(), 0.5);
+  EXPECT_NEAR(clock.Exact(), kStart, 60);
+}
+
 TEST(BenchClock, BeginsAtTheGivenTimeAndRunsAtItsSpeed) {
   const Clock clock(kFile, kStart, 20);
   const double first = clock.Exact();

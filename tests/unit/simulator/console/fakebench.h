@@ -1,6 +1,7 @@
 // A bench that only notes what a fault does to it.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -31,10 +32,11 @@ class FakeBench : public console::Actions {
   World world{};
   std::vector<std::string> orders{};  // to cloud and acquisition side, without questions
   std::vector<std::string> kills{};
-  std::string trouble{};  // not empty: every action throws it
-  std::string reason{};   // why there are no faults
-  std::string refused{};  // an endpoint for which the cloud takes no behaviour
-  bool isDeaf = false;    // the acquisition side runs, but takes no orders yet
+  std::string trouble{};              // not empty: every action throws it
+  std::string reason{};               // why there are no faults
+  std::string refused{};              // an endpoint for which the cloud takes no behaviour
+  std::function<void()> meanwhile{};  // called while an action goes on
+  bool isDeaf = false;                // the acquisition side runs, but takes no orders yet
 
   std::string Cloud(const std::string& text) override {
     const rapidjson::Document order = Read(text);
@@ -71,6 +73,7 @@ class FakeBench : public console::Actions {
   void SetSpeed(double factor) override { Act(), world.speed = factor; }
   void Step(long seconds) override { Act(), world.stepped += seconds; }
   std::time_t Now() override { return 1700000000; }
+  void RestoreClock() override { Act(), world.speed = 10, world.stepped = 0; }
   void LockLedger() override { Act(), world.isLocked = true; }
   void UnlockLedger() override { Act(), world.isLocked = false; }
   void FillCard() override { Act(), world.isFull = true; }
@@ -81,6 +84,7 @@ class FakeBench : public console::Actions {
 
  private:
   void Act() const {
+    if (meanwhile) meanwhile();
     if (!trouble.empty()) throw std::runtime_error(trouble);
   }
   rapidjson::Document Read(const std::string& text) {

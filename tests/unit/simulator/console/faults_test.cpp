@@ -1,6 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
+
 #include "console/faults/faults.h"
 #include "console/web/dispatch.h"
 #include "unit/simulator/console/fakebench.h"
@@ -63,10 +66,26 @@ TEST_F(Faults, TellTheirCatalogue) {
   EXPECT_THAT(body, HasSubstr(R"("available":true,"reason":null)"));
 }
 
+TEST_F(Faults, TellWhatShouldHappenWithOtherParameters) {
+  const auto expected = [this](const std::map<std::string, std::string>& query) {
+    return console::AnswerGet(m_router, "/api/faults/expected", query);
+  };
+
+  EXPECT_THAT(expected({{"fault", "alarm-burst"}, {"events", "61"}}).body,
+              HasSubstr(R"(["The service makes 4 files of alarms.")"));
+  EXPECT_THAT(expected({{"fault", "refuse-uploads"}, {"kind", "calldata"}}).body,
+              HasSubstr("builds the answer to the recall anew"));
+  EXPECT_EQ(expected({{"fault", "alarm-burst"}, {"events", "501"}}).status, 400);
+  EXPECT_EQ(expected({{"fault", "rain"}}).status, 400);
+}
+
 TEST_F(Faults, SayWhyOneCannotBeHad) {
   m_bench.reason = "the card is this machine's disk";
+  console::Faults faults(m_bench);
+  console::Router router;
+  faults.AddRoutes(router);
 
-  EXPECT_THAT(console::AnswerGet(m_router, "/api/faults", {}).body,
+  EXPECT_THAT(console::AnswerGet(router, "/api/faults", {}).body,
               HasSubstr(R"("available":false,"reason":"the card is this machine's disk")"));
   EXPECT_EQ(Post("start", R"({"fault":"fill-card"})").status, 409);
 }
@@ -83,6 +102,7 @@ TEST_F(Faults, StartAndStopByTheirNumber) {
   EXPECT_EQ(Post("stop", R"({"run":1})").status, 200);
   EXPECT_FALSE(m_bench.world.isFull);
   EXPECT_EQ(Post("stop", R"({"run":1})").status, 404);
+  EXPECT_THAT(State(), HasSubstr(R"("ended":0)"));
 }
 
 TEST_F(Faults, StopByTheirNameAndParameters) {
@@ -94,6 +114,44 @@ TEST_F(Faults, StopByTheirNameAndParameters) {
 
   EXPECT_TRUE(m_bench.world.standing.empty());
   EXPECT_TRUE(m_bench.world.isFull);
+}
+
+TEST_F(Faults, GoOffTogetherAndPutTheClockBackToo) {
+  m_bench.world.stepped = 3600;  // both without a fault
+  m_bench.world.speed = 60;
+  Post("start", R"({"fault":"fill-card"})");
+  Post("start", R"({"fault":"speed"})");
+
+  EXPECT_EQ(Post("off", "{}").status, 200);
+
+  EXPECT_EQ(m_bench.world, test::FakeBench::World());
+}
+
+TEST_F(Faults, SayThatTheClockCannotBePutBack) {
+  m_bench.trouble = "its file cannot be written";
+
+  const Reply reply = Post("off", "{}");
+
+  EXPECT_EQ(reply.status, 409);
+  EXPECT_EQ(reply.body, R"({"error":"the clock cannot be put back: its file cannot be written"})");
+}
+
+TEST_F(Faults, AreToldWithoutWaitingForAnAction) {
+  std::future<void> read;
+  bool wasRead = false;
+  m_bench.meanwhile = [&] {
+    read = std::async(std::launch::async, [this] {
+      for (const char* path : {"/api/faults", "/api/faults/report"})
+        console::AnswerGet(m_router, path, {});
+      State();
+      m_faults.Bands(0, m_seen.now);
+    });
+    wasRead = read.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+  };
+
+  Post("start", R"({"fault":"fill-card"})");
+
+  EXPECT_TRUE(wasRead);
 }
 
 TEST_F(Faults, AreRecordedByTheirName) {
@@ -214,10 +272,11 @@ TEST_F(Faults, ComeAtRandomInTheOrderOfTheirSeed) {
     return titles;
   };
 
-  EXPECT_EQ(play(1), play(1));
-  EXPECT_NE(play(1), play(2));
-  EXPECT_GT(play(1).size(), 100u);
-  EXPECT_THAT(play(1), Not(HasSubstr("Step the clock")));
+  const std::string first = play(1);
+  EXPECT_EQ(play(1), first);
+  EXPECT_NE(play(2), first);
+  EXPECT_GT(first.size(), 100u);
+  EXPECT_THAT(first, Not(HasSubstr("Step the clock")));
 }
 
 TEST_F(Faults, AreOverWhenTheRandomTimeIs) {

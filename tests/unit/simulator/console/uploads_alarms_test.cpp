@@ -30,8 +30,8 @@ std::string AlarmFile(const std::string& stamp, const std::string& events) {
 
 struct Alarms : UploadsTest {
   std::vector<std::string> States() {
-    uploads_ =
-        std::make_unique<console::Uploads>(kIndex, kControl, [] { return std::time(nullptr); });
+    uploads_ = std::make_unique<console::Uploads>(console::PastPlaces{.index = kIndex}, kControl,
+                                                  [] { return std::time(nullptr); });
     router = {};
     uploads_->AddRoutes(router);
     return TextsOf(Ask("/api/alarms")["alarms"], "state");
@@ -69,7 +69,7 @@ TEST_F(Alarms, AreDecodedAndNamed) {
   EXPECT_EQ(high["unix_s"].GetInt64(), LocalTimeOf(2024, 3, 7, 11));
 }
 
-TEST_F(Alarms, AreRecordedThenTakenThenAccepted) {
+TEST_F(Alarms, AreRecordedThenTakenThenSentThenAccepted) {
   EventDatabase database(2024, 3);
   database.Add({.clock = "11:00:00", .dataId = kLevel});
   EXPECT_THAT(States(), ElementsAre("recorded"));
@@ -79,7 +79,8 @@ TEST_F(Alarms, AreRecordedThenTakenThenAccepted) {
 
   cloud.Script(Endpoint::kAlarmData, {Behaviour::Refuse()});
   Send(cloud, AlarmFile("20240307110030", AlarmOf("11:00:00", "0001", "81.500")));
-  EXPECT_THAT(States(), ElementsAre("taken"));
+  EXPECT_THAT(States(), ElementsAre("sent"));
+  EXPECT_EQ(Ask("/api/alarms")["alarms"][0]["upload_id"].GetInt(), 1);
 
   Send(cloud, AlarmFile("20240307110030", AlarmOf("11:00:00", "0001", "81.500")));
   EXPECT_THAT(States(), ElementsAre("accepted"));

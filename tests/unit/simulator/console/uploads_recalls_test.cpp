@@ -95,8 +95,18 @@ TEST_F(Recalls, ListTheOrdersOfOthersAndTakeFreeNumbers) {
 
   const auto list = Ask("/api/recalls");
   EXPECT_THAT(TextsOf(list["recalls"], "id"), ElementsAre("10", "7"));
+  EXPECT_EQ(list["total"].GetInt(), 2);
   EXPECT_STREQ(list["recalls"][1]["points"][0].GetString(), "1/3:0001");
   EXPECT_STREQ(list["recalls"][1]["from"].GetString(), "2024-03-07 10:00:00");
+}
+
+TEST_F(Recalls, AreCountedBeyondThoseThatAreKept) {
+  for (int i = 0; i < 203; ++i) Post("/api/recalls", kWish);
+
+  const auto list = Ask("/api/recalls");
+
+  EXPECT_EQ(list["recalls"].Size(), 200U);
+  EXPECT_EQ(list["total"].GetInt(), 203);
 }
 
 TEST_F(Recalls, LeaveTheNumbersOfFaultsToThem) {
@@ -129,9 +139,25 @@ TEST_F(Recalls, AreNotPolledByAnAnswerThatDidNotArrive) {
   EXPECT_TRUE(Only()["polled_unix_s"].IsNull());
 }
 
+TEST_F(Recalls, HaveRoomForALargeDevice) {
+  const auto wish = [](int points) {
+    std::string ids;
+    for (int i = 0; i < points; ++i) {
+      ids += (i == 0 ? "\"1/3:" : ",\"1/3:") + std::to_string(1000 + i) + "\"";
+    }
+    return R"({"points":[)" + ids + R"(],"from":"2024-03-07 11:00","to":"2024-03-07 11:01"})";
+  };
+
+  EXPECT_EQ(Post("/api/recalls", wish(80)).status, 200);
+  EXPECT_EQ(Post("/api/recalls", wish(81)).status, 400);
+
+  Send(cloud, RecallCheck());
+  EXPECT_EQ(Only()["points"].Size(), 80U);
+}
+
 TEST_F(Recalls, AreNotOrderedFromAWishThatMakesNoSense) {
   const std::vector<std::pair<std::string, const char*>> rows = {
-      {R"({"points":[],"from":"2024-03-07 11:00","to":"2024-03-07 11:01"})", "1 to 20 points"},
+      {R"({"points":[],"from":"2024-03-07 11:00","to":"2024-03-07 11:01"})", "1 to 80 points"},
       {R"({"points":["1/3"],"from":"2024-03-07 11:00","to":"2024-03-07 11:01"})", "not a point"},
       {R"({"points":["1/300:1"],"from":"2024-03-07 11:00","to":"2024-03-07 11:01"})",
        "not a point"},

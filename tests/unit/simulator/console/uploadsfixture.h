@@ -59,7 +59,7 @@ class UploadsTest : public GatewayTest {
     test::Ask(cloud.Port(), request);
   }
 
-  console::Uploads uploads{kIndex, kControl, [] { return std::time(nullptr); }};
+  console::Uploads uploads{{.index = kIndex}, kControl, [] { return std::time(nullptr); }};
   console::Router router;
 };
 

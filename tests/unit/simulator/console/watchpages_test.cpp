@@ -263,8 +263,12 @@ TEST_F(WatchPages, RefusesATraceOfAnUnknownFile) {
 }
 
 TEST_F(WatchPages, GivesTheFiguresAsMetrics) {
+  SetTime(LocalTimeOf(2024, 3, 7, 12));
   DatabaseFile ledger = MakeLedger();
-  Insert(ledger, RealName("20240307115900"));
+  for (const char* stamp : {"20240307115500", "20240307115900"}) Insert(ledger, RealName(stamp));
+  m_sources.figures = [] {
+    return console::BenchFigures{.speed = 2.5, .stepped = -60, .faults = 2, .streams = 4};
+  };
   Watcher watcher(m_sources);
   LookOnce(watcher);
   console::Router router;
@@ -274,8 +278,15 @@ TEST_F(WatchPages, GivesTheFiguresAsMetrics) {
 
   EXPECT_THAT(reply.type, HasSubstr("version=0.0.4"));
   EXPECT_THAT(reply.body,
-              HasSubstr("\nbrennik_bench_files{kind=\"realdata\",state=\"pending\"} 1\n"));
+              HasSubstr("\nbrennik_bench_files{kind=\"realdata\",state=\"pending\"} 2\n"));
   EXPECT_THAT(reply.body, HasSubstr("\nbrennik_bench_process_up{name=\"service\"} 1\n"));
+  EXPECT_THAT(reply.body, HasSubstr("\nbrennik_bench_files_produced{kind=\"realdata\"} 2\n"));
+  EXPECT_THAT(reply.body,
+              HasSubstr("\nbrennik_bench_files_lost_unrecorded{kind=\"alarmdata\"} 0\n"));
+  for (const char* line : {"files_never_made 3", "gaps 1", "clock_speed 2.5",
+                           "clock_stepped_seconds -60", "faults_active 2", "event_streams 4"}) {
+    EXPECT_THAT(reply.body, HasSubstr(std::string("\nbrennik_bench_") + line + "\n"));
+  }
 }
 
 TEST_F(WatchPages, TellsFaultsWhatWasLogged) {
