@@ -260,9 +260,9 @@ TEST_F(Faults, ComeAtRandomInTheOrderOfTheirSeed) {
     seen.now = 1700000000;
     seen.logged = [](std::string_view, std::time_t) { return false; };
     faults.Look(seen);
-    faults.StartRandom(600, seed);
+    faults.StartRandom(120, seed);
     std::string titles;
-    for (int i = 0; i < 7200; ++i) {
+    for (int i = 0; i < 1440; ++i) {
       seen.now += 5;
       seen.elapsed += 5;
       seen.real += 0.5;
