@@ -1,5 +1,7 @@
 #include "collect/facts.h"
 
+#include <utility>
+
 #include "historydata/historydata.h"
 #include "packfile/realdatadocument.h"
 
@@ -23,10 +25,6 @@ Fact<std::vector<std::uint32_t>> Unpublished(const Configuration& configuration,
   return Known(std::move(unpublished));
 }
 
-void KeepNewer(std::optional<LedgerRow>& newest, const LedgerRow& row) {
-  if (!newest || *newest->stamp < *row.stamp) newest = row;
-}
-
 }  // namespace
 
 Facts CollectFacts(const Place& place) {
@@ -39,11 +37,10 @@ Facts CollectFacts(const Place& place) {
   facts.segment = LookAtSegment(place);
   facts.unpublished = Unpublished(facts.configuration, facts.segment);
   const bool serviceRuns = facts.process && *facts.process != 0;
-  facts.ledger = ReadLedger(place, serviceRuns, [&](const LedgerRow& row) {
-    if (!row.stamp || *row.stamp > facts.now + kClockToleranceSeconds) return;
-    if (row.type == kRealDataFile) KeepNewer(facts.newestByNow, row);
-    if (row.accepted) KeepNewer(facts.newestAcceptedByNow, row);
-  });
+  LedgerSums sums = SumUpLedger(place, serviceRuns, facts.now + kClockToleranceSeconds);
+  facts.ledger = std::move(sums.ledger);
+  facts.newestByNow = std::move(sums.newestByNow);
+  facts.newestAcceptedByNow = std::move(sums.newestAcceptedByNow);
   facts.logs = CollectLogFacts(place, facts.now);
   return facts;
 }

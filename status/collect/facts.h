@@ -73,7 +73,11 @@ struct Facts {
   std::optional<LedgerRow> newestByNow;          // live values, accepted or not
   std::optional<LedgerRow> newestAcceptedByNow;  // of any kind
   LogFacts logs;
+
+  // A copied card has none: nothing is known of it, and nothing is judged.
+  bool LacksConfiguration() const { return !place.IsLive() && configuration.newestChange == 0; }
 };
+inline constexpr char kNoConfigurationCopied[] = "the copy has no configuration";
 
 // Looks at everything once.
 Facts CollectFacts(const Place& place);

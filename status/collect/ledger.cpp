@@ -4,12 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 
 #include "collect/ledgercopy.h"
 #include "collect/ledgerreader.h"
-#include "historydata/historydata.h"
+#include "collect/ledgersums.h"
 #include "util/file.h"
 #include "util/paths.h"
 #include "util/text.h"
@@ -60,9 +62,9 @@ Visit LookAtFiles(const std::string& path, std::string* real) {
   return seen.state == LedgerState::kMissing ? Visit{} : seen;
 }
 
-using Read = std::function<LedgerState(LedgerReader&)>;
+using ReadWith = std::function<LedgerState(LedgerReader&)>;
 
-Visit VisitCopy(const std::string& path, const Read& read) {
+Visit VisitCopy(const std::string& path, const ReadWith& read) {
   const LedgerCopy copy(path);
   if (copy.State() != LedgerState::kGood) return {.state = copy.State(), .detail = copy.Detail()};
   LedgerReader reader(copy.Path(), LedgerReader::File::kCopy);
@@ -70,7 +72,7 @@ Visit VisitCopy(const std::string& path, const Read& read) {
   return {.state = state, .detail = reader.Detail(), .ofCopy = true};
 }
 
-Visit VisitLedger(const Place& place, bool serviceRuns, const Read& read) {
+Visit VisitLedger(const Place& place, bool serviceRuns, const ReadWith& read) {
   std::string path;
   Visit visit = LookAtFiles(place.At(paths::kLedger), &path);
   if (visit.state != LedgerState::kGood) return visit;
@@ -85,36 +87,13 @@ Visit VisitLedger(const Place& place, bool serviceRuns, const Read& read) {
   return needsCopy ? VisitCopy(path, read) : visit;
 }
 
-void KeepNewest(std::optional<LedgerRow>* kept, const LedgerRow& row) {
-  if (!*kept || *row.stamp > *(*kept)->stamp) *kept = row;
-}
-
-void KeepOldest(std::optional<LedgerRow>* kept, const LedgerRow& row) {
-  if (!*kept || *row.stamp < *(*kept)->stamp) *kept = row;
-}
-
-void Count(FileCounts* counts, const LedgerRow& row) {
-  ++(row.accepted ? counts->accepted : counts->pending);
-  if (!row.stamp) return;
-  KeepNewest(&counts->newest, row);
-  KeepNewest(row.accepted ? &counts->newestAccepted : &counts->newestPending, row);
-  if (!row.accepted) KeepOldest(&counts->oldestPending, row);
-}
-
-void Count(Ledger* ledger, const LedgerRow& row) {
-  Count(&ledger->all, row);
-  if (row.type == kRealDataFile) Count(&ledger->realData, row);
-  if (row.type == kAlarmDataFile) Count(&ledger->alarmData, row);
-}
-
-}  // namespace
-
-Ledger ReadLedger(const Place& place, bool serviceRuns, const EachRow& eachRow) {
-  Ledger ledger;
+LedgerSums Read(const Place& place, bool serviceRuns, std::time_t latest, const EachRow& eachRow) {
+  LedgerSums sums;
+  Ledger& ledger = sums.ledger;
   const Visit visit = VisitLedger(place, serviceRuns, [&](LedgerReader& reader) {
-    const LedgerState state = reader.ReadFiles([&](const LedgerRow& row) {
-      Count(&ledger, row);
-      if (eachRow) eachRow(row);
+    const LedgerState state = reader.ReadPages([&](std::span<const LedgerRow> rows) {
+      AddPage(rows, latest, &sums);
+      if (eachRow) std::for_each(rows.begin(), rows.end(), eachRow);
       return true;
     });
     return state == LedgerState::kGood ? reader.CountRecalls(&ledger.recalls) : state;
@@ -122,7 +101,17 @@ Ledger ReadLedger(const Place& place, bool serviceRuns, const EachRow& eachRow) 
   ledger.state = visit.state;
   ledger.detail = visit.detail;
   if (visit.ofCopy) ledger.copied = kCopied;
-  return ledger;
+  return sums;
+}
+
+}  // namespace
+
+LedgerSums SumUpLedger(const Place& place, bool serviceRuns, std::time_t latest) {
+  return Read(place, serviceRuns, latest, {});
+}
+
+Ledger ReadLedger(const Place& place, bool serviceRuns, const EachRow& eachRow) {
+  return Read(place, serviceRuns, std::numeric_limits<std::time_t>::max(), eachRow).ledger;
 }
 
 FoundRow FindRow(const Place& place, bool serviceRuns, const std::string& name) {

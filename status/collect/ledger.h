@@ -26,7 +26,7 @@ enum class LedgerState {
 // One file as the ledger has it.
 struct LedgerRow {
   std::string name;  // "realdata/22/S20261122040000.tar.gz"
-  int type = 0;      // kRealDataFile, kAlarmDataFile or whatever was recorded
+  int type = 0;  // by its name: kRealDataFile ("S…"), kAlarmDataFile ("T…"), or 0 for others
   bool accepted = false;
   std::optional<std::time_t> stamp;  // its stamp, read as local time; none when the name has none
 };
@@ -58,6 +58,14 @@ struct Ledger {
 // is called between the pages, when no lock is held. No other connection to the ledger may be open
 // in this process.
 Ledger ReadLedger(const Place& place, bool serviceRuns, const EachRow& eachRow = {});
+
+// The sums, and the newest files whose stamps have come. `latest` bounds these stamps.
+struct LedgerSums {
+  Ledger ledger;
+  std::optional<LedgerRow> newestByNow;          // live values, accepted or not, until `latest`
+  std::optional<LedgerRow> newestAcceptedByNow;  // of any kind, until `latest`
+};
+LedgerSums SumUpLedger(const Place& place, bool serviceRuns, std::time_t latest);
 
 // Looks for one name: a whole ledger name, or a base name such as "S20261122040000.tar.gz". The
 // state tells whether the ledger could be read.

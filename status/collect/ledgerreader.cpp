@@ -2,9 +2,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <limits>
-#include <span>
 
 #include "collect/keepowners.h"
 #include "historydata/ledgerfile.h"
@@ -13,9 +13,7 @@
 namespace status {
 namespace {
 
-constexpr std::size_t kPageRows = 1000;
 constexpr std::size_t kMostRows = 2'000'000;
-constexpr std::size_t kNameBytes = 127;
 
 constexpr int kTries = 10;
 constexpr int kLockMilliseconds = 100;  // of one try
@@ -27,9 +25,6 @@ constexpr std::int64_t kBeforeAll = std::numeric_limits<std::int64_t>::min();
 // A virtual table has no root page.
 constexpr char kCountTable[] =
     "select count(*) from sqlite_master where tbl_name='%s' and type='table' and rootpage>0";
-// A pending row is what the service's own query finds: its result equals 0.
-constexpr char kSelectFiles[] =
-    "select rowid,filename,filetype,result=0 from %s where rowid>%lld order by rowid limit %zu";
 constexpr char kSelectRecalls[] = "select rowid from %s where rowid>%lld order by rowid limit %zu";
 
 util::Database Open(const std::string& path, LedgerReader::File file) {
@@ -68,17 +63,11 @@ LedgerState LedgerReader::Failed(util::Failure why, bool rowsAreRead) {
   }
 }
 
-LedgerState LedgerReader::RunOnce(const std::string& sql, const EachResult& each) {
+LedgerState LedgerReader::TryOnce(const Attempt& attempt) {
   using std::chrono::steady_clock;
   const auto begin = steady_clock::now();
   m_database.LimitTime(m_millisecondsLeft);
-  LedgerState state = LedgerState::kGood;
-  if (util::Statement rows = m_database.Prepare(sql); !rows) {
-    state = Failed(m_database.WhyFailed(), false);
-  } else {
-    while (rows.NextRow()) each(rows);
-    if (rows.Failed()) state = Failed(rows.WhyFailed(), true);
-  }
+  const LedgerState state = attempt();
   const auto taken =
       std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - begin);
   m_millisecondsLeft -= static_cast<int>(taken.count());
@@ -87,10 +76,10 @@ LedgerState LedgerReader::RunOnce(const std::string& sql, const EachResult& each
 
 // A lock is met before the first row, so no row comes twice. The moment in which the service begins
 // a write can look like an unfinished one.
-LedgerState LedgerReader::Run(const std::string& sql, const EachResult& each) {
+LedgerState LedgerReader::Try(const Attempt& attempt) {
   const std::string said = m_detail;
   while (true) {
-    const LedgerState state = RunOnce(sql, each);
+    const LedgerState state = TryOnce(attempt);
     if (state == LedgerState::kGood) m_detail = said;
     if (state != LedgerState::kBusy && state != LedgerState::kUnfinished) return state;
     if (--m_triesLeft <= 0) return state;
@@ -98,62 +87,70 @@ LedgerState LedgerReader::Run(const std::string& sql, const EachResult& each) {
   }
 }
 
+LedgerState LedgerReader::Run(const std::string& sql,
+                              const std::function<void(util::Statement&)>& take) {
+  return Try([&] {
+    util::Statement rows = m_database.Prepare(sql);
+    if (!rows) return Failed(m_database.WhyFailed(), false);
+    take(rows);
+    return rows.Failed() ? Failed(rows.WhyFailed(), true) : LedgerState::kGood;
+  });
+}
+
 LedgerState LedgerReader::LookForTable(const char* table) {
   if (!m_database) return Failed(m_database.WhyFailed(), false);
   bool isThere = false;
-  const LedgerState state =
-      Run(util::Format(kCountTable, table),
-          [&isThere](const util::Statement& row) { isThere = row.Integer(0) > 0; });
+  const LedgerState state = Run(util::Format(kCountTable, table), [&isThere](util::Statement& row) {
+    isThere = row.NextRow() && row.Integer(0) > 0;
+  });
   if (state != LedgerState::kGood) return state;
   return isThere ? LedgerState::kGood : LedgerState::kNoTable;
 }
 
-// The page's rows are used again for the next page: their names need no new memory.
-LedgerState LedgerReader::ReadPage(std::int64_t after, Page* page) {
-  page->size = 0;
-  page->last = after;
-  return Run(util::Format(kSelectFiles, kPendingTable, static_cast<long long>(after), kPageRows),
-             [page](const util::Statement& row) {
-               LedgerRow& read = page->rows[page->size++];
-               page->last = row.Integer64(0);
-               read.name = row.Text(1).substr(0, kNameBytes);
-               read.type = row.Integer(2);
-               read.accepted = row.Integer(3) == 0;
-             });
+LedgerState LedgerReader::ReadPage(std::int64_t after) {
+  return Try([&] {
+    const auto [why, isRead] = m_statement.Read(after, &m_page);
+    return why == util::Failure::kNone ? LedgerState::kGood : Failed(why, isRead);
+  });
 }
 
-LedgerState LedgerReader::ReadFiles(const TakeRow& take) {
+LedgerState LedgerReader::ReadPages(const TakePage& take) {
   LedgerState state = LookForTable(kPendingTable);
-  Page page{.rows = std::vector<LedgerRow>(kPageRows), .size = kPageRows, .last = kBeforeAll};
-  while (state == LedgerState::kGood && page.size == kPageRows) {
-    const std::int64_t before = page.last;
-    state = ReadPage(before, &page);
-    m_givenRows += page.size;
-    for (LedgerRow& row : std::span(page.rows.data(), page.size)) {
-      row.stamp = m_stamps.Of(row.name);
-      if (!take(row)) return state;
-    }
+  std::int64_t after = kBeforeAll;
+  while (state == LedgerState::kGood) {
+    state = ReadPage(after);
+    const std::span rows(m_page.rows.data(), m_page.size);
+    m_givenRows += rows.size();
+    for (LedgerRow& row : rows) row.stamp = m_stamps.Of(row.name);
+    if (!take(rows) || state != LedgerState::kGood || !m_page.IsFull()) return state;
     // A "rowid" that does not rise is a column like any other.
-    if (page.size > 0 && page.last <= before) return LedgerState::kDamaged;
+    if (m_page.last <= after) return LedgerState::kDamaged;
     if (m_givenRows >= kMostRows) {
       m_detail = util::Format("only its first %zu rows were read", m_givenRows);
       return state;
     }
+    after = m_page.last;
   }
   return state;
+}
+
+LedgerState LedgerReader::ReadFiles(const TakeRow& take) {
+  return ReadPages([&take](std::span<const LedgerRow> rows) {
+    return std::all_of(rows.begin(), rows.end(), take);
+  });
 }
 
 LedgerState LedgerReader::CountRecalls(std::size_t* count) {
   LedgerState state = LookForTable(kRecallTable);
   if (state == LedgerState::kNoTable) return LedgerState::kGood;
   std::int64_t last = kBeforeAll;
-  std::size_t rows = kPageRows;
-  while (state == LedgerState::kGood && rows == kPageRows && *count < kMostRows) {
+  std::size_t rows = LedgerPage::kMostRows;
+  while (state == LedgerState::kGood && rows == LedgerPage::kMostRows && *count < kMostRows) {
     rows = 0;
-    state = Run(util::Format(kSelectRecalls, kRecallTable, static_cast<long long>(last), kPageRows),
-                [&](const util::Statement& row) {
-                  last = row.Integer64(0);
-                  ++rows;
+    state = Run(util::Format(kSelectRecalls, kRecallTable, static_cast<long long>(last),
+                             LedgerPage::kMostRows),
+                [&](util::Statement& row) {
+                  for (; row.NextRow(); ++rows) last = row.Integer64(0);
                 });
     *count += rows;
   }

@@ -4,10 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
-#include <vector>
 
 #include "collect/ledger.h"
+#include "collect/ledgerpage.h"
 #include "collect/ledgerstamp.h"
 #include "util/sqlite.h"
 
@@ -29,6 +30,9 @@ class LedgerReader {
 
   // Gives the rows of all files. kGood also when the row bound or `take` ended the reading.
   LedgerState ReadFiles(const TakeRow& take);
+  // The same rows, a page at a time.
+  using TakePage = std::function<bool(std::span<const LedgerRow>)>;
+  LedgerState ReadPages(const TakePage& take);
   // Counts the recall files. A missing table counts as empty.
   LedgerState CountRecalls(std::size_t* count);
 
@@ -37,20 +41,19 @@ class LedgerReader {
   bool HasGivenRows() const { return m_givenRows > 0; }
 
  private:
-  struct Page {
-    std::vector<LedgerRow> rows;
-    std::size_t size;   // so many of them are set
-    std::int64_t last;  // the greatest row number
-  };
-  using EachResult = std::function<void(const util::Statement&)>;
+  using Attempt = std::function<LedgerState()>;
 
   LedgerState LookForTable(const char* table);
-  LedgerState ReadPage(std::int64_t after, Page* page);
-  LedgerState Run(const std::string& sql, const EachResult& each);
-  LedgerState RunOnce(const std::string& sql, const EachResult& each);
+  LedgerState ReadPage(std::int64_t after);
+  // One statement and what it gives, without a parameter.
+  LedgerState Run(const std::string& sql, const std::function<void(util::Statement&)>& take);
+  LedgerState Try(const Attempt& attempt);
+  LedgerState TryOnce(const Attempt& attempt);
   LedgerState Failed(util::Failure why, bool rowsAreRead);
 
   util::Database m_database;
+  PageStatement m_statement{&m_database};
+  LedgerPage m_page;
   StampReader m_stamps;
   std::string m_detail;
   int m_triesLeft;

@@ -1,6 +1,7 @@
 #include "collect/ledgerstamp.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "collect/ledger.h"
 #include "util/timetext.h"
@@ -10,18 +11,38 @@ namespace {
 
 constexpr std::string_view kSuffix = ".tar.gz";
 constexpr std::size_t kStampDigits = 14;
-constexpr std::size_t kHourDigits = 10;
+constexpr std::size_t kDayDigits = sizeof(std::uint64_t);
+constexpr std::time_t kDaySeconds = 86'400;
 
-bool IsDigit(char c) {
-  return c >= '0' && c <= '9';
+// Bytes as a number, to compare them without a call.
+template <typename Number>
+Number Bytes(const char* text) {
+  Number number = 0;
+  std::memcpy(&number, text, sizeof(number));
+  return number;
 }
 
-// The digits of the stamp, or an empty text.
+bool AreEqual(const char* four, const char* other) {
+  return Bytes<std::uint32_t>(four) == Bytes<std::uint32_t>(other);
+}
+
+// What stands in the place of the stamp, or an empty text.
 std::string_view DigitsOf(std::string_view name) {
-  if (name.size() < kStampDigits + kSuffix.size() || !name.ends_with(kSuffix)) return {};
-  name.remove_suffix(kSuffix.size());
-  const std::string_view digits = name.substr(name.size() - kStampDigits);
-  return std::all_of(digits.begin(), digits.end(), IsDigit) ? digits : std::string_view();
+  if (name.size() < kStampDigits + kSuffix.size()) return {};
+  const char* const end = name.data() + name.size() - kSuffix.size();
+  if (!AreEqual(end, kSuffix.data()) || !AreEqual(end + 3, kSuffix.data() + 3)) return {};
+  return {end - kStampDigits, kStampDigits};
+}
+
+bool AreDigits(std::string_view digits) {
+  return std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// Two digits; 100 or more when they are none.
+unsigned Pair(const char* digits) {
+  const auto tens = static_cast<unsigned char>(digits[0] - '0');
+  const auto ones = static_cast<unsigned char>(digits[1] - '0');
+  return tens > 9 || ones > 9 ? 100 : tens * 10U + ones;
 }
 
 int Number(std::string_view digits) {
@@ -53,22 +74,28 @@ std::optional<std::time_t> LocalTimeOf(std::string_view digits) {
 
 }  // namespace
 
-void StampReader::TakeHour(std::string_view hour) {
-  m_hour = hour;
-  m_begins = LocalTimeOf(m_hour + "0000");
-  if (!LocalTimeOf(m_hour + "5959")) m_begins.reset();
+// On other days the clocks change.
+void StampReader::TakeDay(std::string_view day) {
+  m_begins = LocalTimeOf(std::string(day) + "000000");
+  const auto ends = LocalTimeOf(std::string(day) + "235959");
+  if (!m_begins || !ends || *ends - *m_begins != kDaySeconds - 1) m_begins.reset();
 }
 
 std::optional<std::time_t> StampReader::Of(std::string_view name) {
   const std::string_view digits = DigitsOf(name);
   if (digits.empty()) return std::nullopt;
-  const std::string_view hour = digits.substr(0, kHourDigits);
-  if (m_hour != hour) TakeHour(hour);
+  if (const auto day = Bytes<std::uint64_t>(digits.data()); m_day != day) {
+    const std::string_view dayDigits = digits.substr(0, kDayDigits);
+    if (!AreDigits(dayDigits)) return std::nullopt;
+    m_day = day;
+    TakeDay(dayDigits);
+  }
+  const unsigned hour = Pair(digits.data() + kDayDigits);
+  const unsigned minute = Pair(digits.data() + kDayDigits + 2);
+  const unsigned second = Pair(digits.data() + kDayDigits + 4);
+  if (hour > 23 || minute > 59 || second > 59) return std::nullopt;
   if (!m_begins) return LocalTimeOf(digits);
-  const int minute = Number(digits.substr(kHourDigits, 2));
-  const int second = Number(digits.substr(kHourDigits + 2));
-  if (minute > 59 || second > 59) return std::nullopt;
-  return *m_begins + minute * 60L + second;
+  return *m_begins + static_cast<std::time_t>((hour * 60 + minute) * 60 + second);
 }
 
 std::optional<std::time_t> StampOf(const std::string& name) {

@@ -1,6 +1,7 @@
 // The stamps in the names of data files.
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -8,18 +9,18 @@
 
 namespace status {
 
-// Reads the stamps of many names. Stamps of one hour follow each other in the ledger, so the time
-// zone is asked once an hour of stamps. One thread.
+// Reads the stamps of many names. Stamps of one day follow each other in the ledger, so the time
+// zone is asked once a day of stamps. One thread.
 class StampReader {
  public:
   // The 14 digits before ".tar.gz" as local time; none when they are no real time.
   std::optional<std::time_t> Of(std::string_view name);
 
  private:
-  void TakeHour(std::string_view hour);
+  void TakeDay(std::string_view day);
 
-  std::string m_hour;                   // "YYYYMMDDhh" of the latest stamp
-  std::optional<std::time_t> m_begins;  // that hour, when all its minutes follow each other
+  std::uint64_t m_day = 0;              // the bytes "YYYYMMDD" of the latest stamp
+  std::optional<std::time_t> m_begins;  // that day, when all its seconds follow each other
 };
 
 }  // namespace status

@@ -116,8 +116,9 @@ void CheckPublished(const Configuration& configuration,
   }
   if (count == 0) return;
   faults.Add(Cost::kStart, "BRN-SEGMENT-UNPUBLISHED", paths::kChannelTemplate, 0,
-             util::Format("%zu configured points are not published and stop every snapshot: %s%s",
-                          count, named.c_str(), count > kMostNamed ? ", …" : ""));
+             util::Format("%zu configured point%s not published and stop%s every snapshot: %s%s",
+                          count, count == 1 ? " is" : "s are", count == 1 ? "s" : "", named.c_str(),
+                          count > kMostNamed ? ", …" : ""));
 }
 
 void CheckSnapshot(const Configuration& configuration, const Segment* segment, Snapshot& snapshot,

@@ -39,6 +39,13 @@ void JudgeBrokenConfiguration(Judging& judging, const std::string& link, const C
   }
 }
 
+// Whether a file made since the service's start was accepted. The ledger can say so before the log.
+bool HasSent(const Facts& facts) {
+  const auto& newest = facts.newestAcceptedByNow;
+  return facts.logs.uploads.succeeded ||
+         (newest && facts.logs.started && *newest->stamp >= facts.logs.started->time);
+}
+
 }  // namespace
 
 void JudgeCard(Judging& judging, const std::string& link) {
@@ -98,8 +105,7 @@ void JudgeSpace(Judging& judging, const std::string& link) {
 
 void JudgeConfiguration(Judging& judging, const std::string& link) {
   const Configuration& configuration = judging.facts.configuration;
-  if (!judging.facts.place.IsLive() && configuration.newestChange == 0)
-    return judging.road.Skipped(link, "the copy has no configuration");
+  if (judging.facts.LacksConfiguration()) return judging.road.Skipped(link, kNoConfigurationCopied);
   for (const ConfigFault& fault : configuration.faults) {
     if (fault.cost == Cost::kStart) return JudgeBrokenConfiguration(judging, link, fault);
   }
@@ -136,7 +142,7 @@ void JudgeProcess(Judging& judging, const std::string& link) {
                                 .since = facts.logs.newestRecord,
                                 .evidence = "pidof brennik"});
   }
-  const bool isHealed = facts.logs.uploads.succeeded || !judging.IsWithinGrace();
+  const bool isHealed = HasSent(facts) || !judging.IsWithinGrace();
   if (facts.logs.startsInLastHour >= kManyStarts && !isHealed) {
     return judging.road.Noted(link, "BRN-PROCESS-RESTARTS",
                               {.text = Format("the service has started %ld times in the last hour",

@@ -27,7 +27,7 @@ inline constexpr char kHelp[] =
     "                          local time\n"
     "    --level L             at least INFO, WARN, ERROR or FATAL\n"
     "    --follow              go on with new records until it is stopped\n"
-    "  explain CODE|TEXT       what a code or a message means and what to do\n"
+    "  explain [CODE|TEXT]     what a code or a message means and what to do; alone: all codes\n"
     "    --markdown            the tables of the manual\n"
     "  file NAME               one file's life from packing to acceptance\n"
     "  gaps                    when files are missing: an hour a cell\n"

@@ -223,10 +223,8 @@ class CommandLine {
     for (const std::string& word : m_words) {
       m_options.argument += (m_options.argument.empty() ? "" : " ") + word;
     }
-    if (m_options.markdown != m_options.argument.empty()) {
-      return m_options.markdown ? "--markdown takes no text" : "explain needs a CODE or TEXT";
-    }
-    return {};
+    const bool isTooMuch = m_options.markdown && !m_options.argument.empty();
+    return isTooMuch ? "--markdown takes no text" : "";
   }
 
   Options& m_options;

@@ -107,9 +107,8 @@ void AddFaults(JsonWriter& json, const Configuration& configuration) {
   });
 }
 
-void AddCloudSettings(JsonWriter& json, const Configuration& configuration) {
+void AddCloudSettings(JsonWriter& json, const Configuration& configuration, const char* reason) {
   const ST_CLOUDSERVER_CONFIG_ATTR& cloud = configuration.cloud;
-  const char* reason = "the service would not start with this configuration";
   const auto number = [&](const char* key, std::int64_t value) {
     json.Number(key, configuration.starts ? std::optional(value) : std::nullopt, reason);
   };
@@ -130,14 +129,20 @@ std::int64_t CountOf(const Map* map) {
   return map == nullptr ? 0 : static_cast<std::int64_t>(map->size());
 }
 
-void AddConfiguration(JsonWriter& json, const Configuration& configuration) {
+// A copied card has no configuration. That is no fault.
+void AddConfiguration(JsonWriter& json, const Facts& facts) {
+  const bool isKnown = !facts.LacksConfiguration();
+  const Configuration& configuration = isKnown ? facts.configuration : Configuration();
+  const char* const none = kNoConfigurationCopied;
+  const auto known = [=](auto value) { return isKnown ? std::optional(value) : std::nullopt; };
   json.Object("configuration", [&] {
-    json.Flag("starts", configuration.starts);
-    json.Flag("switched_on", configuration.isOn);
-    json.Text("serial_number", configuration.serial, "the configuration has none");
-    AddCloudSettings(json, configuration);
-    json.Number("points", CountOf(configuration.points));
-    json.Number("devices", CountOf(configuration.devices));
+    json.Flag("starts", known(configuration.starts), none);
+    json.Flag("switched_on", known(configuration.isOn), none);
+    json.Text("serial_number", configuration.serial, isKnown ? "the configuration has none" : none);
+    AddCloudSettings(json, configuration,
+                     isKnown ? "the service would not start with this configuration" : none);
+    json.Number("points", known(CountOf(configuration.points)), none);
+    json.Number("devices", known(CountOf(configuration.devices)), none);
     const std::time_t newest = configuration.newestChange;
     json.Time("newest_change", newest == 0 ? std::nullopt : std::optional(newest),
               "none of its files is there");
@@ -232,7 +237,7 @@ std::string JsonText(const Facts& facts, const Verdict& verdict) {
   AddRoad(json, verdict);
   AddResults(json, facts);
   AddCard(json, facts.card);
-  AddConfiguration(json, facts.configuration);
+  AddConfiguration(json, facts);
   AddProcess(json, facts);
   AddSegment(json, facts);
   AddLedger(json, facts);

@@ -82,8 +82,9 @@ void AddService(Metrics& metrics, const Facts& facts) {
   std::optional<std::int64_t> start;
   if (logs.started) start = logs.started->time;
   metrics.Add("process_start_timestamp_seconds", "The service's last start, by its log.", start);
-  metrics.Add("configuration_usable", "Whether the service starts with its configuration.",
-              configuration.starts);
+  std::optional<std::int64_t> usable;
+  if (!facts.LacksConfiguration()) usable = configuration.starts;
+  metrics.Add("configuration_usable", "Whether the service starts with its configuration.", usable);
   metrics.Add(
       "switched_on", "Whether the configuration switches the service on.",
       configuration.starts ? std::optional<std::int64_t>(configuration.isOn) : std::nullopt);

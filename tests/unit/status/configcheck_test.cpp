@@ -297,8 +297,8 @@ TEST_F(CheckingConfiguration, NamesPointsThatAreNotPublished) {
   const ConfigCheck check = CheckWith({{0x01030001, 12.5}});
 
   EXPECT_THAT(Told(check),
-              ElementsAre("BRN-SEGMENT-UNPUBLISHED Channel-template.xml:0 1 configured points are "
-                          "not published and stop every snapshot: 01030102 (Point)"));
+              ElementsAre("BRN-SEGMENT-UNPUBLISHED Channel-template.xml:0 1 configured point is "
+                          "not published and stops every snapshot: 01030102 (Point)"));
   EXPECT_EQ(check.level, Level::kCritical);
 }
 

@@ -143,6 +143,20 @@ TEST_F(JsonTextTest, GivesAReasonForEverythingUnknown) {
   EXPECT_EQ(At(document, "segment/first_unpublished_points"), "null");
 }
 
+TEST_F(JsonTextTest, HasNoFaultsOfACopyWithoutAConfiguration) {
+  Facts facts = test::PrintedFacts();
+  facts.place = status::Place("/tessel/c");
+  facts.configuration = {};
+  facts.configuration.faults = {{status::Cost::kStart, "BRN-CONFIG-SYSTEM", "", 0, "is missing"}};
+
+  const auto document = Parsed(facts, test::PrintedVerdict());
+
+  ExpectReasons(document, "");
+  EXPECT_EQ(At(document, "configuration/starts"), "null");
+  EXPECT_EQ(At(document, "configuration/points_reason"), "\"the copy has no configuration\"");
+  EXPECT_EQ(At(document, "configuration/faults"), "[]");
+}
+
 TEST_F(JsonTextTest, IsValidUtf8WhateverTheFactsHold) {
   Facts facts = test::PrintedFacts();
   facts.logs.address = "a\xff\xc3(\"\\\n";

@@ -35,7 +35,7 @@ TEST_F(LedgerReading, CountsTheFilesOfEachKind) {
   auto ledger = MakeLedger();
   Insert(ledger, RealName("20240307110000"), kRealDataFile, 1);
   Insert(ledger, RealName("20240307113000"));
-  Insert(ledger, "alarmdata/7/A20240307115900.tar.gz", kAlarmDataFile);
+  Insert(ledger, "alarmdata/7/T20240307115900.tar.gz", kAlarmDataFile);
   Insert(ledger, "notes.txt", 9, 1);
   ledger.Run(InsertRecall(test::LocalTimeOf(2024, 3, 7), "calldata/C1.tar.gz"));
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "collect/ledger.h"
+#include "collect/ledgerstamp.h"
 #include "support/gateway.h"
 
 namespace {
@@ -52,6 +53,16 @@ TEST_F(Stamp, IsNoTimeThatTheClocksLeftOut) {
   setenv("TZ", "AAA-10BBB-10:30,M10.1.0/2:30,M4.1.0", 1);  // on that day 02:30 was 03:00
   EXPECT_TRUE(status::StampOf("S20241006022959.tar.gz"));
   EXPECT_FALSE(status::StampOf("S20241006024000.tar.gz"));
+}
+
+TEST_F(Stamp, FollowsTheClocksOnADayWhenTheyChange) {
+  setenv("TZ", "AAA-10BBB-10:30,M10.1.0/2:30,M4.1.0", 1);
+  status::StampReader reader;
+  const auto before = reader.Of("S20241006022959.tar.gz");
+  const auto after = reader.Of("S20241006030000.tar.gz");
+
+  ASSERT_TRUE(before && after);
+  EXPECT_EQ(*after - *before, 1);
 }
 
 }  // namespace

@@ -53,6 +53,16 @@ Exposition Read(const std::string& text) {
 
 }  // namespace
 
+TEST_F(MetricsTextTest, DoesNotJudgeTheConfigurationThatACopyLacks) {
+  Facts facts = test::PrintedFacts();
+  facts.place = status::Place("/tessel/c");
+  facts.configuration = {};
+
+  const Exposition read = Read(status::MetricsText(facts, test::PrintedVerdict()));
+
+  EXPECT_FALSE(read.described.contains("brennik_configuration_usable"));
+}
+
 TEST_F(MetricsTextTest, HoldsWhatIsKnown) {
   const Facts facts = test::PrintedFacts();
 
