@@ -15,8 +15,8 @@ using Missing = util::Database::Missing;
 
 namespace {
 
-// A change writes whole pages, three times each. Half of SQLite's usual size spares the card.
-// Smaller pages cost those who read all rows too much.
+// A change writes whole pages, to the journal and to the ledger. Half of SQLite's usual size spares
+// the card. Smaller pages cost those who read all rows too much.
 constexpr char kSmallPages[] = "PRAGMA page_size=2048;";
 constexpr char kCountTable[] =
     "select count(*) from sqlite_master where tbl_name='%s' and type='table'";
