@@ -15,9 +15,6 @@ using Missing = util::Database::Missing;
 
 namespace {
 
-// A change writes whole pages, to the journal and to the ledger. Half of SQLite's usual size spares
-// the card. Smaller pages cost those who read all rows too much.
-constexpr char kSmallPages[] = "PRAGMA page_size=2048;";
 constexpr char kCountTable[] =
     "select count(*) from sqlite_master where tbl_name='%s' and type='table'";
 constexpr char kCreatePending[] =
@@ -58,7 +55,7 @@ util::SqlError RolledBack(util::Database& database) {
 bool MakeNewLedger(const std::string& tables) {
   unlink(paths::kNewLedger);
   util::Database database(paths::kNewLedger);
-  return database && database.Execute(kSmallPages + tables);
+  return database && database.Execute(tables);
 }
 
 // Removes the old ledger's journal first: SQLite would play it back into the new one.

@@ -39,13 +39,6 @@ TEST_F(LedgerSaving, BringsANewLedgerToANewCardOnceItIsWhole) {
   EXPECT_THAT(LedgerRows(), ElementsAre(kFirstRow));
 }
 
-// Every change writes whole pages to the card.
-TEST_F(LedgerSaving, MakesANewLedgerOfSmallPages) {
-  Save({});
-
-  EXPECT_THAT(LedgerFile().Lines("pragma page_size"), ElementsAre("2048"));
-}
-
 TEST_F(LedgerSaving, ReplacesNoLedgerThatAppearsMeanwhile) {
   AtNextCall(Call::kSqliteExec, [] {
     LedgerFile().Run("create table tJsonFileNames(FileName primary key,FileType,Result)");
