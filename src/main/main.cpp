@@ -20,12 +20,12 @@ constexpr unsigned kNoCardPauseSeconds = 30;
 constexpr unsigned kNoConfigurationPauseSeconds = 10;
 constexpr unsigned kIdleSeconds = 600;
 
-// Freed memory goes back to the system early. The threads allocate little, so one arena does for
-// all of them.
+// The threads allocate little, so one arena does for all of them. Freed memory goes back to the
+// system, but what each minute needs again stays: to get a page back takes the kernel's time.
 void KeepHeapSmall() {
   constexpr int kArenas = 1;
-  constexpr int kTrimBytes = 16 * 1024;
-  constexpr int kMmapBytes = 64 * 1024;
+  constexpr int kTrimBytes = 128 * 1024;
+  constexpr int kMmapBytes = 256 * 1024;
   mallopt(M_ARENA_MAX, kArenas);
   mallopt(M_TRIM_THRESHOLD, kTrimBytes);
   mallopt(M_TOP_PAD, 0);
