@@ -117,12 +117,12 @@ check_year-2038() {
   expect_delivery 2038-02-01 '"flag":0,"values":[]'
 }
 
-readonly cycle_instructions=11270 # thousands, the kernel's for the service included
+readonly cycle_instructions=12600 # thousands, the kernel's for the service included
 
 # within_percent PERCENT NUMBER EXPECTED
 within_percent() { test "$((100 * ($2 > $3 ? $2 - $3 : $3 - $2)))" -le "$(($1 * $3))"; }
 
-# Runs differ by up to 2 %. Whoever changes the number by more than 5 %, up or down, writes the new one here.
+# Runs differ by up to 3 %, see docs/performance.md. Whoever changes the number by more than 5 %, up or down, writes the new one here.
 check_cycle() {
   local instructions
   play_fast cycle norandmaps # the places of mappings count, too: page tables, page faults
