@@ -12,6 +12,7 @@ if(NOT probing) # both are quick when there is nothing to do
   execute_process(COMMAND "${gateway_source}/scripts/gateway-sysroot" COMMAND_ERROR_IS_FATAL ANY)
 endif()
 
+set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc) # of libcurl
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER) # tools are this machine's
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -1,6 +1,44 @@
 #include "packfile/fields.h"
 
-#include "util/text.h"
+#include <charconv>
+#include <cstring>
+
+namespace {
+
+constexpr std::size_t kHexDigits = 8;
+// The longest text of a number with three decimals: a sign, 309 digits, the point, the decimals.
+constexpr std::size_t kDecimalsBytes = 314;
+
+// At least four upper-case digits.
+std::string_view Hex(char (&digits)[kHexDigits], std::uint32_t number) {
+  constexpr std::size_t kFewestDigits = 4;
+  std::size_t first = kHexDigits;
+  do {
+    digits[--first] = "0123456789ABCDEF"[number & 0xFU];
+    number >>= 4U;
+  } while (number != 0 || first > kHexDigits - kFewestDigits);
+  return {digits + first, kHexDigits - first};
+}
+
+// The text that printf's "%.3lf" gives, cut to fit into a field.
+std::string_view Decimals(char (&text)[kDecimalsBytes], double value, std::size_t fieldBytes) {
+  const auto end =
+      std::to_chars(text, text + kDecimalsBytes, value, std::chars_format::fixed, 3).ptr;
+  return std::string_view(text, static_cast<std::size_t>(end - text)).substr(0, fieldBytes - 1);
+}
+
+}  // namespace
+
+void DocumentWriter::FinishedObject(std::initializer_list<std::string_view> pieces) {
+  Prefix(rapidjson::kObjectType);
+  std::size_t bytes = 0;
+  for (const std::string_view piece : pieces) bytes += piece.size();
+  char* at = os_->Push(bytes);
+  for (const std::string_view piece : pieces) {
+    std::memcpy(at, piece.data(), piece.size());
+    at += piece.size();
+  }
+}
 
 void WriteSerial(DocumentWriter& writer, const char* serial) {
   writer.Key("sn");
@@ -9,28 +47,26 @@ void WriteSerial(DocumentWriter& writer, const char* serial) {
 }
 
 void WriteHex(DocumentWriter& writer, const char* key, std::uint32_t number) {
-  char digits[kAlarmFieldBytes];
-  util::PrintText(digits, sizeof(digits), "%04X", number);
+  char digits[kHexDigits];
+  const std::string_view hex = Hex(digits, number);
   writer.Key(key);
-  writer.String(digits);
+  writer.String(hex.data(), static_cast<rapidjson::SizeType>(hex.size()));
 }
 
 void WritePointId(DocumentWriter& writer, std::uint32_t dataId) {
   WriteHex(writer, "pointId", dataId & 0xFFFFU);
 }
 
-void WriteValue(DocumentWriter& writer, double value, std::size_t fieldBytes) {
-  char decimals[kAlarmFieldBytes];
-  util::PrintText(decimals, fieldBytes, "%.3lf", value);
-  writer.Key("value");
-  writer.String(decimals);
+void WritePointValue(DocumentWriter& writer, std::uint32_t dataId, double value) {
+  char digits[kHexDigits];
+  char decimals[kDecimalsBytes];
+  writer.FinishedObject({R"({"pointId":")", Hex(digits, dataId & 0xFFFFU), R"(","value":")",
+                         Decimals(decimals, value, kValueBytes), R"("})"});
 }
 
 void WriteTimedValue(DocumentWriter& writer, const std::string& timeMark, double value,
                      std::size_t fieldBytes) {
-  writer.StartObject();
-  writer.Key("timeMark");
-  writer.String(timeMark.c_str());
-  WriteValue(writer, value, fieldBytes);
-  writer.EndObject();
+  char decimals[kDecimalsBytes];
+  writer.FinishedObject({R"({"timeMark":")", timeMark, R"(","value":")",
+                         Decimals(decimals, value, fieldBytes), R"("})"});
 }

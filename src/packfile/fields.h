@@ -3,13 +3,23 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 
 #include "util/json.h"
 
-using DocumentWriter = rapidjson::Writer<rapidjson::StringBuffer>;
+// Writes the documents. Points and values come in great numbers, so they are written as finished
+// text.
+class DocumentWriter : public rapidjson::Writer<rapidjson::StringBuffer> {
+ public:
+  using Writer::Writer;
 
-// Each text is printed into a field of this size, terminator included; what is longer is cut.
+  // Writes the next value of an array: one JSON object, in pieces that need no escapes.
+  void FinishedObject(std::initializer_list<std::string_view> pieces);
+};
+
+// Each text is written into a field of this size, terminator included; what is longer is cut.
 inline constexpr std::size_t kTimeMarkBytes = 23;
 inline constexpr std::size_t kValueBytes = 15;        // a value of real data or of a recall
 inline constexpr std::size_t kAlarmFieldBytes = 255;  // every number and text of an alarm
@@ -24,9 +34,9 @@ void WriteHex(DocumentWriter& writer, const char* key, std::uint32_t number);
 // "pointId": the low 16 bits of a DataId as four hexadecimal digits.
 void WritePointId(DocumentWriter& writer, std::uint32_t dataId);
 
-// "value": a text with three decimals. `fieldBytes` is kAlarmFieldBytes at most.
-void WriteValue(DocumentWriter& writer, double value, std::size_t fieldBytes);
+// {"pointId":…,"value":…}, the value as a text with three decimals.
+void WritePointValue(DocumentWriter& writer, std::uint32_t dataId, double value);
 
-// {"timeMark":…,"value":…}
+// {"timeMark":…,"value":…}. The time mark is one of util::TimeMark's, or empty.
 void WriteTimedValue(DocumentWriter& writer, const std::string& timeMark, double value,
                      std::size_t fieldBytes);

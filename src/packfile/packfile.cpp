@@ -71,13 +71,15 @@ constexpr PackReport kRecallDataReport{
         [](const char* archive) { log_Text(INFO, "CreateRecallDataJsonFile %s Success", archive); },
     .gaveUp = nullptr};  // deliberate
 
-// Writes the document into the open text file and compresses it. True when the archive is made.
-bool WriteAndPack(const rapidjson::StringBuffer& text, std::ofstream& ofs, DataFile& file,
+// Writes the document into the open text file and compresses it. The document's memory is free
+// while tar runs. True when the archive is made.
+bool WriteAndPack(rapidjson::StringBuffer& text, std::ofstream& ofs, DataFile& file,
                   const PackReport& report) {
   errno = 0;
   ofs.write(text.GetString(), static_cast<std::streamsize>(text.GetSize()));
   ofs.close();
   if (!ofs) file.SetWriteError(errno == 0 ? EIO : errno);
+  text = rapidjson::StringBuffer();
 
   const char* archive = file.Names().archive;
   if (file.Pack(report.failed)) {

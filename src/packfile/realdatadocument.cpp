@@ -24,10 +24,7 @@ bool FindValue(Walk& walk, std::uint32_t dataId) {
 
 bool WritePoint(Walk& walk, std::uint32_t dataId) {
   if (!FindValue(walk, dataId)) return false;
-  walk.writer.StartObject();
-  WritePointId(walk.writer, dataId);
-  WriteValue(walk.writer, walk.cursor->second, kValueBytes);
-  walk.writer.EndObject();
+  WritePointValue(walk.writer, dataId, walk.cursor->second);
   return true;
 }
 

@@ -23,15 +23,21 @@ void PrintText(char* field, std::size_t size, const char* format, ...) {
 }
 
 std::string Format(const char* format, ...) {
+  constexpr std::size_t kShortBytes = 128;  // most texts fit: they are printed once
+  char shortText[kShortBytes];
   va_list arguments;
   va_start(arguments, format);
   va_list again;
   va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, arguments);
+  const int length = std::vsnprintf(shortText, kShortBytes, format, arguments);
   va_end(arguments);
 
-  std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, again);
+  const auto bytes = static_cast<std::size_t>(std::max(length, 0));
+  std::string text(shortText, std::min(bytes, kShortBytes - 1));
+  if (bytes >= kShortBytes) {
+    text.resize(bytes);
+    std::vsnprintf(text.data(), bytes + 1, format, again);
+  }
   va_end(again);
   return text;
 }
