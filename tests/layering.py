@@ -3,6 +3,7 @@
 
 - A folder links only to folders on lower floors. The floors of status/ stand on those of src/ that their links name.
 - A file includes only its own folder's headers and those of the folders that its library links to.
+- The parts of simulator/console/ include only the parts below them.
 - The gateway's absolute paths stand in util/paths.h only; texts of status/ may name them.
 - Headers of SQLite, libcurl and libxml2 are included by .cpp files only.
 """
@@ -26,6 +27,9 @@ floor_of = {folder: number for number, row in enumerate(FLOORS) for folder in ro
 status_libraries = {'collect': 'status_collect', 'judge': 'status_judge', 'print': 'status_print',
                     'main': 'status_commands'}
 status_floor_of = {folder: number for number, folder in enumerate(status_libraries)}
+# What each part of the bench console may include beside itself.
+console_parts = {'web': [], 'bench': ['web'], 'uploads': ['web'], 'watch': ['web'], 'faults': ['web', 'bench'],
+                 'main': ['web', 'bench', 'uploads', 'watch', 'faults']}
 faults = []
 
 
@@ -103,6 +107,15 @@ for folder in sorted(path.name for path in status.iterdir() if path.is_dir()):
         if file.suffix in ('.h', '.cpp'):
             check(file, floors | folders, status)
             checked += 1
+
+console = root / 'simulator/console'
+for file in sorted(console.glob('*/*')):
+    part = file.parent.name
+    if file.suffix in ('.h', '.cpp'):
+        for other in re.findall(r'#include "console/(\w+)/', file.read_text()):
+            if other != part and other not in console_parts.get(part, []):
+                faults.append(f'{file.relative_to(root)} includes console/{other}/, which is not below {part}')
+        checked += 1
 
 print(*faults, f'{checked} files checked, {len(faults)} faults', sep='\n')
 sys.exit(1 if faults or not checked else 0)

@@ -29,7 +29,7 @@ class Binder {
   int m_parameter;
 };
 
-std::string Trouble(const std::string& path, const char* reason) {
+std::string CannotWrite(const std::string& path, const char* reason) {
   return "cannot write " + path + ": " + reason;
 }
 
@@ -73,13 +73,13 @@ std::string CardStatement::Text(int column) const {
 std::string Record(const std::string& path, std::chrono::milliseconds patience,
                    const std::function<bool(sqlite3*)>& write) {
   util::Database database(path.c_str());
-  if (!database) return Trouble(path, database.ErrorText());
+  if (!database) return CannotWrite(path, database.ErrorText());
   database.WaitForLocks(static_cast<int>(patience.count()));
   // The lock for writing is taken first. SQLite would not wait for it after a read.
   if (database.Execute("BEGIN IMMEDIATE") && write(database.Get()) && database.Execute("COMMIT")) {
     return {};
   }
-  std::string trouble = Trouble(path, database.ErrorText());
+  std::string trouble = CannotWrite(path, database.ErrorText());
   database.Execute("ROLLBACK");
   return trouble;
 }

@@ -9,15 +9,15 @@
 
 namespace {
 
-constexpr char kCreateTable[] =
+constexpr char kCreateEventTable[] =
     "CREATE TABLE IF NOT EXISTS event_tbl("
     "Pid INTEGER PRIMARY KEY, RecordDate TEXT NOT NULL, RecordTime TEXT NOT NULL, "
     "DataId INTEGER NOT NULL, threshold REAL, triggervalue REAL, eventtype INTEGER, "
     "grade INTEGER, upflag INTEGER, upload INTEGER DEFAULT 0)";
-constexpr char kInsert[] =
+constexpr char kInsertEvent[] =
     "INSERT INTO event_tbl(RecordDate,RecordTime,DataId,threshold,triggervalue,eventtype,grade,"
     "upflag,upload) VALUES(?,?,?,?,?,?,?,?,0)";
-constexpr char kSelect[] =
+constexpr char kSelectEvents[] =
     "SELECT Pid,RecordDate,RecordTime,DataId,threshold,triggervalue,eventtype,grade,upflag,upload "
     "FROM event_tbl ORDER BY Pid";
 
@@ -26,8 +26,8 @@ std::tm LocalTime(std::int64_t unixSeconds) {
 }
 
 bool Insert(sqlite3* database, std::span<const AlarmEvent> events) {
-  if (!util::Execute(database, kCreateTable)) return false;
-  CardStatement insert(database, kInsert);
+  if (!util::Execute(database, kCreateEventTable)) return false;
+  CardStatement insert(database, kInsertEvent);
   for (const AlarmEvent& event : events) {
     const std::tm time = LocalTime(event.time);
     if (!insert.Run({util::DateText(time), util::ClockText(time), StoredId(event.dataId),
@@ -84,7 +84,7 @@ std::size_t EventWriter::Append(const std::vector<AlarmEvent>& events) {
 
 std::optional<std::vector<EventRow>> EventWriter::Rows(std::int64_t unixSeconds) const {
   std::vector<EventRow> rows;
-  const bool read = ReadRows(EventDatabasePath(unixSeconds), m_patience, kSelect,
+  const bool read = ReadRows(EventDatabasePath(unixSeconds), m_patience, kSelectEvents,
                              [&rows](const CardStatement& row) { rows.push_back(RowFrom(row)); });
   if (!read) return std::nullopt;
   return rows;

@@ -10,19 +10,19 @@
 namespace {
 
 // The formats take the table's name for each %s.
-constexpr char kCreateTable[] =
+constexpr char kCreateHistoryTable[] =
     "CREATE TABLE IF NOT EXISTS %s("
     "Pid INTEGER PRIMARY KEY, dataid INTEGER NOT NULL, UnixTime INTEGER NOT NULL, "
     "TriggerValue REAL, Upload INTEGER DEFAULT 1);"
     "CREATE INDEX IF NOT EXISTS %s_idx ON %s(dataid,UnixTime)";
 constexpr char kSelectNewest[] = "SELECT IFNULL(MAX(Pid),0) FROM %s";
 // Inserts the row, unless its point has one at that time with a Pid up to ?5.
-constexpr char kInsert[] =
+constexpr char kInsertHistory[] =
     "INSERT INTO %s(dataid,UnixTime,TriggerValue,Upload) SELECT ?1,?2,?3,?4 WHERE NOT EXISTS("
     "SELECT 1 FROM %s WHERE dataid=?1 AND UnixTime=?2 AND Pid<=?5)";
 
 // Takes the table's name and the point.
-constexpr char kSelect[] =
+constexpr char kSelectHistory[] =
     "SELECT dataid,UnixTime,TriggerValue,Upload FROM %s WHERE dataid=%lld ORDER BY UnixTime,Pid";
 
 constexpr std::int64_t kNoRow = 0;  // below every Pid
@@ -44,11 +44,11 @@ std::int64_t NewestPid(sqlite3* database, const char* table) {
 
 bool InsertInto(sqlite3* database, const char* table, const std::vector<HistoryRow>& rows,
                 Existing existing) {
-  if (!util::Execute(database, util::Format(kCreateTable, table, table, table).c_str())) {
+  if (!util::Execute(database, util::Format(kCreateHistoryTable, table, table, table).c_str())) {
     return false;
   }
   const std::int64_t kept = existing == Existing::kKept ? NewestPid(database, table) : kNoRow;
-  CardStatement insert(database, util::Format(kInsert, table, table));
+  CardStatement insert(database, util::Format(kInsertHistory, table, table));
   for (const HistoryRow& row : rows) {
     if (!insert.Run({StoredId(row.dataId), row.unixTime, row.triggerValue, std::int64_t{row.upload},
                      kept})) {
@@ -103,8 +103,8 @@ bool HistoryWriter::AppendMissing(const std::vector<HistoryRow>& rows) {
 
 std::optional<std::vector<HistoryRow>> HistoryWriter::Rows(std::uint32_t dataId) const {
   std::vector<HistoryRow> rows;
-  const std::string query =
-      util::Format(kSelect, HistoryTable(dataId).c_str(), static_cast<long long>(StoredId(dataId)));
+  const std::string query = util::Format(kSelectHistory, HistoryTable(dataId).c_str(),
+                                         static_cast<long long>(StoredId(dataId)));
   const auto take = [&rows](const CardStatement& row) {
     rows.push_back({static_cast<std::uint32_t>(row.Integer(0)), row.Integer(1), row.Real(2),
                     static_cast<std::int32_t>(row.Integer(3))});

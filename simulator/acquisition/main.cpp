@@ -6,15 +6,19 @@
 #include <csignal>
 #include <ctime>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
+#include "acquisition/conduct.h"
 #include "acquisition/options.h"
 #include "acquisition/plant.h"
 #include "acquisition/recorder.h"
 #include "acquisition/segment.h"
 #include "acquisition/signals.h"
 #include "program/commandline.h"
+#include "program/control.h"
 #include "util/file.h"
 #include "util/paths.h"
 #include "util/text.h"
@@ -48,6 +52,21 @@ std::vector<SegmentPoint> PointsAt(const Plant& plant, std::int64_t unixSeconds)
     points.push_back({dataId, SignalValue(dataId, unixSeconds)});
   }
   return points;
+}
+
+std::vector<std::uint32_t> DataIdsOf(const Plant& plant) {
+  std::vector<std::uint32_t> dataIds;
+  for (const auto& [dataId, point] : plant.points) dataIds.push_back(dataId);
+  return dataIds;
+}
+
+// The count comes last. Where records go, a reader may find the last one twice for a moment, but
+// finds every point.
+void Publish(const std::vector<SegmentPoint>& points, const Trouble& told, Segment& segment) {
+  const std::vector<SegmentPoint> published = Published(points, told);
+  const auto count = static_cast<std::uint32_t>(told.empty ? 0 : published.size());
+  segment.Write(published);
+  segment.SetCount(count);
 }
 
 // "AI 12, DI 3": how many points there are of each type.
@@ -104,9 +123,19 @@ int Run(const Options& options) {
                             static_cast<unsigned>(kSegmentKey),
                             static_cast<long long>(options.period.count()))
             << recording << std::endl;
+  Conduct conduct(DataIdsOf(plant));
+  std::optional<program::ControlServer> control;
+  if (!options.controlSocket.empty()) {
+    control.emplace(options.controlSocket,
+                    [&](const auto& order, auto& answer) { conduct.CarryOut(order, answer); });
+  }
   while (Pause(stopSignals, options.period)) {
-    segment.Write(PointsAt(plant, std::time(nullptr)));
-    recorder.Follow(std::time(nullptr));
+    const std::time_t now = std::time(nullptr);
+    recorder.Burst(conduct.TakeBurst(), now);
+    const Trouble told = conduct.Current();
+    if (told.paused) continue;
+    Publish(PointsAt(plant, now), told, segment);
+    recorder.Follow(now);
     Tell(recorder.Trouble(), &trouble);
   }
   return 0;

@@ -24,6 +24,7 @@ Options ParseOptions(int argc, char* const* argv) {
       argc, argv,
       {{"--help", [&](const std::string&) { options.help = true; }, true},
        {"--no-history", [&](const std::string&) { recording.history = false; }, true},
+       {"--control", [&](const std::string& text) { options.controlSocket = text; }},
        NumberOption("--period", 1, kLongestPeriod, &period),
        NumberOption("--event-interval", 0, kLongestEventInterval, &recording.eventInterval),
        NumberOption("--burst", 0, kLargestBurst, &recording.burst),
@@ -47,9 +48,17 @@ std::string HelpText() {
          "  --history-minutes M  fill in the history of the M minutes before the start,\n"
          "                       0 to 10080 (0)\n"
          "  --no-history         record no history\n"
+         "  --control SOCKET     take orders on this Unix socket, see below (none)\n"
          "  --help               show this text\n\n"
          "Events go to /media/mmcblk0p1/YYYYMM_event.db, history to\n"
          "/media/mmcblk0p1/demand_history.db.\n\n"
+         "The control SOCKET takes a line of JSON and answers with one:\n"
+         "  {\"do\":\"pause\"}                    the values stop changing, nothing is recorded\n"
+         "  {\"do\":\"empty\"}                    the segment holds no records\n"
+         "  {\"do\":\"leave-out\",\"data_id\":N}  one point has no record; the first without N\n"
+         "  {\"do\":\"burst\",\"events\":N}       record the latest N alarms of the past day\n"
+         "  {\"do\":\"normal\"}                   end the first three\n"
+         "  {\"do\":\"state\"}                    tell what stands\n\n"
          "Exit status: 0 stopped by a signal, 1 cannot read the template or make the segment,\n"
          "2 bad command line.\n";
 }

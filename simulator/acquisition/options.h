@@ -10,6 +10,7 @@
 struct Options {
   std::chrono::milliseconds period{1000};  // between two refreshes
   RecordingPlan recording;
+  std::string controlSocket{};  // takes orders there; empty: takes none
   bool help = false;
 };
 

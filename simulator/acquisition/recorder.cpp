@@ -1,7 +1,6 @@
 #include "acquisition/recorder.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 #include "acquisition/alarms.h"
@@ -9,6 +8,8 @@
 namespace {
 
 constexpr std::int64_t kDaySeconds = 86'400;
+// A clock that is put right by less than this is waited for.
+constexpr std::int64_t kBackSeconds = 60;
 // Minutes in one transaction when many are due. It must be short, for others use the file too.
 constexpr std::int64_t kMinutesAtOnce = 60;
 // The values of the segment must not wait longer than this for the card.
@@ -29,11 +30,16 @@ Recorder::Recorder(Plant plant, const RecordingPlan& plan, std::int64_t now)
 }
 
 void Recorder::Follow(std::int64_t now) {
-  if (std::abs(now - m_now) > kDaySeconds) StartAt(now);
+  if (now < m_now - kBackSeconds || now > m_now + kDaySeconds) StartAt(now);
   m_now = now;
   CollectEvents(now);
   RecordEvents();
   RecordHistory(now);
+}
+
+void Recorder::Burst(std::size_t count, std::int64_t now) {
+  const auto latest = LatestAlarms(m_plant, now, kDaySeconds, count);
+  m_eventsDue.insert(m_eventsDue.end(), latest.begin(), latest.end());
 }
 
 std::string Recorder::Trouble() const {

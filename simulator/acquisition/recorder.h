@@ -25,9 +25,10 @@ struct RecordingPlan {
 //   history  every whole minute that has no row yet
 // Times come from the plan and the clock alone, so a late or interrupted recorder writes the same
 // rows. What cannot be recorded, for instance because another program holds a lock, stays due. When
-// the clock goes back, the recorder waits until it is past the old time. When the clock is set by
-// more than a day, the recorder follows and does not fill in the time between. One thread uses it.
-// No file stays open between two calls.
+// the clock goes back by at most a minute, the recorder waits until it is past the old time. When
+// it is set back further, the recorder follows: events come a second time, a minute of history
+// keeps its rows. When the clock is set forward by more than a day, the recorder does not fill in
+// the time between. One thread uses it. No file stays open between two calls.
 class Recorder {
  public:
   // Starts at Unix time `now`; nothing is written before Follow.
@@ -37,6 +38,10 @@ class Recorder {
 
   // Records everything that is due at a Unix time.
   void Follow(std::int64_t now);
+
+  // Records the latest `count` events of the day before `now` at the next Follow, whether or not
+  // they have been recorded before.
+  void Burst(std::size_t count, std::int64_t now);
 
   // How many events wait to be recorded: the burst at first, those that failed after Follow.
   std::size_t EventsDue() const { return m_eventsDue.size(); }

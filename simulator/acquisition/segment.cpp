@@ -34,14 +34,14 @@ constexpr int kAccess = 0666;
 }
 
 // A segment that stood under the key before ours.
-struct Existing {
+struct FoundSegment {
   int id = -1;
   std::size_t bytes = 0;
 };
 
 // Nothing when there is no segment under the key. Throws when somebody is attached to it: then its
 // writer is still alive.
-std::optional<Existing> FindStale() {
+std::optional<FoundSegment> FindStale() {
   const int id = shmget(kSegmentKey, 0, 0);
   if (id < 0 && errno == ENOENT) return std::nullopt;
   if (id < 0) Fail("find");
@@ -51,7 +51,7 @@ std::optional<Existing> FindStale() {
     throw std::runtime_error(util::Format("the segment under key 0x%x is in use by process %d",
                                           kShownKey, static_cast<int>(status.shm_cpid)));
   }
-  return Existing{id, status.shm_segsz};
+  return FoundSegment{id, status.shm_segsz};
 }
 
 void Remove(int id) {
@@ -120,6 +120,10 @@ bool Segment::Set(std::uint32_t dataId, double value) {
     return true;
   }
   return false;
+}
+
+void Segment::SetCount(std::uint32_t count) {
+  if (m_bytes >= kCountBytes) m_words[0] = count;
 }
 
 SegmentWords Segment::Attach() const {

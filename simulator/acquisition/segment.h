@@ -90,6 +90,9 @@ class Segment {
   // Rewrites the first record that holds `dataId`. False when none does.
   bool Set(std::uint32_t dataId, double value);
 
+  // Writes the count word, which tells readers how many records there are.
+  void SetCount(std::uint32_t count);
+
   std::size_t Bytes() const { return m_bytes; }
   // A further attachment to the same memory, at an address of its own; it may outlive the object.
   SegmentWords Attach() const;

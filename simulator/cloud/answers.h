@@ -24,10 +24,13 @@ inline constexpr char kPlainType[] = "text/plain";
 
 // How an answer goes over the wire.
 enum class Delivery {
-  kWhole,   // at once
-  kPieces,  // the second half of the body comes a while after the first
-  kCut,     // the connection is closed before the second half of the body
-  kNone,    // no answer: the connection is closed
+  kWhole,     // at once
+  kPieces,    // the second half of the body comes a while after the first
+  kCut,       // the connection is closed before the second half of the body
+  kNone,      // no answer: the connection is closed
+  kReset,     // no answer: the connection is reset
+  kDrip,      // byte by byte, with a pause after each
+  kTrailers,  // in one chunk, and after it trailers until the peer gives up, 4 MiB at most
 };
 
 // One answer to the gateway.
@@ -36,7 +39,8 @@ struct Answer {
   std::string body;
   const char* contentType = kJsonType;
   Delivery delivery = Delivery::kWhole;
-  std::chrono::milliseconds stall{0};  // pause before the answer, or before its second piece
+  std::chrono::milliseconds stall{
+      0};  // pause before the answer, its second piece, or each further byte
 };
 
 // The elements of "data", other than a login's.

@@ -13,21 +13,20 @@ namespace cloud {
 
 namespace {
 
-constexpr std::size_t kContentLimitBytes = std::size_t{16} * 1024 * 1024;
 constexpr std::size_t kChunkBytes = std::size_t{16} * 1024;
 
 struct ArchiveFreer {
   void operator()(archive* reader) const { archive_read_free(reader); }
 };
-using Reader = std::unique_ptr<archive, ArchiveFreer>;
+using ArchiveReader = std::unique_ptr<archive, ArchiveFreer>;
 
 [[noreturn]] void ThrowDamaged(archive* reader) {
   const char* why = archive_error_string(reader);
   throw Fault(std::string("the archive cannot be read: ") + (why != nullptr ? why : "damaged"));
 }
 
-Reader Open(const std::string& bytes) {
-  Reader reader(archive_read_new());
+ArchiveReader Open(const std::string& bytes) {
+  ArchiveReader reader(archive_read_new());
   if (!reader) throw Fault("the archive cannot be read: out of memory");
   archive_read_support_format_tar(reader.get());
   archive_read_support_filter_gzip(reader.get());
@@ -59,7 +58,7 @@ std::string MemberName(archive_entry* member) {
   return text;
 }
 
-std::string ReadContent(archive* reader) {
+std::string ReadContent(archive* reader, std::size_t limitBytes) {
   std::string content;
   std::array<char, kChunkBytes> chunk{};
   for (;;) {
@@ -67,14 +66,14 @@ std::string ReadContent(archive* reader) {
     if (got < 0) ThrowDamaged(reader);
     if (got == 0) return content;
     content.append(chunk.data(), static_cast<std::size_t>(got));
-    if (content.size() > kContentLimitBytes) throw Fault("the archive's member is too large");
+    if (content.size() > limitBytes) throw Fault("the archive's member is too large");
   }
 }
 
 }  // namespace
 
-ArchiveContent ReadArchive(const std::string& bytes) {
-  const Reader reader = Open(bytes);
+ArchiveContent ReadArchive(const std::string& bytes, std::size_t limitBytes) {
+  const ArchiveReader reader = Open(bytes);
   archive_entry* member = NextMember(reader.get());
   if (archive_filter_code(reader.get(), 0) != ARCHIVE_FILTER_GZIP) {
     throw Fault("the archive is not compressed with gzip");
@@ -82,7 +81,7 @@ ArchiveContent ReadArchive(const std::string& bytes) {
   if (member == nullptr) throw Fault("the archive is empty");
   ArchiveContent content;
   content.memberName = MemberName(member);
-  content.text = ReadContent(reader.get());
+  content.text = ReadContent(reader.get(), limitBytes);
   if (NextMember(reader.get()) != nullptr) throw Fault("the archive has more than one member");
   return content;
 }

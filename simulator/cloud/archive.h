@@ -1,6 +1,7 @@
 // Owns the opening of uploaded archives.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace cloud {
@@ -11,8 +12,10 @@ struct ArchiveContent {
   std::string text;  // the member's bytes
 };
 
+inline constexpr std::size_t kContentLimitBytes = std::size_t{16} << 20;
+
 // Opens a gzip-compressed tar archive that holds exactly one ordinary file under a bare name.
-// Throws Fault when it is anything else, is damaged, or unpacks to more than 16 MiB.
-ArchiveContent ReadArchive(const std::string& bytes);
+// Throws Fault when it is anything else, is damaged, or unpacks to more than `limitBytes`.
+ArchiveContent ReadArchive(const std::string& bytes, std::size_t limitBytes = kContentLimitBytes);
 
 }  // namespace cloud

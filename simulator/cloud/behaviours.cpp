@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <charconv>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <utility>
+
+#include "util/text.h"
 
 namespace cloud {
 
@@ -22,20 +23,24 @@ const char kBehaviourHelp[] =
     "    pieces[:SECONDS]    answer normally, but send the second half of the body later (0.2 s)\n"
     "    cut                 close the connection after half of the answer's body\n"
     "    close               close the connection without an answer\n"
+    "    reset               reset the connection without an answer\n"
+    "    drip[:SECONDS]      answer normally, but byte by byte, with a pause between two (1 s)\n"
+    "    trailers            answer normally, but chunked, and send trailers without end after it\n"
     "  TEXT stands between single or double quotes. Inside, write the same quote twice.\n";
 
 namespace {
 
 constexpr char kDefaultNonsense[] = "<html>this is not the answer that you expect</html>";
 constexpr std::chrono::milliseconds kDefaultPause{200};
+constexpr std::chrono::milliseconds kDefaultDrip{1000};
 constexpr int kLowestHttpStatus = 200;  // after a 1xx a client waits for another answer
 constexpr int kHighestHttpStatus = 599;
 constexpr std::size_t kCountLimit = 10000;
 
 // Reads one list from left to right.
-class Reader {
+class ListReader {
  public:
-  explicit Reader(std::string_view list) : m_list(list), m_rest(list) {}
+  explicit ListReader(std::string_view list) : m_list(list), m_rest(list) {}
 
   std::vector<Behaviour> ReadAll() {
     std::vector<Behaviour> behaviours;
@@ -121,6 +126,11 @@ class Reader {
     if (word == "ok") return Behaviour::Normal();
     if (word == "refuse") return Behaviour::Refuse();
     if (word == "close") return Behaviour::Close();
+    if (word == "reset") return Behaviour::Reset();
+    if (word == "trailers") return Behaviour::Trailers();
+    if (word == "drip") {
+      return Behaviour::Drip(m_rest.starts_with(':') ? ReadSeconds("drip") : kDefaultDrip);
+    }
     if (word == "http") return ReadStatus();
     if (word == "cut") return Behaviour::Cut();
     if (word == "stall") return Behaviour::Stall(ReadSeconds("stall"));
@@ -134,6 +144,16 @@ class Reader {
   std::string_view m_list;
   std::string_view m_rest;
 };
+
+std::string InSingleQuotes(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? "''" : std::string(1, c);
+  return quoted + "'";
+}
+
+std::string Seconds(std::chrono::milliseconds time) {
+  return util::Format("%g", std::chrono::duration<double>(time).count());
+}
 
 }  // namespace
 
@@ -155,23 +175,41 @@ Behaviour Behaviour::Pieces(std::chrono::milliseconds pause) {
           .stall = std::min<std::chrono::milliseconds>(pause, kStallLimit)};
 }
 
+Behaviour Behaviour::Drip(std::chrono::milliseconds pause) {
+  return {.action = Action::kDrip,
+          .stall = std::min<std::chrono::milliseconds>(pause, kStallLimit)};
+}
+
 std::vector<Behaviour> ParseBehaviours(std::string_view list) {
-  return Reader(list).ReadAll();
+  return ListReader(list).ReadAll();
 }
 
-void Script::Append(Endpoint endpoint, const std::vector<Behaviour>& behaviours) {
-  const std::lock_guard lock(m_mutex);
-  std::deque<Behaviour>& queue = m_queues.at(static_cast<std::size_t>(endpoint));
-  queue.insert(queue.end(), behaviours.begin(), behaviours.end());
-}
-
-Behaviour Script::Next(Endpoint endpoint) {
-  const std::lock_guard lock(m_mutex);
-  std::deque<Behaviour>& queue = m_queues.at(static_cast<std::size_t>(endpoint));
-  if (queue.empty()) return Behaviour::Normal();
-  Behaviour next = std::move(queue.front());
-  queue.pop_front();
-  return next;
+std::string ToText(const Behaviour& behaviour) {
+  switch (behaviour.action) {
+    case Action::kNormal:
+      return "ok";
+    case Action::kRefuse:
+      return "refuse";
+    case Action::kStatus:
+      return "http:" + std::to_string(behaviour.httpStatus) + ":" + InSingleQuotes(behaviour.text);
+    case Action::kNonsense:
+      return "nonsense:" + InSingleQuotes(behaviour.text);
+    case Action::kStall:
+      return "stall:" + Seconds(behaviour.stall);
+    case Action::kPieces:
+      return "pieces:" + Seconds(behaviour.stall);
+    case Action::kCut:
+      return "cut";
+    case Action::kClose:
+      return "close";
+    case Action::kReset:
+      return "reset";
+    case Action::kDrip:
+      return "drip:" + Seconds(behaviour.stall);
+    case Action::kTrailers:
+      return "trailers";
+  }
+  return "ok";
 }
 
 }  // namespace cloud

@@ -25,6 +25,9 @@ enum class Action {
   kPieces,    // as normal, but the second half of the body comes after a pause
   kCut,       // a normal answer's first half, then the connection is closed; nothing is accepted
   kClose,     // no answer: the connection is closed
+  kReset,     // no answer: the connection is reset
+  kDrip,      // as normal, but byte by byte with a pause between two
+  kTrailers,  // as normal, but chunked, and trailers without end follow
 };
 
 // What the cloud does in one exchange. The functions make one and read like the words of the
@@ -33,7 +36,7 @@ struct Behaviour {
   Action action = Action::kNormal;
   int httpStatus = 0;                  // kStatus: 200 to 599
   std::string text{};                  // kStatus, kNonsense: the body
-  std::chrono::milliseconds stall{0};  // kStall, kPieces: at most kStallLimit
+  std::chrono::milliseconds stall{0};  // kStall, kPieces, kDrip: at most kStallLimit
 
   static Behaviour Normal() { return {}; }
   static Behaviour Refuse() { return {.action = Action::kRefuse}; }
@@ -44,6 +47,9 @@ struct Behaviour {
   static Behaviour Pieces(std::chrono::milliseconds pause);
   static Behaviour Cut() { return {.action = Action::kCut}; }
   static Behaviour Close() { return {.action = Action::kClose}; }
+  static Behaviour Reset() { return {.action = Action::kReset}; }
+  static Behaviour Drip(std::chrono::milliseconds pause);
+  static Behaviour Trailers() { return {.action = Action::kTrailers}; }
 
   bool operator==(const Behaviour&) const = default;
 };
@@ -55,16 +61,29 @@ std::vector<Behaviour> ParseBehaviours(std::string_view list);
 // The grammar of the list, in lines for a help text.
 extern const char kBehaviourHelp[];
 
-// Holds the behaviours that each endpoint still has to show. Every thread may call it.
+// A behaviour as ParseBehaviours reads it: "stall:5".
+std::string ToText(const Behaviour& behaviour);
+
+// Holds the behaviours that each endpoint still has to show, and the one that it shows after them
+// until it is told otherwise. Every thread may call it.
 class Script {
  public:
   void Append(Endpoint endpoint, const std::vector<Behaviour>& behaviours);
-  // Takes the endpoint's next behaviour; normal when none is left.
+  // The endpoint shows this whenever its queue is empty.
+  void Stand(Endpoint endpoint, const Behaviour& behaviour);
+  // Ends both: from now on the endpoint answers normally.
+  void Clear(Endpoint endpoint);
+  // Takes the endpoint's next behaviour; the standing one when none is left.
   Behaviour Next(Endpoint endpoint);
 
+  Behaviour Standing(Endpoint endpoint) const;
+  // How many behaviours are left in the endpoint's queue.
+  std::size_t Queued(Endpoint endpoint) const;
+
  private:
-  util::Mutex m_mutex;
+  mutable util::Mutex m_mutex;
   std::array<std::deque<Behaviour>, kEndpoints> m_queues;  // guarded by m_mutex
+  std::array<Behaviour, kEndpoints> m_standing{};          // guarded by m_mutex
 };
 
 }  // namespace cloud

@@ -7,6 +7,8 @@
 #include <array>
 #include <chrono>
 
+#include "util/text.h"
+
 namespace cloud {
 
 namespace {
@@ -14,8 +16,11 @@ namespace {
 constexpr std::chrono::seconds kReadTimeout{10};
 constexpr std::chrono::milliseconds kWriteTimeout{5000};
 constexpr std::chrono::seconds kFinishTimeout{1};
-constexpr std::size_t kChunkBytes = std::size_t{16} * 1024;
+constexpr std::size_t kReadBytes = std::size_t{16} * 1024;
 constexpr std::size_t kHeadLimitBytes = std::size_t{64} * 1024;
+constexpr char kTrailer[] = "X-Note: the end of this answer does not come\r\n";
+constexpr std::size_t kTrailerBlockBytes = std::size_t{16} * 1024;
+constexpr std::size_t kTrailersAtMostBytes = std::size_t{4} << 20;
 
 // Statuses that have no phrase here are sent without one, which HTTP allows.
 const char* Phrase(int httpStatus) {
@@ -33,12 +38,16 @@ const char* Phrase(int httpStatus) {
   }
 }
 
-std::string HeadOf(const Answer& answer) {
+std::string HeadOf(const Answer& answer, const std::string& framing) {
   std::string head = "HTTP/1.1 " + std::to_string(answer.httpStatus) + " " +
                      Phrase(answer.httpStatus) + "\r\nConnection: close\r\n";
   if (answer.httpStatus == kHttpMethodNotAllowed) head += "Allow: POST\r\n";
   if (!answer.body.empty()) head += std::string("Content-Type: ") + answer.contentType + "\r\n";
-  return head + "Content-Length: " + std::to_string(answer.body.size()) + "\r\n\r\n";
+  return head + framing + "\r\n\r\n";
+}
+
+std::string WholeAnswer(const Answer& answer) {
+  return HeadOf(answer, "Content-Length: " + std::to_string(answer.body.size())) + answer.body;
 }
 
 }  // namespace
@@ -60,7 +69,7 @@ std::optional<Request> Connection::Receive() {
 
 bool Connection::ReceiveMore() {
   if (!m_stop.WaitFor(m_socket, POLLIN, kReadTimeout)) return false;
-  std::array<char, kChunkBytes> chunk{};
+  std::array<char, kReadBytes> chunk{};
   const ssize_t got = recv(m_socket, chunk.data(), chunk.size(), MSG_DONTWAIT);
   if (got <= 0) return false;
   m_received.append(chunk.data(), static_cast<std::size_t>(got));
@@ -68,9 +77,25 @@ bool Connection::ReceiveMore() {
 }
 
 void Connection::Send(const Answer& answer) {
-  if (answer.delivery == Delivery::kNone) return;
+  switch (answer.delivery) {
+    case Delivery::kNone:
+      return;
+    case Delivery::kReset:
+      return Reset();
+    case Delivery::kDrip:
+      return Drip(answer);
+    case Delivery::kTrailers:
+      return SendTrailers(answer);
+    case Delivery::kWhole:
+    case Delivery::kPieces:
+    case Delivery::kCut:
+      return SendHalves(answer);
+  }
+}
+
+void Connection::SendHalves(const Answer& answer) {
   const bool halved = answer.delivery != Delivery::kWhole;
-  const std::string bytes = HeadOf(answer) + answer.body;
+  const std::string bytes = WholeAnswer(answer);
   const std::size_t secondHalf = answer.body.size() - answer.body.size() / 2;
   const std::size_t first = halved ? bytes.size() - secondHalf : 0;
 
@@ -82,15 +107,44 @@ void Connection::Send(const Answer& answer) {
   Finish();
 }
 
-// Sends also while the server stops.
-void Connection::SendBytes(std::string_view bytes) {
+void Connection::Drip(const Answer& answer) {
+  const std::string bytes = WholeAnswer(answer);
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (i > 0 && !m_stop.Pause(answer.stall)) return;
+    if (!SendBytes(std::string_view(bytes).substr(i, 1))) return;
+  }
+  Finish();
+}
+
+void Connection::SendTrailers(const Answer& answer) {
+  std::string bytes = HeadOf(answer, "Transfer-Encoding: chunked\r\nTrailer: X-Note");
+  if (!answer.body.empty()) {
+    bytes += util::Format("%zx\r\n", answer.body.size()) + answer.body + "\r\n";
+  }
+  if (!SendBytes(bytes + "0\r\n")) return;
+  std::string trailers;
+  while (trailers.size() < kTrailerBlockBytes) trailers += kTrailer;
+  for (std::size_t sent = 0; sent < kTrailersAtMostBytes; sent += trailers.size()) {
+    if (!m_stop.Pause(std::chrono::milliseconds(0)) || !SendBytes(trailers)) return;
+  }
+}
+
+// Lets the kernel reset the connection when its descriptor is closed.
+void Connection::Reset() {
+  const linger atOnce{1, 0};
+  setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof(atOnce));
+}
+
+// Sends also while the server stops. False when the peer is gone or takes nothing for too long.
+bool Connection::SendBytes(std::string_view bytes) {
   while (!bytes.empty()) {
     pollfd writable{m_socket, POLLOUT, 0};
-    if (poll(&writable, 1, static_cast<int>(kWriteTimeout.count())) <= 0) return;
+    if (poll(&writable, 1, static_cast<int>(kWriteTimeout.count())) <= 0) return false;
     const ssize_t sent = send(m_socket, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
-    if (sent <= 0) return;
+    if (sent <= 0) return false;
     bytes.remove_prefix(static_cast<std::size_t>(sent));
   }
+  return true;
 }
 
 // Ends the sending side, then waits up to a second for the peer to end too. Without the wait, a
@@ -99,7 +153,7 @@ void Connection::Finish() {
   using Clock = std::chrono::steady_clock;
   shutdown(m_socket, SHUT_WR);
   const Clock::time_point deadline = Clock::now() + kFinishTimeout;
-  std::array<char, kChunkBytes> chunk{};
+  std::array<char, kReadBytes> chunk{};
   while (Clock::now() < deadline && m_stop.WaitFor(m_socket, POLLIN, kFinishTimeout)) {
     if (recv(m_socket, chunk.data(), chunk.size(), MSG_DONTWAIT) <= 0) return;
   }

@@ -28,7 +28,11 @@ class Connection {
 
  private:
   bool ReceiveMore();
-  void SendBytes(std::string_view bytes);
+  bool SendBytes(std::string_view bytes);
+  void SendHalves(const Answer& answer);
+  void Drip(const Answer& answer);
+  void SendTrailers(const Answer& answer);
+  void Reset();
   void Finish();
 
   const int m_socket;

@@ -207,15 +207,25 @@ void CheckAfterSerialNumber(Endpoint endpoint, Members* members, DocumentFacts* 
   }
 }
 
-}  // namespace
-
-DocumentFacts CheckDocument(Endpoint endpoint, const std::string& text) {
+rapidjson::Document Parse(const std::string& text) {
   // Iterative, so that no depth of nesting exhausts the thread's stack.
   rapidjson::Document document;
   document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
   if (document.HasParseError()) {
     throw Fault("the document is not JSON from byte " + std::to_string(document.GetErrorOffset()));
   }
+  return document;
+}
+
+}  // namespace
+
+std::string FindJson(const std::string& text) {
+  const rapidjson::Document document = Parse(text);
+  return document.IsObject() ? "an object" : "no object";
+}
+
+DocumentFacts CheckDocument(Endpoint endpoint, const std::string& text) {
+  const rapidjson::Document document = Parse(text);
   Members members(document, "");
   DocumentFacts facts;
   facts.serialNumber = members.Text("sn");

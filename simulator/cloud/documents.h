@@ -57,6 +57,10 @@ struct DocumentFacts {
   std::optional<RecallData> recall{};
 };
 
+// Checks that the text is JSON and says what kind: "an object". Throws a Fault that names the first
+// byte that does not belong.
+std::string FindJson(const std::string& text);
+
 // Checks the document that belongs to `endpoint`; the address check has none. Throws a Fault that
 // names the place of the first thing that is not as above.
 DocumentFacts CheckDocument(Endpoint endpoint, const std::string& text);

@@ -11,7 +11,7 @@ namespace cloud {
 
 namespace {
 
-std::string Clock(std::time_t when) {
+std::string TimeOfDay(std::time_t when) {
   const auto time = util::LocalTime(when);
   return time ? util::ClockText(*time) : "--:--:--";
 }
@@ -37,7 +37,7 @@ bool IsAcceptedUpload(const Exchange& exchange) {
 }  // namespace
 
 std::string ToLine(const Exchange& exchange) {
-  std::string line = Clock(exchange.time) + " ";
+  std::string line = TimeOfDay(exchange.time) + " ";
   if (exchange.onSecondAddress) line += "at " + exchange.address + " ";
   line += WhatArrived(exchange) + ": " + exchange.verdict;
   const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; };

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "cloud/answers.h"
+#include "cloud/checks.h"
 #include "cloud/documents.h"
 #include "cloud/endpoints.h"
 #include "cloud/request.h"
@@ -23,7 +24,7 @@
 
 namespace cloud {
 
-// One exchange. The checks of a faulty request stop early: what they did not reach stays empty.
+// One exchange. What cannot be read in a faulty request stays empty.
 struct Exchange {
   std::time_t time = 0;              // when the request was complete, or given up
   std::optional<Endpoint> endpoint;  // nothing when the path is no endpoint
@@ -41,6 +42,7 @@ struct Exchange {
   std::vector<std::int32_t> orders;  // recall checks: the "id" of every order in the answer
   std::string redirect;              // address checks: the "realIpAddress" in the answer
   std::string fault;                 // what is wrong with the request; empty when nothing is
+  std::vector<Check> checks;         // every check, in the order in which they were made
   bool accepted = false;             // answered as done
   std::string verdict;  // for people: "accepted", "faulty: …", "refused", "answered HTTP 500", …
   std::string keptAs;   // uploads: path of the kept copy; empty when none was kept

@@ -3,8 +3,10 @@
 
 #include <csignal>
 #include <iostream>
+#include <optional>
 #include <utility>
 
+#include "cloud/control.h"
 #include "cloud/options.h"
 #include "cloud/simulator.h"
 #include "program/commandline.h"
@@ -20,8 +22,15 @@ int Run(cloud::ProgramOptions options) {
   };
 
   cloud::Simulator simulator(std::move(options.settings));
+  std::optional<program::ControlServer> control;
+  if (!options.controlSocket.empty()) {
+    control.emplace(options.controlSocket, [&](const auto& order, auto& answer) {
+      cloud::CarryOut(simulator, order, answer);
+    });
+  }
   int signal = 0;
   sigwait(&signals, &signal);
+  control.reset();
   simulator.Stop();
   return 0;
 }

@@ -11,7 +11,6 @@ namespace cloud {
 namespace {
 
 constexpr char kDigits[] = "0123456789";
-constexpr std::string_view kArchiveEnding = ".tar.gz";
 
 // Exactly `count` decimal digits.
 bool IsDigits(std::string_view text, std::size_t count) {

@@ -56,6 +56,8 @@ bool IsValueText(std::string_view text, std::size_t fieldCharacters);
 // longer one at `fieldBytes` bytes.
 bool IsDescription(std::string_view text, std::size_t fieldBytes);
 
+inline constexpr std::string_view kArchiveEnding = ".tar.gz";
+
 // A data file's name: the letter, a 14-digit stamp, ".tar.gz".
 bool IsArchiveName(std::string_view name, char letter);
 

@@ -20,6 +20,17 @@ std::string Address(const std::string& text) {
   throw std::invalid_argument("'" + text + "' is not a loopback address (127.0.0.0/8)");
 }
 
+constexpr char kControlHelp[] =
+    "  The control SOCKET takes a line of JSON and answers with one:\n"
+    "    {\"do\":\"stand\",\"endpoint\":\"realdata\",\"behaviour\":\"refuse\"}\n"
+    "        every exchange until told otherwise; a list from below or from above goes first\n"
+    "    {\"do\":\"script\",\"endpoint\":\"realdata\",\"behaviours\":\"refuse*3\"}\n"
+    "    {\"do\":\"normal\"}   ends both, or only at one \"endpoint\"\n"
+    "    {\"do\":\"redirect\",\"to\":\"127.0.0.2:8080\"}   listens there, too; \"\" ends the "
+    "redirect\n"
+    "    {\"do\":\"order\",\"order\":\"ORDER\"}\n"
+    "    {\"do\":\"state\"}    tells what stands\n";
+
 // The part before the port; gateways ignore the port.
 std::string HostOf(const std::string& text) {
   return text.substr(0, text.find(':'));
@@ -48,6 +59,8 @@ std::vector<program::Option> OptionsFor(ProgramOptions* options) {
          settings.secondAddress = Address(HostOf(text));
        }},
       {"--order", [&](const std::string& text) { settings.orders.push_back(ParseOrder(text)); }},
+      {"--index", [&](const std::string& text) { settings.indexFile = text; }},
+      {"--control", [=](const std::string& text) { options->controlSocket = text; }},
       {"--exit-after", [=](const std::string& text) {
          options->exitAfter = static_cast<std::size_t>(program::ReadNumber(text, 1, kHighestCount));
        }}};
@@ -89,6 +102,8 @@ std::string HelpText() {
       ":PORT,\n"
       "                        and listen there too (no redirect)\n"
       "  --order ORDER         order history at the recall checks, see below; may be repeated\n"
+      "  --index FILE          record every exchange in this SQLite database (none)\n"
+      "  --control SOCKET      take orders on this Unix socket, see below (none)\n"
       "  --exit-after N        end with status 0 after N accepted uploads\n"
       "  --help                this text\n"
       "\n"
@@ -98,7 +113,7 @@ std::string HelpText() {
     text += std::string(std::string("skip-address").size() - std::strlen(facts.name) + 1, ' ');
     text += std::string(facts.path) + "\n";
   }
-  return text + "\n" + kBehaviourHelp + "\n" + kOrderHelp +
+  return text + "\n" + kBehaviourHelp + "\n" + kOrderHelp + "\n" + kControlHelp +
          "\nExit status: 0 ended as asked, 1 could not start, 2 bad command line.\n";
 }
 

@@ -11,7 +11,8 @@ namespace cloud {
 // What the command line asks for.
 struct ProgramOptions {
   Settings settings;
-  std::size_t exitAfter = 0;  // accepted uploads after which the program ends; 0: never
+  std::size_t exitAfter = 0;    // accepted uploads after which the program ends; 0: never
+  std::string controlSocket{};  // takes orders there; empty: takes none
   bool help = false;
 };
 

@@ -32,9 +32,9 @@ constexpr std::size_t kPointIdDigits = 4;
 constexpr int kCheckLimit = 10000;
 
 // Reads one order from left to right.
-class Reader {
+class OptionReader {
  public:
-  explicit Reader(std::string_view text) : m_text(text) {}
+  explicit OptionReader(std::string_view text) : m_text(text) {}
 
   RecallOrder Read() const {
     RecallOrder order;
@@ -128,7 +128,7 @@ class Reader {
 }  // namespace
 
 RecallOrder ParseOrder(std::string_view text) {
-  return Reader(text).Read();
+  return OptionReader(text).Read();
 }
 
 }  // namespace cloud

@@ -117,9 +117,16 @@ void OrderBook::Accept(const std::string& serialNumber, const RecallData& recall
 }
 
 std::size_t OrderBook::Standing() const {
+  return StandingIds().size();
+}
+
+std::vector<std::int32_t> OrderBook::StandingIds() const {
   const std::lock_guard lock(m_mutex);
-  const auto stands = [](const Entry& entry) { return entry.Stands(); };
-  return static_cast<std::size_t>(std::ranges::count_if(m_entries, stands));
+  std::vector<std::int32_t> ids;
+  for (const Entry& entry : m_entries) {
+    if (entry.Stands()) ids.push_back(entry.order.id);
+  }
+  return ids;
 }
 
 }  // namespace cloud

@@ -66,6 +66,8 @@ class OrderBook {
   void Accept(const std::string& serialNumber, const RecallData& recall);
   // How many orders will stand in an answer, now or later.
   std::size_t Standing() const;
+  // Their numbers, oldest first.
+  std::vector<std::int32_t> StandingIds() const;
 
  private:
   struct Entry {

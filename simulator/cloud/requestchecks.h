@@ -16,8 +16,9 @@ struct Expectations {
 
 // Checks `exchange->request` from the outside in: HTTP version, the gateway's headers, the length;
 // for an upload the form, the file name and the archive; then the document and its serial number.
-// Fills the exchange up to the first thing that is wrong, and puts that into `exchange->fault`. The
-// fault is empty when the request is sound.
+// It goes on after a failure and adds every check to `exchange->checks`. Fills the exchange as far
+// as the request can be read, and puts the first failure into `exchange->fault`, which stays empty
+// when the request is sound.
 void CheckRequest(const EndpointFacts& facts, const Expectations& expected, Exchange* exchange);
 
 }  // namespace cloud

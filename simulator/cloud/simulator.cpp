@@ -1,5 +1,6 @@
 #include "cloud/simulator.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <ctime>
 #include <mutex>
@@ -19,6 +20,7 @@ constexpr int kServerThreads = 8;
 
 void Reject(int httpStatus, const std::string& why, Exchange* exchange) {
   exchange->fault = why;
+  exchange->checks = {{"Request", false, "expected a POST request to an endpoint; " + why}};
   exchange->verdict = "HTTP " + std::to_string(httpStatus) + ", " + why;
   exchange->answer.httpStatus = httpStatus;
   exchange->answer.body = StrayEnvelope(why);
@@ -66,6 +68,19 @@ void AnswerAsTold(const Behaviour& behaviour, Exchange* exchange) {
       answer.stall = behaviour.stall;
       exchange->verdict += " in two pieces, " + Seconds(behaviour.stall) + " apart";
       return;
+    case Action::kReset:
+      answer.delivery = Delivery::kReset;
+      exchange->verdict = "reset without an answer";
+      return;
+    case Action::kDrip:
+      answer.delivery = Delivery::kDrip;
+      answer.stall = behaviour.stall;
+      exchange->verdict += " byte by byte, " + Seconds(behaviour.stall) + " apart";
+      return;
+    case Action::kTrailers:
+      answer.delivery = Delivery::kTrailers;
+      exchange->verdict += ", with trailers without end";
+      return;
     case Action::kCut:
       answer.delivery = Delivery::kCut;
       exchange->verdict = "cut short";
@@ -78,12 +93,8 @@ void AnswerAsTold(const Behaviour& behaviour, Exchange* exchange) {
 // The whole normal answer reaches the gateway.
 bool AnswersNormally(const Behaviour& behaviour) {
   return behaviour.action == Action::kNormal || behaviour.action == Action::kStall ||
-         behaviour.action == Action::kPieces;
-}
-
-std::optional<Listener> SecondListener(const std::string& address, int port) {
-  if (address.empty()) return std::nullopt;
-  return std::optional<Listener>(std::in_place, address, port);
+         behaviour.action == Action::kPieces || behaviour.action == Action::kDrip ||
+         behaviour.action == Action::kTrailers;
 }
 
 }  // namespace
@@ -91,33 +102,44 @@ std::optional<Listener> SecondListener(const std::string& address, int port) {
 Simulator::Simulator(Settings settings)
     : m_settings(std::move(settings)),
       m_store(m_settings.uploadFolder),
+      m_index(m_settings.indexFile),
       m_journal(m_settings.exchangesRemembered, m_settings.lines),
       m_orders(m_settings.orders),
       m_redirect(m_settings.redirect),
-      m_listener(m_settings.address, m_settings.port),
-      m_secondListener(SecondListener(m_settings.secondAddress, m_listener.Port())) {
+      m_port(m_places.emplace_back(m_settings.address, m_settings.port).listener.Port()) {
+  if (!m_settings.secondAddress.empty()) m_places.emplace_back(m_settings.secondAddress, m_port);
   for (const auto& [endpoint, behaviours] : m_settings.scripts) Script(endpoint, behaviours);
-  Announce(m_settings.address);  // both before a thread prints, too
-  if (m_secondListener) Announce(m_settings.secondAddress);
-  Start(m_listener, m_settings.address);
-  if (m_secondListener) Start(*m_secondListener, m_settings.secondAddress);
+  for (const Place& place : m_places) Announce(place.address);  // before a thread prints, too
+  for (const Place& place : m_places) Start(place);
 }
 
 void Simulator::Announce(const std::string& address) const {
   if (m_settings.lines == nullptr) return;
-  *m_settings.lines << "listening on " << address << ":" << Port() << std::endl;
+  *m_settings.lines << "listening on " + address + ":" + std::to_string(Port()) + "\n"
+                    << std::flush;
 }
 
-void Simulator::Start(const Listener& listener, const std::string& address) {
+void Simulator::Start(const Place& place) {
   for (int i = 0; i < kServerThreads; ++i) {
-    m_threads.emplace_back([this, &listener, &address] { Serve(listener, address); });
+    m_threads.emplace_back([this, &place] { Serve(place); });
   }
+}
+
+void Simulator::Listen(const std::string& address) {
+  const std::lock_guard lock(m_placesMutex);
+  if (m_stopped || std::ranges::find(m_places, address, &Place::address) != m_places.end()) return;
+  Start(m_places.emplace_back(address, m_port));
 }
 
 void Simulator::Stop() {
   m_stop.Raise();
-  for (std::thread& thread : m_threads) thread.join();
-  m_threads.clear();
+  std::vector<std::thread> threads;
+  {
+    const std::lock_guard lock(m_placesMutex);
+    m_stopped = true;
+    threads.swap(m_threads);
+  }
+  for (std::thread& thread : threads) thread.join();
 }
 
 void Simulator::Redirect(const std::string& realIpAddress) {
@@ -125,18 +147,23 @@ void Simulator::Redirect(const std::string& realIpAddress) {
   m_redirect = realIpAddress;
 }
 
-void Simulator::Serve(const Listener& listener, const std::string& address) {
-  while (const util::Descriptor socket = listener.Accept(m_stop)) {
+std::string Simulator::RedirectsTo() const {
+  const std::lock_guard lock(m_redirectMutex);
+  return m_redirect;
+}
+
+void Simulator::Serve(const Place& place) {
+  while (const util::Descriptor socket = place.listener.Accept(m_stop)) {
     Connection connection(socket.Get(), m_stop);
     const std::optional<Request> request = connection.Receive();
-    if (request) connection.Send(Respond(*request, address));
+    if (request) connection.Send(Respond(*request, place.address));
   }
 }
 
 Answer Simulator::Respond(const Request& request, const std::string& address) {
   Exchange exchange;
   exchange.address = address;
-  exchange.onSecondAddress = &address == &m_settings.secondAddress;
+  exchange.onSecondAddress = address != m_settings.address;
   exchange.time = std::time(nullptr);
   exchange.request = request;
   const EndpointFacts* facts = FindEndpoint(request.target, m_settings.prefix);
@@ -149,6 +176,7 @@ Answer Simulator::Respond(const Request& request, const std::string& address) {
   } else {
     RespondAt(*facts, &exchange);
   }
+  m_index.Append(exchange);
   const std::size_t uploads = m_journal.Record(exchange);
   const bool acceptedUpload = exchange.accepted && facts->IsUpload();
   if (acceptedUpload && m_settings.onAcceptedUpload) m_settings.onAcceptedUpload(uploads);
@@ -162,7 +190,7 @@ void Simulator::RespondAt(const EndpointFacts& facts, Exchange* exchange) {
   const Behaviour behaviour = m_script.Next(facts.endpoint);
   const bool normal = AnswersNormally(behaviour);
   Keep(normal && exchange->fault.empty(), exchange);
-  if (normal || behaviour.action == Action::kCut) AnswerNormally(exchange);
+  if (normal || behaviour.action == Action::kCut) AnswerAsUsual(exchange);
   exchange->accepted = normal && exchange->fault.empty();
   AnswerAsTold(behaviour, exchange);
   if (exchange->accepted && exchange->recall) {
@@ -171,15 +199,19 @@ void Simulator::RespondAt(const EndpointFacts& facts, Exchange* exchange) {
 }
 
 void Simulator::CheckOrder(Exchange* exchange) const {
-  if (!exchange->fault.empty() || !exchange->recall) return;
-  try {
-    m_orders.Check(exchange->serialNumber, *exchange->recall);
-  } catch (const Fault& fault) {
-    exchange->fault = fault.what();
+  if (exchange->endpoint != Endpoint::kCallData) return;
+  CheckList list(&exchange->checks, &exchange->fault);
+  if (!exchange->recall) {
+    list.Skip("Order", "Document");
+    return;
   }
+  list.Make("Order", "the points and the span that were ordered", [&] {
+    m_orders.Check(exchange->serialNumber, *exchange->recall);
+    return "them, as answer to order " + std::to_string(exchange->recall->id);
+  });
 }
 
-void Simulator::AnswerNormally(Exchange* exchange) {
+void Simulator::AnswerAsUsual(Exchange* exchange) {
   if (!exchange->fault.empty()) {
     exchange->verdict = "faulty: " + exchange->fault;
     exchange->answer.body = Envelope(*exchange->endpoint, kStatusRefused, exchange->fault);
@@ -209,6 +241,7 @@ void Simulator::Keep(bool accepted, Exchange* exchange) {
     m_store.Keep(accepted, exchange);
   } catch (const Fault& fault) {
     exchange->fault = fault.what();
+    exchange->checks.push_back({"Keeping", false, fault.what()});
   }
 }
 

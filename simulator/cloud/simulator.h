@@ -7,13 +7,14 @@
 #include <functional>
 #include <iosfwd>
 #include <limits>
-#include <optional>
+#include <list>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "cloud/behaviours.h"
+#include "cloud/index.h"
 #include "cloud/journal.h"
 #include "cloud/listener.h"
 #include "cloud/orders.h"
@@ -31,6 +32,7 @@ struct Settings {
   std::string serialNumber{};         // expected of every document; empty: any
   bool checksHeaders = true;          // false: any HTTP version and any headers are sound
   std::string uploadFolder{};         // where uploads are kept; empty: nowhere
+  std::string indexFile{};            // the index of all exchanges; empty: none
   std::ostream* lines = nullptr;      // gets "listening on …", then a line for each exchange
   // What endpoints are told to do from the start, see Simulator::Script.
   std::vector<std::pair<Endpoint, std::vector<Behaviour>>> scripts{};
@@ -53,8 +55,8 @@ class Simulator {
   Simulator(const Simulator&) = delete;
   Simulator& operator=(const Simulator&) = delete;
 
-  // The same on both addresses.
-  int Port() const { return m_listener.Port(); }
+  // The same on all addresses.
+  int Port() const { return m_port; }
   // Ends all waits and stalls, finishes the answers that are being sent, and returns when no thread
   // is left. The records stay.
   void Stop();
@@ -64,15 +66,28 @@ class Simulator {
   void Script(Endpoint endpoint, const std::vector<Behaviour>& behaviours) {
     m_script.Append(endpoint, behaviours);
   }
+  // What the endpoint does from now on in every exchange that no script names.
+  void Stand(Endpoint endpoint, const Behaviour& behaviour) { m_script.Stand(endpoint, behaviour); }
+  // Ends what the endpoint was told to do, script and standing behaviour.
+  void AnswerNormally(Endpoint endpoint) { m_script.Clear(endpoint); }
+  Behaviour Standing(Endpoint endpoint) const { return m_script.Standing(endpoint); }
+  // How many behaviours of the script are left.
+  std::size_t Queued(Endpoint endpoint) const { return m_script.Queued(endpoint); }
 
   // Orders history. The order stands in the answer to every sound recall check until data with its
   // "id" are accepted, or in as many answers as it says. Several orders may stand at a time.
   void Order(const RecallOrder& order) { m_orders.Add(order); }
   // How many orders will stand in an answer, now or later.
   std::size_t StandingOrders() const { return m_orders.Standing(); }
+  std::vector<std::int32_t> StandingOrderIds() const { return m_orders.StandingIds(); }
   // Answers every sound address check from now on with this "realIpAddress", "127.0.0.2:8080" or
-  // without a port. An empty text ends the redirect. Both addresses serve all requests.
+  // without a port. An empty text ends the redirect. All addresses serve all requests.
   void Redirect(const std::string& realIpAddress);
+  // The "realIpAddress" of now; empty when there is no redirect.
+  std::string RedirectsTo() const;
+  // Serves another loopback address, too, on the same port. Nothing happens when it does so already
+  // or has stopped. Throws as Listener does.
+  void Listen(const std::string& address);
 
   // Copies of the records, oldest first; the second gives accepted uploads only.
   std::vector<Exchange> Exchanges() const { return m_journal.Exchanges(); }
@@ -89,27 +104,39 @@ class Simulator {
   }
 
  private:
+  // An address that is served.
+  struct Place {
+    Place(std::string name, int port) : address(std::move(name)), listener(address, port) {}
+
+    std::string address;
+    Listener listener;
+  };
+
   void Announce(const std::string& address) const;
-  void Start(const Listener& listener, const std::string& address);
-  void Serve(const Listener& listener, const std::string& address);
+  void Start(const Place& place);
+  void Serve(const Place& place);
   Answer Respond(const Request& request, const std::string& address);
   void RespondAt(const EndpointFacts& facts, Exchange* exchange);
   void CheckOrder(Exchange* exchange) const;
   void Keep(bool accepted, Exchange* exchange);
-  void AnswerNormally(Exchange* exchange);
+  void AnswerAsUsual(Exchange* exchange);
   EnvelopeData DataFor(Exchange* exchange);
 
   const Settings m_settings;
   UploadStore m_store;
+  Index m_index;
   Journal m_journal;
   cloud::Script m_script;
   OrderBook m_orders;
   mutable util::Mutex m_redirectMutex;
   std::string m_redirect;  // guarded by m_redirectMutex
   StopSignal m_stop;
-  const Listener m_listener;
-  const std::optional<Listener> m_secondListener;
-  std::vector<std::thread> m_threads;  // last: everything above is there before one starts
+  util::Mutex m_placesMutex;
+  bool m_stopped = false;     // guarded by m_placesMutex
+  std::list<Place> m_places;  // guarded by m_placesMutex, but a place stays where it is
+  const int m_port;
+  std::vector<std::thread> m_threads;  // guarded by m_placesMutex; last: everything above is there
+                                       // before one starts
 };
 
 }  // namespace cloud

@@ -125,7 +125,7 @@ within_percent() { test "$((100 * ($2 > $3 ? $2 - $3 : $3 - $2)))" -le "$(($1 * 
 # Runs differ by up to 2 %. Whoever changes the number by more than 5 %, up or down, writes the new one here.
 check_cycle() {
   local instructions
-  play_fast cycle ""
+  play_fast cycle norandmaps # the places of mappings count, too: page tables, page faults
   expect_delivery "$date_of_checks" '"flag":1,"values":[{"timeMark":"'"$date_of_checks"
   instructions=$(sed -nE 's/^\[cycle +\] a minute with [1-9][0-9]* files: ([0-9]+) thousand instructions.*/\1/p' "$lines")
   expect "a minute takes $cycle_instructions thousand instructions, give or take 5 %" \
@@ -268,6 +268,41 @@ check_status() {
   bytes=$(dpkg-deb --fsys-tarfile "$package" | tar -xO ./usr/bin/brennik-status | wc -c)
   say flash "brennik-status $bytes bytes"
   expect "the stripped program is under $program_limit_bytes bytes" test "$bytes" -lt "$program_limit_bytes"
+}
+
+# call METHOD PATH [JSON]: one call of the page, as a browser's reaches it. The reply is in $run/reply.json afterwards.
+call() {
+  local body=${3:-}
+  printf '%s %s HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: application/json\r\nContent-Length: %d\r\n\r\n%s' \
+    "$1" "$2" "${#body}" "$body" | timeout 30 socat -,ignoreeof UNIX-CONNECT:build/gateway-vm/page 2>/dev/null >"$run/reply"
+  sed '1,/^\r$/d' "$run/reply" >"$run/reply.json"
+  head -n 1 "$run/reply" | grep --quiet '^HTTP/1.1 200'
+}
+
+# state_says PATH CONDITION: a member of the state, by its JSON path, fulfils the condition
+state_says() {
+  call GET /api/state &&
+    [[ $(sqlite3 :memory: "select json_extract(readfile('$run/reply.json'), '$.$1') $2") == 1 ]]
+}
+
+check_console() {
+  lines=$run/console.txt
+  forward_page &
+  local forwarder=$!
+  emulate "$run/card.img" "$console_settings" "${console_machine[@]}" -pidfile "$run/emulator" -serial stdio \
+    </dev/null 2>&1 > >(show_console | tee "$lines") &
+  expect "the page shows an accepted file" wait_for 300 state_says account.total.accepted '> 0'
+  expect "it comes from the gateway" state_says clocks.place "= 'gateway'"
+  expect "its files come from the gateway, too" call GET /index.html
+  expect "the card is pulled" call POST /api/faults/start '{"fault":"pull-card","seconds":120,"params":{}}'
+  expect "its device is gone" said '^\[card +\] pulled: /dev/mmcblk0p1 is gone'
+  expect "brennik-status says so" wait_for 60 state_says verdicts.status.code "= 'BRN-CARD-MISSING'"
+  expect "the fault comes to an end" wait_for 700 state_says faults.recent[0].state "= 'ended'"
+  say check "$(sqlite3 :memory: "select json_extract(readfile('$run/reply.json'), '$.faults.recent[0].text')")"
+  expect "everything came as expected" state_says faults.recent[0].verdict "= 'as expected'"
+  expect "with the card back, nothing is lost" state_says account.total.lost '= 0'
+  kill "$(<"$run/emulator")" "$forwarder"
+  wait || true
 }
 
 # The gateway runs in real time and with two processors, because the tests' time limits are in real time.

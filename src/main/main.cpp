@@ -12,7 +12,6 @@
 #include "service/init.h"
 #include "util/directory.h"
 #include "util/paths.h"
-#include "util/sqlite.h"
 
 namespace {
 
@@ -36,7 +35,6 @@ void KeepHeapSmall() {
 
 int main() {
   KeepHeapSmall();
-  util::CountNoSqliteMemory();
   log_init(0);
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a supervisor sees each line when it is printed
   std::signal(SIGPIPE, SIG_IGN);                  // a broken connection must never end the process

@@ -12,7 +12,7 @@ constexpr std::int32_t kComplete = 1;
 constexpr std::size_t kLastValueBytes = 1024;  // written before the bound is looked at again
 
 // What lives for the whole document.
-struct Walk {
+struct RecallWalk {
   DocumentWriter& writer;
   const rapidjson::StringBuffer& text;
   const ReadHistory& readHistory;
@@ -26,11 +26,11 @@ std::uint32_t HistoryId(const ST_SINGLE_CALL_DEV& device, const ST_SINGLE_CALL_P
          ((static_cast<std::uint32_t>(device.eqpId) & 0xFFFFU) << 16) | (point.pointId & 0xFFFFU);
 }
 
-bool IsTooLarge(const Walk& walk) {
+bool IsTooLarge(const RecallWalk& walk) {
   return walk.text.GetSize() > kLargestRecallBytes || walk.values.size() > kMostRecalledValues;
 }
 
-void WriteValues(Walk& walk) {
+void WriteValues(RecallWalk& walk) {
   for (const auto& value : walk.values) {
     if (IsTooLarge(walk)) return;
     if (const auto when = util::LocalTime(value.UnixTime)) walk.timeMark = util::TimeMark(*when);
@@ -38,7 +38,8 @@ void WriteValues(Walk& walk) {
   }
 }
 
-void WritePoint(Walk& walk, const ST_SINGLE_CALL_DEV& device, const ST_SINGLE_CALL_POINT& point) {
+void WritePoint(RecallWalk& walk, const ST_SINGLE_CALL_DEV& device,
+                const ST_SINGLE_CALL_POINT& point) {
   walk.writer.StartObject();
   walk.writer.Key("groupId");
   walk.writer.Int(device.groupId);
@@ -65,7 +66,7 @@ bool WriteRecallDocument(const char* serial, const ST_CHECKCALL_ACK& order,
   // A text that outgrows its buffer is copied, and stands in memory twice.
   text.Reserve(kLargestRecallBytes + kLastValueBytes);
   DocumentWriter writer(text);
-  Walk walk{writer, text, readHistory, {}, {}};
+  RecallWalk walk{writer, text, readHistory, {}, {}};
   writer.StartObject();
   WriteSerial(writer, serial);
   writer.Key("id");

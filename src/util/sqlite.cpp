@@ -103,10 +103,6 @@ std::string_view Statement::Text(int column) const {
   return reinterpret_cast<const char*>(text);
 }
 
-void CountNoSqliteMemory() {
-  sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
-}
-
 bool Execute(sqlite3* database, const char* sql) {
   return sqlite3_exec(database, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
 }

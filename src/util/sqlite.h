@@ -69,10 +69,6 @@ class Statement {
   Failure m_failure = Failure::kNone;
 };
 
-// Lets SQLite keep no count of its memory, which it takes a lock for with every allocation. To be
-// called before the first database is opened. DistrustContent then cannot limit the memory.
-void CountNoSqliteMemory();
-
 // For a connection that the caller owns: run a statement without rows (false on an error), prepare
 // a query, get SQLite's message for the latest failure.
 bool Execute(sqlite3* database, const char* sql);

@@ -14,7 +14,7 @@ std::optional<std::tm> LocalTime(std::time_t when);
 // 14 digits, "YYYYMMDDhhmmss": the stamp in data-file names and in the ledger's ageing cut-off.
 std::string Stamp(const std::tm& time);
 
-// "YYYY-MM-DD hh:mm:ss": the time mark inside data files.
+// "YYYY-MM-DD hh:mm:ss": the time mark inside data files, of a year from 0 on.
 std::string TimeMark(const std::tm& time);
 
 // "YYYY-MM-DD" and "hh:mm:ss": the two time fields of a log record.

@@ -22,7 +22,7 @@ constexpr int kPagesAtOnce = 50;
 constexpr long kPauseNanoseconds = 20'000'000;  // between them, so that the service gets its turn
 // Every write of the service lets the copying begin again, and a lock lets it wait. 31 days of
 // minutes have some 1,100 pages.
-constexpr int kMostSteps = 1500;
+constexpr int kMostCopySteps = 1500;
 
 struct BackupFinisher {
   void operator()(sqlite3_backup* backup) const { sqlite3_backup_finish(backup); }
@@ -48,7 +48,7 @@ std::string CopyPages(const std::string& from, const std::string& to) {
   const Backup backup(sqlite3_backup_init(copy.get(), "main", source.get(), "main"));
   if (!backup) return sqlite3_errmsg(copy.get());
   int result = SQLITE_OK;
-  for (int step = 0; step < kMostSteps; ++step) {
+  for (int step = 0; step < kMostCopySteps; ++step) {
     result = sqlite3_backup_step(backup.get(), kPagesAtOnce);
     const bool goesOn = result == SQLITE_OK || result == SQLITE_BUSY || result == SQLITE_LOCKED;
     if (!goesOn) break;

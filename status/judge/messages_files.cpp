@@ -9,7 +9,7 @@ constexpr char kLogin[] = "Login and address";
 constexpr char kSnapshots[] = "Snapshots";
 constexpr char kAlarms[] = "Alarms";
 
-constexpr Message kMessages[] = {
+constexpr Message kFileMessages[] = {
     {kStart, "Brennik Start running", "database INFO",
      "the process has started. If there are many: [what ends it](operations.md#what-ends-it)"},
     {kStart, "no sd card, please check if insert the sd card", "database ERROR",
@@ -124,7 +124,7 @@ constexpr Message kMessages[] = {
 }  // namespace
 
 std::span<const Message> MessagesOfFiles() {
-  return kMessages;
+  return kFileMessages;
 }
 
 }  // namespace status

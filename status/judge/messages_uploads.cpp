@@ -9,7 +9,7 @@ constexpr char kRecalls[] = "Recalls";
 constexpr char kLogs[] = "The logs themselves";
 constexpr char kNever[] = "Messages that a running service never writes";
 
-constexpr Message kMessages[] = {
+constexpr Message kUploadMessages[] = {
     {kUploads, "start Send realdata %s to %s", "text INFO", "a snapshot is sent"},
     {kUploads, "start Send alarmdata %s to %s", "text INFO", "an alarm file is sent"},
     {kUploads, "start Send Recalldata %s to %s", "text INFO", "an answer to a recall is sent"},
@@ -105,7 +105,7 @@ constexpr Message kMessages[] = {
 }  // namespace
 
 std::span<const Message> MessagesOfUploads() {
-  return kMessages;
+  return kUploadMessages;
 }
 
 }  // namespace status

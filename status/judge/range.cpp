@@ -11,7 +11,7 @@ namespace status {
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr std::string_view kDigits = "0123456789";
+constexpr std::string_view kDecimals = "0123456789";
 
 // A decimal number and nothing else: "10", "-2.5", ".5".
 std::optional<double> Number(std::string_view text) {
@@ -20,7 +20,7 @@ std::optional<double> Number(std::string_view text) {
   const std::size_t point = rest.find('.');
   std::string digits(rest);
   if (point != std::string_view::npos) digits.erase(point, 1);
-  if (digits.empty() || digits.find_first_not_of(kDigits) != std::string::npos) return {};
+  if (digits.empty() || digits.find_first_not_of(kDecimals) != std::string::npos) return {};
   const double number = std::strtod(std::string(text).c_str(), nullptr);
   return std::isfinite(number) ? std::optional(number) : std::nullopt;
 }

@@ -3,6 +3,7 @@
 
 #include "acquisition/eventwriter.h"
 #include "acquisition/historywriter.h"
+#include "acquisition/recorder.h"
 #include "acquisition_fixture.h"
 
 namespace {
@@ -82,6 +83,34 @@ TEST_F(Card, GivesBackTheHistoryOfAPointAndOnlyAddsWhatIsMissing) {
   EXPECT_THAT(*writer.Rows(kPoint),
               ElementsAre(Row(60, 1), Row(60, 9), Row(120, 2), Row(120, 2), Row(180, 3)));
   EXPECT_FALSE(writer.Rows(0x02040301));
+}
+
+TEST_F(Card, GetsEventsAgainAfterTheClockWasSetBack) {
+  WriteSmallPlant();
+  const RecordingPlan plan{.eventInterval = 600, .history = true};
+  Recorder recorder(ReadPlant(kTemplatePath).value(), plan, kNoon);
+  recorder.Follow(kNoon + 3600);
+  const std::size_t before = EventWriter().Rows(kNoon)->size();
+  const std::size_t minutes = HistoryWriter().Rows(kPoint)->size();
+
+  recorder.Follow(kNoon + 1800);
+  recorder.Follow(kNoon + 3600);
+
+  EXPECT_EQ(before, 6U);
+  EXPECT_EQ(EventWriter().Rows(kNoon)->size(), 9U);
+  EXPECT_EQ(HistoryWriter().Rows(kPoint)->size(), minutes);
+}
+
+TEST_F(Card, GetsNoEventTwiceAfterTheClockWasPutRight) {
+  WriteSmallPlant();
+  const RecordingPlan plan{.eventInterval = 600, .history = false};
+  Recorder recorder(ReadPlant(kTemplatePath).value(), plan, kNoon);
+  recorder.Follow(kNoon + 600);
+
+  recorder.Follow(kNoon + 590);
+  recorder.Follow(kNoon + 610);
+
+  EXPECT_EQ(EventWriter().Rows(kNoon)->size(), 1U);
 }
 
 }  // namespace

@@ -41,11 +41,14 @@ TEST(CloudBehaviours, ShapeTheAnswer) {
       {"stall:0.05", Behaviour::Stall(milliseconds(50)), kOk, kAccepted, true},
       {"pieces:0.05", Behaviour::Pieces(milliseconds(50)), kOk, kAccepted, true},
       {"cut", Behaviour::Cut(), kOk, R"({"status":0,")", false},
-      {"close", Behaviour::Close(), "", "", false}};
+      {"close", Behaviour::Close(), "", "", false},
+      {"reset", Behaviour::Reset(), "", "", false},
+      {"drip:0.001", Behaviour::Drip(milliseconds(1)), kOk, kAccepted, true}};
 
   for (const Conduct& row : rows) {
     SCOPED_TRACE(row.item);
     EXPECT_THAT(cloud::ParseBehaviours(row.item), ElementsAre(row.behaviour));
+    EXPECT_THAT(cloud::ParseBehaviours(cloud::ToText(row.behaviour)), ElementsAre(row.behaviour));
     Simulator simulator({});
     simulator.Script(Endpoint::kRealData, {row.behaviour});
     const auto start = std::chrono::steady_clock::now();
@@ -77,6 +80,40 @@ TEST(CloudScript, IsUsedUpInOrderForEachEndpointAlone) {
 
   EXPECT_THAT(answers, ElementsAre(R"({"status":1,"message":"refused","data":[{"seqStatus":1}]})",
                                    "", R"({"status":0,"message":"ok","data":[{"seqStatus":0}]})"));
+}
+
+TEST(CloudScript, IsFollowedByWhatStandsUntilToldOtherwise) {
+  Simulator simulator({});
+  simulator.Stand(Endpoint::kAuthorize, Behaviour::Nonsense("no"));
+  simulator.Script(Endpoint::kAuthorize, {Behaviour::Nonsense("first")});
+  std::vector<std::string> answers;
+
+  for (int i = 0; i < 3; ++i) answers.push_back(Ask(simulator.Port(), Login()).body);
+  simulator.Script(Endpoint::kAuthorize, {Behaviour::Nonsense("left over")});
+  simulator.AnswerNormally(Endpoint::kAuthorize);
+  answers.push_back(Ask(simulator.Port(), Login()).body);
+
+  EXPECT_THAT(answers, ElementsAre("first", "no", "no",
+                                   R"({"status":0,"message":"ok","data":[{"seqStatus":0}]})"));
+}
+
+TEST(CloudBehaviours, ResetTheConnectionInsteadOfEndingIt) {
+  Simulator simulator({});
+  simulator.Script(Endpoint::kAuthorize, {Behaviour::Reset()});
+
+  EXPECT_EQ(Ask(simulator.Port(), Login()).lastError, ECONNRESET);
+}
+
+TEST(CloudBehaviours, SendTrailersFarBeyondWhatAGatewayKeeps) {
+  Simulator simulator({});
+  simulator.Script(Endpoint::kRealData, {Behaviour::Trailers()});
+
+  const CloudAnswer answer = Ask(simulator.Port(), RealUpload());
+
+  EXPECT_THAT(answer.head, ::testing::HasSubstr("Transfer-Encoding: chunked"));
+  EXPECT_THAT(answer.body,
+              ::testing::StartsWith(std::string("1b\r\n") + kAccepted + "\r\n0\r\nX-Note: "));
+  EXPECT_GT(answer.body.size(), std::size_t{1} << 20);
 }
 
 // Scripts read these lines.

@@ -93,6 +93,56 @@ TEST(CloudSimulator, FindsFaultyHeaders) {
   }
 }
 
+// "passed", "failed" and "not made": the names of the checks.
+std::vector<std::string> NamesOf(const Exchange& exchange, std::optional<bool> passed) {
+  std::vector<std::string> names;
+  for (const cloud::Check& check : exchange.checks) {
+    if (check.passed == passed) names.push_back(check.name);
+  }
+  return names;
+}
+
+TEST(CloudSimulator, GoesOnAfterTheFirstCheckThatFails) {
+  const Simulator simulator({.serialNumber = "S2"});
+  const std::string faultyName = Form("X.tar.gz", Archive(kMember, RealDocument()));
+  const std::string faultyArchive = Form(kRealFile, "no archive");
+
+  Ask(simulator.Port(), Replaced(Upload(kRealPath, faultyName), "Keep-Alive", "close"));
+  Ask(simulator.Port(), Upload(kRealPath, faultyArchive));
+  Ask(simulator.Port(), RealUpload().substr(0, 500));
+
+  const std::vector<Exchange> exchanges = simulator.Exchanges();
+  EXPECT_THAT(NamesOf(exchanges.at(0), false),
+              ElementsAre("Connection", "File name", "Serial number"));
+  EXPECT_THAT(NamesOf(exchanges.at(0), std::nullopt), ElementsAre("Member"));
+  EXPECT_EQ(exchanges.at(0).fault, "header Connection is \"close\", expected \"Keep-Alive\"");
+  EXPECT_THAT(NamesOf(exchanges.at(1), false), ElementsAre("Archive"));
+  EXPECT_THAT(NamesOf(exchanges.at(1), std::nullopt),
+              ElementsAre("Member", "JSON", "Document", "Serial number"));
+  EXPECT_THAT(NamesOf(exchanges.at(2), false), ElementsAre("Content-Length"));
+  EXPECT_THAT(NamesOf(exchanges.at(2), std::nullopt),
+              ElementsAre("Form", "Form field", "Form file name", "Form type", "File name",
+                          "Archive", "Member", "JSON", "Document", "Serial number"));
+}
+
+TEST(CloudSimulator, SaysOfEachCheckWhatWasExpectedAndFound) {
+  const Simulator simulator({});
+
+  Ask(simulator.Port(), Replaced(RecallUpload("{}"), "zh-CN,zh;q=0.8", "en"));
+
+  const std::vector<cloud::Check> checks = simulator.Exchanges().at(0).checks;
+  EXPECT_THAT(
+      checks,
+      AllOf(Contains(cloud::Check{"HTTP version", true, "expected HTTP/1.1; found HTTP/1.1"}),
+            Contains(cloud::Check{"Accept-Language", false,
+                                  "expected \"zh-CN,zh;q=0.8\"; header Accept-Language is \"en\", "
+                                  "expected \"zh-CN,zh;q=0.8\""}),
+            Contains(cloud::Check{"Serial number", std::nullopt,
+                                  "not checked, because \"Document\" failed"}),
+            Contains(
+                cloud::Check{"Order", std::nullopt, "not checked, because \"Document\" failed"})));
+}
+
 TEST(CloudSimulator, FindsFaultyJsonRequests) {
   ExpectFaults(
       {{Login(""), "not JSON"},

@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
@@ -122,6 +123,7 @@ inline std::string RecallUpload(const std::string& document = RecallDocument()) 
 struct CloudAnswer {
   std::string head;  // up to the empty line; empty when none came
   std::string body;
+  int lastError = 0;  // of the last receiving; 0 when the connection was ended in order
 
   std::string StatusLine() const { return head.substr(0, head.find("\r\n")); }
 };
@@ -146,9 +148,10 @@ inline CloudAnswer Ask(int port, const std::string& request,
   while ((got = recv(connection.Get(), some.data(), some.size(), 0)) > 0) {
     text.append(some.data(), static_cast<std::size_t>(got));
   }
+  const int lastError = got < 0 ? errno : 0;
   const std::size_t end = text.find("\r\n\r\n");
-  if (end == std::string::npos) return {text, ""};
-  return {text.substr(0, end), text.substr(end + 4)};
+  if (end == std::string::npos) return {text, "", lastError};
+  return {text.substr(0, end), text.substr(end + 4), lastError};
 }
 
 }  // namespace test

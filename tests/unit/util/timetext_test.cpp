@@ -2,9 +2,12 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <random>
 #include <utility>
+#include <vector>
 
 #include "support/faults.h"
 
@@ -19,6 +22,21 @@ TEST(TimeText, HasAFormForEachUse) {
   EXPECT_EQ(util::TimeMark(Morning()), "2024-03-07 04:05:06");
   EXPECT_EQ(util::DateText(Morning()), "2024-03-07");
   EXPECT_EQ(util::ClockText(Morning()), "04:05:06");
+}
+
+// Any second that a data file can name, and a year of five digits.
+TEST(TimeMark, IsThePrintedText) {
+  std::mt19937 random(7);
+  std::vector<std::time_t> times{0, std::numeric_limits<std::int32_t>::max()};
+  while (times.size() < 20000) times.push_back(static_cast<std::time_t>(random() & 0x7FFFFFFFU));
+  for (const std::time_t when : times) {
+    auto time = util::LocalTime(when).value_or(std::tm{});
+    if (when % 100 == 0) time.tm_year += 8000;
+    char printed[32];
+    std::strftime(printed, sizeof(printed), "%Y-%m-%d %H:%M:%S", &time);
+
+    ASSERT_EQ(util::TimeMark(time), printed);
+  }
 }
 
 // Each reads its fields until one is no number, and leaves the other members as they are.
