@@ -6,7 +6,6 @@
 #include <cstdlib>
 
 #include "log/log.h"
-#include "util/sqlite.h"
 
 namespace {
 
@@ -26,7 +25,6 @@ int main(int argc, char** argv) {
     return 2;
   }
   SetUpHeap();
-  util::CountNoSqliteMemory();
   log_init(0);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
