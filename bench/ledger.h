@@ -41,3 +41,21 @@ void InsertBare(const History_Data_Para& row);
 void SaveBare(const History_Data_Para& row, const std::string& cutOff);
 void PickBare(std::vector<History_Data_Para>& rows);
 void MarkBare(const std::string& name);
+
+// The same with a connection that stays open and statements that stay prepared.
+class KeptLedger {
+ public:
+  KeptLedger();
+
+  void Insert(const History_Data_Para& row);
+  void Mark(const std::string& name);
+
+ private:
+  void InTransaction(BareStatement& statement);
+
+  BareDatabase m_database;
+  BareStatement m_begin;
+  BareStatement m_commit;
+  BareStatement m_insert;
+  BareStatement m_mark;
+};

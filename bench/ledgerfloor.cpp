@@ -13,6 +13,7 @@ namespace {
 constexpr std::time_t kSecondsBetweenFiles = 20;  // 100,000 files are younger than 31 days
 constexpr char kDurable[] = "PRAGMA journal_mode=PERSIST;PRAGMA cache_size=-256";
 constexpr char kInsert[] = "insert into tJsonFileNames(filetype, filename, result) values(?,?,?)";
+constexpr char kMark[] = "update tJsonFileNames set result=1 where result=0 and filename=?";
 
 // Opened as the service opens it.
 class OpenedLedger : public BareDatabase {
@@ -23,17 +24,18 @@ class OpenedLedger : public BareDatabase {
   }
 };
 
+BareStatement& BindRow(BareStatement& insert, const History_Data_Para& row) {
+  return insert.Bind(1, row.filetype).Bind(2, row.filename).Bind(3, row.result);
+}
+
 void RunOnce(const BareDatabase& database, const char* sql) {
   BareStatement(database, sql).Run();
 }
 
 void InsertRow(const BareDatabase& database, const History_Data_Para& row) {
   RunOnce(database, "BEGIN");
-  BareStatement(database, kInsert)
-      .Bind(1, row.filetype)
-      .Bind(2, row.filename)
-      .Bind(3, row.result)
-      .Run();
+  BareStatement insert(database, kInsert);
+  BindRow(insert, row).Run();
   RunOnce(database, "COMMIT");
 }
 
@@ -47,7 +49,7 @@ std::string TemplateOf(std::size_t rows, std::time_t newest) {
   database.Run("BEGIN");
   for (std::size_t i = rows; i-- > 0;) {
     const auto row = PendingRow(newest - static_cast<std::time_t>(i) * kSecondsBetweenFiles);
-    insert.Bind(1, row.filetype).Bind(2, row.filename).Bind(3, row.result).Run();
+    BindRow(insert, row).Run();
   }
   database.Run("COMMIT");
   return path;
@@ -148,8 +150,29 @@ void PickBare(std::vector<History_Data_Para>& rows) {
 void MarkBare(const std::string& name) {
   const OpenedLedger ledger(kDurable);
   RunOnce(ledger, "BEGIN");
-  BareStatement(ledger, "update tJsonFileNames set result=1 where result=0 and filename=?")
-      .Bind(1, name)
-      .Run();
+  BareStatement(ledger, kMark).Bind(1, name).Run();
   RunOnce(ledger, "COMMIT");
+}
+
+KeptLedger::KeptLedger()
+    : m_database(paths::kLedger),
+      m_begin(m_database, "BEGIN"),
+      m_commit(m_database, "COMMIT"),
+      m_insert(m_database, kInsert),
+      m_mark(m_database, kMark) {
+  m_database.Run(kDurable);
+}
+
+void KeptLedger::Insert(const History_Data_Para& row) {
+  InTransaction(BindRow(m_insert, row));
+}
+
+void KeptLedger::Mark(const std::string& name) {
+  InTransaction(m_mark.Bind(1, name));
+}
+
+void KeptLedger::InTransaction(BareStatement& statement) {
+  m_begin.Run();
+  statement.Run();
+  m_commit.Run();
 }
