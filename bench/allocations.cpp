@@ -1,6 +1,5 @@
 #include "allocations.h"
 
-#include <atomic>
 #include <cstdlib>
 #include <new>
 
@@ -15,7 +14,7 @@ void* __wrap_realloc(void* memory, std::size_t size);
 
 namespace {
 
-std::atomic<std::size_t> g_allocations{0};
+thread_local std::size_t g_allocations = 0;
 
 }  // namespace
 

@@ -1,33 +1,128 @@
-// The JSON document of a real-data file.
+// The JSON document of a real-data file. The floor walks plain arrays; a second one walks the same
+// maps as the service.
 #include <benchmark/benchmark.h>
 
-#include "allocations.h"
+#include <map>
+
+#include "floortext.h"
+#include "meter.h"
 #include "packfile/realdatadocument.h"
 #include "plant.h"
 
 namespace {
 
-void Document(benchmark::State& state) {
-  const auto points = PlantPoints(static_cast<std::size_t>(state.range(0)));
-  const MAP_GROUP_ATTR catalogue = PlantCatalogue(points);
-  const Real_Data_Struct values = PlantValues(points);
-  const RealDataHeader header{.serial = "XY4567", .timeMark = "2024-03-07 12:00:00"};
+constexpr char kTimeMark[] = "2024-03-07 12:00:00";
+constexpr std::size_t kBytesPerPoint = 100;  // more than a point and its part of a device take
 
-  const std::size_t before = Allocations();
-  std::size_t bytes = 0;
+struct Plant {
+  explicit Plant(std::size_t count)
+      : points(PlantPoints(count)), catalogue(PlantCatalogue(points)), values(PlantValues(points)) {
+    for (const auto& [dataId, value] : values) inARow.push_back(value);
+  }
+
+  std::vector<std::uint32_t> points;
+  MAP_GROUP_ATTR catalogue;
+  Real_Data_Struct values;
+  std::vector<double> inARow;
+};
+
+// The same memory for all benchmarks of a size: where the nodes of the maps lie counts as much as
+// the writing.
+const Plant& PlantOf(const benchmark::State& state) {
+  static std::map<std::int64_t, Plant> plants;
+  return plants.try_emplace(state.range(0), static_cast<std::size_t>(state.range(0))).first->second;
+}
+
+void Write(const Plant& plant, rapidjson::StringBuffer& text) {
+  const RealDataHeader header{.serial = kSerial, .timeMark = kTimeMark};
+  WriteRealDataDocument(header, plant.catalogue, plant.values, text);
+}
+
+void BeginDevice(FloorText& text, std::uint32_t dataId) {
+  text.Put(R"({"groupId":)");
+  text.PutNumber(static_cast<std::int32_t>(dataId >> 24));
+  text.Put(R"(,"eqpId":)");
+  text.PutNumber(static_cast<std::int32_t>((dataId >> 16) & 0xFFU));
+  text.Put(R"(,"timeMark":")");
+  text.Put(kTimeMark);
+  text.Put(R"(","values":[)");
+}
+
+void InArrays(const Plant& plant, const auto& visit) {
+  for (std::size_t i = 0; i < plant.points.size(); ++i) visit(plant.points[i], plant.inARow[i]);
+}
+
+void InMaps(const Plant& plant, const auto& visit) {
+  auto value = plant.values.begin();
+  for (const auto& [channel, devices] : plant.catalogue) {
+    for (const auto& [device, points] : devices) {
+      for (const auto& [dataId, point] : points) visit(dataId, (value++)->second);
+    }
+  }
+}
+
+void BeginPoint(std::uint32_t dataId, std::uint32_t& device, FloorText& text) {
+  if (dataId >> 16 == device) return text.Put(",");
+  if (device != 0) text.Put("]},");
+  device = dataId >> 16;
+  BeginDevice(text, dataId);
+}
+
+void WriteFloor(const Plant& plant, const auto& walk, FloorText& text) {
+  text.Clear();
+  text.Put(R"({"sn":")");
+  text.Put(kSerial);
+  text.Put(R"(","data":[)");
+  std::uint32_t device = 0;
+  walk(plant, [&](std::uint32_t dataId, double value) {
+    BeginPoint(dataId, device, text);
+    text.Put(R"({"pointId":")");
+    text.PutHex(dataId);
+    text.Put(R"(","value":")");
+    text.PutDecimals(value);
+    text.Put(R"("})");
+  });
+  text.Put("]}]}");
+}
+
+void Document(benchmark::State& state) {
+  const Plant& plant = PlantOf(state);
+  Meter meter(state, SizeText(state.range(0), "point"), state.range(0));
   for ([[maybe_unused]] auto _ : state) {
     rapidjson::StringBuffer text;
-    if (WriteRealDataDocument(header, catalogue, values, text)) {
-      state.SkipWithError("a point has no value");
-    }
-    bytes = text.GetSize();
+    Write(plant, text);
     benchmark::DoNotOptimize(text.GetString());
   }
-  const auto runs = static_cast<double>(state.iterations());
-  state.SetItemsProcessed(state.iterations() * state.range(0));
-  state.counters["bytes"] = static_cast<double>(bytes);
-  state.counters["allocations"] = static_cast<double>(Allocations() - before) / runs;
 }
-BENCHMARK(Document)->Arg(400)->Arg(10000)->Unit(benchmark::kMicrosecond);
+
+void MeasureFloor(benchmark::State& state, const auto& walk) {
+  const Plant& plant = PlantOf(state);
+  FloorText text(plant.points.size() * kBytesPerPoint);
+  rapidjson::StringBuffer wanted;
+  Write(plant, wanted);
+  WriteFloor(plant, walk, text);
+  if (text.Text() != wanted.GetString()) state.SkipWithError("the floor writes another document");
+
+  Meter meter(state, SizeText(state.range(0), "point"), state.range(0));
+  for ([[maybe_unused]] auto _ : state) {
+    WriteFloor(plant, walk, text);
+    benchmark::DoNotOptimize(text.Text().data());
+    benchmark::ClobberMemory();
+  }
+}
+
+void DocumentFloor(benchmark::State& state) {
+  MeasureFloor(state, [](const Plant& plant, const auto& visit) { InArrays(plant, visit); });
+}
+void DocumentMapsFloor(benchmark::State& state) {
+  MeasureFloor(state, [](const Plant& plant, const auto& visit) { InMaps(plant, visit); });
+}
+
+void Sizes(benchmark::internal::Benchmark* bench) {
+  bench->Arg(100)->Arg(1000)->Arg(10000);
+}
+BENCHMARK(Document)->Name("document")->Apply(Sizes);
+BENCHMARK(DocumentFloor)->Name("document floor")->Apply(Sizes);
+BENCHMARK(DocumentMapsFloor)->Name("document floor, same maps")->Apply(Sizes);
 
 }  // namespace

@@ -1,10 +1,12 @@
-// The live values from shared memory into the map.
+// The live values from shared memory into the map. The floor fills the same map straight from the
+// segment.
 #include <benchmark/benchmark.h>
 #include <sys/shm.h>
 
 #include <cstring>
 
 #include "datasource/realdata.h"
+#include "meter.h"
 #include "plant.h"
 
 namespace {
@@ -32,16 +34,44 @@ class LiveSegment {
   int m_id;
 };
 
-void Snapshot(benchmark::State& state) {
-  const LiveSegment segment(PlantPoints(static_cast<std::size_t>(state.range(0))));
-  CRealData reader;
-  for ([[maybe_unused]] auto _ : state) {
-    std::map<std::uint32_t, double> values;
-    if (reader.GetRealData(&values) != 0) state.SkipWithError("no live values");
-    benchmark::DoNotOptimize(values.size());
+using Values = std::map<std::uint32_t, double>;
+
+void FillStraight(Values& values) {
+  const void* segment = shmat(shmget(kLiveValueKey, 0, 0), nullptr, SHM_RDONLY);
+  std::uint32_t count = 0;
+  std::memcpy(&count, segment, sizeof(count));
+  const char* at = static_cast<const char*>(segment) + sizeof(count);
+  for (const char* end = at + count * sizeof(ST_LIVE_RECORD); at != end;
+       at += sizeof(ST_LIVE_RECORD)) {
+    ST_LIVE_RECORD record;
+    std::memcpy(&record, at, sizeof(record));
+    const std::uint32_t dataId = record.dataId;
+    values.try_emplace(values.end(), dataId, record.value);
   }
-  state.SetItemsProcessed(state.iterations() * state.range(0));
+  shmdt(segment);
 }
-BENCHMARK(Snapshot)->Arg(400)->Arg(10000)->Unit(benchmark::kMicrosecond);
+
+template <typename Fill>
+void Measure(benchmark::State& state, const Fill& fill) {
+  const auto points = PlantPoints(static_cast<std::size_t>(state.range(0)));
+  const LiveSegment segment(points);
+  Meter meter(state, SizeText(state.range(0), "point"), state.range(0));
+  for ([[maybe_unused]] auto _ : state) {
+    Values values;
+    fill(values);
+    benchmark::DoNotOptimize(values);
+    if (values.size() != points.size()) state.SkipWithError("values are missing");
+  }
+}
+
+void Snapshot(benchmark::State& state) {
+  CRealData reader;
+  Measure(state, [&](Values& values) { reader.GetRealData(&values); });
+}
+void SnapshotFloor(benchmark::State& state) {
+  Measure(state, FillStraight);
+}
+BENCHMARK(Snapshot)->Name("snapshot")->Arg(100)->Arg(1000)->Arg(10000);
+BENCHMARK(SnapshotFloor)->Name("snapshot floor")->Arg(100)->Arg(1000)->Arg(10000);
 
 }  // namespace
