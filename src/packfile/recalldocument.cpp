@@ -31,9 +31,10 @@ bool IsTooLarge(const RecallWalk& walk) {
 }
 
 void WriteValues(RecallWalk& walk) {
+  util::UpdateZone();
   for (const auto& value : walk.values) {
     if (IsTooLarge(walk)) return;
-    if (const auto when = util::LocalTime(value.UnixTime)) walk.timeMark = util::TimeMark(*when);
+    if (const auto when = util::TimeInZone(value.UnixTime)) walk.timeMark = util::TimeMark(*when);
     WriteTimedValue(walk.writer, walk.timeMark, value.TriggerValue, kValueBytes);
   }
 }

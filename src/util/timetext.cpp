@@ -23,7 +23,15 @@ void AppendDigits(std::string& text, std::size_t fewest, int number) {
 }  // namespace
 
 std::optional<std::tm> LocalTime(std::time_t when) {
+  UpdateZone();
+  return TimeInZone(when);
+}
+
+void UpdateZone() {
   tzset();  // localtime_r need not notice a changed zone
+}
+
+std::optional<std::tm> TimeInZone(std::time_t when) {
   std::tm time{};
   if (localtime_r(&when, &time) == nullptr) return std::nullopt;
   return time;

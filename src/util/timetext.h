@@ -11,6 +11,13 @@ namespace util {
 // be converted. Any thread may call it.
 std::optional<std::tm> LocalTime(std::time_t when);
 
+// Asks the system for its time zone, which takes a system call.
+void UpdateZone();
+
+// LocalTime in the zone of the last update, for many times in a row. Any thread may update the zone
+// meanwhile.
+std::optional<std::tm> TimeInZone(std::time_t when);
+
 // 14 digits, "YYYYMMDDhhmmss": the stamp in data-file names and in the ledger's ageing cut-off.
 std::string Stamp(const std::tm& time);
 

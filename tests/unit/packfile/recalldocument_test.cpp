@@ -65,6 +65,17 @@ TEST_F(RecallDocument, ListsTheValuesOfACompletePointInTheHistorysOrder) {
             R"({"timeMark":"2024-03-07 10:00:00","value":"1.000"}]}]})");
 }
 
+TEST_F(RecallDocument, FollowsTheGatewaysZoneFromPointToPoint) {
+  const auto history = [](std::uint32_t id, const ST_SINGLE_CALL_POINT&, Values& into) {
+    setenv("TZ", (id & 0xFFFFU) == 1 ? "CET-1" : "CST-8", 1);
+    into.push_back({.UnixTime = kMorning, .TriggerValue = 1});
+    return 1;
+  };
+
+  EXPECT_THAT(Texts(Document(Order({Device(1, 3, {1, 2})}), history), "timeMark"),
+              ElementsAre("2024-03-07 03:00:00", "2024-03-07 10:00:00"));
+}
+
 TEST_F(RecallDocument, ListsNoValuesUnderAnotherFlagAndWritesANegativeOneAsZero) {
   for (const auto& [flag, written] : {std::pair{0, "0"}, {2, "2"}, {-1, "0"}}) {
     EXPECT_THAT(OnePoint(Answer(flag, {{.UnixTime = kMorning, .TriggerValue = 1}})),
