@@ -22,7 +22,7 @@ std::string_view Hex(char (&digits)[kHexDigits], std::uint32_t number) {
 
 // The text that printf's "%.3lf" gives, cut to fit into a field.
 std::string_view Decimals(char (&text)[kDecimalsBytes], double value, std::size_t fieldBytes) {
-  const auto end =
+  const char* const end =
       std::to_chars(text, text + kDecimalsBytes, value, std::chars_format::fixed, 3).ptr;
   return std::string_view(text, static_cast<std::size_t>(end - text)).substr(0, fieldBytes - 1);
 }
