@@ -33,7 +33,7 @@ constexpr int Clock(int minute, int second = 0) {
   return minute * 60 + second;
 }
 
-struct Row {
+struct CardRow {
   std::string name;
   Begin begin;
   std::string delivered;    // see Delivered
@@ -54,7 +54,7 @@ class Card : public ConnectedTest {
   }
 
   // Lives through the trouble and the first round of uploads after it.
-  void Live(const Row& row) {
+  void Live(const CardRow& row) {
     m_service.emplace(At(12, 4, 30));
     m_service->RunUntil(At(12, 0) + row.from);
     Trouble trouble = row.begin();
@@ -89,7 +89,7 @@ class Card : public ConnectedTest {
   std::optional<ServiceProcess> m_service;
 };
 
-class CardTrouble : public Card, public ::testing::WithParamInterface<Row> {};
+class CardTrouble : public Card, public ::testing::WithParamInterface<CardRow> {};
 
 TEST_P(CardTrouble, LosesOnlyWhatItMust) {
   Live(GetParam());
@@ -100,8 +100,8 @@ TEST_P(CardTrouble, LosesOnlyWhatItMust) {
 }
 
 // Another program's lock on the ledger: nothing is lost and nothing is sent twice.
-std::vector<Row> LedgerLocks() {
-  std::vector<Row> rows;
+std::vector<CardRow> LedgerLocks() {
+  std::vector<CardRow> rows;
   const std::pair<std::string, const char*> locks[] = {
       {"Shared", kReading}, {"Reserved", kAboutToWrite}, {"Exclusive", kWriting}};
   for (const auto& [name, how] : locks) {
@@ -114,56 +114,57 @@ std::vector<Row> LedgerLocks() {
   return rows;
 }
 
-constexpr auto kName = [](const auto& row) { return row.param.name; };
+constexpr auto kCardRowName = [](const auto& row) { return row.param.name; };
 
-INSTANTIATE_TEST_SUITE_P(LedgerLocked, CardTrouble, ::testing::ValuesIn(LedgerLocks()), kName);
+INSTANTIATE_TEST_SUITE_P(LedgerLocked, CardTrouble, ::testing::ValuesIn(LedgerLocks()),
+                         kCardRowName);
 
 // If the rows cannot be read, the tree is lost with what waits in it and the file of that cycle.
 INSTANTIATE_TEST_SUITE_P(
     LedgerDamaged, CardTrouble,
-    ::testing::Values(Row{"Foreign", Once([] { WriteFile(paths::kLedger, "the shopping list\n"); }),
-                          "23"},
-                      Row{"Truncated", Once([] { fs::resize_file(paths::kLedger, kPage); }), "23"},
-                      Row{"NoTable", Run(paths::kLedger, "drop table tJsonFileNames"), "23"},
-                      Row{"TablePage", DamagePage("table"), "23"},
-                      Row{"IndexPage", DamagePage("index"), "0123"}),
-    kName);
+    ::testing::Values(
+        CardRow{"Foreign", Once([] { WriteFile(paths::kLedger, "the shopping list\n"); }), "23"},
+        CardRow{"Truncated", Once([] { fs::resize_file(paths::kLedger, kPage); }), "23"},
+        CardRow{"NoTable", Run(paths::kLedger, "drop table tJsonFileNames"), "23"},
+        CardRow{"TablePage", DamagePage("table"), "23"},
+        CardRow{"IndexPage", DamagePage("index"), "0123"}),
+    kCardRowName);
 
 INSTANTIATE_TEST_SUITE_P(
     Full, CardTrouble,
-    ::testing::Values(Row{"TwoCycles", Fill(paths::kCardMount), "03"},
-                      Row{"TextWriting", Fill(paths::kCardMount), "023", Clock(4, 50), Clock(5)},
-                      Row{"ArchiveWriting", Fill(paths::kCardMount), "023", Clock(5), Clock(5, 20)},
-                      Row{"LedgerWriting", Fill(paths::kCardMount, kPage), "0123", Clock(5),
-                          Clock(5, 20)},
-                      Row{"Marking", Fill(paths::kCardMount), "0123", Clock(5, 50), Clock(8)},
-                      Row{"Logs",
-                          [] {
-                            fs::remove_all(paths::kLogDirectory);  // its files would have room left
-                            return Fill("/tmp")();
-                          },
-                          "0123"}),
-    kName);
+    ::testing::Values(
+        CardRow{"TwoCycles", Fill(paths::kCardMount), "03"},
+        CardRow{"TextWriting", Fill(paths::kCardMount), "023", Clock(4, 50), Clock(5)},
+        CardRow{"ArchiveWriting", Fill(paths::kCardMount), "023", Clock(5), Clock(5, 20)},
+        CardRow{"LedgerWriting", Fill(paths::kCardMount, kPage), "0123", Clock(5), Clock(5, 20)},
+        CardRow{"Marking", Fill(paths::kCardMount), "0123", Clock(5, 50), Clock(8)},
+        CardRow{"Logs",
+                [] {
+                  fs::remove_all(paths::kLogDirectory);  // its files would have room left
+                  return Fill("/tmp")();
+                },
+                "0123"}),
+    kCardRowName);
 
 INSTANTIATE_TEST_SUITE_P(
     Gone, CardTrouble,
     ::testing::Values(
-        Row{"TheTree", Once([] { fs::remove_all(paths::kCloudTree); }), "23", Clock(4, 50),
-            Clock(12), true},
-        Row{"TheDay", Replace(kDay), "023", Clock(4, 50), Clock(12), true},
-        Row{"TheDayForAFile", Replace(kDay, ""), "023", Clock(4, 50), Clock(12), true},
-        Row{"TheLogsForAFile", Replace(paths::kLogDirectory, ""), "0123"},
-        Row{"TheLedger", Once([] { fs::remove_all(paths::kLedgerDirectory); }), "123"},
-        Row{"TheLedgersDirectoryForAFile", Replace(paths::kLedgerDirectory, ""), "0123"}),
-    kName);
+        CardRow{"TheTree", Once([] { fs::remove_all(paths::kCloudTree); }), "23", Clock(4, 50),
+                Clock(12), true},
+        CardRow{"TheDay", Replace(kDay), "023", Clock(4, 50), Clock(12), true},
+        CardRow{"TheDayForAFile", Replace(kDay, ""), "023", Clock(4, 50), Clock(12), true},
+        CardRow{"TheLogsForAFile", Replace(paths::kLogDirectory, ""), "0123"},
+        CardRow{"TheLedger", Once([] { fs::remove_all(paths::kLedgerDirectory); }), "123"},
+        CardRow{"TheLedgersDirectoryForAFile", Replace(paths::kLedgerDirectory, ""), "0123"}),
+    kCardRowName);
 
 INSTANTIATE_TEST_SUITE_P(Tar, CardTrouble,
-                         ::testing::Values(Row{"Missing", OtherTar("exit 127"), "03"},
-                                           Row{"Failing", OtherTar("exit 2"), "03"},
-                                           Row{"MakingNothing", OtherTar("exit 0"), "03"},
-                                           Row{"FailingOnce", OtherTar("exit 2"), "0123", Clock(5),
-                                               Clock(5, 1)}),
-                         kName);
+                         ::testing::Values(CardRow{"Missing", OtherTar("exit 127"), "03"},
+                                           CardRow{"Failing", OtherTar("exit 2"), "03"},
+                                           CardRow{"MakingNothing", OtherTar("exit 0"), "03"},
+                                           CardRow{"FailingOnce", OtherTar("exit 2"), "0123",
+                                                   Clock(5), Clock(5, 1)}),
+                         kCardRowName);
 
 class ReadOnlyCard : public CardTrouble {
  protected:
@@ -182,9 +183,9 @@ TEST_P(ReadOnlyCard, LosesOnlyTheCycleUnderWay) {
 
 INSTANTIATE_TEST_SUITE_P(
     Card, ReadOnlyCard,
-    ::testing::Values(Row{"Packing", ReadOnly, "023", Clock(4, 50), Clock(12), true},
-                      Row{"Uploading", ReadOnly, "0123", Clock(5, 50), Clock(9, 50)}),
-    kName);
+    ::testing::Values(CardRow{"Packing", ReadOnly, "023", Clock(4, 50), Clock(12), true},
+                      CardRow{"Uploading", ReadOnly, "0123", Clock(5, 50), Clock(9, 50)}),
+    kCardRowName);
 
 // Time stands still as long as tar hangs.
 TEST_F(Card, ReceivesFilesAgainOnceAHangingTarIsKilled) {
@@ -207,7 +208,7 @@ TEST_F(Card, ReceivesFilesAgainOnceAHangingTarIsKilled) {
 }
 
 // An event that was recorded before the trouble arrives once, "1", or may come again, "1+".
-class EventTrouble : public Card, public ::testing::WithParamInterface<Row> {};
+class EventTrouble : public Card, public ::testing::WithParamInterface<CardRow> {};
 
 TEST_P(EventTrouble, LosesNoEvent) {
   EventWriter().Append(AlarmEvents(At(12, 3), 1));
@@ -221,19 +222,19 @@ TEST_P(EventTrouble, LosesNoEvent) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Database, EventTrouble,
-                         ::testing::Values(Row{"Read", Lock(kEvents, kReading), "1+"},
-                                           Row{"Reserved", Lock(kEvents, kAboutToWrite), "1+"},
-                                           Row{"Written", Lock(kEvents, kWriting), "1"},
-                                           Row{"Corrupt", Replace(kEvents, std::string(5000, 'x')),
-                                               "1"}),
-                         kName);
+                         ::testing::Values(CardRow{"Read", Lock(kEvents, kReading), "1+"},
+                                           CardRow{"Reserved", Lock(kEvents, kAboutToWrite), "1+"},
+                                           CardRow{"Written", Lock(kEvents, kWriting), "1"},
+                                           CardRow{"Corrupt",
+                                                   Replace(kEvents, std::string(5000, 'x')), "1"}),
+                         kCardRowName);
 
-INSTANTIATE_TEST_SUITE_P(Card, EventTrouble,
-                         ::testing::Values(Row{"FullCard", Fill(paths::kCardMount), "1+"},
-                                           Row{"LockedLedger", Lock(paths::kLedger, kWriting), "1"},
-                                           Row{"FailingTar", OtherTar("exit 2"), "1", Clock(4, 50),
-                                               Clock(5, 2)}),
-                         kName);
+INSTANTIATE_TEST_SUITE_P(
+    Card, EventTrouble,
+    ::testing::Values(CardRow{"FullCard", Fill(paths::kCardMount), "1+"},
+                      CardRow{"LockedLedger", Lock(paths::kLedger, kWriting), "1"},
+                      CardRow{"FailingTar", OtherTar("exit 2"), "1", Clock(4, 50), Clock(5, 2)}),
+    kCardRowName);
 
 }  // namespace
 }  // namespace test

@@ -19,7 +19,7 @@ const std::string kNoLength = kHead + "\r\n";
 const std::string kChunked = kHead + "Transfer-Encoding: chunked\r\n\r\n";
 const std::string kLast = "~\r\n@\r\n0\r\n";
 
-struct Row {
+struct CloudRow {
   const char* name;
   Misdeed misdeed;
 };
@@ -36,7 +36,7 @@ class HostileCloud : public SystemTest {
   }
 };
 
-class Misbehaviour : public HostileCloud, public ::testing::WithParamInterface<Row> {};
+class Misbehaviour : public HostileCloud, public ::testing::WithParamInterface<CloudRow> {};
 
 // Sanitizers and emulators have memory of their own.
 bool IsPlainBuild() {
@@ -70,33 +70,38 @@ constexpr auto kName = [](const auto& row) { return row.param.name; };
 
 INSTANTIATE_TEST_SUITE_P(
     Connection, Misbehaviour,
-    ::testing::Values(
-        Row{"Closed", Says("")}, Row{"ClosedInTheHeaders", Says(kHead + "Content-Le")},
-        Row{"ClosedInTheBody", Says(kHead + "Content-Length: 500\r\n\r\n{\"status\":0")},
-        Row{"Reset", Resets("")}, Row{"ResetInTheBody", Resets(kNoLength + "{\"status\":0")},
-        Row{"Silent", Stalls("")}, Row{"AByteASecond", Stalls("", kHead + Repeated("x", 200))},
-        Row{"SilentInTheBody", Stalls(kNoLength + "{\"status\":0")}),
+    ::testing::Values(CloudRow{"Closed", Says("")},
+                      CloudRow{"ClosedInTheHeaders", Says(kHead + "Content-Le")},
+                      CloudRow{"ClosedInTheBody",
+                               Says(kHead + "Content-Length: 500\r\n\r\n{\"status\":0")},
+                      CloudRow{"Reset", Resets("")},
+                      CloudRow{"ResetInTheBody", Resets(kNoLength + "{\"status\":0")},
+                      CloudRow{"Silent", Stalls("")},
+                      CloudRow{"AByteASecond", Stalls("", kHead + Repeated("x", 200))},
+                      CloudRow{"SilentInTheBody", Stalls(kNoLength + "{\"status\":0")}),
     kName);
 
 INSTANTIATE_TEST_SUITE_P(
     Http, Misbehaviour,
-    ::testing::Values(Row{"NoHttp", Says("SSH-2.0-OpenSSH_9.2\r\n")},
-                      Row{"NoContent", Says("HTTP/1.1 204 No Content\r\n\r\n")},
-                      Row{"NotFoundWithASoundBody", Says("HTTP/1.1 404 Not Found\r\n\r\n@")},
-                      Row{"LengthTooSmall", Says(kHead + "Content-Length: 10\r\n\r\n@")},
-                      Row{"AHeaderWithoutEnd", Floods(kHead, "x", kMuch)},
-                      Row{"Gzip",
-                          Says(kHead + "Content-Encoding: gzip\r\n\r\n\x1f\x8b\x08\x10\x03\x01")}),
+    ::testing::Values(
+        CloudRow{"NoHttp", Says("SSH-2.0-OpenSSH_9.2\r\n")},
+        CloudRow{"NoContent", Says("HTTP/1.1 204 No Content\r\n\r\n")},
+        CloudRow{"NotFoundWithASoundBody", Says("HTTP/1.1 404 Not Found\r\n\r\n@")},
+        CloudRow{"LengthTooSmall", Says(kHead + "Content-Length: 10\r\n\r\n@")},
+        CloudRow{"AHeaderWithoutEnd", Floods(kHead, "x", kMuch)},
+        CloudRow{"Gzip", Says(kHead + "Content-Encoding: gzip\r\n\r\n\x1f\x8b\x08\x10\x03\x01")}),
     kName);
 
 INSTANTIATE_TEST_SUITE_P(
     Body, Misbehaviour,
-    ::testing::Values(
-        Row{"TwoThousandPieces", Says(kChunked + Repeated("1\r\n \r\n", 2000) + kLast + "\r\n")},
-        Row{"Much", Floods(kNoLength, "x", kMuch)}, Row{"Html", Answers("<html>status</html>")},
-        Row{"WrongTypes", Answers(R"({"status":{},"message":{},"data":{}})")},
-        Row{"NestedDeeply", Answers(R"({"message":"","status":)" + Repeated("[", 100000) +
-                                    Repeated("]", 100000) + "}")}),
+    ::testing::Values(CloudRow{"TwoThousandPieces",
+                               Says(kChunked + Repeated("1\r\n \r\n", 2000) + kLast + "\r\n")},
+                      CloudRow{"Much", Floods(kNoLength, "x", kMuch)},
+                      CloudRow{"Html", Answers("<html>status</html>")},
+                      CloudRow{"WrongTypes", Answers(R"({"status":{},"message":{},"data":{}})")},
+                      CloudRow{"NestedDeeply",
+                               Answers(R"({"message":"","status":)" + Repeated("[", 100000) +
+                                       Repeated("]", 100000) + "}")}),
     kName);
 
 TEST_F(HostileCloud, HoldsUpNoPackingByItsSilence) {

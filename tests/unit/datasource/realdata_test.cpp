@@ -20,11 +20,11 @@
 
 namespace {
 
-using Values = std::map<std::uint32_t, double>;
+using PointValues = std::map<std::uint32_t, double>;
 using test::Call;
 using namespace testing;
 
-constexpr std::uint32_t kPump = 0x01031123;
+constexpr std::uint32_t kLivePump = 0x01031123;
 constexpr std::uint32_t kTank = 0x01040005;
 constexpr std::size_t kRecord = sizeof(ST_LIVE_RECORD);
 constexpr std::size_t kCount = sizeof(std::uint32_t);
@@ -68,9 +68,9 @@ class LiveValues : public test::GatewayTest {
     GatewayTest::SetUp();
     Segment::RequireNone(StaleSegment::kReplace);
   }
-  static int Snapshot(Values& values) { return GetCRealDataInstance().GetRealData(&values); }
+  static int Snapshot(PointValues& values) { return GetCRealDataInstance().GetRealData(&values); }
   static void ExpectFailure() {
-    Values values{{7, 8}};
+    PointValues values{{7, 8}};
     EXPECT_EQ(Snapshot(values), -1);
     EXPECT_THAT(values, SizeIs(1));
   }
@@ -85,27 +85,27 @@ TEST_F(LiveValues, TakesIdentifierAndValueFromBytes0And8OfARecord) {
       0xC1010001, 0x12345678, 0x00000000, 0xBFF00000, 0x12345678, 0x12345678,  // -1
   };
   for (std::size_t i = 0; i < kRaw.size(); ++i) words[i] = kRaw.at(i);
-  Values values;
+  PointValues values;
 
   EXPECT_EQ(Snapshot(values), 0);
   EXPECT_THAT(values, ElementsAre(Pair(kTank, 12.5), Pair(0xC1010001, -1)));
 }
 
 TEST_F(LiveValues, TakesTheFirstRecordOfAPointAndLeavesEntriesThatAreThere) {
-  const Segment segment({{kTank, 1}, {kPump, 2}, {7, 9}, {kPump, 3}, {kTank, 4}});
-  Values values{{7, 8}};
+  const Segment segment({{kTank, 1}, {kLivePump, 2}, {7, 9}, {kLivePump, 3}, {kTank, 4}});
+  PointValues values{{7, 8}};
 
   EXPECT_EQ(Snapshot(values), 0);
-  EXPECT_THAT(values, ElementsAre(Pair(7, 8), Pair(kPump, 2), Pair(kTank, 1)));
+  EXPECT_THAT(values, ElementsAre(Pair(7, 8), Pair(kLivePump, 2), Pair(kTank, 1)));
 }
 
 TEST_F(LiveValues, ReadsTheSegmentAnewEachTimeAsFarAsItsCount) {
   for (const double value : {1., 2.}) {
-    const Segment segment({{kPump, value}, {kTank, value}}, {.count = 1});
-    Values values;
+    const Segment segment({{kLivePump, value}, {kTank, value}}, {.count = 1});
+    PointValues values;
 
     EXPECT_EQ(Snapshot(values), 0);
-    EXPECT_THAT(values, ElementsAre(Pair(kPump, value)));
+    EXPECT_THAT(values, ElementsAre(Pair(kLivePump, value)));
   }
 }
 
@@ -115,7 +115,7 @@ TEST_F(LiveValues, FailsWithoutASegmentAndMakesNone) {
 }
 
 TEST_F(LiveValues, FailsAndDetachesWhenTheSegmentCannotBeAttachedOrCopied) {
-  const Segment segment({{kPump, 1}});
+  const Segment segment({{kLivePump, 1}});
 
   for (const Call call : {Call::kShmat, Call::kCalloc}) {
     test::FailCalls(call);
@@ -126,8 +126,8 @@ TEST_F(LiveValues, FailsAndDetachesWhenTheSegmentCannotBeAttachedOrCopied) {
 }
 
 TEST_F(LiveValues, DetachesTheSegmentBeforeItInsertsAPoint) {
-  const Segment segment({{kPump, 1}, {kTank, 2}});
-  Values values;
+  const Segment segment({{kLivePump, 1}, {kTank, 2}});
+  PointValues values;
 
   t_watchedSegment = shmget(kLiveValueKey, 0, 0);
   Snapshot(values);
@@ -140,7 +140,7 @@ TEST_F(LiveValues, DetachesTheSegmentBeforeItInsertsAPoint) {
 TEST_F(LiveValues, FailsOnASegmentThatMayOnlyBeRead) {
   const int id = shmget(kLiveValueKey, 4096, IPC_CREAT | IPC_EXCL | 0444);
   ASSERT_NE(id, -1);
-  Values values;
+  PointValues values;
 
   errno = 0;
   const int result = Snapshot(values);
@@ -182,7 +182,7 @@ TEST_F(LiveValues, ReadsASegmentUpToItsLastRecordAndNoFurther) {
   for (std::uint32_t i = 0; i < (page - kCount) / kRecord; ++i) points.push_back({i, 1});
   const Segment segment(points, {.bytes = page});
   test::GuardNextSegment();
-  Values values;
+  PointValues values;
 
   EXPECT_EQ(Snapshot(values), 0);
   EXPECT_THAT(values, SizeIs(points.size()));

@@ -11,7 +11,7 @@
 namespace {
 
 // The name holds what a format or a form would trip over.
-constexpr char kFile[] = "/media/mmcblk0p1/%s%n\"data\".tar.gz";
+constexpr char kOddFile[] = "/media/mmcblk0p1/%s%n\"data\".tar.gz";
 // A body is a head, the file and a closing of 44 bytes.
 constexpr std::size_t kHeadBytes = 156;
 constexpr std::size_t kFramingBytes = kHeadBytes + 44;
@@ -20,10 +20,10 @@ constexpr std::size_t kRoomBytes = 2048;
 class Multipart : public test::GatewayTest {};
 
 TEST_F(Multipart, PutsHeadFileAndClosingTogether) {
-  test::WriteFile(kFile, "x");
+  test::WriteFile(kOddFile, "x");
   MultipartBody body(7);  // a file may have shrunk meanwhile
 
-  EXPECT_TRUE(body.Build(kFile));
+  EXPECT_TRUE(body.Build(kOddFile));
   EXPECT_EQ(body.Text(),
             "----WebKitFormBoundaryslLU7UmlAp48QHln\r\n"
             "Content-Disposition:form-data;name=\"licence\";filename=\"%s%n\"data\".tar.gz\"\r\n"
@@ -34,32 +34,32 @@ TEST_F(Multipart, PutsHeadFileAndClosingTogether) {
 }
 
 TEST_F(Multipart, TakesAFileThatHasBecomeEmpty) {
-  test::WriteFile(kFile, "");
+  test::WriteFile(kOddFile, "");
   MultipartBody body(7);
 
-  EXPECT_TRUE(body.Build(kFile));
+  EXPECT_TRUE(body.Build(kOddFile));
   EXPECT_EQ(body.Text().size(), kFramingBytes);
 }
 
 TEST_F(Multipart, TakesAFileThatJustFitsItsRoomAndRefusesOneByteMore) {
   const std::string content(100 + kRoomBytes - kFramingBytes, 'x');
-  test::WriteFile(kFile, content);
+  test::WriteFile(kOddFile, content);
   MultipartBody body(100);
 
-  EXPECT_TRUE(body.Build(kFile));
+  EXPECT_TRUE(body.Build(kOddFile));
   EXPECT_EQ(body.Text().size(), 2148U);
   EXPECT_EQ(body.Text().find(content), kHeadBytes);
-  test::WriteFile(kFile, content + "x");
-  EXPECT_FALSE(MultipartBody(100).Build(kFile));
+  test::WriteFile(kOddFile, content + "x");
+  EXPECT_FALSE(MultipartBody(100).Build(kOddFile));
   EXPECT_THAT(test::TextLog(), ::testing::IsEmpty());
 }
 
 TEST_F(Multipart, RefusesAFileThatCannotBeReadWhole) {
-  test::WriteFile(kFile, "archive");
+  test::WriteFile(kOddFile, "archive");
   MultipartBody body(7);
   test::ShortenNextRead();
 
-  EXPECT_FALSE(body.Build(kFile));
+  EXPECT_FALSE(body.Build(kOddFile));
 }
 
 TEST_F(Multipart, ConvertsToFalseWithoutMemoryForEitherBuffer) {

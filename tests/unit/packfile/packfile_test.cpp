@@ -20,7 +20,7 @@ using namespace testing;
 
 namespace {
 
-constexpr std::uint32_t kLevel = 0x0103004D;
+constexpr std::uint32_t kTankLevel = 0x0103004D;
 constexpr std::uint32_t kTen = 1709776800;  // 2024-03-07 10:00:00
 
 // The outcome of one call.
@@ -37,7 +37,7 @@ Packed PackRealData(Real_Data_Struct values, std::time_t when = std::time(nullpt
 }
 
 Packed PackAlarm() {
-  const Alarm_Data_Struct events{AlarmEvent{.dataId = kLevel}};
+  const Alarm_Data_Struct events{AlarmEvent{.dataId = kTankLevel}};
   Packed packed;
   packed.result = GetCPackFileInstance().CreateAlarmDataJsonFile(&events, kAlarmDay, &packed.files);
   return packed;
@@ -72,8 +72,8 @@ class PackedFile : public PackTest, public WithParamInterface<Builder> {
  protected:
   void SetUp() override {
     PackTest::SetUp();
-    AddPoint(kLevel, "Level");
-    HistoryDatabase().Add({.dataId = kLevel, .time = kTen, .value = 2});
+    AddPoint(kTankLevel, "Level");
+    HistoryDatabase().Add({.dataId = kTankLevel, .time = kTen, .value = 2});
   }
   static std::string Path(const std::string& ending) {
     return std::string(GetParam().directory) + "/" + GetParam().name + ending;
@@ -135,7 +135,7 @@ INSTANTIATE_TEST_SUITE_P(
         Builder{
             "CreateRealDataJsonFile", kRealDataDay, "S20240306120000",
             [] {
-              return PackRealData({{kLevel, 1}}, LocalTimeOf(2024, 3, 6, 12));
+              return PackRealData({{kTankLevel, 1}}, LocalTimeOf(2024, 3, 6, 12));
             },
             -1, true,
             R"("timeMark":"2024-03-06 12:00:00","values":[{"pointId":"004D","value":"1.000"}]}]})"},
@@ -179,7 +179,7 @@ TEST_F(RealDataFile, IsNotMadeWhenAPointHasNoValue) {
 class RecallFile : public PackTest {};
 
 TEST_F(RecallFile, IsNamedByTheTimeAtWhichItWasBegun) {
-  HistoryDatabase().Table(kLevel);
+  HistoryDatabase().Table(kTankLevel);
   AtNextCall(Call::kSqliteOpen, [] { SetTime(LocalTimeOf(2024, 12, 31)); });
 
   EXPECT_THAT(PackRecall().files, Contains(HasSubstr("/R20240307120000.tar.gz")));
@@ -197,7 +197,7 @@ TEST_F(RecallFile, AsksForTheStatusWithACommandWithoutABlank) {
 
 TEST_F(RecallFile, CountsAsSentAndLeavesNothingWhenItIsTooLarge) {
   constexpr std::uint32_t kTooMany = 14 * 24 * 60 + 1;
-  HistoryDatabase().Series(kLevel, kTen, kTen + (kTooMany - 1) * 60);
+  HistoryDatabase().Series(kTankLevel, kTen, kTen + (kTooMany - 1) * 60);
 
   const Packed packed = PackRecall(kTooMany);
 

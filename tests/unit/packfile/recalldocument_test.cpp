@@ -16,7 +16,7 @@ using namespace testing;
 
 namespace {
 
-constexpr std::uint32_t kTen = 1709776800;  // 2024-03-07 10:00:00
+constexpr std::uint32_t kMorning = 1709776800;  // 2024-03-07 10:00:00
 constexpr std::size_t kMaximum = kMostRecalledValues;
 
 using Values = std::vector<ST_SINGLE_POINT_VALUE>;
@@ -34,7 +34,7 @@ ST_SINGLE_CALL_DEV Device(std::int32_t group, std::int32_t address,
                           const std::vector<std::uint32_t>& points) {
   ST_SINGLE_CALL_DEV device{.groupId = group, .eqpId = address, .points = {}};
   for (const auto point : points) {
-    device.points.push_back({.pointId = point, .beginTime = kTen, .endTime = kTen + 60});
+    device.points.push_back({.pointId = point, .beginTime = kMorning, .endTime = kMorning + 60});
   }
   return device;
 }
@@ -57,8 +57,8 @@ std::string OnePoint(const ReadHistory& history) {
 class RecallDocument : public test::GatewayTest {};
 
 TEST_F(RecallDocument, ListsTheValuesOfACompletePointInTheHistorysOrder) {
-  EXPECT_EQ(OnePoint(Answer(1, {{.UnixTime = kTen + 60, .TriggerValue = 12345678901.125},
-                                {.UnixTime = kTen, .TriggerValue = 1}})),
+  EXPECT_EQ(OnePoint(Answer(1, {{.UnixTime = kMorning + 60, .TriggerValue = 12345678901.125},
+                                {.UnixTime = kMorning, .TriggerValue = 1}})),
             R"({"sn":"BR0042","id":-7,"data":[)"
             R"({"groupId":1,"eqpId":3,"pointId":"004D","flag":1,"values":[)"
             R"({"timeMark":"2024-03-07 10:01:00","value":"12345678901.12"},)"
@@ -67,7 +67,7 @@ TEST_F(RecallDocument, ListsTheValuesOfACompletePointInTheHistorysOrder) {
 
 TEST_F(RecallDocument, ListsNoValuesUnderAnotherFlagAndWritesANegativeOneAsZero) {
   for (const auto& [flag, written] : {std::pair{0, "0"}, {2, "2"}, {-1, "0"}}) {
-    EXPECT_THAT(OnePoint(Answer(flag, {{.UnixTime = kTen, .TriggerValue = 1}})),
+    EXPECT_THAT(OnePoint(Answer(flag, {{.UnixTime = kMorning, .TriggerValue = 1}})),
                 HasSubstr(std::string("\"flag\":") + written + ",\"values\":[]}"));
   }
 }
@@ -111,8 +111,8 @@ TEST_F(RecallDocument, TakesOverTheTimeOfTheValueBeforeWhenItsOwnCannotBeConvert
   constexpr std::uint32_t kAfter2038 = 0x80000028;
   test::FailCalls(test::Call::kLocaltime, 1, 1);
 
-  const std::string document = OnePoint(Answer(1, {{.UnixTime = kTen, .TriggerValue = 1},
-                                                   {.UnixTime = kTen + 60, .TriggerValue = 2},
+  const std::string document = OnePoint(Answer(1, {{.UnixTime = kMorning, .TriggerValue = 1},
+                                                   {.UnixTime = kMorning + 60, .TriggerValue = 2},
                                                    {.UnixTime = kAfter2038, .TriggerValue = 3}}));
 
   EXPECT_THAT(Texts(document, "timeMark"),
@@ -151,7 +151,7 @@ TEST_F(RecallDocument, PassesEachPointOnAndStopsReadingBeyondSixMebibytes) {
 TEST_F(RecallDocument, OutgrowsTheTransportWithFourteenDaysOfOneValue) {
   Values values(kMaximum);
   for (std::size_t i = 0; i < values.size(); ++i) {
-    values[i].UnixTime = kTen + static_cast<std::uint32_t>(i) * 60;
+    values[i].UnixTime = kMorning + static_cast<std::uint32_t>(i) * 60;
   }
 
   std::ofstream("/tmp/document") << OnePoint(Answer(1, values));

@@ -17,7 +17,7 @@ using namespace test;
 using namespace testing;
 
 constexpr char kNoOrder[] = R"({"status":0,"message":"ok","data":[]})";
-constexpr char kAccepted[] = R"({"status":0,"message":"ok"})";
+constexpr char kDone[] = R"({"status":0,"message":"ok"})";
 
 // What RecallDocument answers.
 RecallOrder Order(const std::string& ending = "") {
@@ -64,7 +64,7 @@ TEST(RecallOrders, StandUntilTheirDataAreAccepted) {
 
   EXPECT_THAT(before, ElementsAre(true, true, true, true));
   EXPECT_EQ(refused, 2U);
-  EXPECT_EQ(answer, kAccepted);
+  EXPECT_EQ(answer, kDone);
   EXPECT_EQ(simulator.StandingOrders(), 1U);  // the one for the other gateway
 }
 
@@ -105,7 +105,7 @@ TEST(RecallOrders, AreAnsweredFromTheNextWholeMinuteToTheNext) {
       Ask(simulator.Port(), RecallUpload(Replaced(RecallDocument(), "08:00:00", "07:59:59"))).body;
 
   EXPECT_THAT(early, HasSubstr(R"("status":1)"));
-  EXPECT_EQ(Ask(simulator.Port(), RecallUpload()).body, kAccepted);
+  EXPECT_EQ(Ask(simulator.Port(), RecallUpload()).body, kDone);
 }
 
 }  // namespace

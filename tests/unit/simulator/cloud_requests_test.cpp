@@ -27,14 +27,14 @@ TEST(CloudSimulator, AcceptsASoundRequestToEveryEndpoint) {
   const std::vector<std::string> requests = {Login(),      AddressCheck(), RecallCheck(),
                                              RealUpload(), AlarmUpload(),  RecallUpload()};
 
-  constexpr char kAccepted[] = R"({"status":0,"message":"ok"})";
+  constexpr char kTaken[] = R"({"status":0,"message":"ok"})";
   constexpr char kNothing[] = R"({"status":0,"message":"ok","data":[]})";
 
   std::vector<std::string> answers;
   for (const auto& request : requests) answers.push_back(Ask(simulator.Port(), request).body);
 
   EXPECT_THAT(answers, ElementsAre(R"({"status":0,"message":"ok","data":[{"seqStatus":0}]})",
-                                   kNothing, kNothing, kAccepted, kAccepted, kAccepted));
+                                   kNothing, kNothing, kTaken, kTaken, kTaken));
   const std::vector<Exchange> exchanges = simulator.Exchanges();
   for (std::size_t i = 0; i < cloud::kEndpoints; ++i) {
     EXPECT_EQ(exchanges.at(i).endpoint, cloud::kEndpointFacts[i].endpoint);

@@ -16,14 +16,14 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-constexpr char kPump[] = "/tessel/Config/devices/pump.xml";
+constexpr char kPumpFile[] = "/tessel/Config/devices/pump.xml";
 
 // A configuration without a fault: two points of one device.
 void WriteGoodConfiguration() {
   test::SysXml().Cloud("checked", "1").Cloud("cloudip", "127.0.0.1").Write();
   test::WriteSnXml("Ostra-7K-M", "TS20240117");
   test::DeviceFile("pump").Node("AI", 1).Node("DI", 2).Write();
-  test::ChannelTemplate().Channel(1).Device(3, kPump).Write();
+  test::ChannelTemplate().Channel(1).Device(3, kPumpFile).Write();
 }
 
 // "code file:line text" of every fault.
@@ -57,7 +57,7 @@ TEST_F(LoadingConfiguration, GivesWhatTheServiceWouldWorkWith) {
               ElementsAre(::testing::Key(0x01030001U), ::testing::Key(0x01030102U)));
   EXPECT_THAT(configuration.files,
               ElementsAre(paths::kSystemFile, paths::kIdentityFile, paths::kChannelTemplate,
-                          paths::kVersionFile, kPump));
+                          paths::kVersionFile, kPumpFile));
 }
 
 TEST_F(LoadingConfiguration, TellsTheNewestChangeOfItsFiles) {
@@ -66,7 +66,7 @@ TEST_F(LoadingConfiguration, TellsTheNewestChangeOfItsFiles) {
     ASSERT_EQ(utimensat(AT_FDCWD, file, times, 0), 0);
   }
   const timespec times[2] = {{2000, 0}, {2000, 0}};
-  ASSERT_EQ(utimensat(AT_FDCWD, kPump, times, 0), 0);
+  ASSERT_EQ(utimensat(AT_FDCWD, kPumpFile, times, 0), 0);
 
   EXPECT_EQ(LoadConfiguration(Place()).newestChange, 2000);
 }
@@ -136,16 +136,16 @@ INSTANTIATE_TEST_SUITE_P(
                  "<!DOCTYPE a [\n<!ENTITY b 'c'>]>\n<ChannelConfig/>", false,
                  "BRN-CONFIG-CHANNELS /tessel/Config/Channel-template.xml:2 declares an entity; "
                  "the service does not start"},
-        FileCase{"NoDeviceFile", kPump, nullptr, true,
+        FileCase{"NoDeviceFile", kPumpFile, nullptr, true,
                  "BRN-CONFIG-DEVICE /tessel/Config/devices/pump.xml:0 cannot be read: No such "
                  "file or directory; its devices have no points"},
-        FileCase{"DeviceFileWithAnotherRoot", kPump, "<Device/>", true,
+        FileCase{"DeviceFileWithAnotherRoot", kPumpFile, "<Device/>", true,
                  "BRN-CONFIG-DEVICE /tessel/Config/devices/pump.xml:1 the root is not DevConfig; "
                  "its devices have no points"}),
     ::testing::PrintToStringParamName());
 
 TEST_F(LoadingConfiguration, TellsOfEveryRefusedFileAtOnceTheWorstFirst) {
-  for (const char* file : {paths::kSystemFile, paths::kIdentityFile, kPump}) std::remove(file);
+  for (const char* file : {paths::kSystemFile, paths::kIdentityFile, kPumpFile}) std::remove(file);
 
   const Configuration configuration = LoadConfiguration(Place());
 
@@ -165,7 +165,7 @@ TEST_F(LoadingConfiguration, HasNoPointsWithoutATemplate) {
 // The loader keeps 126 bytes of a path.
 TEST_F(LoadingConfiguration, CutsADevicesPathAsTheServiceDoes) {
   const std::string kept = "/tessel/" + std::string(118, 'd');
-  test::WriteFile(kept, test::ReadFile(kPump));
+  test::WriteFile(kept, test::ReadFile(kPumpFile));
   test::ChannelTemplate().Channel(1).Device(3, kept + ".xml").Write();
 
   const Configuration configuration = LoadConfiguration(Place());

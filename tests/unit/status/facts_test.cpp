@@ -17,7 +17,7 @@ using ::testing::StartsWith;
 
 namespace {
 
-constexpr char kTextLog[] = "/tmp/CloudLog/0307_log.txt";
+constexpr char kFactsLog[] = "/tmp/CloudLog/0307_log.txt";
 
 // A record of the text log or of the log database.
 struct Logged {
@@ -31,7 +31,7 @@ Logged Database(const char* text) {
 // Writes the records, one a second: the first one at the second after `start`.
 void WriteLogs(const std::vector<Logged>& records, std::time_t start) {
   std::string text;
-  test::WriteFile(kTextLog, text);
+  test::WriteFile(kFactsLog, text);
   test::DatabaseFile database(paths::kLogDatabase);
   database.Run(
       "CREATE TABLE log_tbl(Pid INTEGER PRIMARY KEY, RecordDate DATE, RecordTime TIME, log_Type "
@@ -47,7 +47,7 @@ void WriteLogs(const std::vector<Logged>& records, std::time_t start) {
       text += util::TimeMark(time) + " logType:INFO\n " + record.text + "\n";
     }
   }
-  test::WriteFile(kTextLog, text);
+  test::WriteFile(kFactsLog, text);
 }
 
 class LogFactsTest : public test::GatewayTest {
@@ -72,16 +72,16 @@ std::string Shown(const status::Attempts& attempts) {
          ", first " + Shown(attempts.firstFailed);
 }
 
-struct Row {
+struct FactRow {
   const char* name;
   std::vector<Logged> records;
   std::string (*look)(const status::LogFacts&);
   const char* shown;
 };
-void PrintTo(const Row& row, std::ostream* out) {
+void PrintTo(const FactRow& row, std::ostream* out) {
   *out << row.name;
 }
-class LogFactsOf : public LogFactsTest, public ::testing::WithParamInterface<Row> {};
+class LogFactsOf : public LogFactsTest, public ::testing::WithParamInterface<FactRow> {};
 
 TEST_P(LogFactsOf, AreTakenFromTheRecords) {
   EXPECT_EQ(GetParam().look(Collect(GetParam().records)), GetParam().shown);
@@ -112,58 +112,59 @@ const Logged kNoServer{
 INSTANTIATE_TEST_SUITE_P(
     Starting, LogFactsOf,
     ::testing::Values(
-        Row{"StartedAtItsLastStart",
-            {Database("Brennik Start running"), {"x"}, Database("Brennik Start running")},
-            [](const Facts& f) { return Shown(f.started); },
-            "3"},
-        Row{"EndedEarlyWithoutACard",
-            {Database("no sd card, please check if insert the sd card")},
-            [](const Facts& f) { return Shown(f.endedEarly); },
-            "1"},
-        Row{"EndedEarlyWithoutItsFiles",
-            {{"Brennik Init failed"}},
-            [](const Facts& f) { return Shown(f.endedEarly); },
-            "1"},
-        Row{"SwitchedOn", {{"Brennik is Set on"}}, IsOn, "on 1"},
-        Row{"SwitchedOff", {{"Brennik is Set off "}}, IsOn, "off 1"},
-        Row{"NotSwitched", {{"Brennik is not set"}}, IsOn, "unknown none"},
-        Row{"NewestRecordOfAnyKind",
-            {{"x"}, Database("y")},
-            [](const Facts& f) { return Shown(f.newestRecord); },
-            "2"}),
+        FactRow{"StartedAtItsLastStart",
+                {Database("Brennik Start running"), {"x"}, Database("Brennik Start running")},
+                [](const Facts& f) { return Shown(f.started); },
+                "3"},
+        FactRow{"EndedEarlyWithoutACard",
+                {Database("no sd card, please check if insert the sd card")},
+                [](const Facts& f) { return Shown(f.endedEarly); },
+                "1"},
+        FactRow{"EndedEarlyWithoutItsFiles",
+                {{"Brennik Init failed"}},
+                [](const Facts& f) { return Shown(f.endedEarly); },
+                "1"},
+        FactRow{"SwitchedOn", {{"Brennik is Set on"}}, IsOn, "on 1"},
+        FactRow{"SwitchedOff", {{"Brennik is Set off "}}, IsOn, "off 1"},
+        FactRow{"NotSwitched", {{"Brennik is not set"}}, IsOn, "unknown none"},
+        FactRow{"NewestRecordOfAnyKind",
+                {{"x"}, Database("y")},
+                [](const Facts& f) { return Shown(f.newestRecord); },
+                "2"}),
     [](const auto& test) { return test.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(
     Cloud, LogFactsOf,
     ::testing::Values(
-        Row{"LoginSucceeded",
-            {kLoginFailed, kAccepted, kAccepted},
-            Login,
-            "succeeded 3, failed none, first none, reason none"},
-        Row{"LoginFailedWithoutConnection",
-            {kAccepted, kNoServer, kLoginFailed, kNoServer, kLoginFailed},
-            Login,
-            "succeeded 1, failed 5, first 3, reason 4"},
-        Row{"LoginFailedWithItsAnswer",
-            {{"Auth Receive Response:\n{\"code\":401}"}, kLoginFailed},
-            Login,
-            "succeeded none, failed 2, first 2, reason 1"},
-        Row{"LoginFailedAtAnAnswerWithAPartMissing",
+        FactRow{"LoginSucceeded",
+                {kLoginFailed, kAccepted, kAccepted},
+                Login,
+                "succeeded 3, failed none, first none, reason none"},
+        FactRow{"LoginFailedWithoutConnection",
+                {kAccepted, kNoServer, kLoginFailed, kNoServer, kLoginFailed},
+                Login,
+                "succeeded 1, failed 5, first 3, reason 4"},
+        FactRow{"LoginFailedWithItsAnswer",
+                {{"Auth Receive Response:\n{\"code\":401}"}, kLoginFailed},
+                Login,
+                "succeeded none, failed 2, first 2, reason 1"},
+        FactRow{
+            "LoginFailedAtAnAnswerWithAPartMissing",
             {{"Auth Receive Response:\n{}"}, {"Authorize recv:{} ,missing Member"}, kLoginFailed},
             Login,
             "succeeded none, failed 3, first 3, reason 2"},
-        Row{"LoginFailedAfterAStartWithTheReasonOfThisRun",
-            {kNoServer, Database("Brennik Start running"), kLoginFailed},
-            Login,
-            "succeeded none, failed 3, first 3, reason none"},
-        Row{"HeartbeatSucceeded",
-            {{"Skip Address Receive Response:\n{}"}},
-            [](const Facts& f) { return Shown(f.heartbeat); },
-            "succeeded 1, failed none, first none"},
-        Row{"LastAddress",
-            {{"real IP has become 10.0.0.1"}, {"real IP has become 10.0.0.2:8080"}},
-            [](const Facts& f) { return f.address + " " + Shown(f.addressSet); },
-            "10.0.0.2:8080 2"}),
+        FactRow{"LoginFailedAfterAStartWithTheReasonOfThisRun",
+                {kNoServer, Database("Brennik Start running"), kLoginFailed},
+                Login,
+                "succeeded none, failed 3, first 3, reason none"},
+        FactRow{"HeartbeatSucceeded",
+                {{"Skip Address Receive Response:\n{}"}},
+                [](const Facts& f) { return Shown(f.heartbeat); },
+                "succeeded 1, failed none, first none"},
+        FactRow{"LastAddress",
+                {{"real IP has become 10.0.0.1"}, {"real IP has become 10.0.0.2:8080"}},
+                [](const Facts& f) { return f.address + " " + Shown(f.addressSet); },
+                "10.0.0.2:8080 2"}),
     [](const auto& test) { return test.param.name; });
 
 const Logged kPacked{"CreateRealDataJsonFile /media/S.tar.gz Success"};
@@ -173,49 +174,49 @@ const Logged kNoValues = Database("Brennik Get RealData error");
 INSTANTIATE_TEST_SUITE_P(
     Packing, LogFactsOf,
     ::testing::Values(
-        Row{"SegmentFailed",
-            {kPacked, kNoValues, kNoValues},
-            [](const Facts& f) { return Shown(f.segment); },
-            "succeeded 1, failed 3, first 2"},
-        Row{"SegmentSucceededWithLiveValues",
-            {kNoValues, kPacked},
-            [](const Facts& f) { return Shown(f.segment); },
-            "succeeded 2, failed none, first none"},
-        Row{"SegmentUntouchedByAlarms",
-            {kNoValues, kAlarmsPacked},
-            [](const Facts& f) { return Shown(f.segment); },
-            "succeeded none, failed 1, first 1"},
-        Row{"SegmentSucceededAlthoughAPointIsMissing",
-            {kNoValues, {"CreateRealDataJsonFile S.dat Error, can't find id: 01030001"}},
-            [](const Facts& f) { return Shown(f.segment); },
-            "succeeded 2, failed none, first none"},
-        Row{"PointsFailed",
-            {{"CreateRealDataJsonFile S.dat Error, can't find id: 01030001"}, kAlarmsPacked},
-            [](const Facts& f) { return Shown(f.points); },
-            "succeeded none, failed 1, first 1"},
-        Row{"PointsSucceeded",
-            {{"CreateRealDataJsonFile S.dat Error, can't find id: 01030001"}, kPacked},
-            [](const Facts& f) { return Shown(f.points); },
-            "succeeded 2, failed none, first none"},
-        Row{"PackingFailed",
-            {{"CreateRealDataJsonFile /media/S.tar.gz failed,errno 256"},
-             {"CreateAlarmDataJsonFile in /media/ failed, no local time"}},
-            [](const Facts& f) { return Shown(f.packing); },
-            "succeeded none, failed 2, first 1"},
-        Row{"PackingSucceededWithAlarms",
-            {{"CreateRealDataJsonFile /media/S.tar.gz failed,errno 256"}, kAlarmsPacked},
-            [](const Facts& f) { return Shown(f.packing); },
-            "succeeded 2, failed none, first none"},
-        Row{"RecordingFailed",
-            {{"ledger: recording fails, 1 rows wait in memory: disk I/O error"},
-             {"ledger: 1 of the oldest rows in memory are given up"}},
-            [](const Facts& f) { return Shown(f.recording); },
-            "succeeded none, failed 1, first 1"},
-        Row{"RecordingSucceeded",
-            {{"ledger: ageing fails, 1 rows wait in memory: disk I/O error"},
-             {"ledger: recording and ageing succeed again"}},
-            [](const Facts& f) { return Shown(f.recording); },
-            "succeeded 2, failed none, first none"}),
+        FactRow{"SegmentFailed",
+                {kPacked, kNoValues, kNoValues},
+                [](const Facts& f) { return Shown(f.segment); },
+                "succeeded 1, failed 3, first 2"},
+        FactRow{"SegmentSucceededWithLiveValues",
+                {kNoValues, kPacked},
+                [](const Facts& f) { return Shown(f.segment); },
+                "succeeded 2, failed none, first none"},
+        FactRow{"SegmentUntouchedByAlarms",
+                {kNoValues, kAlarmsPacked},
+                [](const Facts& f) { return Shown(f.segment); },
+                "succeeded none, failed 1, first 1"},
+        FactRow{"SegmentSucceededAlthoughAPointIsMissing",
+                {kNoValues, {"CreateRealDataJsonFile S.dat Error, can't find id: 01030001"}},
+                [](const Facts& f) { return Shown(f.segment); },
+                "succeeded 2, failed none, first none"},
+        FactRow{"PointsFailed",
+                {{"CreateRealDataJsonFile S.dat Error, can't find id: 01030001"}, kAlarmsPacked},
+                [](const Facts& f) { return Shown(f.points); },
+                "succeeded none, failed 1, first 1"},
+        FactRow{"PointsSucceeded",
+                {{"CreateRealDataJsonFile S.dat Error, can't find id: 01030001"}, kPacked},
+                [](const Facts& f) { return Shown(f.points); },
+                "succeeded 2, failed none, first none"},
+        FactRow{"PackingFailed",
+                {{"CreateRealDataJsonFile /media/S.tar.gz failed,errno 256"},
+                 {"CreateAlarmDataJsonFile in /media/ failed, no local time"}},
+                [](const Facts& f) { return Shown(f.packing); },
+                "succeeded none, failed 2, first 1"},
+        FactRow{"PackingSucceededWithAlarms",
+                {{"CreateRealDataJsonFile /media/S.tar.gz failed,errno 256"}, kAlarmsPacked},
+                [](const Facts& f) { return Shown(f.packing); },
+                "succeeded 2, failed none, first none"},
+        FactRow{"RecordingFailed",
+                {{"ledger: recording fails, 1 rows wait in memory: disk I/O error"},
+                 {"ledger: 1 of the oldest rows in memory are given up"}},
+                [](const Facts& f) { return Shown(f.recording); },
+                "succeeded none, failed 1, first 1"},
+        FactRow{"RecordingSucceeded",
+                {{"ledger: ageing fails, 1 rows wait in memory: disk I/O error"},
+                 {"ledger: recording and ageing succeed again"}},
+                [](const Facts& f) { return Shown(f.recording); },
+                "succeeded 2, failed none, first none"}),
     [](const auto& test) { return test.param.name; });
 
 Logged Send(const std::string& file, const std::string& result) {
@@ -224,47 +225,47 @@ Logged Send(const std::string& file, const std::string& result) {
 
 INSTANTIATE_TEST_SUITE_P(
     Uploads, LogFactsOf,
-    ::testing::Values(Row{"UploadAccepted",
-                          {Send("A", "failed"), Send("B", "successfully")},
-                          [](const Facts& f) { return Shown(f.uploads); },
-                          "succeeded 2, failed none, first none"},
-                      Row{"AlarmsAccepted",
-                          {{"Send Alarmdata /media/T.tar.gz to http://10.0.0.1 successfully"}},
-                          [](const Facts& f) { return Shown(f.uploads); },
-                          "succeeded 1, failed none, first none"},
-                      Row{"UploadOnlyBegun",
-                          {{"start Send realdata /media/A to http://10.0.0.1 "}},
-                          [](const Facts& f) { return Shown(f.uploads); },
-                          "succeeded none, failed none, first none"},
-                      Row{"UploadRefusedWithItsAnswer",
-                          {{"UPloadFile recv message:{\"code\":5}"}, Send("A", "failed")},
-                          Uploads,
-                          "succeeded none, failed 2, first 2, reason 1"},
-                      Row{"UploadFailedWithoutConnection",
-                          {{"send file A failed: Timeout was reached,httpcode =0"},
-                           Send("A", "failed")},
-                          Uploads,
-                          "succeeded none, failed 2, first 2, reason 1"},
-                      Row{"UploadFailedWithoutTheFile",
-                          {{"can not open file A"}, Send("A", "failed")},
-                          Uploads,
-                          "succeeded none, failed 2, first 2, reason 1"},
-                      Row{"OneFileRefusedFromItsFirstFailureOn",
-                          {Send("A", "failed"), Send("B", "failed"), Send("B", "failed")},
-                          Refused,
-                          "B since 2"},
-                      Row{"OneFileRefusedWhileOthersAreAccepted",
-                          {Send("A", "failed"), Send("B", "successfully"), Send("A", "failed")},
-                          Refused,
-                          "A since 1, others accepted"},
-                      Row{"NewFileRefusedAfterOthersWereAccepted",
-                          {Send("A", "failed"), Send("B", "successfully"), Send("C", "failed")},
-                          Refused,
-                          "C since 3"},
-                      Row{"AlarmsRefused",
-                          {{"Send Alarmdata /media/mmcblk0p1/T.tar.gz to http://10.0.0.1 failed"}},
-                          Refused,
-                          "T.tar.gz since 1"}),
+    ::testing::Values(
+        FactRow{"UploadAccepted",
+                {Send("A", "failed"), Send("B", "successfully")},
+                [](const Facts& f) { return Shown(f.uploads); },
+                "succeeded 2, failed none, first none"},
+        FactRow{"AlarmsAccepted",
+                {{"Send Alarmdata /media/T.tar.gz to http://10.0.0.1 successfully"}},
+                [](const Facts& f) { return Shown(f.uploads); },
+                "succeeded 1, failed none, first none"},
+        FactRow{"UploadOnlyBegun",
+                {{"start Send realdata /media/A to http://10.0.0.1 "}},
+                [](const Facts& f) { return Shown(f.uploads); },
+                "succeeded none, failed none, first none"},
+        FactRow{"UploadRefusedWithItsAnswer",
+                {{"UPloadFile recv message:{\"code\":5}"}, Send("A", "failed")},
+                Uploads,
+                "succeeded none, failed 2, first 2, reason 1"},
+        FactRow{"UploadFailedWithoutConnection",
+                {{"send file A failed: Timeout was reached,httpcode =0"}, Send("A", "failed")},
+                Uploads,
+                "succeeded none, failed 2, first 2, reason 1"},
+        FactRow{"UploadFailedWithoutTheFile",
+                {{"can not open file A"}, Send("A", "failed")},
+                Uploads,
+                "succeeded none, failed 2, first 2, reason 1"},
+        FactRow{"OneFileRefusedFromItsFirstFailureOn",
+                {Send("A", "failed"), Send("B", "failed"), Send("B", "failed")},
+                Refused,
+                "B since 2"},
+        FactRow{"OneFileRefusedWhileOthersAreAccepted",
+                {Send("A", "failed"), Send("B", "successfully"), Send("A", "failed")},
+                Refused,
+                "A since 1, others accepted"},
+        FactRow{"NewFileRefusedAfterOthersWereAccepted",
+                {Send("A", "failed"), Send("B", "successfully"), Send("C", "failed")},
+                Refused,
+                "C since 3"},
+        FactRow{"AlarmsRefused",
+                {{"Send Alarmdata /media/mmcblk0p1/T.tar.gz to http://10.0.0.1 failed"}},
+                Refused,
+                "T.tar.gz since 1"}),
     [](const auto& test) { return test.param.name; });
 
 TEST_F(LogFactsTest, ForgetsWhatAnEarlierRunHasLeft) {

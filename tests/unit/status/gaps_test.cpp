@@ -117,17 +117,17 @@ TEST_F(GapsTest, TakesASteadyDistanceAsOneGap) {
             "a file every 900 s: another interval was set, or making a file takes longer");
 }
 
-struct Record {
+struct LoggedMessage {
   std::time_t time;
   const char* text;
 };
 
 // The gap between 4:00 and 6:00 after these records.
-Gap Judged(const std::vector<Record>& records) {
+Gap Judged(const std::vector<LoggedMessage>& records) {
   std::vector<Gap> gaps = status::FindGaps(Every(At(2, 0), At(4, 0)) + Every(At(6, 0), At(7, 0)),
                                            kInterval, At(0, 0), At(7, 1));
   status::CauseFinder finder(gaps, kInterval);
-  for (const Record& each : records) {
+  for (const LoggedMessage& each : records) {
     status::LogRecord record;
     record.time = each.time;
     record.text = each.text;
@@ -138,10 +138,10 @@ Gap Judged(const std::vector<Record>& records) {
 }
 
 TEST_F(GapsTest, FindsTheLikelyCauseOfAGap) {
-  const Record before{At(3, 0), "real IP has become 127.0.0.1"};
+  const LoggedMessage before{At(3, 0), "real IP has become 127.0.0.1"};
   struct Row {
     const char* name;
-    std::vector<Record> records;
+    std::vector<LoggedMessage> records;
     Cause cause;
     const char* text;
   };

@@ -65,7 +65,7 @@ void ExpectReasons(const rapidjson::Value& value, const std::string& path) {
     for (const auto& element : value.GetArray()) ExpectReasons(element, path + "[]/");
 }
 
-struct Row {
+struct MemberRow {
   const char* path;
   const char* value;
 };
@@ -84,7 +84,7 @@ TEST_F(JsonTextTest, HoldsWhatIsKnown) {
 
   const auto document = Parsed(facts, verdict);
 
-  const Row rows[] = {
+  const MemberRow rows[] = {
       {"schema", "1"},
       {"version", "\"" BRENNIK_VERSION "\""},
       {"now_time", "\"2026-11-22T12:00:00+08:00\""},
@@ -124,7 +124,7 @@ TEST_F(JsonTextTest, HoldsWhatIsKnown) {
       {"logs/text_records", "7"},
       {"logs/intervals/real_data_seconds", "60"},
   };
-  for (const Row& row : rows) EXPECT_EQ(At(document, row.path), row.value) << row.path;
+  for (const MemberRow& row : rows) EXPECT_EQ(At(document, row.path), row.value) << row.path;
 }
 
 TEST_F(JsonTextTest, GivesAReasonForEverythingUnknown) {

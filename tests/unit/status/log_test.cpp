@@ -21,7 +21,7 @@ std::string Record(const std::string& time, const std::string& level, const std:
 
 // log
 
-struct Shown {
+struct ShownLog {
   int exitStatus;
   std::string output;
   std::string errors;
@@ -29,7 +29,7 @@ struct Shown {
 
 class LogCommand : public test::GatewayTest {
  protected:
-  static Shown Show(const std::string& since = "", const std::string& level = "") {
+  static ShownLog Show(const std::string& since = "", const std::string& level = "") {
     status::Options options;
     options.since = since;
     options.level = level;
@@ -45,7 +45,7 @@ TEST_F(LogCommand, PrintsALineARecordWithControlCharactersVisible) {
   test::WriteFile(kToday, Record("10:00:00", "INFO", "one\n two\x1b[2J") +
                               Record("10:00:01", "ERROR", "three"));
 
-  const Shown shown = Show();
+  const ShownLog shown = Show();
 
   EXPECT_EQ(shown.exitStatus, 0);
   EXPECT_EQ(shown.output,
@@ -72,7 +72,7 @@ TEST_F(LogCommand, PrintsWhatIsNotOlderThanAMoment) {
 TEST_F(LogCommand, RefusesAMomentThatIsNone) {
   test::WriteFile(kToday, Record("09:59:59", "INFO", "a"));
 
-  const Shown shown = Show("yesterday");
+  const ShownLog shown = Show("yesterday");
 
   EXPECT_EQ(shown.exitStatus, status::kBadArguments);
   EXPECT_EQ(shown.output, "");
@@ -82,14 +82,14 @@ TEST_F(LogCommand, RefusesAMomentThatIsNone) {
 TEST_F(LogCommand, NamesTheLogThatCannotBeRead) {
   test::WriteFile(kToday, Record("09:59:59", "INFO", "a"));
 
-  const Shown shown = Show();
+  const ShownLog shown = Show();
 
   EXPECT_EQ(shown.exitStatus, 0);
   EXPECT_EQ(shown.errors, "brennik-status: there is no /tmp/CloudLog/Cloudlog.db\n");
 }
 
 TEST_F(LogCommand, FailsWhenNoLogCanBeRead) {
-  const Shown shown = Show();
+  const ShownLog shown = Show();
 
   EXPECT_EQ(shown.exitStatus, 1);
   EXPECT_EQ(shown.errors,
@@ -185,15 +185,15 @@ std::vector<std::string> Collapsed(const std::vector<std::string>& texts) {
   return lines;
 }
 
-struct Row {
+struct RepeatRow {
   const char* name;
   std::vector<std::string> texts;
   std::vector<std::string> lines;
 };
-void PrintTo(const Row& row, std::ostream* out) {
+void PrintTo(const RepeatRow& row, std::ostream* out) {
   *out << row.name;
 }
-class RepeatedRecords : public ::testing::TestWithParam<Row> {};
+class RepeatedRecords : public ::testing::TestWithParam<RepeatRow> {};
 
 TEST_P(RepeatedRecords, AreCollapsed) {
   EXPECT_EQ(Collapsed(GetParam().texts), GetParam().lines);
@@ -202,19 +202,19 @@ TEST_P(RepeatedRecords, AreCollapsed) {
 INSTANTIATE_TEST_SUITE_P(
     All, RepeatedRecords,
     ::testing::Values(
-        Row{"none", {"a", "b", "c", "a", "b", "d"}, {"a", "b", "c", "a", "b", "d"}},
-        Row{"one", {"a", "a", "a", "b"}, {"a x3 until 3", "b"}},
-        Row{"other numbers", {"a 1", "a 2"}, {"a 1", "a 2"}},
-        Row{"a pair, and a half",
-            {"z", "a", "b", "a", "b", "a", "b", "a"},
-            {"z", "a x3 until 6", "b x3 until 7", "a"}},
-        Row{"four",
-            {"a", "b", "c", "d", "a", "b", "c", "d", "e"},
-            {"a x2 until 5", "b x2 until 6", "c x2 until 7", "d x2 until 8", "e"}},
-        Row{"five, which are too many",
-            {"a", "b", "c", "d", "e", "a", "b", "c", "d", "e"},
-            {"a", "b", "c", "d", "e", "a", "b", "c", "d", "e"}},
-        Row{"one after the other", {"a", "a", "b", "b"}, {"a x2 until 2", "b x2 until 4"}}));
+        RepeatRow{"none", {"a", "b", "c", "a", "b", "d"}, {"a", "b", "c", "a", "b", "d"}},
+        RepeatRow{"one", {"a", "a", "a", "b"}, {"a x3 until 3", "b"}},
+        RepeatRow{"other numbers", {"a 1", "a 2"}, {"a 1", "a 2"}},
+        RepeatRow{"a pair, and a half",
+                  {"z", "a", "b", "a", "b", "a", "b", "a"},
+                  {"z", "a x3 until 6", "b x3 until 7", "a"}},
+        RepeatRow{"four",
+                  {"a", "b", "c", "d", "a", "b", "c", "d", "e"},
+                  {"a x2 until 5", "b x2 until 6", "c x2 until 7", "d x2 until 8", "e"}},
+        RepeatRow{"five, which are too many",
+                  {"a", "b", "c", "d", "e", "a", "b", "c", "d", "e"},
+                  {"a", "b", "c", "d", "e", "a", "b", "c", "d", "e"}},
+        RepeatRow{"one after the other", {"a", "a", "b", "b"}, {"a x2 until 2", "b x2 until 4"}}));
 
 TEST(Repeats, TellsLevelsApart) {
   int lines = 0;

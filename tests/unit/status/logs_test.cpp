@@ -16,11 +16,11 @@ using ::testing::StartsWith;
 
 namespace {
 
-constexpr char kToday[] = "/tmp/CloudLog/0307_log.txt";
+constexpr char kLogOfToday[] = "/tmp/CloudLog/0307_log.txt";
 
 // A record of the text log, as the service writes it.
-std::string Record(const std::string& time, const std::string& message,
-                   const std::string& level = "INFO") {
+std::string RecordOf(const std::string& time, const std::string& message,
+                     const std::string& level = "INFO") {
   return "2024-03-07 " + time + " logType:" + level + "\n " + message + "\n";
 }
 
@@ -66,8 +66,8 @@ class LogsTest : public test::GatewayTest {
 // Text log: where records begin and end.
 
 TEST_F(LogsTest, GivesTimeLevelMessageAndLineOfATextRecord) {
-  test::WriteFile(
-      kToday, Record("11:33:10", "one") + Record("11:33:15", "Post Authorize Info failed", "WARN"));
+  test::WriteFile(kLogOfToday, RecordOf("11:33:10", "one") +
+                                   RecordOf("11:33:15", "Post Authorize Info failed", "WARN"));
 
   Read();
 
@@ -90,7 +90,7 @@ void PrintTo(const Content& content, std::ostream* out) {
 class LogContent : public LogsTest, public ::testing::WithParamInterface<Content> {};
 
 TEST_P(LogContent, IsReadAs) {
-  test::WriteFile(kToday, GetParam().text);
+  test::WriteFile(kLogOfToday, GetParam().text);
 
   Read();
 
@@ -102,30 +102,31 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Content{"nothing", "", {}},
         Content{"several lines",
-                Record("10:00:00", "a\n\n b\n") + Record("10:00:01", "c"),
+                RecordOf("10:00:00", "a\n\n b\n") + RecordOf("10:00:01", "c"),
                 {"a\n\n b", "c"}},
+        Content{"a cut record, without a line end",
+                RecordOf("10:00:00", std::string(2046, 'x')).substr(0, 2047) +
+                    RecordOf("10:00:01", "next"),
+                {std::string(2013, 'x'), "next"}},
         Content{
-            "a cut record, without a line end",
-            Record("10:00:00", std::string(2046, 'x')).substr(0, 2047) + Record("10:00:01", "next"),
-            {std::string(2013, 'x'), "next"}},
-        Content{"an empty message", Record("10:00:00", "") + Record("10:00:01", "b"), {"", "b"}},
-        Content{"a start in the middle of a record", "rest\n" + Record("10:00:01", "b"), {"b"}},
+            "an empty message", RecordOf("10:00:00", "") + RecordOf("10:00:01", "b"), {"", "b"}},
+        Content{"a start in the middle of a record", "rest\n" + RecordOf("10:00:01", "b"), {"b"}},
         Content{"an end in the middle of a head",
-                Record("10:00:01", "b") + "2024-03-07 10:00",
+                RecordOf("10:00:01", "b") + "2024-03-07 10:00",
                 {"b\n2024-03-07 10:00"}},
         Content{"what only looks like a head",
-                Record("10:00:00", "2024-13-07 10:00:00 logType:INFO\n x") +
-                    Record("10:00:01", "a logType:INFO\n 2024-03-07 10:00:00 logType:NONE\n y"),
+                RecordOf("10:00:00", "2024-13-07 10:00:00 logType:INFO\n x") +
+                    RecordOf("10:00:01", "a logType:INFO\n 2024-03-07 10:00:00 logType:NONE\n y"),
                 {"2024-13-07 10:00:00 logType:INFO\n x",
                  "a logType:INFO\n 2024-03-07 10:00:00 logType:NONE\n y"}},
         Content{"no clock, so day 0",
                 "1900-01-00 00:00:00 logType:WARN\n no local time\n",
                 {"no local time"}},
         Content{"a message of 3 MB, which is cut",
-                Record("10:00:00", std::string(3'000'000, 'x')) + Record("10:00:01", "b"),
+                RecordOf("10:00:00", std::string(3'000'000, 'x')) + RecordOf("10:00:01", "b"),
                 {std::string(status::kMessageBytes, 'x'), "b"}},
         Content{"binary content",
-                Record("10:00:00", std::string("\0\x1b[2J\xff", 6)) + Record("10:00:01", "b"),
+                RecordOf("10:00:00", std::string("\0\x1b[2J\xff", 6)) + RecordOf("10:00:01", "b"),
                 {std::string("\0\x1b[2J\xff", 6), "b"}}));
 
 TEST_F(LogsTest, FindsEveryHeadWhereverABlockEnds) {
@@ -133,9 +134,9 @@ TEST_F(LogsTest, FindsEveryHeadWhereverABlockEnds) {
   std::vector<std::string> expected;
   for (unsigned i = 0; content.size() < 300'000; ++i) {
     expected.push_back(util::Format("%u x%s", i, std::string(i % 97, 'x').c_str()));
-    content += Record("10:00:00", expected.back());
+    content += RecordOf("10:00:00", expected.back());
   }
-  test::WriteFile(kToday, content);
+  test::WriteFile(kLogOfToday, content);
 
   Read();
 
@@ -148,7 +149,7 @@ TEST_F(LogsTest, FindsEveryHeadWhereverABlockEnds) {
 TEST_F(LogsTest, ReadsDayFilesInTheOrderOfTheirDatesAlsoAtNewYear) {
   test::WriteFile("/tmp/CloudLog/0101_log.txt", "2025-01-01 00:00:01 logType:INFO\n new\n");
   test::WriteFile("/tmp/CloudLog/1231_log.txt", "2024-12-31 23:59:59 logType:INFO\n old\n");
-  test::WriteFile("/tmp/CloudLog/other.txt", Record("10:00:00", "foreign"));
+  test::WriteFile("/tmp/CloudLog/other.txt", RecordOf("10:00:00", "foreign"));
 
   Read();
 
@@ -157,9 +158,9 @@ TEST_F(LogsTest, ReadsDayFilesInTheOrderOfTheirDatesAlsoAtNewYear) {
 
 TEST_F(LogsTest, KeepsLineNumbersWhenItReadsOnlyTheEnd) {
   std::string content;
-  for (int i = 0; i < 20'000; ++i) content += Record("10:00:00", util::Format("%06d", i));
+  for (int i = 0; i < 20'000; ++i) content += RecordOf("10:00:00", util::Format("%06d", i));
   test::WriteFile("/tmp/CloudLog/0306_log.txt", "2024-03-06 10:00:00 logType:INFO\n before\n");
-  test::WriteFile(kToday, content);
+  test::WriteFile(kLogOfToday, content);
 
   Read({.since = {}, .tailBytes = 500});
 
@@ -170,7 +171,7 @@ TEST_F(LogsTest, KeepsLineNumbersWhenItReadsOnlyTheEnd) {
 
 TEST_F(LogsTest, PassesOverWhatIsNoRegularFile) {
   mkdir(paths::kLogDirectory, 0755);
-  test::WriteFile("/tmp/secret", Record("10:00:00", "elsewhere"));
+  test::WriteFile("/tmp/secret", RecordOf("10:00:00", "elsewhere"));
   ASSERT_EQ(mkfifo("/tmp/CloudLog/0301_log.txt", 0600), 0);
   ASSERT_EQ(mkdir("/tmp/CloudLog/0302_log.txt", 0755), 0);
   ASSERT_EQ(symlink("/tmp/secret", "/tmp/CloudLog/0303_log.txt"), 0);
@@ -212,9 +213,9 @@ void GiveUpRights() {
 }
 
 TEST_F(LogsTest, NamesTheCommandWithRootsRightsWhenAFileMayNotBeRead) {
-  test::WriteFile(kToday, Record("10:00:00", "a"));
+  test::WriteFile(kLogOfToday, RecordOf("10:00:00", "a"));
   WriteDatabase({});
-  chmod(kToday, 0);
+  chmod(kLogOfToday, 0);
   chmod(paths::kLogDatabase, 0);
 
   EXPECT_EXIT(
@@ -359,7 +360,7 @@ INSTANTIATE_TEST_SUITE_P(
 // Both.
 
 TEST_F(LogsTest, GivesBothLogsInTheOrderOfTimeTheDatabaseFirst) {
-  test::WriteFile(kToday, Record("10:00:01", "text 1") + Record("10:00:03", "text 3"));
+  test::WriteFile(kLogOfToday, RecordOf("10:00:01", "text 1") + RecordOf("10:00:03", "text 3"));
   WriteDatabase({{"10:00:01", "INFO", "database 1"},
                  {"10:00:02", "INFO", "database 2"},
                  {"10:00:04", "INFO", "database 4"}});
@@ -370,7 +371,7 @@ TEST_F(LogsTest, GivesBothLogsInTheOrderOfTimeTheDatabaseFirst) {
 }
 
 TEST_F(LogsTest, LosesNothingWhenTheClockWasSetBack) {
-  test::WriteFile(kToday, Record("10:00:05", "text 5") + Record("09:00:00", "text 9:00"));
+  test::WriteFile(kLogOfToday, RecordOf("10:00:05", "text 5") + RecordOf("09:00:00", "text 9:00"));
   WriteDatabase({{"10:00:04", "INFO", "database 4"}, {"08:59:00", "INFO", "database 8:59"}});
 
   Read();
@@ -379,7 +380,7 @@ TEST_F(LogsTest, LosesNothingWhenTheClockWasSetBack) {
 }
 
 TEST_F(LogsTest, LeavesOutRecordsBeforeAMoment) {
-  test::WriteFile(kToday, Record("10:00:01", "text 1") + Record("10:00:03", "text 3"));
+  test::WriteFile(kLogOfToday, RecordOf("10:00:01", "text 1") + RecordOf("10:00:03", "text 3"));
   WriteDatabase({{"10:00:02", "INFO", "database 2"}});
 
   Read({.since = test::LocalTimeOf(2024, 3, 7, 10, 0, 2)});
@@ -388,7 +389,7 @@ TEST_F(LogsTest, LeavesOutRecordsBeforeAMoment) {
 }
 
 TEST_F(LogsTest, EndsWhenTheReaderHasEnough) {
-  test::WriteFile(kToday, Record("10:00:01", "a") + Record("10:00:03", "b"));
+  test::WriteFile(kLogOfToday, RecordOf("10:00:01", "a") + RecordOf("10:00:03", "b"));
   int records = 0;
 
   status::ReadLogs({}, {}, [&](const status::LogRecord&) { return ++records < 1; });
@@ -399,11 +400,11 @@ TEST_F(LogsTest, EndsWhenTheReaderHasEnough) {
 // Going on later.
 
 TEST_F(LogsTest, GoesOnWithNewRecordsOfBothLogs) {
-  test::WriteFile(kToday, Record("10:00:01", "text 1"));
+  test::WriteFile(kLogOfToday, RecordOf("10:00:01", "text 1"));
   WriteDatabase({{"10:00:02", "INFO", "database 2"}});
   status::LogStream reader({}, {});
   reader.Read(Keep());
-  test::WriteFile(kToday, Record("10:00:01", "text 1") + Record("10:00:03", "text 3"));
+  test::WriteFile(kLogOfToday, RecordOf("10:00:01", "text 1") + RecordOf("10:00:03", "text 3"));
   test::WriteFile("/tmp/CloudLog/0308_log.txt", "2024-03-08 00:00:00 logType:INFO\n text 8\n");
   WriteDatabase({{"10:00:04", "INFO", "database 4"}});
 
@@ -414,7 +415,7 @@ TEST_F(LogsTest, GoesOnWithNewRecordsOfBothLogs) {
 }
 
 TEST_F(LogsTest, GivesNothingTwiceWhenNothingIsNew) {
-  test::WriteFile(kToday, Record("10:00:01", std::string(10, 'x')).substr(0, 40));
+  test::WriteFile(kLogOfToday, RecordOf("10:00:01", std::string(10, 'x')).substr(0, 40));
   WriteDatabase({{"10:00:02", "INFO", "database 2"}});
   status::LogStream reader({}, {});
   reader.Read(Keep());
@@ -426,11 +427,11 @@ TEST_F(LogsTest, GivesNothingTwiceWhenNothingIsNew) {
 }
 
 TEST_F(LogsTest, GivesARecordWholeThatWasHalfWritten) {
-  const std::string record = Record("10:00:01", "message");
-  test::WriteFile(kToday, record.substr(0, record.size() - 4));
+  const std::string record = RecordOf("10:00:01", "message");
+  test::WriteFile(kLogOfToday, record.substr(0, record.size() - 4));
   status::LogStream reader({}, {});
   reader.Read(Keep());
-  test::WriteFile(kToday, record);
+  test::WriteFile(kLogOfToday, record);
 
   reader.Read(Keep());
 
@@ -438,13 +439,13 @@ TEST_F(LogsTest, GivesARecordWholeThatWasHalfWritten) {
 }
 
 TEST_F(LogsTest, BeginsAgainWhenALogWasMadeAgain) {
-  test::WriteFile(kToday, Record("10:00:01", "a long old record"));
+  test::WriteFile(kLogOfToday, RecordOf("10:00:01", "a long old record"));
   WriteDatabase({{"10:00:02", "INFO", "old"}});
   status::LogStream reader({}, {});
   reader.Read(Keep());
   m_texts.clear();
   test::Empty(paths::kLogDirectory);
-  test::WriteFile(kToday, Record("10:00:03", "new"));
+  test::WriteFile(kLogOfToday, RecordOf("10:00:03", "new"));
   WriteDatabase({{"10:00:04", "INFO", "new row"}});
 
   reader.Read(Keep());

@@ -8,14 +8,14 @@ using status::Range;
 
 namespace {
 
-struct Row {
+struct RangeRow {
   const char* name;
   const char* text;
   std::vector<double> alarms;
   std::vector<double> calm;
 };
 
-const Row kRows[] = {
+const RangeRow kRangeRows[] = {
     {"an end alone", "10", {-0.1, -5, 10.1}, {0, 5, 10}},
     {"a start", "10:", {9.9, -20}, {10, 1e12}},
     {"minus infinity", "~:10", {10.5}, {-1e12, 10}},
@@ -32,7 +32,7 @@ const Row kRows[] = {
 }  // namespace
 
 TEST(Range, AlarmsAsMonitoringPluginsDo) {
-  for (const Row& row : kRows) {
+  for (const RangeRow& row : kRangeRows) {
     const auto range = Range::Parse(row.text);
     ASSERT_TRUE(range) << row.name;
     for (const double value : row.alarms) EXPECT_TRUE(range->Alarms(value)) << row.name << value;

@@ -12,17 +12,17 @@
 namespace {
 
 constexpr std::size_t kBytes = 64;
-using Text = util::PublishedText<kBytes>;
+using Published = util::PublishedText<kBytes>;
 
 // All bytes of the text's field.
-std::string Read(const Text& text) {
+std::string Read(const Published& text) {
   char copy[kBytes];
   text.Read(copy);
   return {copy, kBytes};
 }
 
 TEST(PublishedText, ReplacesTheWholeTextBefore) {
-  Text text;
+  Published text;
   EXPECT_EQ(Read(text), std::string(kBytes, '\0'));
 
   text.Publish(std::string(kBytes, 'h'));
@@ -40,7 +40,7 @@ std::string Numbered(int n) {
 }
 
 // Reads until the last text has come. Returns how many were mixtures or older than the one before.
-int CountWrong(const Text& text, int last) {
+int CountWrong(const Published& text, int last) {
   int wrong = 0;
   for (int newest = 0; newest < last;) {
     const std::string read = Read(text);
@@ -53,7 +53,7 @@ int CountWrong(const Text& text, int last) {
 
 TEST(PublishedText, GivesConcurrentReadersWholeTextsInOrder) {
   constexpr int kTexts = 20'000;
-  Text text;
+  Published text;
   text.Publish(Numbered(0));
   std::array<int, 3> wrong{};
   std::vector<std::thread> readers;

@@ -17,14 +17,14 @@ namespace {
 
 using util::Failure;
 
-constexpr char kPath[] = "/tessel/test.db";
+constexpr char kDatabaseFile[] = "/tessel/test.db";
 constexpr std::chrono::milliseconds kWhileItWaits{50};
 
 class Sqlite : public test::GatewayTest {
  protected:
   void SetUp() override {
     GatewayTest::SetUp();
-    database.emplace(kPath);
+    database.emplace(kDatabaseFile);
     database->Execute("create table t(a unique)");
   }
 
@@ -58,7 +58,7 @@ TEST_F(Sqlite, MakesAMissingDatabaseOnlyOnDemand) {
 
 TEST_F(Sqlite, ChangesNothingForAReader) {
   database.reset();
-  auto reader = util::Database::OpenForReading(kPath);
+  auto reader = util::Database::OpenForReading(kDatabaseFile);
 
   EXPECT_FALSE(util::Database::OpenForReading("/tessel/new.db"));
   EXPECT_FALSE(test::Exists("/tessel/new.db"));
@@ -70,7 +70,7 @@ TEST_F(Sqlite, ChangesNothingForAReader) {
 }
 
 TEST_F(Sqlite, TellsWhatHindersAReader) {
-  auto reader = util::Database::OpenForReading(kPath);
+  auto reader = util::Database::OpenForReading(kDatabaseFile);
   reader.LimitTime(20);
 
   EXPECT_TRUE(reader.Execute("select a from t"));
@@ -126,7 +126,7 @@ TEST_F(Sqlite, TellsWhyAStatementFailed) {
 
 TEST_F(Sqlite, TellsADamagedFileFromALockedOne) {
   database->Execute("begin exclusive");
-  util::Database locked(kPath);
+  util::Database locked(kDatabaseFile);
   test::WriteFile("/tessel/damaged.db", std::string(4096, 'x'));
   util::Database damaged("/tessel/damaged.db");
 
@@ -140,10 +140,10 @@ TEST_F(Sqlite, TellsADamagedFileFromALockedOne) {
 TEST_F(Sqlite, TellsADamagedContent) {
   database->Execute("insert into t values(hex(randomblob(20000)))");
   database.reset();
-  std::string content = test::ReadFile(kPath);
+  std::string content = test::ReadFile(kDatabaseFile);
   content.replace(4096, content.size() - 4096, content.size() - 4096, '\xFF');
-  test::WriteFile(kPath, content);
-  database.emplace(kPath);
+  test::WriteFile(kDatabaseFile, content);
+  database.emplace(kDatabaseFile);
 
   auto rows = database->Prepare("select sum(length(a)) from t");
 
@@ -161,12 +161,12 @@ TEST_F(Sqlite, ServesAConnectionOfTheCaller) {
 }
 
 TEST_F(Sqlite, KeepsTheJournalAfterADurableCommitAndTheCacheSmall) {
-  util::Database other(kPath);
+  util::Database other(kDatabaseFile);
   other.KeepCacheSmall();
   EXPECT_TRUE(database->MakeCommitsDurable());
   database->Execute("insert into t values(1)");
 
-  EXPECT_TRUE(test::Exists(std::string(kPath) + "-journal"));
+  EXPECT_TRUE(test::Exists(std::string(kDatabaseFile) + "-journal"));
   for (auto* one : {&*database, &other}) {
     auto size = one->Prepare("pragma cache_size");
     ASSERT_TRUE(size.NextRow());
@@ -176,7 +176,7 @@ TEST_F(Sqlite, KeepsTheJournalAfterADurableCommitAndTheCacheSmall) {
 
 TEST_F(Sqlite, WaitsOnDemandForALockThatEndsWithItsConnection) {
   database->Execute("begin exclusive");
-  util::Database other(kPath);
+  util::Database other(kDatabaseFile);
   other.WaitForLocks(20'000);
   std::atomic<bool> isAboutToWait{false};
   std::thread unlocking([&] {

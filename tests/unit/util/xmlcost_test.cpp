@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr char kPath[] = "/tessel/Config/file.xml";
+constexpr char kCostlyFile[] = "/tessel/Config/file.xml";
 constexpr rlim_t kMostSeconds = 10;
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr long kMebibyte = 8 * 1024;  // in KiB; a sanitizer's own memory comes on top
@@ -22,7 +22,7 @@ constexpr long kMebibyte = 1024;
 #endif
 constexpr std::size_t kNodes = util::kXmlNodesLimit - 1;  // that a root may hold
 
-struct Row {
+struct CostRow {
   const char* name;
   bool isAccepted;
   long mostMebibytes;
@@ -65,11 +65,11 @@ long PeakKibibytes() {
 
 // Reads the file and takes every value of its first two levels, as the service would. Ends the
 // process with 0 when the file is accepted or refused as expected and within the memory.
-[[noreturn]] void ReadAndExit(const Row& row) {
+[[noreturn]] void ReadAndExit(const CostRow& row) {
   const rlimit seconds{kMostSeconds, kMostSeconds};
   setrlimit(RLIMIT_CPU, &seconds);
   const long before = PeakKibibytes();
-  const auto document = util::XmlDocument::Read(kPath);
+  const auto document = util::XmlDocument::Read(kCostlyFile);
   if (document) {
     document.Root()->Attributes();
     for (const auto& child : document.Root()->Children()) child.Attributes();
@@ -85,17 +85,19 @@ class XmlCost : public test::GatewayTest {};
 TEST_F(XmlCost, StaysBounded) {
   // All texts are held at once: memory that an earlier one has freed would hide a growth.
   for (const auto& row :
-       {Row{"attributes of one element", false, 32, "<r" + Numbered(150'000, " a", "=''") + "/>"},
-        Row{"comments without an end", false, 32, "<r>" + Fill("<!--")},
-        Row{"opening tags only", false, 32, Repeat("<e>", 300'000)},
-        Row{"entities of entities", false, 32, EntityBomb()},
-        Row{"attributes", true, 128, "<r>" + Repeat("<e a='' b='' c=''/>", kNodes / 4) + "</r>"},
-        Row{"undeclared prefixes", true, 128, "<r>" + Repeat("<x:e/>", kNodes) + "</r>"},
-        Row{"pieces of text", true, 32, "<r>" + Fill("A<!----><?a?>") + "</r>"},
-        Row{"element declarations", true, 32,
-            "<!DOCTYPE r [" + Numbered(65'000, "<!ELEMENT b", " (a|b|c)>") + "]><r/>"}}) {
+       {CostRow{"attributes of one element", false, 32,
+                "<r" + Numbered(150'000, " a", "=''") + "/>"},
+        CostRow{"comments without an end", false, 32, "<r>" + Fill("<!--")},
+        CostRow{"opening tags only", false, 32, Repeat("<e>", 300'000)},
+        CostRow{"entities of entities", false, 32, EntityBomb()},
+        CostRow{"attributes", true, 128,
+                "<r>" + Repeat("<e a='' b='' c=''/>", kNodes / 4) + "</r>"},
+        CostRow{"undeclared prefixes", true, 128, "<r>" + Repeat("<x:e/>", kNodes) + "</r>"},
+        CostRow{"pieces of text", true, 32, "<r>" + Fill("A<!----><?a?>") + "</r>"},
+        CostRow{"element declarations", true, 32,
+                "<!DOCTYPE r [" + Numbered(65'000, "<!ELEMENT b", " (a|b|c)>") + "]><r/>"}}) {
     ASSERT_LE(row.text.size(), util::kXmlFileLimitBytes);
-    test::WriteFile(kPath, row.text);
+    test::WriteFile(kCostlyFile, row.text);
     EXPECT_EXIT(ReadAndExit(row), ::testing::ExitedWithCode(0), "") << row.name;
   }
 }

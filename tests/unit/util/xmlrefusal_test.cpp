@@ -21,17 +21,17 @@ namespace {
 using std::string_literals::operator""s;
 using namespace testing;
 
-constexpr char kPath[] = "/tessel/Config/file.xml";
+constexpr char kRefusedFile[] = "/tessel/Config/file.xml";
 constexpr char kAnyReason[] = "line [12]: [^\n]+";
 
-struct Row {
+struct RefusalRow {
   const char* name;
-  std::function<void()> make;  // makes kPath
+  std::function<void()> make;  // makes kRefusedFile
   std::string reason;          // a regular expression
 };
 
-std::function<void()> Text(const std::string& text) {
-  return [text] { test::WriteFile(kPath, text); };
+std::function<void()> Written(const std::string& text) {
+  return [text] { test::WriteFile(kRefusedFile, text); };
 }
 
 std::string Repeat(int count, const std::string& text) {
@@ -44,49 +44,50 @@ class XmlRefusal : public test::GatewayTest {};
 
 TEST_F(XmlRefusal, SaysOnOneLineWhichFileAndWhy) {
   for (const auto& row :
-       {Row{"missing", [] {}, "cannot be read: No such file or directory"},
-        {"directory", [] { mkdir(kPath, 0755); }, "is not a regular file"},
-        {"pipe without a writer", [] { mkfifo(kPath, 0600); }, "is not a regular file"},
-        {"too large", Text("<r>" + std::string(8388608 - 7 + 1, ' ') + "</r>"),
+       {RefusalRow{"missing", [] {}, "cannot be read: No such file or directory"},
+        {"directory", [] { mkdir(kRefusedFile, 0755); }, "is not a regular file"},
+        {"pipe without a writer", [] { mkfifo(kRefusedFile, 0600); }, "is not a regular file"},
+        {"too large", Written("<r>" + std::string(8388608 - 7 + 1, ' ') + "</r>"),
          "is larger than 8388608 bytes"},
-        {"attributes of a tag", Text("<r>\n\n<e" + Repeat(65, " a=''") + "/></r>"),
+        {"attributes of a tag", Written("<r>\n\n<e" + Repeat(65, " a=''") + "/></r>"),
          "line 3: has a tag with more than 64 attributes"},
-        {"name spaces", Text("<r>\n" + Repeat(65, "<e xmlns:a='u'/>") + "</r>"),
+        {"name spaces", Written("<r>\n" + Repeat(65, "<e xmlns:a='u'/>") + "</r>"),
          "line 2: declares more than 64 name spaces"},
-        {"attributes", Text("<r>\n" + Repeat(131072, "<e a=''/>") + "</r>"),
+        {"attributes", Written("<r>\n" + Repeat(131072, "<e a=''/>") + "</r>"),
          "line 2: has more than 262144 elements and attributes"},
-        {"entity", Text("<!DOCTYPE r [\n<!ENTITY x \"x\">]><r/>"), "line 2: declares an entity"},
+        {"entity", Written("<!DOCTYPE r [\n<!ENTITY x \"x\">]><r/>"), "line 2: declares an entity"},
         {"unparsed entity",
-         Text("<!DOCTYPE r [<!NOTATION n SYSTEM 'n'><!ENTITY x SYSTEM 'x' NDATA n>]><r/>"),
+         Written("<!DOCTYPE r [<!NOTATION n SYSTEM 'n'><!ENTITY x SYSTEM 'x' NDATA n>]><r/>"),
          "line 1: declares an entity"},
-        {"attribute", Text("<!DOCTYPE r [<!ATTLIST r a (b|c) \"b\">]>\n<r/>"),
+        {"attribute", Written("<!DOCTYPE r [<!ATTLIST r a (b|c) \"b\">]>\n<r/>"),
          "line 1: declares an attribute"},
-        {"empty", Text(""), kAnyReason},
-        {"cut short", Text("<r><a/>"), kAnyReason},
-        {"several errors", Text("<r>\n<!--<!--<!--<!--</r>"),
+        {"empty", Written(""), kAnyReason},
+        {"cut short", Written("<r><a/>"), kAnyReason},
+        {"several errors", Written("<r>\n<!--<!--<!--<!--</r>"),
          "line 2: Double hyphen within comment"},
-        {"message of two lines", Text("<r a=\"caf\xE9\"/>"),
+        {"message of two lines", Written("<r a=\"caf\xE9\"/>"),
          "line 1: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE9 0x22 0x2F 0x3E"},
-        {"long message", Text("<r></" + std::string(1000, 'a') + ">"),
+        {"long message", Written("<r></" + std::string(1000, 'a') + ">"),
          ("line 1: Opening and ending tag mismatch: r line 1 and "s + std::string(1000, 'a'))
              .substr(0, 300)},
-        {"GBK", Text("<?xml version=\"1.0\" encoding=\"GBK\"?><r a=\"\xB1\xC3\"/>"), kAnyReason},
-        {"UTF-16", Text("\xFF\xFE<\0r\0/\0>\0"s), kAnyReason},
-        {"zero byte in a value", Text("<r a=\"1\0002\"/>"s), kAnyReason},
-        {"comment start in a value", Text("<r a=\"<!--\"/><!-- -->"), kAnyReason},
-        {"comment start in a tag", Text("<r <!-- a='' -->/>"), kAnyReason},
-        {"compressed", Text("\x1F\x8B\x08\0\0\0\0\0\0\x03\xB3\x29\xD2\xB7\x03\0"s), kAnyReason}}) {
-    test::WriteFile(kPath, "");
-    std::filesystem::remove(kPath);
+        {"GBK", Written("<?xml version=\"1.0\" encoding=\"GBK\"?><r a=\"\xB1\xC3\"/>"), kAnyReason},
+        {"UTF-16", Written("\xFF\xFE<\0r\0/\0>\0"s), kAnyReason},
+        {"zero byte in a value", Written("<r a=\"1\0002\"/>"s), kAnyReason},
+        {"comment start in a value", Written("<r a=\"<!--\"/><!-- -->"), kAnyReason},
+        {"comment start in a tag", Written("<r <!-- a='' -->/>"), kAnyReason},
+        {"compressed", Written("\x1F\x8B\x08\0\0\0\0\0\0\x03\xB3\x29\xD2\xB7\x03\0"s),
+         kAnyReason}}) {
+    test::WriteFile(kRefusedFile, "");
+    std::filesystem::remove(kRefusedFile);
     row.make();
     testing::internal::CaptureStderr();
 
-    EXPECT_FALSE(util::XmlDocument::Read(kPath)) << row.name;
+    EXPECT_FALSE(util::XmlDocument::Read(kRefusedFile)) << row.name;
 
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                MatchesRegex(kPath + ": "s + row.reason + "\n"))
+                MatchesRegex(kRefusedFile + ": "s + row.reason + "\n"))
         << row.name;
-    std::filesystem::remove(kPath);
+    std::filesystem::remove(kRefusedFile);
   }
 }
 
@@ -101,10 +102,10 @@ TEST_F(XmlRefusal, KeepsThePathOnOneLineAndNeedsOne) {
 }
 
 TEST_F(XmlRefusal, PassesOverErrorsThatAreNotFatal) {
-  test::WriteFile(kPath, "<r><undeclared:e/></r>");
+  test::WriteFile(kRefusedFile, "<r><undeclared:e/></r>");
   testing::internal::CaptureStderr();
 
-  EXPECT_TRUE(util::XmlDocument::Read(kPath));
+  EXPECT_TRUE(util::XmlDocument::Read(kRefusedFile));
 
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
@@ -126,8 +127,8 @@ std::string ValuesFor(const std::string& wanted) {
         {"<!DOCTYPE r SYSTEM \"", "\"><r a=\"&x;\">&x;</r>"},
         {"<!DOCTYPE r PUBLIC \"p\" \"", "\"><r/>"},
         {"<r xmlns:i=\"http://www.w3.org/2001/XInclude\"><i:include href=\"", "\"/></r>"}}) {
-    test::WriteFile(kPath, before + wanted + after);
-    const auto document = util::XmlDocument::Read(kPath);
+    test::WriteFile(kRefusedFile, before + wanted + after);
+    const auto document = util::XmlDocument::Read(kRefusedFile);
     if (document) values += Values(*document.Root());
   }
   return values;
