@@ -104,9 +104,11 @@ export function journeys(browser) {
       await page.getByRole('button', {name: 'Choose the device'}).click();
       await page.getByRole('button', {name: 'Order the recall'}).click();
       const id = Number((await page.getByText(/Recall \d+ is ordered/).innerText()).match(/\d+/)[0]);
-      const {recalls} = await bench.get('/api/recalls');
+      const recall = async () => (await bench.get('/api/recalls')).recalls.find((each) => each.id === id);
       assert.ok(ids.length > 20, `${ids.length} points`);
-      assert.deepEqual([...recalls.find((each) => each.id === id).points].sort(), ids);
+      assert.deepEqual([...(await recall()).points].sort(), ids);
+      await until('the accepted recall', async () => (await recall()).accepted_unix_s);
+      assert.equal((await bench.get(`/api/recalls/one?id=${id}`)).series.length, ids.length);
     });
 
     it('shows refused files waiting as the ledger has them, and draining when the cloud accepts again', async () => {
@@ -165,6 +167,31 @@ export function journeys(browser) {
       await page.getByRole('gridcell', {name: 'missing'}).first().click();
       const hour = page.locator('section', {has: page.getByRole('heading', {name: /^Hour:/})});
       await hour.locator('tr', {hasText: /missing\s*no file/}).first().waitFor();
+    });
+
+    it('tells what a fault does with the parameters that are chosen', async () => {
+      await opened.show('#faults');
+      const card = opened.fault('alarm-burst');
+      await card.getByLabel('Alarm events').fill('61');
+      await card.getByLabel('Alarm events').press('Tab');
+      await card.getByText('The service makes 4 files of alarms.').waitFor();
+    });
+
+    it('takes back with all faults off what was set at the clock', async () => {
+      await opened.show('#road');
+      await page.getByLabel('Step in seconds').fill('3600');
+      await page.getByRole('button', {name: 'Step the clock'}).click();
+      await page.getByLabel('Speed').selectOption('60');
+      await page.getByRole('button', {name: 'Set speed'}).click();
+      await page.locator('#bar').getByText('clock set 1 h ahead, speed ×60, ×30 at first').waitFor();
+
+      await page.getByRole('button', {name: 'All faults off'}).click();
+
+      await until('the clock as at the start', async () => {
+        const {speed, stepped_s: stepped} = (await bench.state()).clocks;
+        return speed === 30 && stepped === 0;
+      });
+      await page.locator('#bar .active').waitFor({state: 'hidden'});
     });
 
     it('costs little, on the page and in the console', async () => {

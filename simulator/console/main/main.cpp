@@ -25,8 +25,17 @@ console::Scenario ReadScenario(const std::string& path) {
   }
 }
 
-int Run(const console::Options& options) {
+// A recorded scenario begins with the speed of its bench. It is the speed from the start, to which
+// "all faults off" goes back.
+double SpeedFrom(const console::Options& options, const console::Scenario& scenario) {
+  const bool beginsSo = !options.onGateway && !scenario.steps.empty() &&
+                        scenario.steps.front().kind == console::Step::Kind::kSpeed;
+  return beginsSo ? scenario.steps.front().number : options.speed;
+}
+
+int Run(console::Options options) {
   const console::Scenario scenario = ReadScenario(options.scenario);
+  options.speed = SpeedFrom(options, scenario);
   // Whoever starts us in the background may ignore them for us.
   for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, SIG_DFL);
   std::signal(SIGPIPE, SIG_IGN);
