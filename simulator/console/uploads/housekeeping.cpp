@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kPatienceMilliseconds = 50;
+constexpr int kTidyPatienceMilliseconds = 50;
 constexpr std::int64_t kExchangesAtOnce = 500;
 constexpr std::int64_t kHistoryPart = 50;  // one part of so many goes at once
 constexpr std::int64_t kBlockBytes = 4096;
@@ -36,7 +36,7 @@ std::optional<util::Database> OpenExisting(const std::string& path) {
   if (!fs::exists(path, error)) return std::nullopt;
   util::Database database(path.c_str(), util::Database::Missing::kFails);
   if (!database) return std::nullopt;
-  database.WaitForLocks(kPatienceMilliseconds);
+  database.WaitForLocks(kTidyPatienceMilliseconds);
   database.KeepCacheSmall();
   return database;
 }
