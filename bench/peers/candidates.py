@@ -17,6 +17,7 @@ class Candidate:
     def __init__(self, name, protocol, command):
         self.name, self.protocol, self.command = name, protocol, command
         self.environment = {}
+        self.second = 0  # of the minute, at which a snapshot is given
         self._socket = None
 
     def prepare(self, test):
@@ -66,7 +67,7 @@ class Collectd(Candidate):
 
     def flush(self):
         """Sends the rest of a snapshot that does not fill a request."""
-        self._send(b'FLUSH plugin=write_http\n')
+        self._send(b'FLUSH plugin=write_http/cloud\n')
 
 
 class Mosquitto(Candidate):
@@ -96,13 +97,15 @@ class NodeRed(Candidate):
 
 def find(name):
     node_red = '/brennik/build/peers/node-red/node_modules/node-red/red.js'
-    for candidate in (
-            Collectd('collectd', 'http', ['collectd', '-f', '-C', str(HERE / 'collectd/collectd.conf')]),
-            Candidate('rsyslog', 'relp', ['rsyslogd', '-n', '-i', 'NONE', '-f', str(HERE / 'rsyslog/rsyslog.conf')]),
-            Mosquitto('mosquitto', 'mqtt', ['mosquitto', '-c', str(HERE / 'mosquitto/mosquitto.conf')]),
-            Candidate('python', 'http', ['python3', '-B', str(HERE / 'python/link.py')]),
-            NodeRed('node-red', 'http', ['node', '--optimize-for-size', '--max-semi-space-size=1', node_red,
-                                         '--userDir', '/tmp/node-red'])):
+    known = (
+        Collectd('collectd', 'http', ['collectd', '-f', '-C', str(HERE / 'collectd/collectd.conf')]),
+        Candidate('rsyslog', 'relp', ['rsyslogd', '-n', '-i', 'NONE', '-f', str(HERE / 'rsyslog/rsyslog.conf')]),
+        Mosquitto('mosquitto', 'mqtt', ['mosquitto', '-c', str(HERE / 'mosquitto/mosquitto.conf')]),
+        Candidate('python', 'http', ['python3', '-B', str(HERE / 'python/link.py')]),
+        NodeRed('node-red', 'http', ['node', '--optimize-for-size', '--max-semi-space-size=1', node_red,
+                                     '--userDir', '/tmp/node-red']))
+    for place, candidate in enumerate(known):
         if candidate.name == name:
+            candidate.second = 20 + 5 * place  # the candidates run side by side: each works at its own time
             return candidate
     raise SystemExit(f'no candidate is called {name}')

@@ -106,7 +106,7 @@ class Run:
         while not wanted <= self.cloud.arrivals.keys() and time.monotonic() - last < QUIET_SECONDS:
             if len(self.cloud.arrivals) != count:
                 last, count = time.monotonic(), len(self.cloud.arrivals)
-            time.sleep(0.1)
+            time.sleep(0.01)
         return len(wanted & self.cloud.arrivals.keys())
 
     def pend(self, count, seconds):
@@ -128,16 +128,16 @@ def sleep_until_second(second):
 
 
 def cycle(run, minutes):
-    """A snapshot a minute. The work of a cycle is done by second 45."""
+    """A snapshot a minute. The work of a cycle is done by second 58."""
     run.cloud.open()
     run.start()
     number, start, before = 0, 0.0, None
     while before is None or number < start + minutes:
         if not run.is_brennik:
-            sleep_until_second(0)
+            sleep_until_second(run.subject.second)
             run.feed(number + 1)
         time.sleep(1)
-        sleep_until_second(45)
+        sleep_until_second(58)
         run.wakes()
         if before is None and run.cloud.arrivals:
             before, start = run.readings(), number + 1
@@ -181,9 +181,7 @@ def reconnect(run, _minutes):
     start = time.monotonic()
     run.cloud.open()
     wanted = records[-1]
-    while wanted not in run.cloud.arrivals and time.monotonic() - start < 900:
-        time.sleep(0.01)
-    if wanted not in run.cloud.arrivals:
+    if not run.wait_for({wanted}):
         return {'seconds': None, 'pending': RECONNECT_PENDING}
     before = sum(run.cloud.arrivals[record] < run.cloud.arrivals[wanted] for record in records if record in run.cloud.arrivals)
     return {'seconds': run.cloud.arrivals[wanted] - start, 'before_it': before, 'pending': RECONNECT_PENDING}
