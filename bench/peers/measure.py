@@ -107,7 +107,7 @@ class Run:
             if len(self.cloud.arrivals) != count:
                 last, count = time.monotonic(), len(self.cloud.arrivals)
             time.sleep(0.01)
-        return len(wanted & self.cloud.arrivals.keys())
+        return sum(record in self.cloud.arrivals for record in wanted)
 
     def pend(self, count, seconds):
         """Leaves so many records on the gateway while there is no cloud. Returns them, oldest first."""
