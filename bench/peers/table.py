@@ -13,7 +13,7 @@ PROMISES = {
     'brennik': 'packs files, records them in a ledger and syncs both; newest first; confirmed by the cloud; also alarms, '
                'recalls and redirects',
     'collectd': 'keeps nothing: values that the server does not take are dropped; not packed',
-    'rsyslog': 'a synced queue, oldest first, confirmed by RELP; not packed; this version has no output for HTTP',
+    'rsyslog': 'a synced queue, oldest first, confirmed by RELP; not packed; Debian 12 has no general HTTP output for it',
     'mosquitto': 'a queue saved whole at each change but not synced, oldest first, confirmed by a broker; not packed; no HTTP',
     'python': 'packed, synced rows, newest first, confirmed; no limit of age or space',
     'node-red': 'packed files that are not synced, newest first, confirmed; no limit of age or space',
