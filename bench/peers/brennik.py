@@ -22,10 +22,12 @@ class SimulatedCloud:
 
     def __init__(self, environment):
         self.arrivals = {}
+        self.logged_in = threading.Event()
         self._environment, self._process = environment, None
 
-    def open(self):
-        command = [BUILD / 'simulator/cloud/cloud-simulator', '--port', '8080', '--prefix', '/cloud', '--uploads', '/tmp/cloud']
+    def open(self, *options):
+        command = [BUILD / 'simulator/cloud/cloud-simulator', '--port', '8080', '--prefix', '/cloud', '--uploads', '/tmp/cloud',
+                   *options]
         self._process = subprocess.Popen(command, stdout=subprocess.PIPE, text=True, env=self._environment)
         threading.Thread(target=self._read, args=[self._process.stdout], daemon=True).start()
 
@@ -37,6 +39,8 @@ class SimulatedCloud:
 
     def _read(self, lines):
         for line in lines:
+            if re.search(r' authorize .*: accepted$', line):
+                self.logged_in.set()
             if found := re.search(r'(realdata|alarmdata) ([ST]\d+\.tar\.gz) .*: accepted$', line):
                 for record in [found[2]] if found[1] == 'realdata' else self._alarms(found[2]):
                     self.arrivals.setdefault(record, time.monotonic())
@@ -95,6 +99,12 @@ class Brennik:
                              'Result TINYINT DEFAULT 0)')
             database.executemany('INSERT INTO tJsonFileNames VALUES(?, 2, 0)', [[name] for name in names])
         return [name.rsplit('/', 1)[1] for name in names]
+
+    @staticmethod
+    def newest_file():
+        with sqlite3.connect('file:/media/mmcblk0p1/Cloud/DB/CloudDB.db?mode=ro', uri=True, timeout=20) as database:
+            names = database.execute("SELECT FileName FROM tJsonFileNames WHERE FileName LIKE 'realdata/%'").fetchall()
+        return max(name.rsplit('/', 1)[1] for name, in names)
 
     @staticmethod
     def _pack(stamp, values):

@@ -19,6 +19,7 @@ OUTAGE_RECORDS = 70  # one a second; the cloud is away for 30 of the seconds
 KILL_PENDING = 1000
 RECONNECT_PENDING = 8928  # 31 days, a file every five minutes
 QUIET_SECONDS = 75  # nothing more comes after such a pause
+LONGEST_WAY_BACK = 130  # seconds until the first record comes after an outage, a login a minute included
 
 
 class Run:
@@ -100,10 +101,10 @@ class Run:
             if self.cpu_ms() - before < 30:
                 return
 
-    def wait_for(self, wanted):
-        """Waits until all these records are there, or until nothing more comes."""
+    def wait_for(self, wanted, quiet=QUIET_SECONDS):
+        """Waits until all these records are there, or until nothing more comes. Returns how many are there."""
         last, count = time.monotonic(), -1
-        while not wanted <= self.cloud.arrivals.keys() and time.monotonic() - last < QUIET_SECONDS:
+        while not wanted <= self.cloud.arrivals.keys() and time.monotonic() - last < quiet:
             if len(self.cloud.arrivals) != count:
                 last, count = time.monotonic(), len(self.cloud.arrivals)
             time.sleep(0.01)
@@ -113,7 +114,11 @@ class Run:
         """Leaves so many records on the gateway while there is no cloud. Returns them, oldest first."""
         if self.is_brennik:
             records = self.subject.leave_pending(count, seconds, self.live.read())
+            self.cloud.open('--realdata', 'close*10000')  # it has logged in before the cloud goes away
+            time.sleep(1)  # the cloud listens
             self.start()
+            self.cloud.logged_in.wait(120)
+            self.cloud.close()
             time.sleep(10)
             return records
         self.start()
@@ -180,10 +185,10 @@ def reconnect(run, _minutes):
     sleep_until_second(30)
     start = time.monotonic()
     run.cloud.open()
-    wanted = records[-1]
-    if not run.wait_for({wanted}):
+    wanted = run.subject.newest_file() if run.is_brennik else records[-1]
+    if not run.wait_for({wanted}, LONGEST_WAY_BACK):
         return {'seconds': None, 'pending': RECONNECT_PENDING}
-    before = sum(run.cloud.arrivals[record] < run.cloud.arrivals[wanted] for record in records if record in run.cloud.arrivals)
+    before = list(run.cloud.arrivals).index(wanted)
     return {'seconds': run.cloud.arrivals[wanted] - start, 'before_it': before, 'pending': RECONNECT_PENDING}
 
 

@@ -63,20 +63,9 @@ class Receiver:
             while (line := stream.readline().strip()):
                 name, _, value = line.decode().partition(':')
                 headers[name.lower()] = value.strip()
-            if headers.get('expect'):
-                connection.sendall(b'HTTP/1.1 100 Continue\r\n\r\n')
-            if headers.get('transfer-encoding') == 'chunked':
-                body = b''.join(iter(lambda: self._chunk(stream), b''))
-            else:
-                body = _exactly(stream, int(headers['content-length']))
+            body = _exactly(stream, int(headers['content-length']))
             self._note(gzip.decompress(body) if headers.get('content-encoding') == 'gzip' else body)
             connection.sendall(b'HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n')
-
-    @staticmethod
-    def _chunk(stream):
-        body = _exactly(stream, int(stream.readline(), 16))
-        stream.readline()
-        return body
 
     def _relp(self, connection, stream):
         """A frame is "number command length[ data]" and a line feed."""
@@ -107,8 +96,6 @@ class Receiver:
                 self._note(packet[topic_end + 2 * (quality > 0):])
                 if quality:
                     connection.sendall(b'\x40\x02' + packet[topic_end:topic_end + 2])
-            elif kind[0] >> 4 == 8:  # subscribe
-                connection.sendall(b'\x90\x03' + packet[:2] + b'\x01')
             elif kind[0] >> 4 == 10:  # unsubscribe
                 connection.sendall(b'\xb0\x02' + packet[:2])
             elif kind[0] >> 4 == 12:  # ping
