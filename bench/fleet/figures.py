@@ -1,6 +1,7 @@
 """The settings of a fleet, and what the cloud's index tells about it."""
 
 import collections
+import gzip
 import sqlite3
 import statistics
 
@@ -22,11 +23,12 @@ def settings_of(fleet, number):
 
 def exchanges(database):
     """Rows of (second, endpoint, bytes of the request, serial number of an upload, accepted, bytes of its content)."""
-    query = "SELECT time, endpoint, head, substr(member, 8, 10), accepted, bytes FROM exchange ORDER BY id"
-    for second, endpoint, head, serial, accepted, content in database.execute(query):
+    query = "SELECT time, endpoint, head, archive, accepted, bytes FROM exchange ORDER BY id"
+    for second, endpoint, head, archive, accepted, content in database.execute(query):
         lengths = [line.split(":")[1] for line in head.splitlines() if line.startswith("Content-Length:")]
         # On the wire a line ends in two bytes, an empty line follows, and Content-Type has no blank before its value.
         head_bytes = len(head.encode()) + head.count("\n") + 2 - 1
+        serial = gzip.decompress(archive).split(b'"', 4)[3].decode() if archive else None
         yield second, endpoint, head_bytes + int(lengths[0]), serial, accepted, content
 
 
