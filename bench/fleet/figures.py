@@ -6,7 +6,7 @@ import sqlite3
 import statistics
 
 PHASES = {"work": "outage", "back": "end"}  # each with the moment that ends it
-LONGEST_GAP_SECONDS = 10  # between two files of a round
+LONGEST_GAP_SECONDS = 6  # between two files of a round
 
 # A round of 20 files takes 60 s and twenty exchanges, so it fits into each of these. Boundaries are multiples of an
 # interval since 1970. Those of two primes meet once in their product.
