@@ -2,19 +2,19 @@
 # shellcheck shell=bash
 set -euo pipefail
 cd -P -- "$(dirname -- "${BASH_SOURCE[0]}")/../.."
+source scripts/functions
 
 # build TARGET…: the programs of a kind, as debug builds.
 build() {
   scripts/install build test
-  cmake --preset debug --log-level=WARNING >/dev/null
-  cmake --build --preset debug --parallel "$(nproc)" --target "$@" >/dev/null
+  quietly cmake --preset debug --log-level=WARNING
+  quietly cmake --build --preset debug --parallel "$(nproc)" --target "$@"
 }
 
 # Lets the release build of the service be attacked.
 use_release_service() {
-  cmake --preset release -DBRENNIK_TESTS=OFF -DBRENNIK_BENCH=OFF -B build/faults --log-level=WARNING >/dev/null
-  cmake --build build/faults --parallel "$(nproc)" --target brennik >/dev/null
-  export BRENNIK_SERVICE=$PWD/build/faults/src/main/brennik
+  quietly build_programs brennik
+  export BRENNIK_SERVICE=$PWD/build/release/src/main/brennik
 }
 
 # run_long_life NAME SUITE: runs the tests of a suite of long_lives. Leaves the line with the figures,
