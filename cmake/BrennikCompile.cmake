@@ -72,7 +72,7 @@ option(BRENNIK_JOIN "Compile the files of a folder in groups, for a quick whole 
 macro(brennik_may_join)
   if(BRENNIK_JOIN)
     set(CMAKE_UNITY_BUILD ON)
-    add_compile_options(-Wno-subobject-linkage) # GCC takes the files of a group for headers
+    add_compile_options("$<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>") # GCC takes the files of a group for headers
   endif()
 endmacro()
 macro(brennik_may_join_unless_shipped)
