@@ -63,7 +63,7 @@ function group(browser, name, chosen) {
       await test.test('has lost no file in the end, and nothing is wrong', async () => {
         let account = null;
         // A killed service may leave one archive that it had not recorded. The account must say so.
-        const isKilled = faults.some(({fault}) => ['kill-service', 'power-cut'].includes(fault));
+        const isKilled = faults.some(({fault}) => ['kill-service', 'power-cut', 'refuse-login'].includes(fault));
         const isUnrecorded = () => isKilled && account.reasons.length === 1 && account.total.lost_unrecorded > 0;
         const isNormal = async () => { ({account} = await bench.state()); return account.normal || isUnrecorded(); };
         await until('all normal', isNormal, kLongestMs).catch(() => { throw new Error(`not normal: ${account.reasons.join(' ')}`); });

@@ -14,8 +14,8 @@ constexpr std::time_t kAgeSeconds = 31 * kDaySeconds;
 constexpr std::time_t kRecallAgeSeconds = 3 * kDaySeconds;
 // The service ages by its own clock, a little later than ours is read.
 constexpr std::time_t kToleranceSeconds = 60;
-// An archive from before a restart that has no row by then gets none.
-constexpr std::time_t kRestartSeconds = 120;
+// A file has its archive for so long, at most, before the service records it.
+constexpr std::time_t kRecordedSeconds = 120;
 constexpr std::uint8_t kDoubts = 4;
 
 }  // namespace
@@ -45,7 +45,7 @@ void Account::TakeLedger(const std::vector<SeenRow>& rows, bool isWhole, std::ti
     file->row = place;
     file->reading = m_reading;
     file->ledger = row.accepted ? RowState::kAccepted : RowState::kPending;
-    if (file->recordedSeen == 0) file->recordedSeen = now;
+    if (file->recordedSeen == 0) file->recordedSeen = m_newRowSeen = now;
   }
   if (!isWhole) {
     m_isCut = true;
@@ -116,19 +116,17 @@ FileState Account::RecallStateOf(const SeenFile& file) const {
   return hasRow || file.hasArchive ? FileState::kPending : FileState::kLost;
 }
 
-FileState Account::StateOf(const FileKey& key, const SeenFile& file,
-                           std::time_t serviceStart) const {
+FileState Account::StateOf(const FileKey& key, const SeenFile& file) const {
   if (file.deliveries > 0) return FileState::kAccepted;
   if (key.kind == Kind::kCallData) return RecallStateOf(file);
   if (file.ledger == RowState::kPending) return FileState::kPending;
   if (file.ledger == RowState::kAccepted) return FileState::kJudgedSent;
   if (!file.hasArchive) return IsAged(key.kind, file) ? FileState::kAged : FileState::kLost;
   if (file.ledger == RowState::kGone) return FileState::kLost;
-  // Rows that wait in the service's memory end with it.
-  const std::time_t made = std::min(file.stamp, file.firstSeen);
-  const bool isOrphan = serviceStart != 0 && made + kToleranceSeconds < serviceStart &&
-                        m_now > serviceStart + kRestartSeconds;
-  return isOrphan ? FileState::kLost : FileState::kPending;
+  // Rows wait in the service's memory together and end with it. A newer row shows that this file's
+  // row does not wait any more.
+  const bool hasNewerRow = m_newRowSeen > file.firstSeen + kRecordedSeconds;
+  return hasNewerRow ? FileState::kLost : FileState::kPending;
 }
 
 // Nothing can become of it any more.
@@ -156,8 +154,7 @@ void Account::TakeOldest(const FileKey& key, const SeenFile& file) {
   if (oldest == nullptr || file.stamp < oldest->stamp) m_oldestPending = key;
 }
 
-void Account::Judge(std::time_t now, std::time_t serviceStart, bool isLedgerRead) {
-  m_now = now;
+void Account::Judge(std::time_t now, bool isLedgerRead) {
   m_latest = std::max(m_latest, now);
   m_total = m_forgottenTotal;
   m_counts = m_forgotten;
@@ -165,7 +162,7 @@ void Account::Judge(std::time_t now, std::time_t serviceStart, bool isLedgerRead
   for (auto entry = m_files.begin(); entry != m_files.end();) {
     auto& [key, file] = *entry;
     const auto kind = static_cast<std::size_t>(key.kind);
-    const FileState state = StateOf(key, file, serviceStart);
+    const FileState state = StateOf(key, file);
     const bool isBad = state == FileState::kLost || state == FileState::kJudgedSent;
     if (!isBad) file.doubts = 0;
     if (isBad && isLedgerRead && file.doubts < kDoubts) ++file.doubts;

@@ -94,9 +94,8 @@ class Account {
 
   // Judges every file. A file is called lost or judged sent only when several looks in a row find
   // it so, because ledger and cloud are not read at the same moment; until then it is pending.
-  // While the ledger cannot be read, no further file is called so. `serviceStart` is the service's
-  // last start in gateway time, 0 when it does not run.
-  void Judge(std::time_t now, std::time_t serviceStart, bool isLedgerRead);
+  // While the ledger cannot be read, no further file is called so.
+  void Judge(std::time_t now, bool isLedgerRead);
 
   const Counts& Total() const { return m_total; }
   const Counts& Of(Kind kind) const { return m_counts[static_cast<std::size_t>(kind)]; }
@@ -117,7 +116,7 @@ class Account {
 
  private:
   SeenFile* Place(const FileKey& key, std::time_t stamp, std::time_t now);
-  FileState StateOf(const FileKey& key, const SeenFile& file, std::time_t serviceStart) const;
+  FileState StateOf(const FileKey& key, const SeenFile& file) const;
   FileState RecallStateOf(const SeenFile& file) const;
   bool IsAged(Kind kind, const SeenFile& file) const;
   bool IsSettled(const SeenFile& file) const;
@@ -131,8 +130,8 @@ class Account {
   Counts m_forgottenTotal;
   std::array<std::time_t, kKinds> m_lastAccepted{};
   std::optional<FileKey> m_oldestPending;
-  std::time_t m_now = 0;
-  std::time_t m_latest = 0;  // the latest gateway time so far: the clock may be set back
+  std::time_t m_newRowSeen = 0;  // when a row was last seen for the first time
+  std::time_t m_latest = 0;      // the latest gateway time so far: the clock may be set back
   std::uint32_t m_reading = 0;
   std::uint64_t m_version = 0;
   bool m_isCut = false;

@@ -196,8 +196,7 @@ void Watcher::Take(const Seen& seen) {
   for (const FileKey& key : seen.judgedSent) m_account.TakeJudgedSent(key);
   m_orders.Tell(m_account);
   m_scene = m_next;
-  m_account.Judge(seen.now, m_scene.service.running ? m_scene.service.since : 0,
-                  m_scene.ledgerState == status::LedgerState::kGood);
+  m_account.Judge(seen.now, m_scene.ledgerState == status::LedgerState::kGood);
   m_road = RoadOf(m_account, m_scene);
   m_witness = WitnessOf(m_account, m_scene);
   m_agreed = m_agreement.Compare(m_status.Latest(), m_witness, seen.now,

@@ -42,7 +42,7 @@ class AccountTest : public ::testing::Test {
   }
   // Looks often enough for doubts to be settled.
   FileState Settled(const char* name) {
-    for (int look = 0; look < 10; ++look) m_account.Judge(m_now, m_serviceStart, m_isLedgerRead);
+    for (int look = 0; look < 10; ++look) m_account.Judge(m_now, m_isLedgerRead);
     const SeenFile* const file = m_account.Find(Key(name));
     EXPECT_NE(file, nullptr);
     return file == nullptr ? FileState::kLost : file->state;
@@ -50,7 +50,6 @@ class AccountTest : public ::testing::Test {
 
   Account m_account;
   std::time_t m_now = 0;
-  std::time_t m_serviceStart = 0;
   bool m_isLedgerRead = true;
   long m_arrivals = 0;
 };
@@ -70,16 +69,17 @@ TEST_F(AccountTest, CountsARowThatWaitsAsPending) {
 }
 
 TEST_F(AccountTest, CountsAnArchiveThatIsNotRecordedYetAsPending) {
-  m_serviceStart = m_now - 600;
   Archive(kSnapshot);
+  m_now += 60;
+  Ledger({Row(kAlarms)});
 
   EXPECT_EQ(Settled(kSnapshot), FileState::kPending);
 }
 
-TEST_F(AccountTest, CallsAnArchiveLostThatARestartedServiceDoesNotKnow) {
+TEST_F(AccountTest, CallsAnArchiveLostWhenALaterFileIsRecordedAndItIsNot) {
   Archive(kSnapshot);
-  m_serviceStart = m_now + 90;
   m_now += 300;
+  Ledger({Row(kAlarms)});
 
   EXPECT_EQ(Settled(kSnapshot), FileState::kLost);
   EXPECT_EQ(m_account.Total().lostRecorded, 0);
@@ -122,7 +122,7 @@ TEST_F(AccountTest, KeepsAFileAgedAfterTheClockIsSetBack) {
 TEST_F(AccountTest, WaitsForSeveralLooksBeforeItCallsAFileLost) {
   Ledger({Row(kSnapshot, true)});
 
-  m_account.Judge(m_now, 0, true);
+  m_account.Judge(m_now, true);
 
   EXPECT_EQ(m_account.Total().judgedSent, 0);
   EXPECT_EQ(m_account.Total().pending, 1);
@@ -188,7 +188,7 @@ TEST_F(AccountTest, ForgetsAnOldFileThatIsGoneAndStillCountsIt) {
   Ledger({Row(kAlarms)});
   m_now += 33 * kDaySeconds;
 
-  for (int look = 0; look < 3; ++look) m_account.Judge(m_now, m_serviceStart, m_isLedgerRead);
+  for (int look = 0; look < 3; ++look) m_account.Judge(m_now, m_isLedgerRead);
 
   EXPECT_EQ(m_account.Find(Key(kSnapshot)), nullptr);
   EXPECT_NE(m_account.Find(Key(kAlarms)), nullptr);  // it still waits

@@ -24,7 +24,7 @@ class MonthTest : public WatchTest {
     }
   }
   void Settle() {
-    for (int look = 0; look < 10; ++look) m_account.Judge(m_now, 0, true);
+    for (int look = 0; look < 10; ++look) m_account.Judge(m_now, true);
   }
   std::string HourToday(int hour) const {
     return NameOf(
