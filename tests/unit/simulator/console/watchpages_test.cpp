@@ -1,4 +1,5 @@
 // Logs, explanations, ledger, card, traces and metrics of the watch.
+#include "console/watch/pages.h"
 #include "unit/simulator/console/watchfixture.h"
 
 namespace test {
@@ -60,6 +61,25 @@ TEST_F(WatchPages, FiltersRecordsByLevelAndText) {
   EXPECT_THAT(Texts(Ask(watcher, "/api/logs", {{"text", "two T"}})), ElementsAre("TWO two"));
   EXPECT_THAT(Texts(Ask(watcher, "/api/logs", {{"limit", "1"}})), ElementsAre("three"));
   EXPECT_THAT(Texts(Ask(watcher, "/api/logs", {{"before", "2"}})), ElementsAre("one"));
+}
+
+TEST_F(WatchPages, TellsWhatTheLevelHidesAndWhichOfItReportsAnError) {
+  Log("one");
+  Log("CreateRealDataJsonFile x Error, can't find id: 01030001");
+  Log("no error here", "WARN");
+  Watcher watcher(m_sources);
+  LookOnce(watcher);
+
+  const auto all = Ask(watcher, "/api/logs");
+  EXPECT_FALSE(all["records"][0]["reports_error"].GetBool());
+  EXPECT_TRUE(all["records"][1]["reports_error"].GetBool());
+  EXPECT_FALSE(all["records"][2]["reports_error"].GetBool());
+  EXPECT_EQ(all["hidden"].GetInt(), 0);
+
+  const auto warnings = Ask(watcher, "/api/logs", {{"level", "WARN"}, {"limit", "1"}});
+  EXPECT_EQ(warnings["hidden"].GetInt(), 2);
+  EXPECT_EQ(warnings["hidden_errors"].GetInt(), 1);
+  EXPECT_EQ(Ask(watcher, "/api/logs", {{"level", "WARN"}, {"text", "one"}})["hidden"].GetInt(), 1);
 }
 
 TEST(LogRing, KeepsABoundedNumberOfRecords) {
@@ -150,6 +170,23 @@ TEST_F(WatchPages, SaysWhatIsWrongWithAForeignLedger) {
 
   EXPECT_STREQ(card["ledger"]["state"].GetString(), "foreign");
   EXPECT_STRNE(card["ledger"]["detail"].GetString(), "");
+}
+
+TEST(CardPage, SaysWhyTheSpaceIsNotKnown) {
+  console::Scene scene;
+  const auto trouble = [&scene] {
+    rapidjson::Document card;
+    card.Parse(console::ReplyCard(console::Account(), scene).body.c_str());
+    return std::string(card["space_trouble"].GetString());
+  };
+  scene.card.space = status::Known(status::Space());
+  EXPECT_EQ(trouble(), "");
+
+  scene.card.space = status::Unknown<status::Space>("nothing is mounted");
+  EXPECT_EQ(trouble(), "nothing is mounted");
+
+  scene.isFolderCard = true;
+  EXPECT_EQ(trouble(), "the card is a folder of this machine (BRENNIK_SANDBOX_KEEP)");
 }
 
 TEST_F(WatchPages, TracesAFileFromSnapshotToAcceptance) {
