@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr std::time_t kDay = 86400;
+constexpr std::time_t kThreeDays = 3L * 86400;
 constexpr std::uint32_t kAlarmGrade = 2;
 
 std::tm Today() {
@@ -60,7 +60,7 @@ using Events = std::vector<Alarm_Data_Para>;
 void TakeBare(const std::string& path, std::size_t expected, Events& events) {
   const std::string to = util::DateText(Today());
   const std::string from =
-      util::DateText(util::LocalTime(std::time(nullptr) - 3 * kDay).value_or(std::tm{}));
+      util::DateText(util::LocalTime(std::time(nullptr) - kThreeDays).value_or(std::tm{}));
   events.reserve(expected);
   BareDatabase database(path.c_str());
   BareStatement rows(database,
@@ -83,7 +83,7 @@ void TakeBare(const std::string& path, std::size_t expected, Events& events) {
 }
 
 template <typename Take>
-void MeasureReading(benchmark::State& state, const Take& take) {
+void MeasureTaking(benchmark::State& state, const Take& take) {
   const auto count = static_cast<std::size_t>(state.range(0));
   const std::string path = MakeEventDatabase(count);
   BareDatabase database(path.c_str());
@@ -99,12 +99,12 @@ void MeasureReading(benchmark::State& state, const Take& take) {
 
 void AlarmReading(benchmark::State& state) {
   CAlarmData reader;
-  MeasureReading(state, [&](const std::string& /*path*/, std::size_t /*expected*/, Events& events) {
+  MeasureTaking(state, [&](const std::string& /*path*/, std::size_t /*expected*/, Events& events) {
     reader.GetAlarmData(&events);
   });
 }
 void AlarmReadingFloor(benchmark::State& state) {
-  MeasureReading(state, TakeBare);
+  MeasureTaking(state, TakeBare);
 }
 BENCHMARK(AlarmReading)->Name("alarm reading")->Arg(1)->Arg(20)->Arg(200);
 BENCHMARK(AlarmReadingFloor)->Name("alarm reading floor")->Arg(1)->Arg(20)->Arg(200);

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <new>
 
+// NOLINTBEGIN(*-reserved-identifier,cert-dcl*): the linker's own names
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __wrap_malloc(std::size_t size);
@@ -11,6 +12,7 @@ void* __wrap_calloc(std::size_t count, std::size_t size);
 void* __real_realloc(void* memory, std::size_t size);
 void* __wrap_realloc(void* memory, std::size_t size);
 }
+// NOLINTEND(*-reserved-identifier,cert-dcl*)
 
 namespace {
 

@@ -15,14 +15,14 @@ namespace {
 struct Freer {
   void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
 };
-using Document = std::unique_ptr<xmlDoc, Freer>;
+using XmlDocument = std::unique_ptr<xmlDoc, Freer>;
 
-Document ReadBare(const char* path) {
-  return Document(xmlReadFile(path, nullptr, XML_PARSE_NOBLANKS | XML_PARSE_NONET));
+XmlDocument ReadBare(const char* path) {
+  return XmlDocument(xmlReadFile(path, nullptr, XML_PARSE_NOBLANKS | XML_PARSE_NONET));
 }
 
 // Reads the definition file of each device, and returns how many there are.
-std::int64_t ReadDefinitions(const Document& channels) {
+std::int64_t ReadDefinitions(const XmlDocument& channels) {
   std::int64_t devices = 0;
   const xmlNode* root = xmlDocGetRootElement(channels.get());
   for (const xmlNode* channel = root->children; channel != nullptr; channel = channel->next) {
@@ -57,7 +57,7 @@ void CatalogueFloor(benchmark::State& state) {
   const std::string path = WritePlantFiles(static_cast<std::size_t>(state.range(0)));
   Meter meter(state, SizeText(state.range(0), "device"), state.range(0));
   for ([[maybe_unused]] auto _ : state) {
-    const Document channels = ReadBare(path.c_str());
+    const XmlDocument channels = ReadBare(path.c_str());
     if (ReadDefinitions(channels) != state.range(0)) state.SkipWithError("devices are missing");
   }
 }

@@ -160,20 +160,20 @@ void LedgerMarkKeptFloor(benchmark::State& state) {
   });
 }
 
-void Sizes(benchmark::internal::Benchmark* bench) {
+void RowCounts(benchmark::internal::Benchmark* bench) {
   bench->Arg(100)->Arg(10000)->Arg(100000);
 }
-BENCHMARK(LedgerInsert)->Name("ledger insert")->Apply(Sizes);
-BENCHMARK(LedgerInsertFloor)->Name("ledger insert floor")->Apply(Sizes);
-BENCHMARK(LedgerInsertKeptFloor)->Name("ledger insert floor, kept open")->Apply(Sizes);
-BENCHMARK(LedgerSave)->Name("ledger save")->Apply(Sizes);
-BENCHMARK(LedgerSaveFloor)->Name("ledger save floor")->Apply(Sizes);
-BENCHMARK(LedgerSaveAgeing)->Name("ledger save, one too old")->Apply(Sizes);
-BENCHMARK(LedgerSaveAgeingFloor)->Name("ledger save, one too old floor")->Apply(Sizes);
-BENCHMARK(LedgerPick)->Name("ledger pick")->Apply(Sizes);
-BENCHMARK(LedgerPickFloor)->Name("ledger pick floor")->Apply(Sizes);
-BENCHMARK(LedgerMark)->Name("ledger mark")->Apply(Sizes);
-BENCHMARK(LedgerMarkFloor)->Name("ledger mark floor")->Apply(Sizes);
-BENCHMARK(LedgerMarkKeptFloor)->Name("ledger mark floor, kept open")->Apply(Sizes);
+BENCHMARK(LedgerInsert)->Name("ledger insert")->Apply(RowCounts);
+BENCHMARK(LedgerInsertFloor)->Name("ledger insert floor")->Apply(RowCounts);
+BENCHMARK(LedgerInsertKeptFloor)->Name("ledger insert floor, kept open")->Apply(RowCounts);
+BENCHMARK(LedgerSave)->Name("ledger save")->Apply(RowCounts);
+BENCHMARK(LedgerSaveFloor)->Name("ledger save floor")->Apply(RowCounts);
+BENCHMARK(LedgerSaveAgeing)->Name("ledger save, one too old")->Apply(RowCounts);
+BENCHMARK(LedgerSaveAgeingFloor)->Name("ledger save, one too old floor")->Apply(RowCounts);
+BENCHMARK(LedgerPick)->Name("ledger pick")->Apply(RowCounts);
+BENCHMARK(LedgerPickFloor)->Name("ledger pick floor")->Apply(RowCounts);
+BENCHMARK(LedgerMark)->Name("ledger mark")->Apply(RowCounts);
+BENCHMARK(LedgerMarkFloor)->Name("ledger mark floor")->Apply(RowCounts);
+BENCHMARK(LedgerMarkKeptFloor)->Name("ledger mark floor, kept open")->Apply(RowCounts);
 
 }  // namespace

@@ -41,7 +41,7 @@ void InsertRow(const BareDatabase& database, const History_Data_Para& row) {
 
 // A ledger that is copied for each benchmark.
 std::string TemplateOf(std::size_t rows, std::time_t newest) {
-  const std::string path = util::Format("/tmp/ledger-%zu.db", rows);
+  std::string path = util::Format("/tmp/ledger-%zu.db", rows);
   if (std::filesystem::exists(path)) return path;
   util::Database(path.c_str()).Execute(CreatePendingStatement());
   BareDatabase database(path.c_str());

@@ -20,7 +20,7 @@ constexpr char kHeadEnd[] = "\"\r\nContent-Type:application/octet-stream\r\n\r\n
 constexpr char kClosing[] = "\r\n----WebKitFormBoundaryslLU7UmlAp48QHln--\r\n";
 
 std::string MakeFile(std::size_t bytes) {
-  const std::string path = util::Format("/tmp/S%014zu.tar.gz", bytes);
+  std::string path = util::Format("/tmp/S%014zu.tar.gz", bytes);
   std::string content(bytes, '\0');
   for (std::size_t i = 0; i < bytes; ++i) content[i] = static_cast<char>(i * 31 % 251);
   WriteFile(path, content);

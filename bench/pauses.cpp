@@ -5,10 +5,12 @@
 #include <condition_variable>
 #include <mutex>
 
+// NOLINTBEGIN(*-reserved-identifier,cert-dcl*): the linker's own names
 extern "C" {
 unsigned __wrap_sleep(unsigned seconds);
 int __wrap_usleep(useconds_t microseconds);
 }
+// NOLINTEND(*-reserved-identifier,cert-dcl*)
 
 namespace {
 

@@ -75,7 +75,7 @@ Real_Data_Struct PlantValues(const std::vector<std::uint32_t>& points) {
 }
 
 std::string WritePlantFiles(std::size_t devices) {
-  const std::string path = util::Format(kTemplate, devices);
+  std::string path = util::Format(kTemplate, devices);
   WriteFile(kDefinition, DefinitionText());
   WriteFile(path, TemplateText(devices));
   return path;

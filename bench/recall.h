@@ -12,7 +12,7 @@
 
 // Some points of one device, whole days each. The last minute is that of `kRecallEnd`.
 struct Recall {
-  Recall(std::size_t points, std::size_t days);
+  Recall(std::size_t pointCount, std::size_t days);
 
   std::size_t Values() const { return points * minutes; }
 

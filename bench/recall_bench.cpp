@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kBytesPerValue = 64;  // more than a value takes
 
-std::string SizeOf(const benchmark::State& state) {
+std::string RecallSize(const benchmark::State& state) {
   return SizeText(state.range(0), "point") + " x " + SizeText(state.range(1), "day");
 }
 
@@ -33,7 +33,7 @@ void Read(const Recall& recall, RecallSeries& series) {
 template <typename ReadSeries>
 void MeasureReading(benchmark::State& state, const ReadSeries& readSeries) {
   const Recall recall = RecallOf(state);
-  Meter meter(state, SizeOf(state), static_cast<std::int64_t>(recall.Values()));
+  Meter meter(state, RecallSize(state), static_cast<std::int64_t>(recall.Values()));
   for ([[maybe_unused]] auto _ : state) {
     RecallSeries series;
     readSeries(recall, series);
@@ -73,7 +73,7 @@ void Write(const Recall& recall, const RecallSeries& series, rapidjson::StringBu
 void RecallDocument(benchmark::State& state) {
   const Recall recall = RecallOf(state);
   const RecallSeries series = SeriesOf(recall);
-  Meter meter(state, SizeOf(state), static_cast<std::int64_t>(recall.Values()));
+  Meter meter(state, RecallSize(state), static_cast<std::int64_t>(recall.Values()));
   for ([[maybe_unused]] auto _ : state) {
     rapidjson::StringBuffer text;
     Write(recall, series, text);
@@ -90,7 +90,7 @@ void RecallDocumentFloor(benchmark::State& state) {
   WriteRecallFloor(recall, series, text);
   if (text.Text() != wanted.GetString()) state.SkipWithError("the floor writes another document");
 
-  Meter meter(state, SizeOf(state), static_cast<std::int64_t>(recall.Values()));
+  Meter meter(state, RecallSize(state), static_cast<std::int64_t>(recall.Values()));
   for ([[maybe_unused]] auto _ : state) {
     WriteRecallFloor(recall, series, text);
     benchmark::DoNotOptimize(text.Text().data());

@@ -122,9 +122,9 @@ bool IsDescription(std::string_view text, std::size_t fieldBytes) {
 }
 
 bool IsArchiveName(std::string_view name, char letter) {
-  constexpr std::size_t kStampDigits = 14;
-  return name.size() == 1 + kStampDigits + kArchiveEnding.size() && name[0] == letter &&
-         IsDigits(name.substr(1, kStampDigits), kStampDigits) && name.ends_with(kArchiveEnding);
+  constexpr std::size_t kNameDigits = 14;
+  return name.size() == 1 + kNameDigits + kArchiveEnding.size() && name[0] == letter &&
+         IsDigits(name.substr(1, kNameDigits), kNameDigits) && name.ends_with(kArchiveEnding);
 }
 
 }  // namespace cloud

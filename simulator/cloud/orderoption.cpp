@@ -28,7 +28,7 @@ namespace {
 
 constexpr int kHexadecimal = 16;
 constexpr int kDecimal = 10;
-constexpr std::size_t kPointIdDigits = 4;
+constexpr std::size_t kPointDigits = 4;
 constexpr int kCheckLimit = 10000;
 
 // Reads one order from left to right.
@@ -98,7 +98,7 @@ class OptionReader {
   }
 
   RecallPoint ReadPoint(std::string_view text) const {
-    if (text.size() > kPointIdDigits) Throw("has '" + std::string(text) + "' as a point");
+    if (text.size() > kPointDigits) Throw("has '" + std::string(text) + "' as a point");
     const std::int32_t id =
         Number(text, 0, std::numeric_limits<std::uint16_t>::max(), "point", kHexadecimal);
     return {.pointId = static_cast<std::uint16_t>(id)};

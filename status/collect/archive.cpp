@@ -18,10 +18,10 @@
 namespace status {
 namespace {
 
-constexpr std::size_t kBlockBytes = 512;  // of a tar archive
+constexpr std::size_t kTarBlockBytes = 512;  // of a tar archive
 constexpr std::size_t kPieceBytes = 16384;
 // Blocks of zeros, up to a record of 10 KiB, follow the document.
-constexpr std::size_t kTarLimitBytes = kDocumentLimitBytes + 64 * kBlockBytes;
+constexpr std::size_t kTarLimitBytes = kDocumentLimitBytes + 64 * kTarBlockBytes;
 
 // The fields of a member's header: offset and size.
 struct Field {
@@ -124,7 +124,7 @@ std::string_view Part(std::string_view header, Field field) {
 
 bool HasChecksum(std::string_view header) {
   std::size_t sum = 0;
-  for (std::size_t i = 0; i < kBlockBytes; ++i) {
+  for (std::size_t i = 0; i < kTarBlockBytes; ++i) {
     const bool isBlank = i >= kChecksum.offset && i < kChecksum.offset + kChecksum.size;
     sum += static_cast<unsigned char>(isBlank ? ' ' : header[i]);
   }
@@ -134,7 +134,7 @@ bool HasChecksum(std::string_view header) {
 // Whether anything but zeros follows the document.
 bool HasMore(std::string_view tar, std::size_t documentBytes) {
   const std::size_t end =
-      (kBlockBytes + documentBytes + kBlockBytes - 1) / kBlockBytes * kBlockBytes;
+      (kTarBlockBytes + documentBytes + kTarBlockBytes - 1) / kTarBlockBytes * kTarBlockBytes;
   return tar.find_first_not_of('\0', end) != std::string_view::npos;
 }
 
@@ -143,9 +143,9 @@ bool HasMore(std::string_view tar, std::size_t documentBytes) {
 Archive ReadTar(std::string tar) {
   Archive archive;
   if (tar.empty()) return Fail(archive, ArchiveState::kNotTar, "it holds no file");
-  if (tar.size() < kBlockBytes)
+  if (tar.size() < kTarBlockBytes)
     return Fail(archive, ArchiveState::kNotTar, "it holds no tar archive");
-  const std::string_view header = std::string_view(tar).substr(0, kBlockBytes);
+  const std::string_view header = std::string_view(tar).substr(0, kTarBlockBytes);
   if (header.find_first_not_of('\0') == std::string_view::npos) {
     return Fail(archive, ArchiveState::kNotTar, "it holds no file");
   }
@@ -158,14 +158,14 @@ Archive ReadTar(std::string tar) {
   if (!size || *size > kDocumentLimitBytes) {
     return Fail(archive, ArchiveState::kTooLarge, "its document is too large");
   }
-  if (*size > tar.size() - kBlockBytes) {
+  if (*size > tar.size() - kTarBlockBytes) {
     return Fail(archive, ArchiveState::kCut, "its document is cut short");
   }
   archive.member = Part(header, kName);
   archive.member.resize(std::strlen(archive.member.c_str()));
   archive.state = ArchiveState::kGood;
   if (HasMore(tar, *size)) Fail(archive, ArchiveState::kSeveral, "it holds more than one file");
-  tar.erase(0, kBlockBytes);
+  tar.erase(0, kTarBlockBytes);
   tar.resize(*size);
   archive.document = std::move(tar);
   return archive;

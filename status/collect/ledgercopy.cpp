@@ -18,7 +18,7 @@ namespace status {
 namespace {
 
 constexpr char kJournal[] = "-journal";
-constexpr std::size_t kBlockBytes = 65536;
+constexpr std::size_t kCopyBytes = 65536;
 
 // A journal that ends so belongs to a write of several databases. SQLite would look for a further
 // file that the journal names, and remove it.
@@ -131,9 +131,9 @@ bool LedgerCopy::CopyFile(const std::string& from, const std::string& to, off_t 
     return false;
   }
   const util::Descriptor target(open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-  const auto block = util::MakeZeroed<char>(kBlockBytes);
+  const auto block = util::MakeZeroed<char>(kCopyBytes);
   for (off_t copied = 0; copied < bytes;) {
-    const ssize_t size = block ? read(source.Get(), block.get(), kBlockBytes) : -1;
+    const ssize_t size = block ? read(source.Get(), block.get(), kCopyBytes) : -1;
     if (size <= 0 || !WriteAll(target.Get(), block.get(), static_cast<std::size_t>(size))) {
       Refuse(LedgerState::kUnreadable, from + " cannot be copied: " + std::strerror(errno));
       return false;

@@ -11,10 +11,10 @@ namespace {
 
 constexpr std::size_t kBlockBytes = 65536;
 constexpr std::string_view kMark = " logType:";
-constexpr std::size_t kLevelBytes = 7;  // the longest is "UNKNOWN"
+constexpr std::size_t kLongestLevel = 7;  // the longest is "UNKNOWN"
 constexpr std::string_view kBlanks = " \t\r\n";
 // From a mark to the end of its head, and of a whole head.
-constexpr std::size_t kBehindMark = kMark.size() + kLevelBytes + 1;
+constexpr std::size_t kBehindMark = kMark.size() + kLongestLevel + 1;
 constexpr std::size_t kHeadBytes = RecordTimes::kBytes + kBehindMark;
 // A record of so many bytes was cut by the service: it has no line end.
 constexpr off_t kLongestRecord = 2047;
@@ -91,7 +91,7 @@ void TextFile::Pass(std::size_t end, std::string* passed) {
 std::optional<TextFile::Head> TextFile::HeadAt(std::size_t mark) {
   if (mark < m_at + RecordTimes::kBytes) return std::nullopt;
   const std::string_view buffer = m_buffer;
-  const std::string_view rest = buffer.substr(mark + kMark.size(), kLevelBytes + 1);
+  const std::string_view rest = buffer.substr(mark + kMark.size(), kLongestLevel + 1);
   const std::size_t end = rest.find('\n');
   if (end == std::string_view::npos || !IsLevel(rest.substr(0, end))) return std::nullopt;
   const auto time = m_times.Read(buffer.substr(mark - RecordTimes::kBytes, RecordTimes::kBytes));

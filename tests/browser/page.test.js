@@ -6,6 +6,7 @@ import {access} from './access.js';
 import {faults} from './faults.js';
 import {journeys} from './journeys.js';
 import {outages} from './outage.js';
+import {shown} from './shown.js';
 import {tabs} from './tabs.js';
 
 let opened = null;
@@ -22,5 +23,6 @@ describe('the bench console', {concurrency: 3}, () => {
   journeys(browser);
   outages(browser);
   tabs(browser);
+  shown(browser);
   after(async () => (await opened)?.close());
 });

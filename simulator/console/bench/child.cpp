@@ -9,6 +9,7 @@
 #include <array>
 #include <csignal>
 #include <cstring>
+#include <fstream>
 #include <stdexcept>
 #include <thread>
 
@@ -74,6 +75,15 @@ void Say(const char* text) {
 }
 
 }  // namespace
+
+// "PID (NAME) STATE …"; a name may hold anything, brackets included.
+bool IsStopped(pid_t pid) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+  std::string stat;
+  std::getline(file, stat);
+  const std::size_t end = stat.rfind(')');
+  return end != std::string::npos && stat.substr(end).starts_with(") T");
+}
 
 std::string End::Text() const {
   if (signal != 0) return util::Format("killed by signal %d", signal);

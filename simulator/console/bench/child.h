@@ -21,6 +21,9 @@ struct End {
   std::string Text() const;  // "ended with status 1", "killed by signal 9"
 };
 
+// Whether SIGSTOP or a like signal holds a process of this machine.
+bool IsStopped(pid_t pid);
+
 // A program in a process group of its own. Standard output and error come in here together; its
 // input is a pipe that ends with the object. The kernel kills the program when the thread that made
 // the object ends: so that must be a thread that lives as long as the child may.

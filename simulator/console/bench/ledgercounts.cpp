@@ -43,8 +43,8 @@ void LedgerCounts::Look() {
 
 std::string LedgerCounts::Text() const {
   const std::lock_guard lock(m_mutex);
-  return util::Format("%d accepted, %d pending", m_real.accepted + m_alarm.accepted,
-                      m_real.pending + m_alarm.pending);
+  return util::Format("real data and alarms: %d accepted, %d pending",
+                      m_real.accepted + m_alarm.accepted, m_real.pending + m_alarm.pending);
 }
 
 int LedgerCounts::Accepted() const {

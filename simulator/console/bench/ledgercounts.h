@@ -8,7 +8,8 @@
 
 namespace console {
 
-// Counts the rows of the service's ledger by kind. Recalls have no row in it. Any thread may call.
+// Counts the rows of the service's ledger by kind. Recalls are left out: their table has no result.
+// Any thread may call.
 class LedgerCounts {
  public:
   struct Kind {
@@ -18,7 +19,7 @@ class LedgerCounts {
 
   // Reads the ledger. The old counts stay when it cannot be read.
   void Look();
-  // "2 accepted, 0 pending".
+  // "real data and alarms: 2 accepted, 0 pending".
   std::string Text() const;
   int Accepted() const;
   // The member "ledger": {"realdata":{"accepted":…,"pending":…},"alarmdata":{…}}.

@@ -9,7 +9,7 @@
 namespace console {
 namespace {
 
-constexpr std::chrono::milliseconds kLookEvery{100};
+constexpr std::chrono::milliseconds kCheckEvery{100};
 
 class Player {
  public:
@@ -65,7 +65,7 @@ class Player {
                               util::Format(" did not come in %g s; it is ", step.number) +
                               finding.actual);
       }
-      if (!m_tools.pause(kLookEvery)) return false;
+      if (!m_tools.pause(kCheckEvery)) return false;
     }
   }
 
@@ -80,7 +80,7 @@ class Player {
   bool Pause(double seconds) const {
     const double until = m_tools.elapsed() + seconds;
     while (m_tools.elapsed() < until) {
-      if (!m_tools.pause(kLookEvery)) return false;
+      if (!m_tools.pause(kCheckEvery)) return false;
     }
     return true;
   }

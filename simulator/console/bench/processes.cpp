@@ -27,6 +27,13 @@ std::string ClockOf(std::time_t when) {
   return time ? util::ClockText(*time) : "--:--:--";
 }
 
+// A signal may hold a program at any time.
+ProcessState LookedAt(ProcessState state) {
+  state.stopped = state.running && IsStopped(state.pid);
+  if (state.stopped) state.text = "stopped (SIGSTOP), started at " + ClockOf(state.since);
+  return state;
+}
+
 }  // namespace
 
 Processes::Processes(const Clock& clock, std::vector<Program> programs, Line line,
@@ -102,13 +109,13 @@ void Processes::SetRestart(const std::string& name, bool restart) {
 
 ProcessState Processes::State(const std::string& name) const {
   const std::lock_guard lock(m_mutex);
-  return Find(name).state;
+  return LookedAt(Find(name).state);
 }
 
 std::vector<ProcessState> Processes::States() const {
   const std::lock_guard lock(m_mutex);
   std::vector<ProcessState> states;
-  for (const One& one : m_all) states.push_back(one.state);
+  for (const One& one : m_all) states.push_back(LookedAt(one.state));
   return states;
 }
 
@@ -119,6 +126,7 @@ void Processes::WriteState(JsonWriter& json) const {
     json.StartObject();
     WriteText(json, "name", state.name);
     json.Key("running"), json.Bool(state.running);
+    json.Key("stopped"), json.Bool(state.stopped);
     json.Key("pid"), state.running ? json.Int(state.pid) : json.Null();
     json.Key("since_unix_s"), state.since > 0 ? json.Int64(state.since) : json.Null();
     json.Key("real_since_unix_s"), state.since > 0 ? json.Int64(state.realSince) : json.Null();

@@ -22,6 +22,7 @@ namespace console {
 struct ProcessState {
   std::string name{};  // "service"
   bool running = false;
+  bool stopped = false;          // it runs, but a signal such as SIGSTOP holds it
   pid_t pid = 0;                 // 0 while it does not run
   std::time_t since = 0;         // gateway time of its start, or of its end
   std::time_t realSince = 0;     // the same in real time

@@ -12,7 +12,7 @@ constexpr long kStepSeconds = 240;
 constexpr long kSpeedSeconds = 120;
 constexpr long kMostSpeed = 60;
 constexpr double kSpeedTolerance = 0.25;
-constexpr double kLeastRealSeconds = 3;  // to measure a speed
+constexpr double kLeastMeasuredSeconds = 3;  // to measure a speed
 
 std::string StampOf(std::time_t time) {
   const auto local = util::LocalTime(time);
@@ -78,7 +78,7 @@ Fault StepClock() {
 
 bool RunsAt(double factor, const Seen& now, const Seen& since) {
   const double real = now.real - since.real;
-  if (real < kLeastRealSeconds) return false;
+  if (real < kLeastMeasuredSeconds) return false;
   return std::abs((now.elapsed - since.elapsed) / real - factor) <= factor * kSpeedTolerance;
 }
 

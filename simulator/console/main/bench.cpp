@@ -141,7 +141,7 @@ int Bench::RunCycles() {
   return kInterrupted;
 }
 
-// Recalls have no row in the table that is counted.
+// The ledger's counts have no recalls.
 bool Bench::CyclesAreInLedger() {
   const long rows = m_options.cycles - m_parts.Accepted("calldata");
   const auto deadline = std::chrono::steady_clock::now() + kMarkWithin;

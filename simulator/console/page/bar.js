@@ -44,7 +44,8 @@ function verdictOf(account) {
   return {state: normal ? 'good' : 'broken', reasons, text: normal ? 'All normal' : `Not normal: ${counted(Math.max(1, reasons.length), 'reason')}`};
 }
 
-function buildVerdict() {
+// `shownView()` gives the name of the view below the bar.
+function buildVerdict(shownView) {
   const title = h('p.verdict-title', {role: 'status'}, 'Waiting for the first state');
   const list = h('ul.reasons');
   const element = h('div.verdict.off', title, list);
@@ -53,13 +54,14 @@ function buildVerdict() {
     setText(title, verdict.text);
     const more = verdict.reasons.length - 2;
     fill(list, verdict.reasons.slice(0, 2).map((reason) => h('li', reason)),
-      more > 0 && h('li', h('a', {href: visit('road')}, `and ${more} more, on the view Road`)));
+      more > 0 && h('li', verdict.onRoad ? `and ${more} more, listed below` : h('a', {href: visit('road')}, `and ${more} more, on the view Road`)));
   });
   const show = () => {
     if (live.goneSince !== null) draw({state: 'off', text: 'Not known', reasons: ['The console’s server is gone.']});
-    else if (live.state) draw(verdictOf(live.state.account));
+    else if (live.state) draw({...verdictOf(live.state.account), onRoad: shownView() === 'road'});
   };
   on('gone', show);
+  addEventListener('hashchange', show);
   return {element, draw: show};
 }
 
@@ -183,9 +185,9 @@ function buildLine(bar) {
     .map(([id, title, sign]) => `${sign} ${count(account.total[id])} ${title}`).join(' ').trim()}`);
 }
 
-// Fills the bar and keeps it up to date.
-export function startBar(bar) {
-  const verdict = buildVerdict();
+// Fills the bar and keeps it up to date. `shownView()` gives the name of the view below it.
+export function startBar(bar, shownView) {
+  const verdict = buildVerdict(shownView);
   const account = buildAccount();
   const active = buildActive();
   const line = buildLine(bar);

@@ -1,21 +1,25 @@
 // The card and the logs: space, rows of the ledger by kind and age, the ledger itself, the logs.
 import {get} from './api.js';
 import {badge, changed, facts, field, fill, h, select, table} from './dom.js';
-import {bytes, count, kind, kindChoices, stamp} from './format.js';
+import {count, kind, kindChoices, spaceText, stamp} from './format.js';
 import {buildLogs} from './logs.js';
 import {Pager} from './pager.js';
 import {head, notice, panel, visit} from './view.js';
 
 const kPollMs = 3000;
 
+function usedSpace({free_bytes: free, total_bytes: total}) {
+  if (!(total > 0)) return [];
+  const part = Math.round(((total - free) / total) * 100);
+  return [h('meter', {min: '0', max: '100', high: '90', value: part, 'aria-label': `${part} percent of the card is used`}),
+    h('p.hint', `${part} % used`)];
+}
+
 function space(card) {
-  const used = card.total_bytes - card.free_bytes;
-  const part = card.total_bytes > 0 ? Math.round((used / card.total_bytes) * 100) : 0;
   return h('div', facts([
-    ['Free', `${bytes(card.free_bytes)} of ${bytes(card.total_bytes)}`],
+    ['Free', spaceText(card)],
     ['Ledger', [badge(card.ledger.state === 'good' ? 'good' : 'broken', card.ledger.state), ' ', card.ledger.detail]],
-  ]), h('meter', {min: '0', max: '100', high: '90', value: part, 'aria-label': `${part} percent of the card is used`}),
-  h('p.hint', `${part} % used`));
+  ]), usedSpace(card));
 }
 
 function buildCard(view) {

@@ -83,6 +83,17 @@ export function bytes(number) {
   return unit === 0 ? counted(number, 'byte') : `${value.toFixed(value < 10 ? 1 : 0)} ${units[unit]}`;
 }
 
+// The free space of the card, or why it is not known.
+export function spaceText({free_bytes: free, total_bytes: total, space_trouble: trouble}) {
+  return known(free) ? `${bytes(free)} of ${bytes(total)}` : `not known: ${trouble}`;
+}
+
+// What comes once in an interval is old when three of it would have come since. Empty: it is not.
+export function oldText(unix, now, interval) {
+  const seconds = now - unix;
+  return interval > 0 && seconds > 3 * interval ? `, which is old: ${duration(seconds)} ago` : '';
+}
+
 // A measured value, as the files have it: at most three decimals.
 export function value(number) {
   return known(number) ? String(Math.round(number * 1000) / 1000) : 'no value';

@@ -1,7 +1,7 @@
 // The logs of the service: newest first, live, with a filter by level, a search and explanations.
 import {get} from './api.js';
-import {field, fill, h, keyed, select} from './dom.js';
-import {count, when} from './format.js';
+import {changed, field, fill, h, keyed, select} from './dom.js';
+import {count, counted, when} from './format.js';
 import {gatewayNow} from './live.js';
 import {button, notice, panel, say} from './view.js';
 
@@ -56,10 +56,19 @@ function record(each) {
     }
     toggle.setAttribute('aria-expanded', String(place.hasChildNodes()));
   }, {class: 'quiet', 'aria-expanded': 'false', 'aria-label': `Explain: ${each.text.slice(0, 60)}`});
-  return h('li', {class: `record ${each.level.toLowerCase()}`},
+  return h('li', {class: `record ${each.reports_error ? 'error' : each.level.toLowerCase()}`},
     h('span.when', when(each.unix_s, gatewayNow())), h('span.level', each.level),
-    h('span.text', each.text, pointName(each.text), each.count > 1 && h('strong.times', ` ${count(each.count)} times${since(each)}`),
+    h('span.text', each.text, pointName(each.text), each.reports_error && h('strong', ` an error, logged as ${each.level}`), each.count > 1 && h('strong.times', ` ${count(each.count)} times${since(each)}`),
       each.file && h('span.hint', ` ${each.file.split('/').at(-1)}:${each.line}`)), toggle, place);
+}
+
+// What the filter by level leaves out. Some errors have a low level.
+function hiddenText({below, errors, chosen}) {
+  if (below === 0) return false;
+  const text = `${counted(below, 'record')} below ${chosen} ${below === 1 ? 'is' : 'are'} hidden.`;
+  if (errors === 0) return h('p.hint', text);
+  return h('p.banner.waiting', h('strong', `${counted(errors, 'hidden record')} ${errors === 1 ? 'reports' : 'report'} an error. `),
+    `The service logs some errors as INFO. ${text}`);
 }
 
 // Reads the newest records, or the next older ones, and keeps one page of them.
@@ -79,7 +88,7 @@ class Reader {
     const reply = await get('/api/logs', {...this.filter(), before, limit: kRecords});
     if (before !== this.befores.at(-1)) return;
     this.records = [...reply.records].sort((a, b) => b.id - a.id);
-    this.show(this.records);
+    this.show(this.records, reply);
   }
 }
 
@@ -90,7 +99,10 @@ export function buildLogs(view) {
   const said = notice();
   const list = h('ol.records', {tabindex: '0', 'aria-label': 'Records of the log'});
   const filter = () => ({level: level.value, text: search.value.trim()});
-  const show = (records) => {
+  const hidden = h('div.filter-note');
+  const tellHidden = changed((found) => fill(hidden, hiddenText(found)));
+  const show = (records, {hidden: below, hidden_errors: errors}) => {
+    tellHidden({below, errors, chosen: level.value});
     keyed(list, records, (each) => each.id, record);
     older.disabled = records.length < kRecords;
     newest.disabled = reader.newest;
@@ -119,5 +131,5 @@ export function buildLogs(view) {
     if (first || (live.checked && reader.newest)) await load();
   });
   return panel('Logs', h('div.fields', {role: 'search', 'aria-label': 'Filter the logs'}, field('Level', level), field('Text holds', search),
-    h('label.check', {for: 'logs-live'}, live, 'live')), said.element, list, h('div.pager', newest, older));
+    h('label.check', {for: 'logs-live'}, live, 'live')), hidden, said.element, list, h('div.pager', newest, older));
 }

@@ -94,7 +94,7 @@ function noteKeys() {
 noteKeys();
 document.getElementById('skip').addEventListener('click', skip);
 const nav = buildNav();
-startBar(document.getElementById('bar'));
+startBar(document.getElementById('bar'), () => where().view.id);
 buildFoot();
 show(nav, false);
 addEventListener('hashchange', () => show(nav, true));

@@ -2,7 +2,7 @@
 // lines of the terminal.
 import {post} from './api.js';
 import {badge, changed, facts, field, fill, h, keyed, select, setText} from './dom.js';
-import {bytes, clock, count, counted, duration, sentence, when} from './format.js';
+import {clock, count, counted, duration, oldText, sentence, spaceText, when} from './format.js';
 import {gatewayNow, live} from './live.js';
 import {button, head, panel, result, say, visit} from './view.js';
 
@@ -31,8 +31,10 @@ function buildReasons(view) {
   return place;
 }
 
-function verdict(title, level, text, more) {
-  return h('div.side', h('h3', title), badge(levels[level] ?? 'off', level), h('p', sentence(text)), more && h('p.hint', more));
+// With a note the verdict says nothing about this bench.
+function verdict(title, level, text, more, note) {
+  return h('div.side', h('h3', title), note ? badge('off', `${level}, does not count here`) : badge(levels[level] ?? 'off', level),
+    h('p', sentence(text), note && ` ${sentence(note)}`), more && h('p.hint', more));
 }
 
 function buildVerdicts(view) {
@@ -40,9 +42,9 @@ function buildVerdicts(view) {
   const draw = changed(({status, witness, agree, text, note, differ_since_unix_s: since, patience_s: patience}) => fill(place,
     h('div', {class: agree ? 'sides' : 'sides disagree'},
       verdict('brennik-status says', status.level, status.text,
-        `${status.code ? `${status.code}, ` : ''}exit status ${status.exit ?? 'not known'}`),
+        `${status.code ? `${status.code}, ` : ''}exit status ${status.exit ?? 'not known'}`, note),
       verdict('The outside witness says', witness.level, witness.text)),
-    note ? h('p.hint', sentence(note))
+    note ? h('p.hint', 'The two are not compared.')
       : !agree ? h('p.banner.waiting', h('strong', 'They disagree. '), sentence(text))
         : since ? h('p.hint', `They differ since ${clock(since)}. They look at different moments, so it counts as a disagreement after ${duration(patience)}.`)
           : h('p.hint', witness.level === 'ok' ? 'Both agree that all is normal.' : 'Both agree on what is wrong.')));
@@ -75,17 +77,22 @@ function buildWorkers(view) {
   return panel('Next boundary of each worker', list);
 }
 
+function oldHeartbeat({heartbeat_unix_s: last, workers}, {gateway_unix_s: now}) {
+  const interval = workers.find((each) => each.id === 'address-check')?.interval_s ?? 0;
+  return typeof last === 'number' ? oldText(last, Math.floor(now / 60) * 60, interval) : '';
+}
+
 function buildLink(view) {
   const place = h('div');
-  const draw = changed(({road, card, now}) => fill(place, facts([
+  const draw = changed(({road, card, now, old}) => fill(place, facts([
     ['Login', road.login?.done ? `done at ${when(road.login.since_unix_s, now)}` : road.login?.text ?? 'not done yet'],
     ['Address in use', road.address ?? 'not known yet'],
-    ['Last heartbeat', when(road.heartbeat_unix_s, now)],
-    card && ['Free on the card', `${bytes(card.free_bytes)} of ${bytes(card.total_bytes)}`],
+    ['Last heartbeat', `${when(road.heartbeat_unix_s, now)}${old}`],
+    card && ['Free on the card', spaceText(card)],
   ])));
   view.onState(({road, card, clocks}) => {
     // The day is enough of `now`: it says whether a time needs its date.
-    if (road) draw({road: {...road, stages: 0, workers: 0}, card, now: Math.floor(clocks.gateway_unix_s / 3600) * 3600});
+    if (road) draw({road: {...road, stages: 0, workers: 0}, card, now: Math.floor(clocks.gateway_unix_s / 3600) * 3600, old: oldHeartbeat(road, clocks)});
   });
   return panel('Link to the cloud', place);
 }
@@ -93,7 +100,7 @@ function buildLink(view) {
 function buildProcesses(view) {
   const list = h('ul.plain');
   const draw = changed((processes) => fill(list, processes.length === 0 && h('li.hint', 'No process is known yet.'),
-    processes.map((each) => h('li', badge(each.running ? 'good' : 'broken', each.name), ' ',
+    processes.map((each) => h('li', badge(each.stopped ? 'waiting' : each.running ? 'good' : 'broken', each.name), ' ',
       sentence(each.text || (each.running ? 'running' : 'not running')),
       h('span.hint', ` process ${each.pid ?? 'none'}, restarted ${counted(each.restarts, 'time')}`)))));
   view.onState((state) => draw(state.processes ?? []));

@@ -1,7 +1,7 @@
 // Values of chosen points: what the acquisition side published against what the cloud received.
 import {get} from './api.js';
 import {changed, field, fill, h, select, setText, table} from './dom.js';
-import {clock, count, cutText, duration, sentence, value} from './format.js';
+import {clock, count, cutText, oldText, sentence, value} from './format.js';
 import {lineChart, seriesRows} from './lines.js';
 import {gatewayNow, live} from './live.js';
 import {pointPicker} from './points.js';
@@ -20,17 +20,11 @@ function whyOld() {
   return stage && stage.state !== 'good' ? stage.text : null;
 }
 
-// What was received last is old when three files would have come since.
-function age(unix, now, interval) {
-  const seconds = now - unix;
-  return seconds > 3 * interval ? `, which is old: ${duration(seconds)} ago` : '';
-}
-
 function summary(series, now) {
   const interval = live.state?.road?.workers.find((each) => each.id === 'realdata')?.interval_s ?? 0;
   const published = known(series.published);
   const received = known(series.received);
-  const last = (pairs) => (pairs.length === 0 ? 'none yet' : `${value(pairs.at(-1)[1])} ${series.unit ?? ''} at ${clock(pairs.at(-1)[0])}${interval > 0 ? age(pairs.at(-1)[0], now, interval) : ''}`);
+  const last = (pairs) => (pairs.length === 0 ? 'none yet' : `${value(pairs.at(-1)[1])} ${series.unit ?? ''} at ${clock(pairs.at(-1)[0])}${oldText(pairs.at(-1)[0], now, interval)}`);
   const gaps = series.received.length - received.length;
   return `Published: ${last(published)}. Received: ${last(received)}${gaps > 0 ? `, with ${count(gaps)} ${gaps === 1 ? 'gap' : 'gaps'}` : ''}.`;
 }

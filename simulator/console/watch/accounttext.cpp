@@ -158,6 +158,12 @@ class Judging {
 
 }  // namespace
 
+std::string SpaceTrouble(const Scene& scene) {
+  if (scene.card.space) return {};
+  return scene.isFolderCard ? "the card is a folder of this machine (BRENNIK_SANDBOX_KEEP)"
+                            : scene.card.space.reason;
+}
+
 Interval_Info IntervalsOf(const Scene& scene) {
   if (scene.logs.intervals) return *scene.logs.intervals;
   const ST_CLOUDSERVER_CONFIG_ATTR& cloud = scene.configuration.cloud;

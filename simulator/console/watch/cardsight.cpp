@@ -19,7 +19,7 @@ constexpr std::size_t kMostRecalls = 1000;
 constexpr int kLockMilliseconds = 100;
 constexpr int kRecallMilliseconds = 500;
 constexpr std::size_t kMostNames = 20'000;  // of a folder
-constexpr int kDays = 31;
+constexpr int kFolders = 31;
 // Two changes within the clock's grain look like one.
 constexpr auto kReadAnywayAfter = std::chrono::seconds(5);
 constexpr auto kAfterTrouble = std::chrono::milliseconds(3000);
@@ -107,7 +107,7 @@ std::vector<SeenFolder> CardSight::ReadFolders() {
   std::vector<SeenFolder> read;
   if (!m_folderPace.IsDue()) return read;
   m_folderPace.Begin();
-  for (int day = 1; day <= kDays; ++day) {
+  for (int day = 1; day <= kFolders; ++day) {
     const std::string name = "/" + std::to_string(day);
     ReadFolder(m_place.At(paths::kRealData + name), {Kind::kRealData, day, {}}, &read);
     ReadFolder(m_place.At(paths::kAlarmData + name), {Kind::kAlarmData, day, {}}, &read);

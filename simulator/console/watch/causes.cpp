@@ -69,7 +69,7 @@ bool IsOpen(const Account& account, const FileKey& key) {
   return file == nullptr || file->state == FileState::kPending;
 }
 
-// The kinds whose uploads fail while files of it wait, and those that are accepted.
+// The kinds whose uploads fail while files of it wait, and when the others were accepted last.
 MaybeCause Failing(const Account& account, const Scene& scene) {
   std::string text;
   std::string accepted;
@@ -81,13 +81,13 @@ MaybeCause Failing(const Account& account, const Scene& scene) {
               " fail" + SinceText(failing->since) +
               (failing->reason.empty() ? "" : ": " + failing->reason) + " (" +
               Count(pending, "file") + (pending == 1 ? " waits)" : " wait)");
-    } else if (account.LastAccepted(kind) > 0) {
-      accepted += std::string(accepted.empty() ? "" : " and ") + WordsOf(kind);
+    } else if (const std::time_t last = account.LastAccepted(kind); last > 0) {
+      accepted += std::string(accepted.empty() ? "; last accepted: " : ", ") + WordsOf(kind) +
+                  " at " + status::LocalText(last);
     }
   }
   if (text.empty()) return std::nullopt;
-  if (!accepted.empty()) text += "; " + accepted + " are accepted";
-  return Cause{Level::kWarning, Topic::kSending, text};
+  return Cause{Level::kWarning, Topic::kSending, text + accepted};
 }
 
 }  // namespace

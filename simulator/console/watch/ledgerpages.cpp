@@ -131,6 +131,7 @@ Reply ReplyCard(const Account& account, const Scene& scene) {
     Put(json, "schema", 1);
     Put(json, "free_bytes", space ? Bytes(space->freeBytes) : Bytes());
     Put(json, "total_bytes", space ? Bytes(space->totalBytes) : Bytes());
+    Put(json, "space_trouble", SpaceTrouble(scene));
     json.Key("ledger");
     json.StartObject();
     Put(json, "state", WordOf(scene.ledgerState));

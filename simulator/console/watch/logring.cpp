@@ -36,6 +36,10 @@ int RankOfLevel(std::string_view level) {
   return found == kWorse.end() ? 0 : static_cast<int>(found - kWorse.begin()) + 1;
 }
 
+bool ReportsError(const KeptRecord& record) {
+  return RankOfLevel(record.level) == 0 && HoldsInEitherCase(record.text, "error");
+}
+
 void LogRing::Take(const status::LogRecord& record) {
   const Lock lock(m_mutex);
   KeptRecord kept{
@@ -78,6 +82,18 @@ std::vector<KeptRecord> LogRing::Find(const LogQuery& query) const {
   }
   std::reverse(found.begin(), found.end());
   return found;
+}
+
+HiddenRecords LogRing::Hidden(const LogQuery& query) const {
+  const Lock lock(m_mutex);
+  const int rank = RankOfLevel(query.level);
+  HiddenRecords hidden;
+  for (const KeptRecord& record : m_records) {
+    if (RankOfLevel(record.level) >= rank || !HoldsInEitherCase(record.text, query.text)) continue;
+    ++hidden.count;
+    if (ReportsError(record)) ++hidden.errors;
+  }
+  return hidden;
 }
 
 std::vector<KeptRecord> LogRing::Naming(std::string_view part) const {

@@ -33,6 +33,12 @@ struct LogQuery {
   std::size_t limit = 100;
 };
 
+// What the level of a query leaves out, though the text fits.
+struct HiddenRecords {
+  long count = 0;
+  long errors = 0;  // of these, that report an error
+};
+
 // A bounded ring: at most 5,000 records and 6 MiB of text. A record that is equal to one of the
 // eight before it is a repeat: it takes that one's place at the end, with a new id and a higher
 // count. Any thread.
@@ -41,6 +47,8 @@ class LogRing {
   void Take(const status::LogRecord& record);
   // The newest records that fit, the oldest of them first.
   std::vector<KeptRecord> Find(const LogQuery& query) const;
+  // Of all records, however many the query asks for.
+  HiddenRecords Hidden(const LogQuery& query) const;
   // The records that name a file, the oldest first.
   std::vector<KeptRecord> Naming(std::string_view part) const;
   // Whether a record with this text has come since then. Gateway time.
@@ -58,5 +66,7 @@ class LogRing {
 
 // 0 for INFO and everything that is not worse, 1 WARN, 2 ERROR, 3 FATAL.
 int RankOfLevel(std::string_view level);
+// Whether its text reports an error, but its level does not. The service logs some errors as INFO.
+bool ReportsError(const KeptRecord& record);
 
 }  // namespace console

@@ -70,6 +70,7 @@ void WriteRecord(JsonWriter& json, const KeptRecord& record) {
   Put(json, "unix_s", std::int64_t{record.last});
   Put(json, "first_unix_s", std::int64_t{record.first});
   Put(json, "level", record.level);
+  Put(json, "reports_error", ReportsError(record));
   Put(json, "text", record.text);
   Put(json, "file", record.file);
   Put(json, "line", record.line);
@@ -124,6 +125,7 @@ Reply ReplyLogs(const LogRing& logs, const Call& call) {
   query.before = static_cast<long>(NumberOf(call, "before", 0, 0, kNoLimit));
   query.limit = static_cast<std::size_t>(NumberOf(call, "limit", kDefaultLimit, 1, kMostLimit));
   const std::vector<KeptRecord> records = logs.Find(query);
+  const HiddenRecords hidden = logs.Hidden(query);
   return JsonReply([&](JsonWriter& json) {
     json.StartObject();
     Put(json, "schema", 1);
@@ -132,6 +134,8 @@ Reply ReplyLogs(const LogRing& logs, const Call& call) {
     for (const KeptRecord& record : records) WriteRecord(json, record);
     json.EndArray();
     Put(json, "newest", logs.Newest());
+    Put(json, "hidden", hidden.count);
+    Put(json, "hidden_errors", hidden.errors);
     json.EndObject();
   });
 }

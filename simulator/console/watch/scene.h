@@ -51,6 +51,8 @@ struct Scene {
   ProcessSight cloud;
 };
 
+// Why the card's space is not known; empty: it is.
+std::string SpaceTrouble(const Scene& scene);
 // The intervals in force: those of the log, or of the configuration, or the service's defaults.
 Interval_Info IntervalsOf(const Scene& scene);
 // For so long, in gateway seconds, the cloud may accept nothing while everything is well.

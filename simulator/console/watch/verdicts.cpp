@@ -14,8 +14,9 @@ constexpr auto kBetweenRuns = std::chrono::seconds(3);
 constexpr int kOk = 0;
 constexpr std::string_view kNotMounted = "BRN-CARD-NOT-MOUNTED";
 constexpr char kFolder[] =
-    "the card is a folder of this machine (BRENNIK_SANDBOX_KEEP), so nothing is mounted there and "
-    "brennik-status looks no further: this is no fault, and its verdict says nothing here";
+    "this is no fault here: the card is a folder of this machine (BRENNIK_SANDBOX_KEEP), so "
+    "nothing "
+    "is mounted there, and brennik-status looks no further";
 
 using Value = rapidjson::Value;
 

@@ -122,6 +122,7 @@ void Watcher::WriteCard(JsonWriter& json) const {
   using Bytes = std::optional<std::int64_t>;
   Put(json, "free_bytes", space ? Bytes(space->freeBytes) : Bytes());
   Put(json, "total_bytes", space ? Bytes(space->totalBytes) : Bytes());
+  Put(json, "space_trouble", SpaceTrouble(m_scene));
   json.EndObject();
 }
 

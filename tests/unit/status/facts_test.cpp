@@ -12,6 +12,7 @@
 #include "support/configs.h"
 #include "util/timetext.h"
 
+using status::LogFacts;
 using ::testing::ElementsAre;
 using ::testing::StartsWith;
 
@@ -87,19 +88,17 @@ TEST_P(LogFactsOf, AreTakenFromTheRecords) {
   EXPECT_EQ(GetParam().look(Collect(GetParam().records)), GetParam().shown);
 }
 
-using Facts = status::LogFacts;
-
-std::string Login(const Facts& facts) {
+std::string Login(const LogFacts& facts) {
   return Shown(facts.login) + ", reason " + Shown(facts.loginReason);
 }
-std::string Uploads(const Facts& facts) {
+std::string Uploads(const LogFacts& facts) {
   return Shown(facts.uploads) + ", reason " + Shown(facts.uploadReason);
 }
-std::string Refused(const Facts& facts) {
+std::string Refused(const LogFacts& facts) {
   return facts.refusedFile + " since " + Shown(facts.refusedFirst) +
          (facts.othersAccepted ? ", others accepted" : "");
 }
-std::string IsOn(const Facts& facts) {
+std::string IsOn(const LogFacts& facts) {
   const char* const on = facts.isOn.value_or(false) ? "on" : "off";
   return (facts.isOn ? on : "unknown") + (" " + Shown(facts.setOnOff));
 }
@@ -114,22 +113,22 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         FactRow{"StartedAtItsLastStart",
                 {Database("Brennik Start running"), {"x"}, Database("Brennik Start running")},
-                [](const Facts& f) { return Shown(f.started); },
+                [](const LogFacts& f) { return Shown(f.started); },
                 "3"},
         FactRow{"EndedEarlyWithoutACard",
                 {Database("no sd card, please check if insert the sd card")},
-                [](const Facts& f) { return Shown(f.endedEarly); },
+                [](const LogFacts& f) { return Shown(f.endedEarly); },
                 "1"},
         FactRow{"EndedEarlyWithoutItsFiles",
                 {{"Brennik Init failed"}},
-                [](const Facts& f) { return Shown(f.endedEarly); },
+                [](const LogFacts& f) { return Shown(f.endedEarly); },
                 "1"},
         FactRow{"SwitchedOn", {{"Brennik is Set on"}}, IsOn, "on 1"},
         FactRow{"SwitchedOff", {{"Brennik is Set off "}}, IsOn, "off 1"},
         FactRow{"NotSwitched", {{"Brennik is not set"}}, IsOn, "unknown none"},
         FactRow{"NewestRecordOfAnyKind",
                 {{"x"}, Database("y")},
-                [](const Facts& f) { return Shown(f.newestRecord); },
+                [](const LogFacts& f) { return Shown(f.newestRecord); },
                 "2"}),
     [](const auto& test) { return test.param.name; });
 
@@ -159,11 +158,11 @@ INSTANTIATE_TEST_SUITE_P(
                 "succeeded none, failed 3, first 3, reason none"},
         FactRow{"HeartbeatSucceeded",
                 {{"Skip Address Receive Response:\n{}"}},
-                [](const Facts& f) { return Shown(f.heartbeat); },
+                [](const LogFacts& f) { return Shown(f.heartbeat); },
                 "succeeded 1, failed none, first none"},
         FactRow{"LastAddress",
                 {{"real IP has become 10.0.0.1"}, {"real IP has become 10.0.0.2:8080"}},
-                [](const Facts& f) { return f.address + " " + Shown(f.addressSet); },
+                [](const LogFacts& f) { return f.address + " " + Shown(f.addressSet); },
                 "10.0.0.2:8080 2"}),
     [](const auto& test) { return test.param.name; });
 
@@ -176,46 +175,46 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         FactRow{"SegmentFailed",
                 {kPacked, kNoValues, kNoValues},
-                [](const Facts& f) { return Shown(f.segment); },
+                [](const LogFacts& f) { return Shown(f.segment); },
                 "succeeded 1, failed 3, first 2"},
         FactRow{"SegmentSucceededWithLiveValues",
                 {kNoValues, kPacked},
-                [](const Facts& f) { return Shown(f.segment); },
+                [](const LogFacts& f) { return Shown(f.segment); },
                 "succeeded 2, failed none, first none"},
         FactRow{"SegmentUntouchedByAlarms",
                 {kNoValues, kAlarmsPacked},
-                [](const Facts& f) { return Shown(f.segment); },
+                [](const LogFacts& f) { return Shown(f.segment); },
                 "succeeded none, failed 1, first 1"},
         FactRow{"SegmentSucceededAlthoughAPointIsMissing",
                 {kNoValues, {"CreateRealDataJsonFile S.dat Error, can't find id: 01030001"}},
-                [](const Facts& f) { return Shown(f.segment); },
+                [](const LogFacts& f) { return Shown(f.segment); },
                 "succeeded 2, failed none, first none"},
         FactRow{"PointsFailed",
                 {{"CreateRealDataJsonFile S.dat Error, can't find id: 01030001"}, kAlarmsPacked},
-                [](const Facts& f) { return Shown(f.points); },
+                [](const LogFacts& f) { return Shown(f.points); },
                 "succeeded none, failed 1, first 1"},
         FactRow{"PointsSucceeded",
                 {{"CreateRealDataJsonFile S.dat Error, can't find id: 01030001"}, kPacked},
-                [](const Facts& f) { return Shown(f.points); },
+                [](const LogFacts& f) { return Shown(f.points); },
                 "succeeded 2, failed none, first none"},
         FactRow{"PackingFailed",
                 {{"CreateRealDataJsonFile /media/S.tar.gz failed,errno 256"},
                  {"CreateAlarmDataJsonFile in /media/ failed, no local time"}},
-                [](const Facts& f) { return Shown(f.packing); },
+                [](const LogFacts& f) { return Shown(f.packing); },
                 "succeeded none, failed 2, first 1"},
         FactRow{"PackingSucceededWithAlarms",
                 {{"CreateRealDataJsonFile /media/S.tar.gz failed,errno 256"}, kAlarmsPacked},
-                [](const Facts& f) { return Shown(f.packing); },
+                [](const LogFacts& f) { return Shown(f.packing); },
                 "succeeded 2, failed none, first none"},
         FactRow{"RecordingFailed",
                 {{"ledger: recording fails, 1 rows wait in memory: disk I/O error"},
                  {"ledger: 1 of the oldest rows in memory are given up"}},
-                [](const Facts& f) { return Shown(f.recording); },
+                [](const LogFacts& f) { return Shown(f.recording); },
                 "succeeded none, failed 1, first 1"},
         FactRow{"RecordingSucceeded",
                 {{"ledger: ageing fails, 1 rows wait in memory: disk I/O error"},
                  {"ledger: recording and ageing succeed again"}},
-                [](const Facts& f) { return Shown(f.recording); },
+                [](const LogFacts& f) { return Shown(f.recording); },
                 "succeeded 2, failed none, first none"}),
     [](const auto& test) { return test.param.name; });
 
@@ -228,15 +227,15 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         FactRow{"UploadAccepted",
                 {Send("A", "failed"), Send("B", "successfully")},
-                [](const Facts& f) { return Shown(f.uploads); },
+                [](const LogFacts& f) { return Shown(f.uploads); },
                 "succeeded 2, failed none, first none"},
         FactRow{"AlarmsAccepted",
                 {{"Send Alarmdata /media/T.tar.gz to http://10.0.0.1 successfully"}},
-                [](const Facts& f) { return Shown(f.uploads); },
+                [](const LogFacts& f) { return Shown(f.uploads); },
                 "succeeded 1, failed none, first none"},
         FactRow{"UploadOnlyBegun",
                 {{"start Send realdata /media/A to http://10.0.0.1 "}},
-                [](const Facts& f) { return Shown(f.uploads); },
+                [](const LogFacts& f) { return Shown(f.uploads); },
                 "succeeded none, failed none, first none"},
         FactRow{"UploadRefusedWithItsAnswer",
                 {{"UPloadFile recv message:{\"code\":5}"}, Send("A", "failed")},

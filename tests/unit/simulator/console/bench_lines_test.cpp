@@ -123,7 +123,7 @@ TEST(BenchLedgerCounts, CountsRowsByKindAndResult) {
 
   counts.Look();
 
-  EXPECT_EQ(counts.Text(), "3 accepted, 4 pending");
+  EXPECT_EQ(counts.Text(), "real data and alarms: 3 accepted, 4 pending");
   EXPECT_EQ(StateOf(counts), R"({"ledger":{"realdata":{"accepted":2,"pending":3},)"
                              R"("alarmdata":{"accepted":1,"pending":1}}})");
 }
@@ -140,7 +140,7 @@ TEST(BenchLedgerCounts, KeepsItsCountsWhileTheLedgerCannotBeRead) {
   ASSERT_TRUE(ledger.Execute("begin exclusive"));
   counts.Look();
 
-  EXPECT_EQ(counts.Text(), "1 accepted, 0 pending");
+  EXPECT_EQ(counts.Text(), "real data and alarms: 1 accepted, 0 pending");
 }
 
 }  // namespace

@@ -158,6 +158,20 @@ TEST_F(BenchProcesses, LeavesAKilledProgramDownWithoutRestart) {
   EXPECT_TRUE(State().running);
 }
 
+TEST_F(BenchProcesses, TellsWhenAProgramIsStoppedByASignal) {
+  Make("echo $$; exec sleep 100000");
+  const auto pid = static_cast<pid_t>(NumberIn(0));
+
+  kill(pid, SIGSTOP);
+  EXPECT_TRUE(Await([this] { return State().stopped; }));
+  EXPECT_THAT(State().text, StartsWith("stopped (SIGSTOP), started at "));
+  EXPECT_TRUE(State().running);
+
+  kill(pid, SIGCONT);
+  EXPECT_TRUE(Await([this] { return !State().stopped; }));
+  EXPECT_THAT(State().text, StartsWith("running since "));
+}
+
 TEST_F(BenchProcesses, EndsEveryProgramAtItsOwnEnd) {
   Make("trap '' TERM; echo $$; while :; do sleep 1; done");
   const auto pid = static_cast<pid_t>(NumberIn(0));

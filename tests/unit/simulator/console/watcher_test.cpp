@@ -182,7 +182,7 @@ TEST_F(WatcherTest, SaysWhichKindFailsSinceWhenAndWhy) {
   const auto state = State(watcher);
   const std::string cause =
       "uploads of real data fail since 2024-03-07 12:00:00: the cloud answers status 1, "
-      "\"refused\" (1 file waits); alarms are accepted";
+      "\"refused\" (1 file waits); last accepted: alarms at 2024-03-07 12:00:00";
   EXPECT_TRUE(HasReason(state, cause));
   EXPECT_EQ(state["road"]["stages"][3]["text"].GetString(), cause);
   EXPECT_STREQ(state["road"]["stages"][4]["state"].GetString(), "waiting");

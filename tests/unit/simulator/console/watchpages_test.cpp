@@ -1,104 +1,14 @@
-// Logs, explanations, ledger, card, traces and metrics of the watch.
+// Ledger, card, traces and metrics of the watch.
+#include "console/watch/pages.h"
 #include "unit/simulator/console/watchfixture.h"
 
 namespace test {
 namespace {
 
 using console::Watcher;
-
-class WatchPages : public WatchTest {
- protected:
-  static std::vector<std::string> Texts(const rapidjson::Document& json) {
-    std::vector<std::string> texts;
-    for (const auto& record : json["records"].GetArray())
-      texts.emplace_back(record["text"].GetString());
-    return texts;
-  }
-};
-
-using testing::ElementsAre;
 using testing::HasSubstr;
 
-TEST_F(WatchPages, CollapsesRepeatedRecords) {
-  for (int i = 0; i < 3; ++i) {
-    Log("start");
-    Log("failed", "WARN");
-  }
-  Watcher watcher(m_sources);
-  LookOnce(watcher);
-
-  const auto json = Ask(watcher, "/api/logs");
-
-  EXPECT_THAT(Texts(json), ElementsAre("start", "failed"));
-  EXPECT_EQ(json["records"][1]["count"].GetInt(), 3);
-  EXPECT_EQ(json["newest"].GetInt(), 6);
-}
-
-TEST_F(WatchPages, TellsWhichRecordARepeatReplaces) {
-  Log("failed");
-  Watcher watcher(m_sources);
-  LookOnce(watcher);
-  const long shown = Ask(watcher, "/api/logs")["records"][0]["id"].GetInt64();
-  Log("failed");
-  LookOnce(watcher);
-
-  const auto json = Ask(watcher, "/api/logs", {{"after", std::to_string(shown)}});
-
-  ASSERT_EQ(json["records"].Size(), 1U);
-  EXPECT_EQ(json["records"][0]["replaces"].GetInt64(), shown);
-}
-
-TEST_F(WatchPages, FiltersRecordsByLevelAndText) {
-  Log("one");
-  Log("TWO two", "WARN");
-  Log("three", "ERROR");
-  Watcher watcher(m_sources);
-  LookOnce(watcher);
-
-  EXPECT_THAT(Texts(Ask(watcher, "/api/logs", {{"level", "WARN"}})),
-              ElementsAre("TWO two", "three"));
-  EXPECT_THAT(Texts(Ask(watcher, "/api/logs", {{"text", "two T"}})), ElementsAre("TWO two"));
-  EXPECT_THAT(Texts(Ask(watcher, "/api/logs", {{"limit", "1"}})), ElementsAre("three"));
-  EXPECT_THAT(Texts(Ask(watcher, "/api/logs", {{"before", "2"}})), ElementsAre("one"));
-}
-
-TEST(LogRing, KeepsABoundedNumberOfRecords) {
-  console::LogRing ring;
-  status::LogRecord record;
-  console::LogQuery all;
-  all.limit = 10'000;
-  for (int i = 0; i < 6000; ++i) {
-    record.text = std::to_string(i);
-    ring.Take(record);
-  }
-  EXPECT_EQ(ring.Find(all).size(), 5000U);
-  EXPECT_EQ(ring.Find(all).back().text, "5999");
-
-  for (int i = 0; i < 5000; ++i) {
-    record.text = std::to_string(i) + std::string(4000, 'x');
-    ring.Take(record);
-  }
-
-  EXPECT_LT(ring.Find(all).size() * 4000, 6U << 20);
-}
-
-TEST_F(WatchPages, MakesControlCharactersVisible) {
-  Log("a\x1b[31m\xff");
-  Watcher watcher(m_sources);
-  LookOnce(watcher);
-
-  EXPECT_THAT(Texts(Ask(watcher, "/api/logs")), ElementsAre("a\\x1b[31m\\xff"));
-}
-
-TEST_F(WatchPages, ExplainsAKnownMessage) {
-  Watcher watcher(m_sources);
-
-  const auto json = Ask(watcher, "/api/explain", {{"text", "Post Authorize Info failed"}});
-
-  ASSERT_GE(json["messages"].Size(), 1U);
-  EXPECT_THAT(json["messages"][0]["text"].GetString(), HasSubstr("Post Authorize Info failed"));
-  EXPECT_STRNE(json["messages"][0]["meaning"].GetString(), "");
-}
+class WatchPages : public WatchTest {};
 
 TEST_F(WatchPages, PagesTheLedgerNewestFirst) {
   DatabaseFile ledger = MakeLedger();
@@ -150,6 +60,23 @@ TEST_F(WatchPages, SaysWhatIsWrongWithAForeignLedger) {
 
   EXPECT_STREQ(card["ledger"]["state"].GetString(), "foreign");
   EXPECT_STRNE(card["ledger"]["detail"].GetString(), "");
+}
+
+TEST(CardPage, SaysWhyTheSpaceIsNotKnown) {
+  console::Scene scene;
+  const auto trouble = [&scene] {
+    rapidjson::Document card;
+    card.Parse(console::ReplyCard(console::Account(), scene).body.c_str());
+    return std::string(card["space_trouble"].GetString());
+  };
+  scene.card.space = status::Known(status::Space());
+  EXPECT_EQ(trouble(), "");
+
+  scene.card.space = status::Unknown<status::Space>("nothing is mounted");
+  EXPECT_EQ(trouble(), "nothing is mounted");
+
+  scene.isFolderCard = true;
+  EXPECT_EQ(trouble(), "the card is a folder of this machine (BRENNIK_SANDBOX_KEEP)");
 }
 
 TEST_F(WatchPages, TracesAFileFromSnapshotToAcceptance) {
@@ -287,18 +214,6 @@ TEST_F(WatchPages, GivesTheFiguresAsMetrics) {
                            "clock_stepped_seconds -60", "faults_active 2", "event_streams 4"}) {
     EXPECT_THAT(reply.body, HasSubstr(std::string("\nbrennik_bench_") + line + "\n"));
   }
-}
-
-TEST_F(WatchPages, TellsFaultsWhatWasLogged) {
-  SetTime(LocalTimeOf(2024, 3, 7, 12));
-  Log("Post Authorize Info failed");
-  Watcher watcher(m_sources);
-  LookOnce(watcher);
-
-  const console::Sight sight = watcher.See();
-
-  EXPECT_TRUE(sight.logged("Authorize Info failed", LocalTimeOf(2024, 3, 7, 12)));
-  EXPECT_FALSE(sight.logged("Authorize Info failed", LocalTimeOf(2024, 3, 7, 12) + 1));
 }
 
 }  // namespace
