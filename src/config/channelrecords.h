@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory_resource>
 
 #pragma pack(push, 1)
 
@@ -60,7 +61,12 @@ constexpr std::uint16_t ComposeDeviceNumber(std::uint8_t channel, std::uint8_t d
   return static_cast<std::uint16_t>((channel << 8) | device);
 }
 
-using MAP_POINT_ATTR = std::map<std::uint32_t, ST_POINTID_ATTR>;    // DataId -> point
-using MAP_DEV_POINT_ATTR = std::map<std::uint8_t, MAP_POINT_ATTR>;  // device address -> its points
-using MAP_GROUP_ATTR = std::map<std::uint8_t, MAP_DEV_POINT_ATTR>;  // channel number -> its devices
-using MAP_DEV_ATTR = std::map<std::uint16_t, ST_DEV_ATTR>;          // device number -> device
+// The maps of the catalogue, which says where their memory comes from.
+// DataId -> point
+using MAP_POINT_ATTR = std::pmr::map<std::uint32_t, ST_POINTID_ATTR>;
+// Device address -> its points
+using MAP_DEV_POINT_ATTR = std::pmr::map<std::uint8_t, MAP_POINT_ATTR>;
+// Channel number -> its devices
+using MAP_GROUP_ATTR = std::pmr::map<std::uint8_t, MAP_DEV_POINT_ATTR>;
+// Device number -> device
+using MAP_DEV_ATTR = std::pmr::map<std::uint16_t, ST_DEV_ATTR>;

@@ -7,6 +7,8 @@
 // Deliberate: an element without an attribute takes the value of the element before it.
 #pragma once
 
+#include <memory_resource>
+
 #include "config/channelrecords.h"
 #include "util/xml.h"
 
@@ -60,9 +62,11 @@ class CChannelSet {
                      ST_POINTID_ATTR& point);
 
   util::XmlDocument m_document;
-  MAP_GROUP_ATTR m_groups;
-  MAP_DEV_ATTR m_devices;
-  MAP_POINT_ATTR m_points;
+  // Records are never given back, so they lie close together: a point takes 32 bytes less.
+  std::pmr::monotonic_buffer_resource m_memory;
+  MAP_GROUP_ATTR m_groups{&m_memory};
+  MAP_DEV_ATTR m_devices{&m_memory};
+  MAP_POINT_ATTR m_points{&m_memory};
 };
 
 // The one object of the process.
