@@ -1,5 +1,5 @@
 // The floor of the documents: each part of the text is made once and copied once, into memory that
-// is there already.
+// is taken at once and never moved.
 #pragma once
 
 #include <charconv>
@@ -7,15 +7,16 @@
 #include <cstdint>
 #include <cstring>
 #include <ctime>
+#include <memory>
 #include <string_view>
-#include <vector>
 
 class FloorText {
  public:
   // Room for a text of `bytes` bytes. Nothing checks that it suffices.
-  explicit FloorText(std::size_t bytes) : m_text(bytes), m_at(m_text.data()) {}
+  explicit FloorText(std::size_t bytes)
+      : m_text(std::make_unique_for_overwrite<char[]>(bytes)), m_at(m_text.get()) {}
 
-  void Clear() { m_at = m_text.data(); }
+  void Clear() { m_at = m_text.get(); }
   void Put(std::string_view part) {
     std::memcpy(m_at, part.data(), part.size());
     m_at += part.size();
@@ -36,7 +37,7 @@ class FloorText {
   // "YYYY-MM-DD hh:mm:ss" of a Unix time, in local time.
   void PutTimeMark(std::time_t when);
   std::string_view Text() const {
-    return {m_text.data(), static_cast<std::size_t>(m_at - m_text.data())};
+    return {m_text.get(), static_cast<std::size_t>(m_at - m_text.get())};
   }
 
  private:
@@ -45,6 +46,6 @@ class FloorText {
     *m_at++ = static_cast<char>('0' + number % 10);
   }
 
-  std::vector<char> m_text;
+  std::unique_ptr<char[]> m_text;
   char* m_at;
 };

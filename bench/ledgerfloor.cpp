@@ -33,10 +33,8 @@ void RunOnce(const BareDatabase& database, const char* sql) {
 }
 
 void InsertRow(const BareDatabase& database, const History_Data_Para& row) {
-  RunOnce(database, "BEGIN");
   BareStatement insert(database, kInsert);
   BindRow(insert, row).Run();
-  RunOnce(database, "COMMIT");
 }
 
 // A ledger that is copied for each benchmark.
@@ -110,11 +108,15 @@ void FilledLedger::MarkPending(std::time_t when) {
 }
 
 void InsertBare(const History_Data_Para& row) {
-  InsertRow(OpenedLedger(kDurable), row);
+  const OpenedLedger ledger(kDurable);
+  RunOnce(ledger, "BEGIN");
+  InsertRow(ledger, row);
+  RunOnce(ledger, "COMMIT");
 }
 
 void SaveBare(const History_Data_Para& row, const std::string& cutOff) {
   const OpenedLedger ledger(kDurable);
+  RunOnce(ledger, "BEGIN");
   InsertRow(ledger, row);
   std::vector<std::string> names;
   {
@@ -124,11 +126,13 @@ void SaveBare(const History_Data_Para& row, const std::string& cutOff) {
     aged.Bind(1, cutOff);
     while (aged.Next()) names.emplace_back(aged.Text(0));
   }
-  if (names.empty()) return;
-  BareStatement(ledger,
-                "delete from tJsonFileNames where substr(filename,length(filename)-20, 14) <= ?")
-      .Bind(1, cutOff)
-      .Run();
+  if (!names.empty()) {
+    BareStatement(ledger,
+                  "delete from tJsonFileNames where substr(filename,length(filename)-20, 14) <= ?")
+        .Bind(1, cutOff)
+        .Run();
+  }
+  RunOnce(ledger, "COMMIT");
   for (const auto& name : names) unlink((std::string(paths::kDataFiles) + "/" + name).c_str());
 }
 

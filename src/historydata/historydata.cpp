@@ -109,16 +109,14 @@ CHistoryData::Visit CHistoryData::TryToRecordAndAge(const Aged& aged) {
   if (!database.MakeCommitsDurable()) {
     return NoteFailure(kRecording, database.Error(), Visit::kFailed);
   }
-  const auto recording = Record(database, m_unrecorded);
-  if (recording.why == util::Failure::kDamaged) return Visit::kDamaged;
+  const auto [recording, ageing] = RecordAndDropAged(database, m_unrecorded, aged);
   if (!recording) m_unrecorded.clear();
-
-  // On a card that is too full for a row, ageing makes room.
-  const auto [listed, ageing] = DropAged(database, aged);
-  if (ageing.why == util::Failure::kDamaged) return Visit::kDamaged;
-  const Visit outcome = listed ? Visit::kDone : Visit::kFailed;
+  if (recording.why == util::Failure::kDamaged || ageing.error.why == util::Failure::kDamaged) {
+    return Visit::kDamaged;
+  }
+  const Visit outcome = ageing.listed ? Visit::kDone : Visit::kFailed;
   if (recording) return NoteFailure(kRecording, recording, outcome);
-  if (ageing) return NoteFailure(kAgeing, ageing, outcome);
+  if (ageing.error) return NoteFailure(kAgeing, ageing.error, outcome);
   if (std::exchange(m_failedStep, nullptr) != nullptr) {
     log_Text(INFO, "ledger: recording and ageing succeed again");
   }

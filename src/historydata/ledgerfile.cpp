@@ -51,6 +51,24 @@ util::SqlError RolledBack(util::Database& database) {
   return error;
 }
 
+// False in `work` undoes all of it, as a failure to commit does.
+template <typename Work>
+util::SqlError InTransaction(util::Database& database, Work work) {
+  if (!database.Execute("BEGIN;")) return database.Error();
+  if (!work()) return RolledBack(database);
+  return database.Execute("COMMIT;") ? util::SqlError{} : RolledBack(database);
+}
+
+// One that does not fit the content is skipped.
+bool RunAll(util::Database& database, const std::vector<std::string>& statements) {
+  for (const auto& statement : statements) {
+    if (!database.Execute(statement) && database.WhyFailed() != util::Failure::kStatement) {
+      return false;
+    }
+  }
+  return true;
+}
+
 // Makes the file that is to become the ledger. A power cut may have left an unfinished one.
 bool MakeNewLedger(const std::string& tables) {
   unlink(paths::kNewLedger);
@@ -73,6 +91,21 @@ void UnlinkFiles(const char* directory, const std::vector<std::string>& names) {
     util::PrintText(path, sizeof(path), "%s/%s", directory, name.c_str());
     unlink(path);
   }
+}
+
+// After a failure there are no names.
+AgeingResult ListAged(util::Database& database, const Aged& aged, std::vector<std::string>& names) {
+  util::Statement rows =
+      database.Prepare(util::Format(kSelectAged, aged.table, aged.condition.c_str()));
+  if (!rows) return {.listed = false, .error = database.Error()};
+  while (rows.NextRow()) names.emplace_back(rows.Text(0).substr(0, util::kPathBytes));
+  if (!rows.Failed()) return {};
+  names.clear();
+  return {.listed = true, .error = {rows.WhyFailed(), database.ErrorText()}};
+}
+
+bool DeleteAged(util::Database& database, const Aged& aged) {
+  return database.Execute(util::Format(kDeleteAged, aged.table, aged.condition.c_str()));
 }
 
 }  // namespace
@@ -158,13 +191,7 @@ std::string Accept(const std::string& filename) {
 }
 
 util::SqlError Record(util::Database& database, const std::vector<std::string>& statements) {
-  if (!database.Execute("BEGIN;")) return database.Error();
-  for (const auto& statement : statements) {
-    if (!database.Execute(statement) && database.WhyFailed() != util::Failure::kStatement) {
-      return RolledBack(database);
-    }
-  }
-  return database.Execute("COMMIT;") ? util::SqlError{} : RolledBack(database);
+  return InTransaction(database, [&] { return RunAll(database, statements); });
 }
 
 Aged AgedFiles(const std::string& cutOffStamp) {
@@ -183,19 +210,31 @@ Aged AgedRecalls(std::int64_t cutOff) {
 
 AgeingResult DropAged(util::Database& database, const Aged& aged) {
   std::vector<std::string> names;
-  {
-    util::Statement rows =
-        database.Prepare(util::Format(kSelectAged, aged.table, aged.condition.c_str()));
-    if (!rows) return {.listed = false, .error = database.Error()};
-    while (rows.NextRow()) names.emplace_back(rows.Text(0).substr(0, util::kPathBytes));
-    if (rows.Failed()) {
-      return {.listed = true, .error = {rows.WhyFailed(), database.ErrorText()}};
-    }
+  AgeingResult result = ListAged(database, aged, names);
+  if (names.empty()) return result;
+  if (DeleteAged(database, aged)) {
+    UnlinkFiles(aged.directory, names);
+  } else {
+    result.error = database.Error();
   }
-  if (names.empty()) return {.listed = true, .error = {}};
-  if (!database.Execute(util::Format(kDeleteAged, aged.table, aged.condition.c_str()))) {
-    return {.listed = true, .error = database.Error()};
+  return result;
+}
+
+SaveResult RecordAndDropAged(util::Database& database, const std::vector<std::string>& statements,
+                             const Aged& aged) {
+  std::vector<std::string> names;
+  AgeingResult ageing;
+  const auto both = InTransaction(database, [&] {
+    if (!RunAll(database, statements)) return false;
+    ageing = ListAged(database, aged, names);
+    return names.empty() || DeleteAged(database, aged);
+  });
+  if (!both) {
+    UnlinkFiles(aged.directory, names);
+    return {.recording = {}, .ageing = ageing};
   }
-  UnlinkFiles(aged.directory, names);
-  return {.listed = true, .error = {}};
+  const bool ageingTookPart = ageing.error || !names.empty();
+  const auto recording = ageingTookPart ? Record(database, statements) : both;
+  if (recording.why == util::Failure::kDamaged) return {.recording = recording, .ageing = {}};
+  return {.recording = recording, .ageing = DropAged(database, aged)};
 }

@@ -63,8 +63,17 @@ Aged AgedFiles(const std::string& cutOffStamp);
 Aged AgedRecalls(std::int64_t cutOff);
 
 struct AgeingResult {
-  bool listed;  // false when the rows could not even be asked for
+  bool listed = true;  // false when the rows could not even be asked for
   util::SqlError error;
 };
 // Deletes the rows, then unlinks their files. When the rows cannot be deleted, the files stay too.
 AgeingResult DropAged(util::Database& database, const Aged& aged);
+
+struct SaveResult {
+  util::SqlError recording;
+  AgeingResult ageing;
+};
+// Record and DropAged, in one transaction: the card is written to less. When that fails, each does
+// what it can alone: on a card that is too full for a row, ageing makes room.
+SaveResult RecordAndDropAged(util::Database& database, const std::vector<std::string>& statements,
+                             const Aged& aged);

@@ -44,6 +44,7 @@ AlarmDocumentWriter::AlarmDocumentWriter(const char* serial, FindPointName findP
 void AlarmDocumentWriter::Write(std::span<const Alarm_Data_Para> events,
                                 rapidjson::StringBuffer& text) {
   const std::time_t now = std::time(nullptr);
+  util::UpdateZone();
   DocumentWriter writer(text);
   writer.StartObject();
   WriteSerial(writer, m_serial);
@@ -61,7 +62,7 @@ void AlarmDocumentWriter::Write(std::span<const Alarm_Data_Para> events,
 
 void AlarmDocumentWriter::UpdateTakenOver(const Alarm_Data_Para& event, std::time_t now) {
   const auto dataId = static_cast<std::uint32_t>(event.DataId);
-  if (const auto when = util::LocalTime(EventTime(event.time, now))) {
+  if (const auto when = util::TimeInZone(EventTime(event.time, now))) {
     m_eventTime = util::TimeMark(*when);
   }
   const std::string code = AlarmCode(dataId, event.eventtype, event.upflag != 0);

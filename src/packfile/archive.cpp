@@ -110,11 +110,16 @@ bool DataFile::Pack(ReportFailedAttempt reportFailedAttempt) {
 }
 
 bool DataFile::KeepArchive() {
-  util::SyncToCard(m_work.archive);
-  if (HasOwnDirectory() && std::rename(m_work.archive, m_names.archive) != 0) return false;
-  util::SyncToCard(m_directory.c_str());
+  if (HasOwnDirectory()) {
+    util::SyncToCard(m_work.archive);
+    if (std::rename(m_work.archive, m_names.archive) != 0) return false;
+  }
+  // Before the sync, so that the file system writes both down at once. The text was never synced: a
+  // power cut would spoil it.
   std::remove(m_work.text);
   if (HasOwnDirectory()) rmdir(m_ownDirectory.c_str());
+  util::SyncToCard(m_names.archive);
+  util::SyncToCard(m_directory.c_str());
   return true;
 }
 

@@ -55,16 +55,16 @@ class DataFile {
   bool IsTextWhole() const { return m_writeError == 0; }
 
   // Compresses the text file in at most kPackAttempts attempts, each after a pause of 1 s. An
-  // attempt succeeds when tar does and leaves an archive that is not empty. Then the archive and
-  // its directory are synchronised to the card and the text file is removed. After the last failure
+  // attempt succeeds when tar does and leaves an archive that is not empty. Then the text file is
+  // removed, and the archive and its directory are synchronised to the card. After the last failure
   // a text that is not whole is removed; everything else stays as it is.
   bool Pack(ReportFailedAttempt reportFailedAttempt);
   // After a failure: removes the remains of the archive. A whole text stays, under its own name.
   void RemoveRemains();
 
  private:
-  // Synchronises the whole archive, gives it its name and removes the text. False, with errno, when
-  // it cannot be renamed.
+  // Gives the whole archive its name, removes the text and synchronises both. False, with errno,
+  // when the archive cannot be renamed.
   bool KeepArchive();
   bool HasOwnDirectory() const { return !m_ownDirectory.empty(); }
 

@@ -1,44 +1,39 @@
 #include "packfile/fields.h"
 
+#include <algorithm>
+#include <bit>
 #include <charconv>
-#include <cstring>
+#include <string_view>
 
 namespace {
 
-constexpr std::size_t kHexDigits = 8;
 // The longest text of a number with three decimals: a sign, 309 digits, the point, the decimals.
 constexpr std::size_t kDecimalsBytes = 314;
+constexpr std::size_t kNamesBytes = 64;  // more than the names and the identifier of a value take
+
+// Each of these writes a text at `at` and returns its end.
+
+char* Put(char* at, std::string_view text) {
+  return std::copy(text.begin(), text.end(), at);
+}
 
 // At least four upper-case digits.
-std::string_view Hex(char (&digits)[kHexDigits], std::uint32_t number) {
-  constexpr std::size_t kFewestDigits = 4;
-  std::size_t first = kHexDigits;
-  do {
-    digits[--first] = "0123456789ABCDEF"[number & 0xFU];
-    number >>= 4U;
-  } while (number != 0 || first > kHexDigits - kFewestDigits);
-  return {digits + first, kHexDigits - first};
+char* PutHex(char* at, std::uint32_t number) {
+  constexpr int kFewestBits = 16;
+  for (int bits = std::max(kFewestBits, static_cast<int>(std::bit_width(number))); bits > 0;) {
+    bits = (bits - 1) / 4 * 4;
+    *at++ = "0123456789ABCDEF"[(number >> bits) & 0xFU];
+  }
+  return at;
 }
 
 // The text that printf's "%.3lf" gives, cut to fit into a field.
-std::string_view Decimals(char (&text)[kDecimalsBytes], double value, std::size_t fieldBytes) {
-  const char* const end =
-      std::to_chars(text, text + kDecimalsBytes, value, std::chars_format::fixed, 3).ptr;
-  return std::string_view(text, static_cast<std::size_t>(end - text)).substr(0, fieldBytes - 1);
+char* PutDecimals(char* at, double value, std::size_t fieldBytes) {
+  char* const end = std::to_chars(at, at + kDecimalsBytes, value, std::chars_format::fixed, 3).ptr;
+  return std::min(end, at + fieldBytes - 1);
 }
 
 }  // namespace
-
-void DocumentWriter::FinishedObject(std::initializer_list<std::string_view> pieces) {
-  Prefix(rapidjson::kObjectType);
-  std::size_t bytes = 0;
-  for (const std::string_view piece : pieces) bytes += piece.size();
-  char* at = os_->Push(bytes);
-  for (const std::string_view piece : pieces) {
-    std::memcpy(at, piece.data(), piece.size());
-    at += piece.size();
-  }
-}
 
 void WriteSerial(DocumentWriter& writer, const char* serial) {
   writer.Key("sn");
@@ -47,10 +42,10 @@ void WriteSerial(DocumentWriter& writer, const char* serial) {
 }
 
 void WriteHex(DocumentWriter& writer, const char* key, std::uint32_t number) {
-  char digits[kHexDigits];
-  const std::string_view hex = Hex(digits, number);
+  char digits[2 * sizeof(number)];
+  const char* const end = PutHex(digits, number);
   writer.Key(key);
-  writer.String(hex.data(), static_cast<rapidjson::SizeType>(hex.size()));
+  writer.String(digits, static_cast<rapidjson::SizeType>(end - digits));
 }
 
 void WritePointId(DocumentWriter& writer, std::uint32_t dataId) {
@@ -58,15 +53,22 @@ void WritePointId(DocumentWriter& writer, std::uint32_t dataId) {
 }
 
 void WritePointValue(DocumentWriter& writer, std::uint32_t dataId, double value) {
-  char digits[kHexDigits];
-  char decimals[kDecimalsBytes];
-  writer.FinishedObject({R"({"pointId":")", Hex(digits, dataId & 0xFFFFU), R"(","value":")",
-                         Decimals(decimals, value, kValueBytes), R"("})"});
+  writer.FinishedObject(kNamesBytes + kDecimalsBytes, [&](char* at) {
+    at = Put(at, R"({"pointId":")");
+    at = PutHex(at, dataId & 0xFFFFU);
+    at = Put(at, R"(","value":")");
+    at = PutDecimals(at, value, kValueBytes);
+    return Put(at, R"("})");
+  });
 }
 
 void WriteTimedValue(DocumentWriter& writer, const std::string& timeMark, double value,
                      std::size_t fieldBytes) {
-  char decimals[kDecimalsBytes];
-  writer.FinishedObject({R"({"timeMark":")", timeMark, R"(","value":")",
-                         Decimals(decimals, value, fieldBytes), R"("})"});
+  writer.FinishedObject(kNamesBytes + timeMark.size() + kDecimalsBytes, [&](char* at) {
+    at = Put(at, R"({"timeMark":")");
+    at = Put(at, timeMark);
+    at = Put(at, R"(","value":")");
+    at = PutDecimals(at, value, fieldBytes);
+    return Put(at, R"("})");
+  });
 }

@@ -3,9 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <string>
-#include <string_view>
 
 #include "util/json.h"
 
@@ -15,8 +13,14 @@ class DocumentWriter : public rapidjson::Writer<rapidjson::StringBuffer> {
  public:
   using Writer::Writer;
 
-  // Writes the next value of an array: one JSON object, in pieces that need no escapes.
-  void FinishedObject(std::initializer_list<std::string_view> pieces);
+  // Writes the next value of an array: one JSON object of at most `mostBytes` bytes. `write` gets
+  // the place for its finished text and returns the end of the text.
+  template <typename Write>
+  void FinishedObject(std::size_t mostBytes, Write write) {
+    Prefix(rapidjson::kObjectType);
+    char* const begin = os_->Push(mostBytes);
+    os_->Pop(mostBytes - static_cast<std::size_t>(write(begin) - begin));
+  }
 };
 
 // Each text is written into a field of this size, terminator included; what is longer is cut.

@@ -6,6 +6,7 @@ namespace {
 
 constexpr unsigned kDevicePauseMicroseconds = 100000;
 constexpr unsigned kChannelPauseMicroseconds = 500000;
+constexpr std::size_t kBytesPerPoint = 48;  // a point has 45 at most; its device shares the rest
 
 // What lives for the whole document. Catalogue and values are both in rising DataId, so one cursor
 // that only moves forward finds every value.
@@ -63,6 +64,7 @@ std::optional<std::uint32_t> WriteRealDataDocument(const RealDataHeader& header,
                                                    const MAP_GROUP_ATTR& catalogue,
                                                    const Real_Data_Struct& values,
                                                    rapidjson::StringBuffer& text) {
+  text.Reserve(values.size() * kBytesPerPoint);  // a text that outgrows its buffer is copied
   DocumentWriter writer(text);
   Walk walk{writer, header.timeMark, values.begin(), values.end()};
   writer.StartObject();

@@ -6,6 +6,7 @@ namespace util {
 namespace {
 
 constexpr char kKeepJournal[] = "PRAGMA journal_mode=PERSIST;";
+constexpr int kOneThread = SQLITE_OPEN_NOMUTEX;  // one at a time: no lock on the connection
 constexpr char kSmallCache[] = "PRAGMA cache_size=-256";  // negative: in KiB
 
 // For content that is not trusted.
@@ -119,9 +120,10 @@ const char* ErrorText(sqlite3* database) {
 
 Database::Database(const char* path, Missing missing) {
   sqlite3* database = nullptr;
-  const int result = missing == Missing::kIsMade
-                         ? sqlite3_open(path, &database)
-                         : sqlite3_open_v2(path, &database, SQLITE_OPEN_READWRITE, nullptr);
+  const int result =
+      missing == Missing::kIsMade
+          ? sqlite3_open(path, &database)
+          : sqlite3_open_v2(path, &database, SQLITE_OPEN_READWRITE | kOneThread, nullptr);
   m_database.reset(database);
   m_opened = result == SQLITE_OK;
   m_failure = FailureOf(result);
@@ -129,8 +131,8 @@ Database::Database(const char* path, Missing missing) {
 
 Database Database::OpenForReading(const char* path) {
   sqlite3* handle = nullptr;
-  constexpr int kFlags = SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX;  // one thread, long readings
-  const int result = sqlite3_open_v2(path, &handle, kFlags, ReadOnlyFiles());
+  const int result =
+      sqlite3_open_v2(path, &handle, SQLITE_OPEN_READONLY | kOneThread, ReadOnlyFiles());
   Database database;
   database.m_database.reset(handle);
   database.m_opened = result == SQLITE_OK;

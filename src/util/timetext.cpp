@@ -2,22 +2,39 @@
 
 #include <charconv>
 #include <cstdio>
-#include <utility>
-
-#include "util/text.h"
+#include <initializer_list>
+#include <iterator>
 
 namespace util {
 
 namespace {
 
-// Appends a number that is not negative, with zeros before it up to `fewest` digits.
+// Appends a number, with zeros before it up to `fewest` characters. Above two characters it must
+// not be negative.
 void AppendDigits(std::string& text, std::size_t fewest, int number) {
-  constexpr std::size_t kMostDigits = 10;
-  char digits[kMostDigits];
-  const char* const end = std::to_chars(digits, digits + kMostDigits, number).ptr;
+  char digits[sizeof("-2147483648")];
+  const char* const end = std::to_chars(digits, std::end(digits), number).ptr;
   const auto count = static_cast<std::size_t>(end - digits);
   if (count < fewest) text.append(fewest - count, '0');
   text.append(digits, count);
+}
+
+// Appends the parts of a date or a clock after the first one.
+void AppendParts(std::string& text, char separator, int first, int second) {
+  text += separator;
+  AppendDigits(text, 2, first);
+  text += separator;
+  AppendDigits(text, 2, second);
+}
+
+void AppendDate(std::string& text, std::size_t yearDigits, const std::tm& time) {
+  AppendDigits(text, yearDigits, time.tm_year + 1900);
+  AppendParts(text, '-', time.tm_mon + 1, time.tm_mday);
+}
+
+void AppendClock(std::string& text, const std::tm& time) {
+  AppendDigits(text, 2, time.tm_hour);
+  AppendParts(text, ':', time.tm_min, time.tm_sec);
 }
 
 }  // namespace
@@ -38,32 +55,34 @@ std::optional<std::tm> TimeInZone(std::time_t when) {
 }
 
 std::string Stamp(const std::tm& time) {
-  return Format("%04d%02d%02d%02d%02d%02d", time.tm_year + 1900, time.tm_mon + 1, time.tm_mday,
-                time.tm_hour, time.tm_min, time.tm_sec);
+  std::string stamp;
+  AppendDigits(stamp, 4, time.tm_year + 1900);
+  for (const int number : {time.tm_mon + 1, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec}) {
+    AppendDigits(stamp, 2, number);
+  }
+  return stamp;
 }
 
 // A recall has thousands of them. To print one takes six times as long.
 std::string TimeMark(const std::tm& time) {
   std::string mark;
   mark.reserve(sizeof("YYYY-MM-DD hh:mm:ss"));
-  AppendDigits(mark, 4, time.tm_year + 1900);
-  for (const auto& [separator, number] : {std::pair{'-', time.tm_mon + 1},
-                                          {'-', time.tm_mday},
-                                          {' ', time.tm_hour},
-                                          {':', time.tm_min},
-                                          {':', time.tm_sec}}) {
-    mark += separator;
-    AppendDigits(mark, 2, number);
-  }
+  AppendDate(mark, 4, time);
+  mark += ' ';
+  AppendClock(mark, time);
   return mark;
 }
 
 std::string DateText(const std::tm& time) {
-  return Format("%d-%02d-%02d", time.tm_year + 1900, time.tm_mon + 1, time.tm_mday);
+  std::string date;
+  AppendDate(date, 1, time);
+  return date;
 }
 
 std::string ClockText(const std::tm& time) {
-  return Format("%02d:%02d:%02d", time.tm_hour, time.tm_min, time.tm_sec);
+  std::string clock;
+  AppendClock(clock, time);
+  return clock;
 }
 
 // The result is defined by sscanf: its field widths, and its stop at the first mismatch.

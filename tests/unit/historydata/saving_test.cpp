@@ -1,4 +1,4 @@
-// Recording newly packed files and recall files, and dropping those that are too old.
+// Recording newly packed files. Recall files are recorded and dropped.
 #include <gmock/gmock.h>
 
 #include <ctime>
@@ -146,81 +146,6 @@ TEST_F(LedgerSaving, GivesUpTheOldestOfMoreThan10000RowsInMemory) {
   EXPECT_THAT(LedgerRows(), ElementsAre("alarmdata/7/T20240307115900.tar.gz|1|0", kSecondRow));
   EXPECT_THAT(TextLog("WARN"), ElementsAre("ledger: 1 of the oldest rows in memory are given up",
                                            HasSubstr("10000 rows")));
-}
-
-class LedgerAgeing : public LedgerTest {
- protected:
-  // Two rows and their files.
-  static void MakeOldFiles() {
-    MakePendingTable(
-        {"'realdata/1/S20240101120000.tar.gz',2,0", "'realdata/1/S20240101115500.tar.gz',2,1"});
-    WriteDataFile("realdata/1/S20240101120000.tar.gz");
-    WriteDataFile("realdata/1/S20240101115500.tar.gz");
-  }
-};
-
-TEST_F(LedgerAgeing, DropsRowAndFileOfExactly31DaysAgoAndKeepsOneASecondYounger) {
-  SetTime(LocalTimeOf(2024, 1, 15, 12));
-  MakePendingTable({"'realdata/15/S20231215120001.tar.gz',2,0",
-                    "'realdata/15/S20231215120000.tar.gz',2,0",
-                    "'alarmdata/15/T20231215120000.tar.gz',1,1"});
-  WriteDataFile("realdata/15/S20231215120001.tar.gz");
-  WriteDataFile("realdata/15/S20231215120000.tar.gz");
-  WriteDataFile("alarmdata/15/T20231215120000.tar.gz");
-
-  EXPECT_EQ(Save({}), 0);
-
-  EXPECT_THAT(LedgerRows(), ElementsAre("realdata/15/S20231215120001.tar.gz|2|0"));
-  EXPECT_THAT(test::List(DataFile("realdata/15")), ElementsAre("S20231215120001.tar.gz"));
-  EXPECT_THAT(test::List(DataFile("alarmdata/15")), IsEmpty());
-}
-
-TEST_F(LedgerAgeing, DropsARowWhoseFileCannotBeRemoved) {
-  MakeOldFiles();
-  FailCalls(Call::kUnlink);
-
-  EXPECT_EQ(Save({}), 0);
-  EXPECT_THAT(LedgerRows(), IsEmpty());
-  EXPECT_THAT(test::List(DataFile("realdata/1")), SizeIs(1));
-}
-
-TEST_F(LedgerAgeing, CutsThePathOfAFileAt127Characters) {
-  const std::string fits = std::string(106 - DataFile("").size(), 'f') + "20240101120000.tar.gz";
-  const std::string tooLong = std::string(106, 'd') + "20240101120000.tar.gz";
-  const std::string cut = DataFile(tooLong).substr(0, 127);
-  WriteDataFile(fits);
-  WriteDataFile(tooLong);
-  WriteFile(cut, "archive");
-
-  EXPECT_EQ(Save({Row(fits), Row(tooLong)}), 0);
-
-  EXPECT_THAT(LedgerRows(), IsEmpty());
-  EXPECT_THAT(test::List(DataFile("")), ElementsAre(tooLong));
-}
-
-TEST_F(LedgerAgeing, KeepsRowsAndFilesWhenItFailsAndLogsIt) {
-  MakeOldFiles();
-
-  FailCalls(Call::kLocaltime);
-  EXPECT_EQ(Save({}), 0);
-  FailCalls(Call::kSqliteStep, 1, 3);  // the look for the table and the first row pass
-  EXPECT_EQ(Save({}), 0);
-  FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and commit pass
-  EXPECT_EQ(Save({}), 0);
-
-  EXPECT_THAT(LedgerRows(), SizeIs(2));
-  EXPECT_THAT(test::List(DataFile("realdata/1")), SizeIs(2));
-  EXPECT_THAT(TextLog("WARN"), ElementsAre(HasSubstr("ageing fails")));
-  EXPECT_THAT(TextLog(), SizeIs(1));
-}
-
-TEST_F(LedgerAgeing, MakesRoomAlsoWhenNoRowCanBeRecorded) {
-  MakeOldFiles();
-  FailCalls(Call::kSqliteExec, 1, 3);  // setting, begin and insert pass
-
-  EXPECT_EQ(Save({Row(kFirst)}), 0);
-  EXPECT_THAT(LedgerRows(), IsEmpty());
-  EXPECT_THAT(test::List(DataFile("realdata/1")), IsEmpty());
 }
 
 constexpr std::time_t kNow = 1709784000;  // at which every test starts

@@ -128,15 +128,15 @@ std::string OpenPaths() {
   return Shell("readlink /proc/$PPID/fd/*; true");
 }
 
-TEST_F(DataFileOnTheCard, SynchronisesArchiveAndDirectoryBeforeTheTextGoes) {
+TEST_F(DataFileOnTheCard, SynchronisesArchiveAndDirectoryTogetherWithTheRemovalOfItsText) {
   int synchronised = 0;
   AtNextCall(Call::kFsync, [&] {
     ++synchronised;
     EXPECT_THAT(OpenPaths(), HasSubstr(std::string(kArchive) + "\n"));
+    EXPECT_FALSE(Exists(kText));
     AtNextCall(Call::kFsync, [&] {
       ++synchronised;
       EXPECT_THAT(OpenPaths(), HasSubstr(std::string(kRealDataDay) + "\n"));
-      EXPECT_TRUE(Exists(kText));
     });
   });
 
