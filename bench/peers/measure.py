@@ -75,6 +75,7 @@ class Run:
             time.sleep(1)  # the cloud listens
             self.start()
             self.cloud.logged_in.wait(120)
+            time.sleep(1)  # the cloud tells of the login before it answers
             self.cloud.close()
             time.sleep(10)
             return records
