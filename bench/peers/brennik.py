@@ -1,5 +1,6 @@
 """Brennik as a candidate, with the simulated cloud of this repository."""
 
+import collections
 import datetime
 import glob
 import io
@@ -11,23 +12,39 @@ import tarfile
 import threading
 import time
 
-BUILD = pathlib.Path('/brennik/build/release')
+BUILD = pathlib.Path('/brennik/build')
 CARD = pathlib.Path('/media/mmcblk0p1')
 SYSTEM_FILE = pathlib.Path('/tessel/Config/sys.xml')
+PROGRAMS = {'brennik': 'release', 'brennik-lean': 'lean'}  # the builds, by the candidate's name
 FASTER = 60  # the clock of the run that sends a thousand files
 
 
+def program(name):
+    return [str(BUILD / PROGRAMS[name] / 'src/main/brennik')]
+
+
+def set_intervals(**seconds):
+    """Writes intervals into the system file, by their names there."""
+    text = SYSTEM_FILE.read_text()
+    for name, value in seconds.items():
+        text, count = re.subn(rf'\b{name}="-?\d+"', f'{name}="{value}"', text)
+        if not count:
+            raise SystemExit(f'{SYSTEM_FILE} has no {name}')
+    SYSTEM_FILE.write_text(text)
+
+
 class SimulatedCloud:
-    """The cloud simulator. arrivals maps a file's name, or an alarm's number, to its first arrival."""
+    """The cloud simulator. arrivals maps a file's name, or an alarm's number, to its first arrival. accepted counts the
+    files that it has accepted, by their kind."""
 
     def __init__(self, environment):
-        self.arrivals = {}
+        self.arrivals, self.accepted = {}, collections.Counter()
         self.logged_in = threading.Event()
         self._environment, self._process = environment, None
 
     def open(self, *options):
-        command = [BUILD / 'simulator/cloud/cloud-simulator', '--port', '8080', '--prefix', '/cloud', '--uploads', '/tmp/cloud',
-                   *options]
+        command = [BUILD / 'release/simulator/cloud/cloud-simulator', '--port', '8080', '--prefix', '/cloud',
+                   '--uploads', '/tmp/cloud', *options]
         self._process = subprocess.Popen(command, stdout=subprocess.PIPE, text=True, env=self._environment)
         threading.Thread(target=self._read, args=[self._process.stdout], daemon=True).start()
 
@@ -42,6 +59,7 @@ class SimulatedCloud:
             if re.search(r' authorize .*: accepted$', line):
                 self.logged_in.set()
             if found := re.search(r'(realdata|alarmdata) ([ST]\d+\.tar\.gz) .*: accepted$', line):
+                self.accepted[found[1]] += 1
                 for record in [found[2]] if found[1] == 'realdata' else self._alarms(found[2]):
                     self.arrivals.setdefault(record, time.monotonic())
 
@@ -53,10 +71,8 @@ class SimulatedCloud:
 
 
 class Brennik:
-    name = 'brennik'
-    command = [str(BUILD / 'src/main/brennik')]
-
-    def __init__(self, test):
+    def __init__(self, name, test):
+        self.name, self.command = name, program(name)
         self.environment = {}
         if test == 'kill':
             preload = glob.glob('/usr/lib/*/faketime/libfaketime.so.1')[0]
@@ -64,11 +80,8 @@ class Brennik:
         self._events = None
 
     def prepare(self, test):
-        text = SYSTEM_FILE.read_text()
         alarms, failures = (10, 30) if test == 'outage' else (30, 60)
-        for name, value in (('RealDataInv', 60), ('FailInterval', failures), ('AlarmDataInv', alarms), ('RecallInterval', -1)):
-            text = re.sub(rf'\b{name}="-?\d+"', f'{name}="{value}"', text)
-        SYSTEM_FILE.write_text(text)
+        set_intervals(RealDataInv=60, FailInterval=failures, AlarmDataInv=alarms, RecallInterval=-1)
 
     def connect(self):
         """Nothing: it reads shared memory and the event database."""

@@ -1,18 +1,17 @@
-"""Measures one candidate, inside the sandbox that bench/peers/run makes. Prints one line of JSON.
+"""Measures one candidate, inside the sandbox that bench/alone makes. Prints one line of JSON.
 
-usage: measure.py CANDIDATE cycle|outage|kill|reconnect POINTS MINUTES CGROUP CARD-STATISTICS
+usage: measure.py CANDIDATE cycle|outage|kill|reconnect POINTS MINUTES
 """
 
 import json
 import os
-import pathlib
-import subprocess
 import sys
 import time
 
+import brennik
 import candidates
+import measured
 import plant
-from brennik import Brennik, SimulatedCloud
 from receiver import Receiver
 
 OUTAGE_RECORDS = 70  # one a second; the cloud is away for 30 of the seconds
@@ -23,82 +22,40 @@ LONGEST_WAY_BACK = 130  # seconds until the first record comes after an outage, 
 
 
 class Run:
-    def __init__(self, name, test, points, cgroup, statistics):
-        self._cgroup, self._statistics = pathlib.Path(cgroup), statistics
+    def __init__(self, name, test, points):
         plant.write(points)
-        self.subject = Brennik(test) if name == 'brennik' else candidates.find(name)
-        self.is_brennik = name == 'brennik'
+        self.is_brennik = name in brennik.PROGRAMS
+        self.subject = brennik.Brennik(name, test) if self.is_brennik else candidates.find(name)
         self._environment = {**os.environ, **self.subject.environment}
-        acquisition = ['/brennik/build/release/simulator/acquisition/acquisition-simulator', '--event-interval=0', '--no-history']
-        subprocess.Popen(acquisition, stdout=subprocess.DEVNULL)
-        time.sleep(1)  # the segment must be there
+        plant.start_acquisition('--event-interval=0')
         self.live = plant.LiveValues()
-        self.cloud = SimulatedCloud(self._environment) if self.is_brennik else Receiver(self.subject.protocol)
+        self.cloud = brennik.SimulatedCloud(self._environment) if self.is_brennik else Receiver(self.subject.protocol)
         self.subject.prepare(test)
-        self._switches = {}
         self.process = None
 
     def start(self):
-        """Starts the candidate in its own control group, and connects to its intake."""
-        def join():
-            (self._cgroup / 'cgroup.procs').write_text('0')
-        self.process = subprocess.Popen(self.subject.command, preexec_fn=join, env=self._environment,
-                                        stdout=subprocess.DEVNULL, stderr=sys.stderr)
+        """Starts the candidate, and connects to its intake."""
+        self.process = measured.Measured(self.subject.command, self._environment)
         self.subject.connect()
 
-    def kill(self):
-        self.process.kill()
-        self.process.wait()
-
     def feed(self, number):
-        if self.process.poll() is not None:
-            raise SystemExit(f'{self.subject.name} ended with {self.process.returncode}')
+        self.process.check()
         self.subject.feed(number, self.live.read())
         if hasattr(self.subject, 'flush'):
             time.sleep(0.3)  # until its writer has the values
             self.subject.flush()
 
-    def cpu_ms(self):
-        """Of the process and all that it started."""
-        fields = dict(line.split() for line in (self._cgroup / 'cpu.stat').read_text().splitlines())
-        return int(fields['usage_usec']) / 1000
-
-    def card_kb(self):
-        return int(pathlib.Path(self._statistics).read_text().split()[6]) * 512 / 1000
-
-    @staticmethod
-    def wire_kb():
-        """Both directions, with all headers: the loopback carries nothing but the cloud's traffic."""
-        for line in pathlib.Path('/proc/net/dev').read_text().splitlines():
-            if line.strip().startswith('lo:'):
-                return int(line.split(':')[1].split()[8]) / 1000
-        raise SystemExit('there is no loopback')
-
-    def wakes(self):
-        """Voluntary context switches of all threads of the process, of ended ones as last seen."""
-        for task in pathlib.Path(f'/proc/{self.process.pid}/task').iterdir():
-            try:
-                text = (task / 'status').read_text()
-            except OSError:
-                continue
-            self._switches[task.name] = int(text.split('\nvoluntary_ctxt_switches:')[1].split()[0])
-        return sum(self._switches.values())
-
-    def memory(self):
-        lines = pathlib.Path(f'/proc/{self.process.pid}/smaps_rollup').read_text().splitlines()[1:]
-        kb = {line.split(':')[0]: int(line.split()[1]) for line in lines}
-        return {'written_kb': kb['Private_Dirty'], 'private_clean_kb': kb['Private_Clean'], 'rss_kb': kb['Rss']}
-
     def readings(self):
-        return {'cpu_ms': self.cpu_ms(), 'wakes': self.wakes(), 'wire_kb': self.wire_kb(), 'card_kb': self.card_kb(),
-                'files': len(self.cloud.arrivals)}
+        process = self.process
+        return {'cpu_ms': process.cpu_ms(), 'wakes': sum(process.wakes().values()), 'wire_kb': process.wire_kb(),
+                'card_kb': measured.card()['card_kb'], 'files': len(self.cloud.arrivals)}
 
     def settle(self):
         """Waits until the candidate has taken what it was given: it hardly works for three seconds."""
         while True:
-            before = self.cpu_ms()
+            before = self.process.cpu_ms()
             time.sleep(3)
-            if self.cpu_ms() - before < 30:
+            if self.process.cpu_ms() - before < 30:
                 return
 
     def wait_for(self, wanted, quiet=QUIET_SECONDS):
@@ -118,6 +75,7 @@ class Run:
             time.sleep(1)  # the cloud listens
             self.start()
             self.cloud.logged_in.wait(120)
+            time.sleep(1)  # the cloud tells of the login before it answers
             self.cloud.close()
             time.sleep(10)
             return records
@@ -143,7 +101,7 @@ def cycle(run, minutes):
             run.feed(number + 1)
         time.sleep(1)
         sleep_until_second(58)
-        run.wakes()
+        run.process.wakes()
         if before is None and run.cloud.arrivals:
             before, start = run.readings(), number + 1
         number += 1
@@ -151,7 +109,7 @@ def cycle(run, minutes):
             raise SystemExit(f'{run.subject.name}: no file has arrived')
     after = run.readings()
     result = {name: (after[name] - before[name]) / minutes for name in before}
-    return {**result, **run.memory(), 'minutes': minutes}
+    return {**result, **run.process.memory(), 'minutes': minutes}
 
 
 def outage(run, _minutes):
@@ -173,7 +131,7 @@ def outage(run, _minutes):
 def kill(run, _minutes):
     """SIGKILL with a thousand pending, then a new start with a cloud."""
     records = run.pend(KILL_PENDING, 60)
-    run.kill()
+    run.process.kill()
     run.cloud.open()
     run.start()
     return {'delivered': run.wait_for(set(records)), 'of': KILL_PENDING}
@@ -193,8 +151,8 @@ def reconnect(run, _minutes):
 
 
 def main():
-    name, test, points, minutes, cgroup, statistics = sys.argv[1:]
-    run = Run(name, test, int(points), cgroup, statistics)
+    name, test, points, minutes = sys.argv[1:]
+    run = Run(name, test, int(points))
     tests = {'cycle': cycle, 'outage': outage, 'kill': kill, 'reconnect': reconnect}
     result = tests[test](run, int(minutes))
     print(json.dumps({'candidate': name, 'test': test, 'points': int(points), **result}), flush=True)

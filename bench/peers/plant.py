@@ -4,6 +4,8 @@ import ctypes
 import pathlib
 import shutil
 import struct
+import subprocess
+import time
 
 CONFIG = pathlib.Path('/tessel/Config')
 SEGMENT_KEY = 0x10903
@@ -30,6 +32,13 @@ def _write_large(points):
                           for i in range(count))
         channels += f'<Channel No="{first // DEVICES_PER_CHANNEL + 1}">{devices}</Channel>'
     (CONFIG / 'Channel-template.xml').write_text(f'<ChannelConfig>{channels}</ChannelConfig>')
+
+
+def start_acquisition(*options):
+    """Starts what publishes the values, and waits until they are there."""
+    program = '/brennik/build/release/simulator/acquisition/acquisition-simulator'
+    subprocess.Popen([program, '--no-history', *options], stdout=subprocess.DEVNULL)
+    time.sleep(1)
 
 
 class LiveValues:

@@ -12,12 +12,14 @@ import sys
 PROMISES = {
     'brennik': 'packs files, records them in a ledger and syncs both; newest first; confirmed by the cloud; also alarms, '
                'recalls and redirects',
+    'brennik-lean': 'the same service, with a libcurl in the program that speaks HTTP only, as on the gateway',
     'collectd': 'keeps nothing: values that the server does not take are dropped; not packed',
     'rsyslog': 'a synced queue, oldest first, confirmed by RELP; not packed; Debian 12 has no general HTTP output for it',
     'mosquitto': 'a queue saved whole at each change but not synced, oldest first, confirmed by a broker; not packed; no HTTP',
     'python': 'packed, synced rows, newest first, confirmed; no limit of age or space',
     'node-red': 'packed files that are not synced, newest first, confirmed; no limit of age or space',
 }
+TITLES = {'brennik': 'Brennik', 'brennik-lean': 'Brennik, HTTP-only libcurl'}  # of those that are not their own
 CYCLE = (  # heading, field, format
     ('written kB', 'written_kb', ',.0f'), ('RSS MB', 'rss_mb', '.1f'), ('CPU ms/min', 'cpu_ms', '.0f'),
     ('wakes/min', 'wakes', ',.0f'), ('wire kB/min', 'wire_kb', ',.1f'), ('card kB/min', 'card_kb', ',.0f'))
@@ -37,6 +39,16 @@ def cycle_cell(results, name, field, form):
     small, large = (results.get((name, 'cycle', points)) for points in (429, 6500))
     cell = format(small[field], form) if small else '-'
     return f'{cell} ({large[field]:{form}})' if large else cell
+
+
+def against_collectd(results, name):
+    """Private memory that was written to, as a ratio, at the sizes that both were measured at."""
+    ratios = []
+    for points in (429, 6500):
+        own, other = (results.get((candidate, 'cycle', points)) for candidate in (name, 'collectd'))
+        if own and other:
+            ratios.append(f'{own["written_kb"] / other["written_kb"]:.2f} at {points:,} points')
+    return ', '.join(ratios)
 
 
 def outcome(result):
@@ -67,10 +79,14 @@ def main():
     for name in names:
         cells = [cycle_cell(results, name, field, form) for _, field, form in CYCLE]
         cells += [outcome(results.get((name, test, 429))) for test in ('outage', 'kill', 'reconnect')]
-        print(f'| {name} | ' + ' | '.join(cells) + ' |')
+        print(f'| {TITLES.get(name, name)} | ' + ' | '.join(cells) + ' |')
     print()
     for name in names:
-        print(f'- {name}: {PROMISES[name]}')
+        if name in TITLES and (ratio := against_collectd(results, name)):
+            print(f"{TITLES[name]}: written to, against collectd's: {ratio}")
+    print()
+    for name in names:
+        print(f'- {TITLES.get(name, name)}: {PROMISES[name]}')
     print('\nversions: ' + ', '.join(versions))
     if len(sys.argv) > 2:
         document = {'versions': dict(line.split(' ', 1) for line in versions), 'cores': os.cpu_count(),
