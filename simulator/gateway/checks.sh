@@ -117,6 +117,9 @@ check_year-2038() {
   expect_delivery 2038-02-01 '"flag":0,"values":[]'
 }
 
+# The acquisition side does little: values change once a minute, and no history is recorded.
+readonly resting_plant="gateway.period=60000 gateway.history=none"
+
 readonly cycle_instructions=12720 # thousands, the kernel's for the service included
 
 # within_percent PERCENT NUMBER EXPECTED
@@ -268,6 +271,40 @@ check_status() {
   bytes=$(dpkg-deb --fsys-tarfile "$package" | tar -xO ./usr/bin/brennik-status | wc -c)
   say flash "brennik-status $bytes bytes"
   expect "the stripped program is under $program_limit_bytes bytes" test "$bytes" -lt "$program_limit_bytes"
+}
+
+# figure_of POINTS NAME
+figure_of() { awk -F '|' -v name="$2" '$1 == name { print $2 }' "$run/$1.figures"; }
+
+# A row for each figure, a column for each plant.
+print_days() {
+  local names
+  names=$(for size in "${day_points[@]}"; do cut -d '|' -f 1 "$run/$size.figures"; done | awk '!seen[$0]++')
+  {
+    printf '%s points|' '' "${day_points[@]}"
+    echo
+    while IFS= read -r name; do
+      printf '%s|' "$name"
+      for size in "${day_points[@]}"; do printf '%s|' "$(figure_of "$size" "$name")"; done
+      echo
+    done <<<"$names"
+  } | awk -F '|' -v hours="$day_hours" '
+      { printf "%-48s", NR == 1 ? hours " hours" : $1; for (i = 2; i < NF; i++) printf "%14s", $i; print "" }'
+}
+
+# The gateway at its default intervals, with plants of several sizes, one after the other.
+check_day() {
+  local size
+  limit_seconds=7200
+  for size in "${day_points[@]}"; do
+    new_card "$run/card.img"
+    play_fast day "gateway.points=$size gateway.hours=$day_hours gateway.intervals=default gateway.events=600 $resting_plant"
+    sed -nE 's/^\[day +\] //p' "$lines" >"$run/$size.figures"
+    expect "every file of live values is accepted" test "$(figure_of "$size" "accepted files of live values")" -eq "$((12 * day_hours))"
+    read_card
+    expect "the ledger says so" holds "count(*) = 0 from tJsonFileNames where Result = 0"
+  done
+  print_days | label day
 }
 
 # call METHOD PATH [JSON]: one call of the page, as a browser's reaches it. The reply is in $run/reply.json afterwards.
