@@ -356,6 +356,14 @@ check_tests() {
   expect "there were tests, and all passed" test "$wanted" -gt 0 -a "$passed" -eq "$wanted"
 }
 
+check_bench() {
+  limit_seconds=3600
+  play bench "gateway.card=pulled" "${emulated_clock[@]}" -device sdhci-pci,id=bench -device "sd-card,drive=bench,bus=pcie.0/bench/sd-bus" \
+    -drive "if=none,id=bench,format=raw,readonly=on,file=$folder/bench.img" >"$run/console.txt"
+  sed -nE 's/^\[bench +\] //p' "$lines" >"$run/bench.json"
+  bench/table "$run/bench.json" || expect "there are results" false
+}
+
 run_checks() {
   local scenario
   for scenario in "$@"; do
