@@ -117,21 +117,6 @@ check_year-2038() {
   expect_delivery 2038-02-01 '"flag":0,"values":[]'
 }
 
-readonly cycle_instructions=12600 # thousands, the kernel's for the service included
-
-# within_percent PERCENT NUMBER EXPECTED
-within_percent() { test "$((100 * ($2 > $3 ? $2 - $3 : $3 - $2)))" -le "$(($1 * $3))"; }
-
-# Runs differ by up to 3 %, see docs/performance.md. Whoever changes the number by more than 5 %, up or down, writes the new one here.
-check_cycle() {
-  local instructions
-  play_fast cycle norandmaps # the places of mappings count, too: page tables, page faults
-  expect_delivery "$date_of_checks" '"flag":1,"values":[{"timeMark":"'"$date_of_checks"
-  instructions=$(sed -nE 's/^\[cycle +\] a minute with [1-9][0-9]* files: ([0-9]+) thousand instructions.*/\1/p' "$lines")
-  expect "a minute takes $cycle_instructions thousand instructions, give or take 5 %" \
-    within_percent 5 "${instructions:-0}" "$cycle_instructions"
-}
-
 check_boot() {
   "$host_cloud" --port 8080 --prefix /cloud --sn TS20240117 >"$run/cloud.txt" 2>&1 &
   local cloud=$!
@@ -195,36 +180,7 @@ check_read-only() {
   expect "the card's file system is sound" card_is_sound
 }
 
-readonly private_limit_kib=3072
-readonly growth_limit_kib=64
 readonly program_limit_bytes=409600
-
-# kib_of KIND COLUMN: a number of the table that the scenario prints
-kib_of() { awk -v kind="$1" -v column="$2" '$3 == kind { for (i = 4; i < NF; i += 2) if ($i == column) print $(i + 1) }' "$lines"; }
-
-# Private memory is anonymous memory: the pages that the service has written to. The kernel also counts clean pages of
-# files as private if no other process maps them, but it can drop them at any time.
-check_memory() {
-  local package anonymous private
-  play_fast memory ""
-  if never_said '^\[memory +\] all Rss '; then
-    expect "the memory was measured" false
-    return
-  fi
-  anonymous=$(kib_of all Anonymous)
-  private=$(($(kib_of all Private_Clean) + $(kib_of all Private_Dirty)))
-  say memory "private $anonymous KiB, $private KiB with the pages of files that nobody else maps; PSS $(kib_of all Pss) KiB, RSS $(kib_of all Rss) KiB"
-  expect "private memory is under $private_limit_kib KiB" \
-    test "$anonymous" -lt "$private_limit_kib"
-  expect "it has not grown by more than $growth_limit_kib KiB in the last 15 minutes" \
-    test "$((anonymous - $(kib_of early Anonymous)))" -le "$growth_limit_kib"
-  package=$(compgen -G "$folder/package/brennik_*_armhf.deb")
-  dpkg-deb --fsys-tarfile "$package" | tar -xO ./usr/sbin/brennik >"$run/brennik"
-  say flash "package $(stat -c %s "$package") bytes, program $(stat -c %s "$run/brennik") bytes, libraries $(<"$folder/libraries.size") bytes"
-  expect "the stripped program is under $program_limit_bytes bytes" \
-    test "$(stat -c %s "$run/brennik")" -lt "$program_limit_bytes"
-}
-
 readonly status_private_limit_kib=6144
 readonly status_limit_instructions=75 # millions, at 45,000 rows; it takes 74
 
