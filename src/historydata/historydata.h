@@ -60,10 +60,10 @@ class CHistoryData {
   // Creates every missing directory along `path`, mode 0755. -1 for null.
   std::int32_t Mkdirs(const char* path);
 
-  // Records new files in one transaction, after those that wait in memory. Then drops rows and
-  // files with stamps of 31 days ago or older, accepted or not. A name that is already recorded
-  // keeps its row. -1 when the ledger cannot be opened or its old rows cannot be listed; 0 also
-  // when a lock kept the rows out.
+  // Records new files, after those that wait in memory, and drops rows and files with stamps of 31
+  // days ago or older, accepted or not: in one transaction, or one after the other where the ledger
+  // does not take both at once. A name that is already recorded keeps its row. -1 when the ledger
+  // cannot be opened or its old rows cannot be listed; 0 also when a lock kept the rows out.
   //
   // A ledger file whose content is damaged or lacks the pending table condemns the whole tree: it
   // is moved to Cloud.lost and removed by a thread, an empty one is made, and -1 is returned
