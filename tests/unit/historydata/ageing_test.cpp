@@ -16,9 +16,6 @@ using namespace testing;
 
 namespace {
 
-constexpr char kFirst[] = "realdata/7/S20240307115500.tar.gz";
-constexpr char kFirstRow[] = "realdata/7/S20240307115500.tar.gz|2|0";
-
 class LedgerAgeing : public LedgerTest {
  protected:
   // Two rows and their files.

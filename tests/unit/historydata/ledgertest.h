@@ -15,6 +15,10 @@
 
 namespace test {
 
+// The name of a file of live values, and its row while it waits.
+inline constexpr char kFirst[] = "realdata/7/S20240307115500.tar.gz";
+inline constexpr char kFirstRow[] = "realdata/7/S20240307115500.tar.gz|2|0";
+
 using Rows = std::vector<History_Data_Para>;
 
 // A row as the packers record it.

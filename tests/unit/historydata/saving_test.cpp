@@ -16,10 +16,8 @@ using namespace testing;
 
 namespace {
 
-constexpr char kFirst[] = "realdata/7/S20240307115500.tar.gz";
 constexpr char kSecond[] = "realdata/7/S20240307120000.tar.gz";
 constexpr char kAlarm[] = "alarmdata/7/T20240307115900.tar.gz";
-constexpr char kFirstRow[] = "realdata/7/S20240307115500.tar.gz|2|0";
 constexpr char kSecondRow[] = "realdata/7/S20240307120000.tar.gz|2|0";
 
 class LedgerSaving : public LedgerTest {};
