@@ -62,7 +62,7 @@ class CChannelSet {
                      ST_POINTID_ATTR& point);
 
   util::XmlDocument m_document;
-  // Records are never given back, so they lie close together: a point takes 32 bytes less.
+  // Records are never given back, so they lie close together, without the bytes of a heap.
   std::pmr::monotonic_buffer_resource m_memory;
   MAP_GROUP_ATTR m_groups{&m_memory};
   MAP_DEV_ATTR m_devices{&m_memory};

@@ -6,7 +6,7 @@ namespace {
 
 constexpr unsigned kDevicePauseMicroseconds = 100000;
 constexpr unsigned kChannelPauseMicroseconds = 500000;
-constexpr std::size_t kBytesPerPoint = 48;  // a point has 45 at most; its device shares the rest
+constexpr std::size_t kBytesPerPoint = 48;  // a point has 44 at most; its device shares the rest
 
 // What lives for the whole document. Catalogue and values are both in rising DataId, so one cursor
 // that only moves forward finds every value.

@@ -9,8 +9,8 @@ namespace util {
 
 namespace {
 
-// Appends a number, with zeros before it up to `fewest` characters. Above two characters it must
-// not be negative.
+// Appends a number, with zeros before it up to `fewest` characters. A negative number takes
+// `fewest` of at most 2.
 void AppendDigits(std::string& text, std::size_t fewest, int number) {
   char digits[sizeof("-2147483648")];
   const char* const end = std::to_chars(digits, std::end(digits), number).ptr;

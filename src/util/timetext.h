@@ -18,7 +18,7 @@ void UpdateZone();
 // meanwhile.
 std::optional<std::tm> TimeInZone(std::time_t when);
 
-// 14 digits, "YYYYMMDDhhmmss": the stamp in data-file names and in the ledger's ageing cut-off.
+// 14 digits, "YYYYMMDDhhmmss", of a year from 0 on: the stamp in data-file names and the ageing.
 std::string Stamp(const std::tm& time);
 
 // "YYYY-MM-DD hh:mm:ss": the time mark inside data files, of a year from 0 on.
